@@ -1,0 +1,23 @@
+# What can be chosen when configuring.
+
+if(PROJECT_IS_TOP_LEVEL)
+  set(telvar_top_level ON)
+else()
+  set(telvar_top_level OFF)
+endif()
+
+set(TELVAR_ENGINE "embedded" CACHE STRING
+    "Engine behind the wrappers: embedded (ours), scripted (the tests'), external (find_package(telvar))")
+set_property(CACHE TELVAR_ENGINE PROPERTY STRINGS embedded scripted external)
+if(NOT TELVAR_ENGINE MATCHES "^(embedded|scripted|external)$")
+  message(FATAL_ERROR "TELVAR_ENGINE is '${TELVAR_ENGINE}'; it must be embedded, scripted or external")
+endif()
+
+option(TELVAR_BUILD_TESTS "Build the tests" ${telvar_top_level})
+option(TELVAR_BUILD_HOST "Build the program telvar" ${telvar_top_level})
+option(TELVAR_BUILD_BENCH "Build the benchmarks" OFF)
+option(TELVAR_BUILD_FUZZ "Build the fuzz targets (clang)" OFF)
+option(TELVAR_INSTALL "Generate install rules and packages" ${telvar_top_level})
+option(TELVAR_WERROR "Treat warnings as errors" OFF)
+set(TELVAR_SANITIZE "" CACHE STRING "Sanitizers for the whole build, e.g. address,undefined or thread")
+option(TELVAR_COVERAGE "Instrument for gcov" OFF)

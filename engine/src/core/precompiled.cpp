@@ -1,0 +1,1 @@
+// Nothing here: this file exists so that the headers can be precompiled.
