@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that a task needs, if they are missing.
+#
+#   scripts/install-packages.sh build|test|demo|windows [...]
+set -euo pipefail
+
+build=(g++ cmake ninja-build ccache pkg-config git ca-certificates
+       protobuf-compiler libprotobuf-dev libtorch-dev libopencv-dev libxxhash-dev
+       libcli11-dev nlohmann-json3-dev)
+test=(libgtest-dev libgmock-dev libbenchmark-dev python3 clang-14 clang-format-14 libclang-rt-14-dev binutils
+      locales chromium abigail-tools lintian dpkg-dev file)
+windows=(g++-mingw-w64-x86-64-posix wine64 wine googletest llvm-14 clang-14 dpkg-dev)
+demo=(dataset-fashion-mnist jbigkit-bin)
+
+wanted=()
+for task in "$@"; do
+  case $task in
+    build) wanted+=("${build[@]}") ;;
+    test) wanted+=("${build[@]}" "${test[@]}") ;;
+    windows) wanted+=("${build[@]}" "${windows[@]}") ;;
+    demo) wanted+=("${build[@]}" "${demo[@]}") ;;
+    *) echo "install-packages: unknown task '$task'" >&2; exit 2 ;;
+  esac
+done
+
+missing=()
+for package in "${wanted[@]}"; do
+  dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+run() { if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi; }
+echo "installing: ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+run apt-get update -qq
+run apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
