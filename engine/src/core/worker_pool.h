@@ -1,0 +1,41 @@
+#pragma once
+
+// A few own threads that wait on a condition variable, never spinning. No result depends on their
+// number: callers split work into chunks whose number does not depend on it.
+//
+//   WorkerPool pool(device.threads());
+//   pool.run(chunks, [&](int chunk) { ... });
+
+#include <functional>
+#include <memory>
+
+namespace telvar::core {
+
+/// The number of cores that this process may use, by affinity mask and control-group quota; at
+/// least 1.
+unsigned available_cores();
+
+class WorkerPool {
+ public:
+  /// `threads` working threads at most, the calling one included; 0: available_cores(). If the
+  /// system refuses threads, fewer work.
+  explicit WorkerPool(unsigned threads = 0);
+  WorkerPool(const WorkerPool&) = delete;
+  WorkerPool& operator=(const WorkerPool&) = delete;
+  /// Ends and joins its threads.
+  ~WorkerPool();
+
+  unsigned threads() const;
+
+  /// Calls work(0) .. work(chunks - 1), each once, on the pool and the calling thread, inside a
+  /// LibraryThreadScope; returns when all are done. Rethrows the exception of the lowest chunk
+  /// that threw; chunks not yet begun are then left out. May be called from several threads at
+  /// once, and from within `work` (the calling thread then works too, so nothing can block).
+  void run(int chunks, const std::function<void(int chunk)>& work);
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace telvar::core
