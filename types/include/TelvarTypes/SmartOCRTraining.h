@@ -1,0 +1,90 @@
+#pragma once
+
+// What the character reader learns from, and how training went.
+//
+//   TrainData page;
+//   page.imageId = "page1.png";
+//   page.assignments = {{31.5, 20.0, "A"}, {52.0, 20.0, "B"}};  // centres x, y and labels
+//   Dataset dataset;
+//   dataset.width = 18.0;
+//   dataset.height = 24.0;
+//   dataset.trainData = {page};
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "TelvarTypes/Export.h"
+#include "TelvarTypes/ROI.h"
+
+namespace Orbalt::TelvarWrapper::Types::SmartOCR {
+
+/// The label of one character. Values are narrowed to single precision.
+struct TELVAR_TYPES_API TrainDataAssignment {
+  TrainDataAssignment();
+  TrainDataAssignment(double firstValue, double secondValue, std::string categoryId);
+  TELVAR_TYPES_VALUE_OPERATIONS(TrainDataAssignment);
+
+  /// Horizontal position of the character's centre, region pixels (image pixels without a region).
+  double firstValue = 0.0;
+
+  /// Vertical position of the character's centre, region pixels (image pixels without a region).
+  double secondValue = 0.0;
+
+  /// The character's category, usually the character itself in UTF-8. Any bytes.
+  std::string categoryId;
+};
+
+/// One labelled image.
+struct TELVAR_TYPES_API TrainData {
+  TrainData();
+  TELVAR_TYPES_VALUE_OPERATIONS(TrainData);
+
+  /// The labels, in reading order. Not every character of the image needs one. An image without
+  /// any label is left out of the training.
+  std::vector<TrainDataAssignment> assignments;
+
+  /// What the image loader is asked for. Any bytes; of two images with one identifier the later
+  /// replaces the earlier.
+  std::string imageId;
+
+  /// The part of the image that the labels are about; null: the whole image.
+  std::shared_ptr<ROI> roi;
+};
+
+/// The labelled images of one training. Values are narrowed to single precision.
+struct TELVAR_TYPES_API Dataset {
+  Dataset();
+  TELVAR_TYPES_VALUE_OPERATIONS(Dataset);
+
+  /// Nominal character width, region pixels.
+  double width = 0.0;
+
+  /// Nominal character height, region pixels.
+  double height = 0.0;
+
+  /// The images. The order does not matter but for repeated identifiers.
+  std::vector<TrainData> trainData;
+};
+
+/// How a training went.
+struct TELVAR_TYPES_API TrainResult {
+  TrainResult();
+  TELVAR_TYPES_VALUE_OPERATIONS(TrainResult);
+
+  /// Time the engine spent, whole milliseconds, rounded toward zero.
+  double trainingTime = 0.0;
+
+  /// Share of the labels that the trained model reads right, 0..1; measured on samples held back
+  /// where there are enough of them.
+  double resultValue = 0.0;
+
+  /// Per image identifier, in ascending byte order: for each of the image's labels, in their order,
+  /// the score 0..1 that the trained model gives the labelled category at the labelled place.
+  /// Neither the map nor a vector is null in a result of `Train`; null in a default-constructed
+  /// record.
+  std::shared_ptr<std::map<std::string, std::shared_ptr<std::vector<float>>>> labeledSampleResults;
+};
+
+}  // namespace Orbalt::TelvarWrapper::Types::SmartOCR
