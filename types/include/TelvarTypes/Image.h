@@ -68,10 +68,10 @@ struct TELVAR_TYPES_API ResultImage {
 /// Fetches the image of an identifier while a tool trains or processes a batch.
 ///
 /// The library copies the pixels and releases the returned image before it asks for the next one.
-/// A loader that returns an image without pixels makes the engine reject that image; a loader must
-/// not return a null pointer. An exception from a loader passes through the engine; with the
-/// embedded engine it reaches the caller of `Train` or `BatchProcess` unchanged. The loader may be
-/// called on a thread that the engine chooses; the embedded engine stays on the calling thread.
+/// An image without pixels, or a null pointer, makes the engine reject that image. An exception
+/// from a loader passes through the engine; with the embedded engine it reaches the caller of
+/// `Train` or `BatchProcess` unchanged. The loader may be called on a thread that the engine
+/// chooses; the embedded engine stays on the calling thread.
 using ImageLoader = std::function<std::shared_ptr<Image>(const std::string& imageId)>;
 
 }  // namespace Orbalt::TelvarWrapper::Types

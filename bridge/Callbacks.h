@@ -1,0 +1,19 @@
+#pragma once
+
+// What host and engine call back, and the adapter between the two.
+
+#include "TelvarTypes/Image.h"
+#include "telvar/callbacks.h"
+
+namespace Orbalt::TelvarWrapper::Wrapper {
+
+using Types::ImageLoader;
+using EngineImageLoader = telvar::types::ImageLoader;
+using ResultImageWriter = telvar::types::ResultImageWriter;
+
+/// A loader for the engine over its own copy of the host's `loader`. Each call asks the host,
+/// copies the pixels and releases the host's image. An empty `loader` throws
+/// std::bad_function_call when the engine calls it.
+EngineImageLoader AdaptImageLoader(const ImageLoader& loader);
+
+}  // namespace Orbalt::TelvarWrapper::Wrapper

@@ -1,0 +1,38 @@
+#include "bridge/RegionConversion.h"
+
+#include <cmath>
+
+namespace Orbalt::TelvarWrapper::Wrapper {
+namespace {
+
+/// The columns are the unit vector at `angle`, the unit vector at `angle + skew` turned a quarter
+/// turn, and the origin. Single precision throughout; the -0 of an unturned region is kept.
+telvar::types::AffineTransform RegionTransform(const Types::ROI& roi) {
+  const float s = roi.angle + roi.skew;
+  return telvar::types::AffineTransform(std::cos(roi.angle), -std::sin(s), roi.x,
+                                        std::sin(roi.angle), std::cos(s), roi.y);
+}
+
+}  // namespace
+
+EngineRegion ConvertToEngineRegion(const std::shared_ptr<Types::ROI>& roi) {
+  if (!roi) return {telvar::types::AffineTransform(1, 0, 0, 0, 1, 0), {0, 0}};
+  return {RegionTransform(*roi), {roi->width, roi->height}};
+}
+
+telvar_msg::types::RegionOfInterest ConvertROI(const std::shared_ptr<Types::ROI>& roi) {
+  const telvar::types::AffineTransform transform = RegionTransform(*roi);
+  telvar_msg::types::RegionOfInterest message;
+  telvar_msg::types::AffineTransform& matrix = *message.mutable_affine_transform();
+  matrix.set_m00(transform.a);
+  matrix.set_m01(transform.b);
+  matrix.set_m10(transform.d);
+  matrix.set_m11(transform.e);
+  matrix.set_tx(transform.c);
+  matrix.set_ty(transform.f);
+  message.set_width(roi->width);
+  message.set_height(roi->height);
+  return message;
+}
+
+}  // namespace Orbalt::TelvarWrapper::Wrapper
