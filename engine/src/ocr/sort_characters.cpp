@@ -1,0 +1,25 @@
+#include <cmath>
+#include <string>
+
+#include "ocr/lines.h"
+#include "telvar/exceptions.h"
+#include "telvar/ocr.h"
+
+namespace telvar::qv::ocr {
+
+std::vector<std::vector<std::size_t>> sort_characters(
+    const std::vector<std::pair<float, float>>& points, float height) {
+  if (!std::isfinite(height) || height <= 0) {
+    throw types::invalid_parameters(
+        "sort_characters: the character height must be finite and positive");
+  }
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    if (!std::isfinite(points[i].first) || !std::isfinite(points[i].second)) {
+      throw types::invalid_parameters("sort_characters: point " + std::to_string(i) +
+                                      " is not finite");
+    }
+  }
+  return telvar::ocr::group_into_lines(points, height);
+}
+
+}  // namespace telvar::qv::ocr
