@@ -27,7 +27,7 @@ mkdir -p "$work/changed"
 library "$root" "$work/libTelvarTypes.so"
 if [ "${3:-}" = --write ]; then
   abidw --headers-dir "$root/types/include" --drop-private-types --no-comp-dir-path --no-corpus-path \
-    --no-show-locs --no-parameter-names --drop-undefined-syms --exported-interfaces-only --no-elf-needed \
+    --no-parameter-names --drop-undefined-syms --no-elf-needed \
     "$work/libTelvarTypes.so" --out-file "$work/TelvarTypes.abi"
   gzip -9 -n -c "$work/TelvarTypes.abi" >"$baseline"
   echo "wrote $baseline"
