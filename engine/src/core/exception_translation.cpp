@@ -1,0 +1,34 @@
+#include "core/exception_translation.h"
+
+#include <c10/util/Exception.h>
+
+#include <new>
+#include <opencv2/core.hpp>
+#include <string>
+
+#include "telvar/exceptions.h"
+
+namespace telvar::core {
+namespace {
+
+std::string first_line(const std::string& text) {
+  return text.substr(0, text.find('\n'));
+}
+
+}  // namespace
+
+void rethrow_translated(const char* activity) {
+  try {
+    throw;
+  } catch (const c10::Error& error) {
+    const std::string text = error.what_without_backtrace();
+    // The tensor library's allocator has no type of its own for running out of memory.
+    if (text.find("DefaultCPUAllocator: ") != std::string::npos) throw std::bad_alloc();
+    throw types::exception(std::string(activity) + ": " + first_line(text));
+  } catch (const cv::Exception& error) {
+    if (error.code == cv::Error::StsNoMem) throw std::bad_alloc();
+    throw types::exception(std::string(activity) + ": " + first_line(error.err));
+  }
+}
+
+}  // namespace telvar::core

@@ -1,0 +1,95 @@
+#include "core/net.h"
+
+#include <cmath>
+#include <cstring>
+
+namespace telvar::core {
+namespace {
+
+torch::nn::Conv2dOptions convolution_options(const ConvolutionShape& shape) {
+  return torch::nn::Conv2dOptions(shape.in, shape.out, shape.kernel)
+      .stride(shape.stride)
+      .padding(shape.dilation * (shape.kernel - 1) / 2)
+      .dilation(shape.dilation)
+      .bias(false);
+}
+
+void fill_normal(torch::Tensor tensor, float deviation, Random& random) {
+  float* values = tensor.data_ptr<float>();
+  for (std::int64_t i = 0; i < tensor.numel(); ++i) values[i] = deviation * random.normal();
+}
+
+bool is_normalisation(torch::nn::Module& module) {
+  return module.as<torch::nn::BatchNorm2d>() != nullptr;
+}
+
+}  // namespace
+
+ConvolutionBlockImpl::ConvolutionBlockImpl(const ConvolutionShape& shape)
+    : shape_(shape),
+      convolution_(register_module("convolution", torch::nn::Conv2d(convolution_options(shape)))),
+      norm_(register_module("norm", torch::nn::BatchNorm2d(shape.out))) {}
+
+torch::Tensor ConvolutionBlockImpl::forward(const torch::Tensor& input) {
+  torch::Tensor out = convolution_(input);
+  if (!folded_) out = norm_(out);
+  return shape_.relu ? out.relu_() : out;
+}
+
+void ConvolutionBlockImpl::fold() {
+  if (folded_) return;
+  const torch::NoGradGuard no_grad;
+  const torch::Tensor scale = norm_->weight / (norm_->running_var + norm_->options.eps()).sqrt();
+  const torch::Tensor bias = norm_->bias - norm_->running_mean * scale;
+  const torch::Tensor weight = convolution_->weight * scale.reshape({-1, 1, 1, 1});
+  convolution_ =
+      replace_module("convolution", torch::nn::Conv2d(convolution_options(shape_).bias(true)));
+  convolution_->weight.copy_(weight);
+  convolution_->bias.copy_(bias);
+  folded_ = true;
+}
+
+ResidualBlockImpl::ResidualBlockImpl(int in, int out, int stride, int dilation)
+    : first_(register_module("first",
+                             ConvolutionBlock(ConvolutionShape{in, out, 3, stride, dilation}))),
+      second_(register_module(
+          "second", ConvolutionBlock(ConvolutionShape{out, out, 3, 1, dilation, false}))) {
+  if (in != out || stride != 1) {
+    shortcut_ = register_module("shortcut",
+                                ConvolutionBlock(ConvolutionShape{in, out, 1, stride, 1, false}));
+  }
+}
+
+torch::Tensor ResidualBlockImpl::forward(const torch::Tensor& input) {
+  const torch::Tensor beside = shortcut_.is_empty() ? input : shortcut_(input);
+  return (second_(first_(input)) + beside).relu_();
+}
+
+void initialise(torch::nn::Module& module, Random& random) {
+  const torch::NoGradGuard no_grad;
+  for (const auto& part : module.modules()) {
+    for (auto& item : part->named_parameters(false)) {
+      torch::Tensor& tensor = item.value();
+      if (tensor.dim() < 2) {
+        tensor.fill_(is_normalisation(*part) && item.key() == "weight" ? 1 : 0);
+      } else {
+        const auto fan_in = static_cast<float>(tensor.numel() / tensor.size(0));
+        fill_normal(tensor, std::sqrt(2.0f / fan_in), random);
+      }
+    }
+  }
+}
+
+void fold_batch_norms(torch::nn::Module& module) {
+  for (const auto& part : module.modules()) {
+    if (auto* block = part->as<ConvolutionBlock>()) block->fold();
+  }
+}
+
+torch::Tensor to_tensor(const Raster& raster) {
+  torch::Tensor tensor = torch::empty({1, raster.channels, raster.height, raster.width});
+  std::memcpy(tensor.data_ptr<float>(), raster.values.data(), raster.values.size() * sizeof(float));
+  return tensor;
+}
+
+}  // namespace telvar::core

@@ -1,0 +1,126 @@
+#include "core/worker_pool.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include "core/library_threads.h"
+
+namespace telvar::core {
+namespace {
+
+struct Job {
+  Job(int chunks_, const std::function<void(int)>& work_) : work(work_), chunks(chunks_) {}
+
+  const std::function<void(int)>& work;
+  int chunks;
+  int next = 0;
+  int running = 0;
+  int failed_chunk = -1;
+  std::exception_ptr error;
+};
+
+}  // namespace
+
+class WorkerPool::Impl {
+ public:
+  explicit Impl(unsigned threads) {
+    threads = threads == 0 ? available_cores() : threads;
+    try {
+      for (unsigned i = 1; i < threads; ++i) workers_.emplace_back([this] { serve(); });
+    } catch (const std::system_error&) {
+      // Out of threads: those that there are share the work.
+    }
+  }
+
+  ~Impl() {
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      stopping_ = true;
+    }
+    wake_.notify_all();
+    for (std::thread& worker : workers_) worker.join();
+  }
+
+  unsigned threads() const { return static_cast<unsigned>(workers_.size()) + 1; }
+
+  void run(int chunks, const std::function<void(int)>& work) {
+    const LibraryThreadScope scope;
+    Job job(chunks, work);
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (chunks > 1 && !workers_.empty()) {
+      jobs_.push_back(&job);
+      wake_.notify_all();
+    }
+    while (job.next < job.chunks) run_chunk(job, lock);
+    jobs_.erase(std::remove(jobs_.begin(), jobs_.end(), &job), jobs_.end());
+    done_.wait(lock, [&job] { return job.running == 0; });
+    if (job.error) std::rethrow_exception(job.error);
+  }
+
+ private:
+  void serve() {
+    const LibraryThreadScope scope;
+    std::unique_lock<std::mutex> lock(mutex_);
+    while (true) {
+      wake_.wait(lock, [this] { return stopping_ || !jobs_.empty(); });
+      if (stopping_) return;
+      run_chunk(*jobs_.front(), lock);
+    }
+  }
+
+  /// Takes the job's next chunk and runs it with the mutex released. Once none is left, the job is
+  /// no longer offered to the workers.
+  void run_chunk(Job& job, std::unique_lock<std::mutex>& lock) {
+    const int chunk = job.next++;
+    ++job.running;
+    if (job.next >= job.chunks) {
+      jobs_.erase(std::remove(jobs_.begin(), jobs_.end(), &job), jobs_.end());
+    }
+    lock.unlock();
+    std::exception_ptr error;
+    try {
+      job.work(chunk);
+    } catch (...) {
+      error = std::current_exception();
+    }
+    lock.lock();
+    if (error) fail(job, chunk, error);
+    if (--job.running == 0) done_.notify_all();
+  }
+
+  // Lower chunks have begun before higher ones and are waited for, so the chunk that is reported
+  // does not depend on the number of threads.
+  void fail(Job& job, int chunk, const std::exception_ptr& error) {
+    if (job.failed_chunk < 0 || chunk < job.failed_chunk) {
+      job.failed_chunk = chunk;
+      job.error = error;
+    }
+    job.next = job.chunks;
+    jobs_.erase(std::remove(jobs_.begin(), jobs_.end(), &job), jobs_.end());
+  }
+
+  std::mutex mutex_;
+  std::condition_variable wake_, done_;
+  std::deque<Job*> jobs_;
+  bool stopping_ = false;
+  std::vector<std::thread> workers_;
+};
+
+WorkerPool::WorkerPool(unsigned threads) : impl_(std::make_unique<Impl>(threads)) {}
+WorkerPool::~WorkerPool() = default;
+
+unsigned WorkerPool::threads() const {
+  return impl_->threads();
+}
+
+void WorkerPool::run(int chunks, const std::function<void(int)>& work) {
+  impl_->run(chunks, work);
+}
+
+}  // namespace telvar::core
