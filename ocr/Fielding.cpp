@@ -1,0 +1,71 @@
+#include "TelvarTypes/Exceptions.h"
+#include "bridge/Answer.h"
+#include "ocr/SmartOCRWrapperImpl.h"
+
+namespace Orbalt::TelvarWrapper::Wrapper {
+namespace {
+
+constexpr char kNoMatch[] = "No matching Fielding pattern was found";
+constexpr char kInvalidPattern[] =
+    "Invalid fielding pattern caused by empty lines or empty patterns";
+
+}  // namespace
+
+telvar_msg::qv::ocr::Fielding SmartOCRWrapper::Impl::ConvertFielding(
+    const Types::SmartOCR::BasicFielding& fielding) {
+  telvar_msg::qv::ocr::Fielding message;
+  telvar_msg::qv::ocr::BasicFielding& basic = *message.mutable_basic_fielding();
+  basic.set_count(fielding.count);
+  basic.mutable_character_class()->set_allowed_characters(fielding.allowedCharacters);
+  return message;
+}
+
+// Without patterns the message sets no fielding at all, and goes to the engine like that.
+telvar_msg::qv::ocr::Fielding SmartOCRWrapper::Impl::ConvertFielding(
+    const Types::SmartOCR::AdvancedFielding& fielding) {
+  telvar_msg::qv::ocr::Fielding message;
+  for (const auto& [name, lines] : fielding.patterns) {
+    telvar_msg::qv::ocr::Pattern pattern = BuildPattern(lines);
+    (*message.mutable_advanced_fielding()->mutable_patterns())[name] = std::move(pattern);
+  }
+  return message;
+}
+
+telvar_msg::qv::ocr::Pattern SmartOCRWrapper::Impl::BuildPattern(
+    const std::vector<std::vector<std::string>>& lines) {
+  telvar_msg::qv::ocr::Pattern pattern;
+  for (const std::vector<std::string>& line : lines) {
+    telvar_msg::qv::ocr::PatternLine& patternLine = *pattern.add_lines();
+    for (const std::string& allowed : line) {
+      patternLine.add_character_classes()->set_allowed_characters(allowed);
+    }
+  }
+  return pattern;
+}
+
+Types::SmartOCR::FieldingResult SmartOCRWrapper::Impl::ApplyFielding(
+    const telvar_msg::qv::ocr::Fielding& fielding,
+    const telvar_msg::qv::ocr::SampleResult& sample) {
+  Types::SmartOCR::FieldingResult result;
+  try {
+    const telvar::qv::ocr::Fielding engine(fielding.SerializeAsString());
+    const auto [fieldedSample, verdict] = engine.apply(sample.SerializeAsString());
+
+    telvar_msg::qv::ocr::FieldingResult verdictMessage;
+    ParseAnswer(verdict, verdictMessage);
+    if (!verdictMessage.matched()) throw InvalidArgumentException(kNoMatch);
+    result.patternName = verdictMessage.pattern_name();
+
+    telvar_msg::qv::ocr::SampleResult sampleMessage;
+    ParseAnswer(fieldedSample, sampleMessage);
+    result.sample = ConvertTelvarOCRSample(sampleMessage);
+  } catch (const InvalidArgumentException& e) {
+    throw InvalidArgumentException(e);
+  } catch (...) {
+    // Whatever the engine refuses about a pattern has this one text; its own is dropped on purpose.
+    throw InvalidArgumentException(kInvalidPattern);
+  }
+  return result;
+}
+
+}  // namespace Orbalt::TelvarWrapper::Wrapper

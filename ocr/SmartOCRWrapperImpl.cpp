@@ -1,0 +1,93 @@
+#include "ocr/SmartOCRWrapperImpl.h"
+
+#include <limits>
+
+#include "bridge/Answer.h"
+#include "bridge/Guard.h"
+#include "bridge/ImageConversion.h"
+#include "bridge/RegionConversion.h"
+#include "bridge/TrainCache.h"
+
+namespace Orbalt::TelvarWrapper::Wrapper {
+namespace {
+
+std::unique_ptr<telvar::qv::ocr::TrainCache> CreateTrainCache() {
+  return telvar::qv::ocr::TrainCache::create(std::numeric_limits<unsigned long long>::max());
+}
+
+}  // namespace
+
+SmartOCRWrapper::Impl::Impl(std::unique_ptr<Types::SmartOCR::Data> data,
+                            std::shared_ptr<TelvarAccess> access)
+    : train_cache_(CreateTrainCache()),
+      training_parameters_(telvar_msg::qv::ocr::TrainingParameters().SerializeAsString()),
+      access_(access ? std::move(access) : std::make_shared<TelvarAccess>()),
+      model_(Types::SmartOCR::Size(0.0F, 0.0F), std::move(data->artifact)) {
+  RestoreTrainCache(train_cache_, data->trainCache, CreateTrainCache);
+}
+
+SmartOCRWrapper::Impl::~Impl() = default;
+
+Types::SmartOCR::TrainResult SmartOCRWrapper::Impl::Train(const Types::SmartOCR::Dataset& dataset,
+                                                          const ImageLoader& loadImage) {
+  const std::string message = ConvertOCRDataset(dataset).SerializeAsString();
+  auto [answer, artifact] = access_->Train(model_.Artifact(), message, training_parameters_,
+                                           AdaptImageLoader(loadImage), *train_cache_);
+  model_.Update({static_cast<float>(dataset.width), static_cast<float>(dataset.height)},
+                std::move(artifact));
+  telvar_msg::qv::ocr::TrainingResult result;
+  ParseAnswer(answer, result);
+  return ConvertTelvarOCRTrainingResult(result);
+}
+
+telvar_msg::qv::ocr::Result SmartOCRWrapper::Impl::ProcessInternal(
+    const std::shared_ptr<Types::Image>& image, const std::shared_ptr<Types::ROI>& roi,
+    const Types::SmartOCR::Size& size) {
+  return TryQvCallWithReturn([&] {
+    telvar_msg::qv::ocr::Result result;
+    model_.Update(size, std::string());
+    if (model_.IsEmpty()) return result;
+    const EngineRegion region = ConvertToEngineRegion(roi);
+    const telvar::types::ImageView view = ConvertToImageView(image);
+    ParseAnswer(access_->Process(model_, view, region.transform, region.size), result);
+    return result;
+  });
+}
+
+Types::SmartOCR::ProcessResult SmartOCRWrapper::Impl::Process(
+    const std::shared_ptr<Types::Image>& image, const std::shared_ptr<Types::ROI>& roi,
+    const Types::SmartOCR::Size& size) {
+  return ConvertTelvarOCRResults(ProcessInternal(image, roi, size));
+}
+
+// Fielding runs outside the guard: ApplyFielding maps its failures itself.
+Types::SmartOCR::ProcessResult SmartOCRWrapper::Impl::Process(
+    const std::shared_ptr<Types::Image>& image, const std::shared_ptr<Types::ROI>& roi,
+    const Types::SmartOCR::Size& size, const Types::SmartOCR::BasicFielding& fielding) {
+  const telvar_msg::qv::ocr::Result answer = ProcessInternal(image, roi, size);
+  Types::SmartOCR::ProcessResult result = ConvertTelvarOCRResults(answer);
+  result.fieldingResult = ApplyFielding(ConvertFielding(fielding), answer.sample());
+  return result;
+}
+
+Types::SmartOCR::ProcessResult SmartOCRWrapper::Impl::Process(
+    const std::shared_ptr<Types::Image>& image, const std::shared_ptr<Types::ROI>& roi,
+    const Types::SmartOCR::Size& size, const Types::SmartOCR::AdvancedFielding& fielding) {
+  const telvar_msg::qv::ocr::Result answer = ProcessInternal(image, roi, size);
+  Types::SmartOCR::ProcessResult result = ConvertTelvarOCRResults(answer);
+  result.fieldingResult = ApplyFielding(ConvertFielding(fielding), answer.sample());
+  return result;
+}
+
+// Not guarded: the engine's exceptions pass as they are.
+std::vector<std::vector<std::uint64_t>> SmartOCRWrapper::Impl::SortCharacters(
+    const std::vector<std::pair<float, float>>& points, float height) const {
+  return telvar::qv::ocr::sort_characters(points, height);
+}
+
+std::unique_ptr<Types::SmartOCR::Data> SmartOCRWrapper::Impl::GetData() const {
+  const std::string trainCache = SaveTrainCache(*train_cache_);
+  return std::make_unique<Types::SmartOCR::Data>(model_.Artifact(), trainCache);
+}
+
+}  // namespace Orbalt::TelvarWrapper::Wrapper

@@ -1,0 +1,66 @@
+#include <google/protobuf/util/time_util.h>
+
+#include "bridge/RegionConversion.h"
+#include "ocr/SmartOCRWrapperImpl.h"
+
+namespace Orbalt::TelvarWrapper::Wrapper {
+
+using google::protobuf::util::TimeUtil;
+
+namespace {
+
+using LabelConfidences = std::vector<float>;
+
+std::shared_ptr<LabelConfidences> ConvertConfidences(
+    const telvar_msg::qv::ocr::LabeledSampleResult& result) {
+  auto confidences = std::make_shared<LabelConfidences>();
+  confidences->reserve(static_cast<std::size_t>(result.character_label_confidence_size()));
+  for (const float confidence : result.character_label_confidence()) {
+    confidences->push_back(confidence);
+  }
+  return confidences;
+}
+
+}  // namespace
+
+telvar_msg::qv::ocr::Dataset SmartOCRWrapper::Impl::ConvertOCRDataset(
+    const Types::SmartOCR::Dataset& dataset) {
+  telvar_msg::qv::ocr::Dataset message;
+  message.set_width(static_cast<float>(dataset.width));
+  message.set_height(static_cast<float>(dataset.height));
+  for (const Types::SmartOCR::TrainData& data : dataset.trainData) {
+    if (!data.assignments.empty()) AddSample(message, data);
+  }
+  return message;
+}
+
+void SmartOCRWrapper::Impl::AddSample(telvar_msg::qv::ocr::Dataset& dataset,
+                                      const Types::SmartOCR::TrainData& data) {
+  telvar_msg::qv::ocr::Sample sample;
+  sample.set_image_id(data.imageId);
+  if (data.roi) *sample.mutable_region_of_interest() = ConvertROI(data.roi);
+  for (const Types::SmartOCR::TrainDataAssignment& assignment : data.assignments) {
+    telvar_msg::qv::ocr::CharacterLabel& label = *sample.add_characters();
+    label.set_first_value(static_cast<float>(assignment.firstValue));
+    label.set_second_value(static_cast<float>(assignment.secondValue));
+    label.set_category_id(assignment.categoryId);
+    dataset.mutable_categories()->insert({assignment.categoryId, {}});
+  }
+  (*dataset.mutable_samples())[data.imageId] = std::move(sample);
+}
+
+Types::SmartOCR::TrainResult SmartOCRWrapper::Impl::ConvertTelvarOCRTrainingResult(
+    const telvar_msg::qv::ocr::TrainingResult& result) {
+  Types::SmartOCR::TrainResult converted;
+  converted.trainingTime =
+      static_cast<double>(TimeUtil::DurationToMilliseconds(result.training_duration()));
+  converted.resultValue = result.result_value();
+  converted.labeledSampleResults =
+      std::make_shared<std::map<std::string, std::shared_ptr<LabelConfidences>>>();
+  for (const auto& [imageId, sample] : result.labeled_sample_results()) {
+    converted.labeledSampleResults->emplace(imageId, ConvertConfidences(sample));
+  }
+  return converted;
+}
+
+}  // namespace Orbalt::TelvarWrapper::Wrapper
