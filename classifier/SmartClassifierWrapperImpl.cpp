@@ -1,0 +1,71 @@
+#include "classifier/SmartClassifierWrapperImpl.h"
+
+#include "bridge/Answer.h"
+#include "bridge/CommonDataset.h"
+#include "bridge/Guard.h"
+#include "bridge/ImageConversion.h"
+#include "bridge/TrainCache.h"
+
+namespace Orbalt::TelvarWrapper::Wrapper {
+namespace {
+
+/// The engine's normal training effort.
+constexpr int kTrainingSetting = 10;
+
+std::unique_ptr<telvar::qv::classifier::TrainCache> CreateTrainCache() {
+  return telvar::qv::classifier::TrainCache::create(false);
+}
+
+}  // namespace
+
+SmartClassifierWrapper::Impl::Impl(std::unique_ptr<Types::SmartClassifier::Data> data,
+                                   std::shared_ptr<TelvarClassifierAccess> access)
+    : trainCache_(CreateTrainCache()),
+      access_(std::move(access)),
+      model_(std::move(data->artifact)) {
+  telvar_msg::qv::classification::TrainingParameters parameters;
+  parameters.set_training_setting(kTrainingSetting);
+  trainingParameters_ = parameters.SerializeAsString();
+  if (!access_) access_ = std::make_shared<TelvarClassifierAccess>();
+  RestoreTrainCache(trainCache_, data->trainCache, CreateTrainCache);
+}
+
+SmartClassifierWrapper::Impl::~Impl() = default;
+
+std::unique_ptr<Types::SmartClassifier::Data> SmartClassifierWrapper::Impl::GetData() const {
+  const std::string trainCache = SaveTrainCache(*trainCache_);
+  return std::make_unique<Types::SmartClassifier::Data>(model_.Artifact(), trainCache);
+}
+
+Types::SmartClassifier::TrainingResult SmartClassifierWrapper::Impl::Train(
+    const Types::SmartClassifier::Dataset& dataset, const ImageLoader& loader) {
+  const std::string message = ConvertClassifierDataset(dataset).SerializeAsString();
+  auto [answer, artifact] = access_->Train(model_.Artifact(), message, trainingParameters_,
+                                           AdaptImageLoader(loader), *trainCache_);
+  telvar_msg::qv::classification::TrainingResult result;
+  ParseAnswer(answer, result);
+  model_.Update(std::move(artifact));
+  return ConvertClassifierTelvarTrainingResults(result);
+}
+
+Types::SmartClassifier::Result SmartClassifierWrapper::Impl::Process(
+    const std::shared_ptr<Types::Image>& image) {
+  return TryQvCallWithReturn([&] {
+    if (model_.IsEmpty()) model_.Update(std::string());
+    telvar_msg::qv::classification::Result result;
+    ParseAnswer(access_->Process(model_, ConvertToImageView(image)), result);
+    return ConvertClassifierTelvarResults(result);
+  });
+}
+
+Types::SmartClassifier::SamplesResult SmartClassifierWrapper::Impl::BatchProcess(
+    const Types::CommonDataSet& dataset, const ImageLoader& loader) {
+  const std::string message = ConvertCommonDataset(dataset).SerializeAsString();
+  const std::string answer =
+      access_->BatchProcess(model_.Artifact(), message, AdaptImageLoader(loader), *trainCache_);
+  telvar_msg::qv::classification::ProcessingResult result;
+  ParseAnswer(answer, result);
+  return ConvertClassifierTelvarProcessingResults(result);
+}
+
+}  // namespace Orbalt::TelvarWrapper::Wrapper

@@ -1,0 +1,108 @@
+#include "segmenter/SmartSegmenterWrapperImpl.h"
+
+#include <limits>
+#include <utility>
+
+#include "bridge/Answer.h"
+#include "bridge/CommonDataset.h"
+#include "bridge/Guard.h"
+#include "bridge/ImageConversion.h"
+#include "bridge/RegionConversion.h"
+#include "bridge/TrainCache.h"
+
+namespace Orbalt::TelvarWrapper::Wrapper {
+namespace {
+
+using Types::SmartSegmenter::ProcessResult;
+using Types::SmartSegmenter::ProcessResults;
+using Types::SmartSegmenter::TrainingResult;
+
+std::unique_ptr<telvar::qv::segmenter::TrainCache> CreateTrainCache() {
+  return telvar::qv::segmenter::TrainCache::create(false,
+                                                   std::numeric_limits<unsigned long long>::max());
+}
+
+std::string SerializeDefaultParameters() {
+  return telvar_msg::qv::segmentation::TrainingParameters().SerializeAsString();
+}
+
+/// Collects the images of a batch in `results`, which must outlive the writer. Returns the image
+/// identifier it was given.
+ResultImageWriter MakeResultWriter(ProcessResults& results) {
+  return [&results](telvar::types::Image&& image, const std::string& imageId,
+                    const std::string& name) {
+    const auto found = results.results.find(imageId);
+    ProcessResult result = found == results.results.end() ? ProcessResult() : found->second;
+    result.resultImages.insert_or_assign(name, ConvertImage(image));
+    results.results.insert_or_assign(imageId, std::move(result));
+    return imageId;
+  };
+}
+
+}  // namespace
+
+SmartSegmenterWrapper::Impl::Impl(std::unique_ptr<Types::SmartSegmenter::Data> data,
+                                  std::shared_ptr<TelvarSegmenterAccess> access)
+    : trainCache_(CreateTrainCache()),
+      access_(std::move(access)),
+      segmenterModel_(std::move(data->artifact)) {
+  trainingParameters_ = SerializeDefaultParameters();
+  if (!access_) access_ = std::make_shared<TelvarSegmenterAccess>();
+  RestoreTrainCache(trainCache_, data->trainCache, CreateTrainCache);
+}
+
+SmartSegmenterWrapper::Impl::~Impl() = default;
+
+std::unique_ptr<Types::SmartSegmenter::Data> SmartSegmenterWrapper::Impl::GetData() const {
+  const std::string trainCache = SaveTrainCache(*trainCache_);
+  return std::make_unique<Types::SmartSegmenter::Data>(segmenterModel_.Artifact(), trainCache);
+}
+
+TrainingResult SmartSegmenterWrapper::Impl::Train(const Types::SmartSegmenter::Dataset& dataset,
+                                                  const ImageLoader& imageLoader,
+                                                  const ImageLoader& maskLoader) {
+  return TryQvCallWithReturn([&] {
+    const std::string message = ConvertSegmenterDataset(dataset).SerializeAsString();
+    const std::string parameters = SerializeDefaultParameters();
+    auto [answer, artifact] = access_->train(
+        segmenterModel_.Artifact(), message, parameters, AdaptImageLoader(imageLoader),
+        AdaptImageLoader(maskLoader), *trainCache_, ResultImageWriter());
+    segmenterModel_.Update(std::move(artifact));
+    telvar_msg::qv::segmentation::TrainingResult resultMessage;
+    ParseAnswer(answer, resultMessage);
+    TrainingResult result;
+    result.score = resultMessage.score();
+    return result;
+  });
+}
+
+ProcessResult SmartSegmenterWrapper::Impl::Process(const std::shared_ptr<Types::Image>& image,
+                                                   const std::shared_ptr<Types::ROI>& roi) {
+  if (segmenterModel_.IsEmpty()) segmenterModel_.Update(std::string());
+  if (segmenterModel_.IsEmpty()) return ProcessResult();
+  return TryQvCallWithReturn([&] {
+    ProcessResult result;
+    telvar_msg::qv::segmentation::Result resultMessage;
+    const EngineRegion region = ConvertToEngineRegion(roi);
+    const telvar::types::ImageView view = ConvertToImageView(image);
+    auto [answer, images] = access_->process(segmenterModel_, view, region.transform, region.size);
+    // Nothing of the message reaches the host.
+    ParseAnswer(answer, resultMessage);
+    for (auto& [name, resultImage] : images) {
+      result.resultImages.insert_or_assign(name, ConvertImage(resultImage));
+    }
+    return result;
+  });
+}
+
+ProcessResults SmartSegmenterWrapper::Impl::BatchProcess(const Types::CommonDataSet& dataset,
+                                                         const ImageLoader& loader) {
+  const std::string message = ConvertCommonDataset(dataset).SerializeAsString();
+  const EngineImageLoader engineLoader = AdaptImageLoader(loader);
+  ProcessResults results;
+  access_->BatchProcess(segmenterModel_.Artifact(), message, engineLoader, *trainCache_,
+                        MakeResultWriter(results));
+  return results;
+}
+
+}  // namespace Orbalt::TelvarWrapper::Wrapper
