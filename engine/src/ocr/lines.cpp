@@ -20,7 +20,7 @@ constexpr std::size_t kLongEnough = 3;
 
 // Lines whose points lie this near to a longer one, by their median distance, are parts of it.
 // Lines of text are farther apart even where characters are 0.7 of nominal.
-constexpr double kPartTolerance = 0.6;
+constexpr double kPartTolerance = 0.68;
 
 // How many small groups may lie between a point and the line that it belongs to.
 constexpr std::size_t kSearch = 4;
@@ -29,7 +29,8 @@ constexpr std::size_t kSearch = 4;
 // and a point leaves its line only for one that runs nearer by this much.
 constexpr double kMarkReach = 2.0;
 constexpr double kMoveReach = 4.0;
-constexpr double kMoveGain = 0.2;
+constexpr double kMoveGain = 0.05;
+constexpr int kMoves = 2;
 
 /// The points of a call in the turned frame, sorted for the sweep; `index` leads back.
 struct TurnedPoints {
@@ -68,7 +69,7 @@ double distance_to(const std::vector<LinePoint>& points, const LineMembers& line
   if (position > 0) gap = std::min(gap, point.along - points[line[position - 1]].along);
   if (gap > reach) return kInfinity;
   const std::size_t nearest = std::min(own < line.size() ? own : position, line.size() - 1);
-  return std::fabs(course_around(points, line, nearest, own).at(point.along) - point.across);
+  return std::fabs(course_of(points, line, nearest, own) - point.across);
 }
 
 /// The second look at lines from top to bottom. Every step decides on the lines as they were before
@@ -77,6 +78,17 @@ class Refinement {
  public:
   Refinement(const std::vector<LinePoint>& points, std::vector<LineMembers> lines)
       : points_(points), lines_(std::move(lines)) {}
+
+  /// Each of a few marks joins the line it stands in.
+  void take_in_marks() {
+    reassign([this](std::size_t line, std::size_t member) {
+      if (lines_[line].size() > kFewMarks) return line;
+      const LinePoint& point = points_[lines_[line][member]];
+      return nearer_neighbour(line, kMarkTolerance, [&](const LineMembers& other) {
+        return distance_to(points_, other, point, other.size(), kMarkReach);
+      });
+    });
+  }
 
   /// Lines that are parts of a longer one become one with it.
   void join_parts() {
@@ -91,11 +103,11 @@ class Refinement {
 
   void move_to_nearer_lines() {
     reassign([this](std::size_t line, std::size_t member) {
-      const std::vector<std::size_t>& members = lines_[line];
+      const LineMembers& members = lines_[line];
       if (members.size() < kLongEnough) return line;
       const LinePoint& point = points_[members[member]];
-      double distance = distance_to(points_, members, point, member, kInfinity) - kMoveGain;
-      return nearer_neighbour(line, distance, [&](const LineMembers& other) {
+      const double distance = distance_to(points_, members, point, member, kInfinity);
+      return nearer_neighbour(line, distance - kMoveGain, [&](const LineMembers& other) {
         return distance_to(points_, other, point, other.size(), kMoveReach);
       });
     });
@@ -107,23 +119,19 @@ class Refinement {
   /// The line that `line` is a part of, as far as one look tells; itself when it stands alone.
   std::size_t longer_line(std::size_t line) const {
     const LineMembers& members = lines_[line];
-    const bool marks = members.size() <= kFewMarks;
+    if (members.size() < kLongEnough) return line;
     std::vector<double> distances(members.size());
-    return nearer_neighbour(
-        line, marks ? kMarkTolerance : kPartTolerance, [&](const LineMembers& other) {
-          const bool longer =
-              &other < &members ? other.size() >= members.size() : other.size() > members.size();
-          if (!longer) return kInfinity;
-          std::transform(members.begin(), members.end(), distances.begin(),
-                         [&](std::size_t member) {
-                           return distance_to(points_, other, points_[member], other.size(),
-                                              marks ? kMarkReach : kInfinity);
-                         });
-          const auto decisive =
-              marks ? distances.end() - 1 : distances.begin() + distances.size() / 2;
-          std::nth_element(distances.begin(), decisive, distances.end());
-          return *decisive;
-        });
+    return nearer_neighbour(line, kPartTolerance, [&](const LineMembers& other) {
+      const bool longer =
+          &other < &members ? other.size() >= members.size() : other.size() > members.size();
+      if (!longer) return kInfinity;
+      std::transform(members.begin(), members.end(), distances.begin(), [&](std::size_t member) {
+        return distance_to(points_, other, points_[member], other.size(), kInfinity);
+      });
+      const auto middle = distances.begin() + distances.size() / 2;
+      std::nth_element(distances.begin(), middle, distances.end());
+      return *middle;
+    });
   }
 
   /// The long enough line above or below `line` with the smallest `distance_of` under `limit`, or
@@ -177,11 +185,13 @@ std::vector<std::vector<std::size_t>> group_into_lines(
   std::vector<LinePoint> scaled;
   scaled.reserve(points.size());
   for (const auto& [x, y] : points) scaled.push_back({double{x} / height, double{y} / height});
-  const TurnedPoints turned = turn(scaled, estimate_slant(scaled));
+  TurnedPoints turned = turn(scaled, estimate_slant(scaled));
+  remove_bow(turned.points);
 
   Refinement refinement(turned.points, sweep_lines(turned.points));
+  refinement.take_in_marks();
   refinement.join_parts();
-  refinement.move_to_nearer_lines();
+  for (int i = 0; i < kMoves; ++i) refinement.move_to_nearer_lines();
 
   std::vector<std::vector<std::size_t>> lines = refinement.take();
   for (std::vector<std::size_t>& line : lines) {

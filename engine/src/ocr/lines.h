@@ -4,11 +4,12 @@
 // `sort_characters`.
 //
 // The steps, all lengths in nominal character heights:
-//   1. one slant for all points (`estimate_slant`), and the frame turned by it;
-//   2. a sweep along the reading direction, in which each point joins the line whose local course
-//      runs nearest, or begins a line (courses follow curved and uneven base lines);
-//   3. a look back: groups of one or two marks join the line they stand in, and points change to a
-//      neighbouring line whose course, now known on both sides, runs clearly nearer.
+//   1. the slant that all lines share is taken out, then what they share beyond it, such as the bow
+//      of a label on a bottle (slant.h);
+//   2. a sweep along the reading direction, in which each point joins the line that runs nearest or
+//      begins a new one (line_sweep.h);
+//   3. a look back: marks join the line they stand in, parts of a line become one, and points
+//      change to a line that, now known on both sides, runs nearer.
 // The cost is O(n log n) for any input.
 
 #include <cstddef>

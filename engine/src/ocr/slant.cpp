@@ -21,6 +21,11 @@ constexpr double kInnerDistance = 0.15;
 // What the widest slant must gain over none to be believed.
 constexpr double kSlantPenalty = 0.1;
 
+// Bow is told in cells of this width, each with its two neighbours, up to this many degrees.
+constexpr double kCellWidth = 4.0;
+constexpr double kMaxBow = 12.0;
+constexpr double kBowPenalty = 0.3;
+
 /// Points ordered by strip; `ends[i]` is one past the last point of strip i.
 struct Strips {
   std::vector<LinePoint> points;
@@ -56,10 +61,10 @@ double close_pairs(const double* begin, const double* end, double distance) {
   return pairs;
 }
 
+/// How strongly points lie on lines of a slant: the close pairs within each strip.
 class SlantScore {
  public:
-  explicit SlantScore(const std::vector<LinePoint>& points)
-      : strips_(cut_into_strips(points)), across_(points.size()) {}
+  explicit SlantScore(Strips strips) : strips_(std::move(strips)), across_(strips_.points.size()) {}
 
   double operator()(double degrees) {
     const double sine = std::sin(degrees * kDegree);
@@ -74,7 +79,7 @@ class SlantScore {
                close_pairs(&across_[begin], across_.data() + end, kInnerDistance);
       begin = end;
     }
-    return pairs * (1.0 - kSlantPenalty * std::fabs(degrees) / kMaxSlant);
+    return pairs;
   }
 
  private:
@@ -82,21 +87,19 @@ class SlantScore {
   std::vector<double> across_;
 };
 
-}  // namespace
-
-double estimate_slant(const std::vector<LinePoint>& points) {
-  if (points.size() < 2) return 0;
-  SlantScore score(points);
+/// The slant with the best score less `penalty` of it at the widest one, in whole degrees from
+/// -widest to widest, then in halves; the smaller one in doubt.
+double best_slant(SlantScore score, double widest, double penalty) {
   double best = 0;
   double best_score = score(0);
   const auto consider = [&](double degrees) {
-    const double candidate = score(degrees);
+    const double candidate = score(degrees) * (1.0 - penalty * std::fabs(degrees) / widest);
     if (candidate > best_score) {
       best = degrees;
       best_score = candidate;
     }
   };
-  for (double degrees = 1; degrees <= kMaxSlant; ++degrees) {
+  for (double degrees = 1; degrees <= widest; ++degrees) {
     consider(degrees);
     consider(-degrees);
   }
@@ -104,6 +107,76 @@ double estimate_slant(const std::vector<LinePoint>& points) {
   consider(coarse - 0.5);
   consider(coarse + 0.5);
   return best * kDegree;
+}
+
+/// Points of a range along the lines, as [begin, end) of a sorted list.
+struct Cell {
+  double position;  // its middle is at (position + 1/2) kCellWidth
+  std::size_t begin, end;
+  double slope = 0;  // of the lines against the common slant
+  double shift = 0;  // of the lines at its middle
+
+  double middle() const { return (position + 0.5) * kCellWidth; }
+  bool precedes(const Cell& next) const { return position + 1 == next.position; }
+};
+
+std::vector<Cell> cut_into_cells(const std::vector<LinePoint>& points) {
+  std::vector<Cell> cells;
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    const double position = std::floor(points[i].along / kCellWidth);
+    if (cells.empty() || cells.back().position != position) cells.push_back({position, i, i});
+    cells.back().end = i + 1;
+  }
+  return cells;
+}
+
+/// Slopes from each cell and its neighbours.
+void estimate_slopes(const std::vector<LinePoint>& points, std::vector<Cell>& cells) {
+  std::vector<double> slopes(cells.size());
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    const bool left = i > 0 && cells[i - 1].precedes(cells[i]);
+    const bool right = i + 1 < cells.size() && cells[i].precedes(cells[i + 1]);
+    const std::size_t begin = cells[i - left].begin;
+    const std::size_t end = cells[i + right].end;
+    Strips window{{points.begin() + begin, points.begin() + end}, {end - begin}};
+    slopes[i] = std::tan(best_slant(SlantScore(std::move(window)), kMaxBow, kBowPenalty));
+  }
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    const bool left = i > 0 && cells[i - 1].precedes(cells[i]);
+    const bool right = i + 1 < cells.size() && cells[i].precedes(cells[i + 1]);
+    cells[i].slope = (slopes[i - left] + 2 * slopes[i] + slopes[i + right]) / 4;
+  }
+}
+
+/// Shifts from slopes; across a gap the lines are taken to run on at the common slant.
+void add_up_slopes(std::vector<Cell>& cells) {
+  for (std::size_t i = 1; i < cells.size(); ++i) {
+    cells[i].shift = cells[i - 1].shift + 0.5 * kCellWidth * (cells[i - 1].slope + cells[i].slope);
+  }
+}
+
+}  // namespace
+
+double estimate_slant(const std::vector<LinePoint>& points) {
+  if (points.size() < 2) return 0;
+  return best_slant(SlantScore(cut_into_strips(points)), kMaxSlant, kSlantPenalty);
+}
+
+void remove_bow(std::vector<LinePoint>& points) {
+  std::vector<Cell> cells = cut_into_cells(points);
+  estimate_slopes(points, cells);
+  add_up_slopes(cells);
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    const Cell& cell = cells[i];
+    for (std::size_t p = cell.begin; p < cell.end; ++p) {
+      const double run = points[p].along - cell.middle();
+      const bool left = run < 0 && i > 0 && cells[i - 1].precedes(cell);
+      const bool right = run > 0 && i + 1 < cells.size() && cell.precedes(cells[i + 1]);
+      const double towards = cells[i - left + right].slope;
+      const double slope = cell.slope + std::fabs(run) / kCellWidth * (towards - cell.slope);
+      points[p].across -= cell.shift + 0.5 * run * (cell.slope + slope);
+    }
+  }
 }
 
 }  // namespace telvar::ocr

@@ -19,4 +19,8 @@ constexpr double kMaxSlant = 18.0;
 /// nothing speaks for another one. O(n log n).
 double estimate_slant(const std::vector<LinePoint>& points);
 
+/// Straightens what all lines have in common beyond one slant, such as the bow of a label on a
+/// bottle: shifts points, given in ascending `along`, across the reading direction. O(n log n).
+void remove_bow(std::vector<LinePoint>& points);
+
 }  // namespace telvar::ocr
