@@ -70,7 +70,11 @@ class SmartOCRWrapper::Impl {
       const telvar_msg::qv::ocr::TrainingResult& result);
 
  private:
-  /// The guarded engine run: the answer as the engine gave it.
+  /// The guarded engine run; the engine's answer is parsed into the empty `answer`.
+  void RunEngine(const std::shared_ptr<Types::Image>& image, const std::shared_ptr<Types::ROI>& roi,
+                 const Types::SmartOCR::Size& size, telvar_msg::qv::ocr::Result& answer);
+
+  /// The guarded engine run: the answer as the engine gave it, unconverted.
   telvar_msg::qv::ocr::Result ProcessInternal(const std::shared_ptr<Types::Image>& image,
                                               const std::shared_ptr<Types::ROI>& roi,
                                               const Types::SmartOCR::Size& size);
