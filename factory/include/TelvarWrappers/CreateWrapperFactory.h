@@ -13,7 +13,7 @@
 
 #include <memory>
 
-#include "TelvarTypes/IWrapperFactory.h"
+#include "TelvarTypes/TelvarTypes.h"
 
 #if defined(_WIN32)
 #if defined(TELVAR_WRAPPERS_BUILDING)

@@ -1,7 +1,8 @@
 #pragma once
 
 // The records of the character reader: its state, its sizes and its results. The records are plain
-// values that check nothing; distinct objects may be used from distinct threads.
+// values that check nothing; distinct objects may be used from distinct threads. Meanings given for
+// values are the embedded engine's.
 
 #include <string>
 
