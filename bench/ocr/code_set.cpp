@@ -1,0 +1,77 @@
+#include "code_set.h"
+
+#include <sys/resource.h>
+
+#include <chrono>
+#include <fstream>
+#include <limits>
+#include <locale>
+#include <opencv2/imgcodecs.hpp>
+#include <stdexcept>
+
+namespace telvar_bench {
+namespace {
+
+std::ifstream open_table(const std::string& path) {
+  std::ifstream stream(path);
+  if (!stream) throw std::runtime_error("cannot read " + path);
+  stream.imbue(std::locale::classic());
+  stream.ignore(std::numeric_limits<std::streamsize>::max(), '\n');  // heading
+  return stream;
+}
+
+std::ofstream create_table(const std::string& path, const char* heading) {
+  std::ofstream stream(path);
+  if (!stream) throw std::runtime_error("cannot write " + path);
+  stream.imbue(std::locale::classic());
+  stream << heading << '\n';
+  return stream;
+}
+
+double milliseconds(const timeval& time) {
+  return time.tv_sec * 1e3 + time.tv_usec / 1e3;
+}
+
+}  // namespace
+
+CodeSet load_code_set(const std::string& folder, std::size_t limit) {
+  CodeSet set;
+  open_table(folder + "/../nominal.tsv") >> set.nominal.width >> set.nominal.height;
+  std::ifstream table = open_table(folder + "/chars.tsv");
+  std::string file;
+  Character c;
+  while (table >> file >> c.category >> c.line >> c.x >> c.y >> c.width >> c.height) {
+    if (set.pictures.empty() || set.pictures.back().file != file) {
+      if (set.pictures.size() == limit) break;
+      set.pictures.push_back({file, cv::imread(folder + "/" + file, cv::IMREAD_GRAYSCALE), {}});
+      if (set.pictures.back().pixels.empty())
+        throw std::runtime_error("cannot read " + folder + "/" + file);
+    }
+    set.pictures.back().characters.push_back(c);
+  }
+  return set;
+}
+
+void write_readings(const std::string& stem, const std::vector<Reading>& readings) {
+  std::ofstream characters = create_table(stem + ".chars.tsv", "file\tline\tcategory\tx\ty");
+  std::ofstream costs = create_table(stem + ".cost.tsv", "file\twall_ms\tcpu_ms");
+  for (const Reading& reading : readings) {
+    for (const Character& c : reading.characters)
+      characters << reading.file << '\t' << c.line << '\t' << c.category << '\t' << c.x << '\t'
+                 << c.y << '\n';
+    costs << reading.file << '\t' << reading.wall_ms << '\t' << reading.cpu_ms << '\n';
+  }
+}
+
+double process_cpu_ms() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
+}
+
+double wall_ms() {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration<double, std::milli>(now).count();
+}
+
+}  // namespace telvar_bench

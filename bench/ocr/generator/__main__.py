@@ -1,0 +1,116 @@
+"""Writes training and test sets of one or all styles.
+
+python3 -m generator --frames DIR --out DIR [--style NAME] [--train 50] [--test 100] [--pages 5]
+                     [--seed 1]
+
+OUT/<style>/{train,test}/ receives NNN.png, chars.tsv (file, category, line, x, y, width, height:
+centre and box in pixels) and lines.tsv (file, line, text without spaces). The first n training
+pictures are the training set of n. OUT/pages/test/ receives large frames with several labels.
+"""
+
+import argparse
+import os
+
+import numpy as np
+from PIL import Image
+
+from . import backgrounds, camera, pages, styles, texts
+
+
+def make_picture(style, frames, rng):
+    """Returns 8-bit pixels and rows (category, line, x, y, width, height) in reading order."""
+    surface, glyphs = style.draw(rng, frames, texts.random_lines(rng))
+    flat_size = surface.shape[1], surface.shape[0]
+    size = flat_size[0] // styles.SCALE, flat_size[1] // styles.SCALE
+    view = camera.random_view(rng, flat_size, size, style.tilt_degrees)
+    image = camera.look(_reflect_border(surface), _shifted(view), size)
+    image = camera.illuminate(rng, image, style.light)
+    pixels = camera.expose(rng, image, style.blur, style.noise)
+    return pixels, [_row(glyph, view) for glyph in glyphs]
+
+
+_BORDER = 64
+
+
+def _reflect_border(surface):
+    """Keeps the corners of a turned picture on the surface."""
+    return np.pad(surface, _BORDER, mode="symmetric")
+
+
+def _shifted(view):
+    return np.array([[1, 0, _BORDER], [0, 1, _BORDER], [0, 0, 1]], float) @ view
+
+
+def _row(glyph, view):
+    corners = np.array([(glyph.x0, glyph.y0), (glyph.x1, glyph.y0),
+                        (glyph.x1, glyph.y1), (glyph.x0, glyph.y1)])
+    places = camera.to_picture(corners, view)
+    centre = camera.to_picture(corners.mean(0)[None], view)[0]
+    extent = np.ptp(places, axis=0)
+    return glyph.category, glyph.line, *centre, *extent
+
+
+def write_set(folder, pictures):
+    """`pictures` yields (8-bit pixels, rows)."""
+    os.makedirs(folder, exist_ok=True)
+    with open(f"{folder}/chars.tsv", "w") as chars, open(f"{folder}/lines.tsv", "w") as lines:
+        print("file\tcategory\tline\tx\ty\twidth\theight", file=chars)
+        print("file\tline\ttext", file=lines)
+        for index, (pixels, rows) in enumerate(pictures):
+            name = f"{index:03d}.png"
+            Image.fromarray(pixels).save(f"{folder}/{name}")
+            for category, line, *box in rows:
+                print(name, category, line, *(f"{v:.2f}" for v in box), sep="\t", file=chars)
+            for line in range(rows[-1][1] + 1):
+                text = "".join(row[0] for row in rows if row[1] == line)
+                print(name, line, text, sep="\t", file=lines)
+
+
+def write_nominal(folder, width, height):
+    with open(f"{folder}/nominal.tsv", "w") as nominal:
+        print(f"width\theight\n{width:g}\t{height:g}", file=nominal)
+
+
+def write_style(number, style, options):
+    for part, (split, count) in enumerate((("train", options.train), ("test", options.test))):
+        frames = backgrounds.Frames(options.frames, split)
+        generators = (np.random.default_rng([options.seed, number, part, index])
+                      for index in range(count))
+        write_set(f"{options.out}/{style.name}/{split}",
+                  (make_picture(style, frames, rng) for rng in generators))
+    write_nominal(f"{options.out}/{style.name}", *style.nominal)
+
+
+def write_pages(options):
+    style = styles.STYLES["label"]
+    frames = backgrounds.Frames(options.frames, "test")
+
+    def picture(index):
+        rng = np.random.default_rng([options.seed, len(styles.STYLES), index])
+        labels = [make_picture(style, frames, rng) for _ in range(12)]
+        return pages.make_page(rng, frames, labels, style.nominal[1])
+
+    write_set(f"{options.out}/pages/test", map(picture, range(options.pages)))
+    scale = pages.NOMINAL_HEIGHT / style.nominal[1]
+    write_nominal(f"{options.out}/pages", style.nominal[0] * scale, pages.NOMINAL_HEIGHT)
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="generator", description=__doc__.splitlines()[0])
+    parser.add_argument("--frames", required=True, help="folder ViSP-images of visp-images-data")
+    parser.add_argument("--out", required=True)
+    parser.add_argument("--style", choices=list(styles.STYLES))
+    parser.add_argument("--train", type=int, default=50)
+    parser.add_argument("--test", type=int, default=100)
+    parser.add_argument("--pages", type=int, default=5)
+    parser.add_argument("--seed", type=int, default=1)
+    options = parser.parse_args()
+    for number, style in enumerate(styles.STYLES.values()):
+        if options.style in (None, style.name):
+            write_style(number, style, options)
+    if options.pages:
+        write_pages(options)
+
+
+if __name__ == "__main__":
+    main()
