@@ -1,6 +1,8 @@
 // As slot_dump.cpp, for the engine access classes, whose slots substitutes are compiled against.
 
-#include "bridge/access.h"
+#include "bridge/TelvarAccess.h"
+#include "bridge/TelvarClassifierAccess.h"
+#include "bridge/TelvarSegmenterAccess.h"
 
 using namespace Orbalt::TelvarWrapper::Wrapper;
 

@@ -1,0 +1,164 @@
+// Images, regions and batches between host and engine.
+
+#include <cmath>
+#include <limits>
+
+#include "bridge/CommonDataset.h"
+#include "bridge/ImageConversion.h"
+#include "bridge/RegionConversion.h"
+#include "tools.h"
+
+namespace Orbalt::TelvarWrapper::Tests {
+namespace {
+
+using Wrapper::ConvertImage;
+using Wrapper::ConvertROI;
+using Wrapper::ConvertToEngineRegion;
+using Wrapper::ConvertToImageView;
+
+TEST(ImageConversion, CopiesTheHostsPixelsForTheEngine) {
+  std::shared_ptr<Types::Image> host = HostImage(1);
+  const telvar::types::Image image = ConvertImage(host);
+  EXPECT_NE(image.pixels.data(), host->pixels);
+  host.reset();
+  EXPECT_THAT(image.layout, testing::ElementsAre(4, 2, 6, 1, 8, 0));
+  EXPECT_THAT(image.pixels, testing::ElementsAre(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12));
+}
+
+TEST(ImageConversion, MakesAnEmptyEngineImageOfAnImageWithoutPixels) {
+  const auto host = std::make_shared<Types::Image>(Types::ImageLayout{4, 2, 6, 1, 8, 0}, nullptr);
+  const telvar::types::Image image = ConvertImage(host);
+  EXPECT_EQ(image.layout, telvar::types::ImageLayout{});
+  EXPECT_TRUE(image.pixels.empty());
+}
+
+TEST(ImageConversion, ViewsTheHostsPixelsWithoutACopy) {
+  const unsigned char pixel = 0;
+  // No value of the layout means anything to the conversion.
+  for (const unsigned char* pixels : {&pixel, static_cast<const unsigned char*>(nullptr)}) {
+    const auto host = std::make_shared<Types::Image>(
+        Types::ImageLayout{1, 0xFFFFFFFF, 0, 77, 3, 0x80000000}, pixels);
+    const telvar::types::ImageView view = ConvertToImageView(host);
+    EXPECT_THAT(view.layout, testing::ElementsAre(1, 0xFFFFFFFF, 0, 77, 3, 0x80000000));
+    EXPECT_EQ(view.pixels, pixels);
+  }
+}
+
+TEST(ImageConversion, MovesTheEnginesPixelsToTheHost) {
+  const unsigned char pixels[] = {5, 6, 7, 8};
+  telvar::types::Image image(2, 2, 2, 1, 8, 0, pixels);
+  const unsigned char* const buffer = image.pixels.data();
+  const std::shared_ptr<Types::ResultImage> result = ConvertImage(image);
+  EXPECT_EQ(result->layout, (Types::ImageLayout{2, 2, 2, 1, 8, 0}));
+  EXPECT_EQ(result->pixels.data(), buffer);
+  EXPECT_THAT(result->pixels, testing::ElementsAre(5, 6, 7, 8));
+  EXPECT_TRUE(image.pixels.empty());
+}
+
+struct RegionCase {
+  const char* name;
+  float x, y, angle, skew;
+  float m00, m01, m10, m11;  // literals, computed apart from the code
+};
+
+const float kNan = std::numeric_limits<float>::quiet_NaN();
+const float kInfinity = std::numeric_limits<float>::infinity();
+
+const RegionCase kRegions[] = {
+    {"unturned", 3, -4.5F, 0, 0, 1, -0.0F, 0, 1},
+    {"a quarter turn: first axis along +y", 0, 0, 1.57079637F, 0, -4.37113883e-08F, -1, 1,
+     -4.37113883e-08F},
+    {"turned by 30 degrees", 1, 2, 0.52359879F, 0, 0.866025388F, -0.5F, 0.5F, 0.866025388F},
+    {"skewed by 30 degrees", 1, 2, 0, 0.52359879F, 1, -0.5F, 0, 0.866025388F},
+    {"turned and skewed", 1, 2, 0.25F, 0.5F, 0.968912423F, -0.681638777F, 0.247403964F,
+     0.731688857F},
+    {"turned back by its skew", 1, 2, 0.5F, -0.5F, 0.87758255F, -0.0F, 0.47942555F, 1},
+    {"no number", kNan, 1, kNan, 0, kNan, kNan, kNan, kNan},
+    {"infinite", kInfinity, -kInfinity, 0, kInfinity, 1, kNan, 0, kNan},
+};
+
+/// Equal as a host sees it: the sign of zero counts, one NaN is like another; one unit in the last
+/// place is left to the C library's sine and cosine.
+testing::AssertionResult Same(float value, float expected) {
+  if (std::isnan(value) && std::isnan(expected)) return testing::AssertionSuccess();
+  if (std::signbit(value) == std::signbit(expected) &&
+      (value == expected || std::nextafter(value, expected) == expected)) {
+    return testing::AssertionSuccess();
+  }
+  return testing::AssertionFailure() << value << " instead of " << expected;
+}
+
+bool SameBits(float a, float b) {
+  return (std::isnan(a) && std::isnan(b)) || (a == b && std::signbit(a) == std::signbit(b));
+}
+
+TEST(RegionConversion, GivesTheMatrixAndTheSizeForProcessing) {
+  for (const RegionCase& c : kRegions) {
+    SCOPED_TRACE(c.name);
+    const auto roi = std::make_shared<Types::ROI>(c.x, c.y, c.angle, c.skew, 7U, 0xFFFFFFFFU);
+    const auto [t, size] = ConvertToEngineRegion(roi);
+    EXPECT_TRUE(Same(t.a, c.m00));
+    EXPECT_TRUE(Same(t.b, c.m01));
+    EXPECT_TRUE(SameBits(t.c, c.x));
+    EXPECT_TRUE(Same(t.d, c.m10));
+    EXPECT_TRUE(Same(t.e, c.m11));
+    EXPECT_TRUE(SameBits(t.f, c.y));
+    EXPECT_EQ(size.width, 7U);
+    EXPECT_EQ(size.height, 0xFFFFFFFFU);
+  }
+}
+
+TEST(RegionConversion, PutsTheSameNumbersIntoTheMessage) {
+  for (const RegionCase& c : kRegions) {
+    SCOPED_TRACE(c.name);
+    const auto roi = std::make_shared<Types::ROI>(c.x, c.y, c.angle, c.skew, 7U, 0xFFFFFFFFU);
+    const auto [t, size] = ConvertToEngineRegion(roi);
+    telvar_msg::types::RegionOfInterest message;
+    ASSERT_TRUE(message.ParseFromString(ConvertROI(roi).SerializeAsString()));
+    const auto& matrix = message.affine_transform();
+    EXPECT_TRUE(SameBits(matrix.m00(), t.a));
+    EXPECT_TRUE(SameBits(matrix.m01(), t.b));
+    EXPECT_TRUE(SameBits(matrix.tx(), t.c));
+    EXPECT_TRUE(SameBits(matrix.m10(), t.d));
+    EXPECT_TRUE(SameBits(matrix.m11(), t.e));
+    EXPECT_TRUE(SameBits(matrix.ty(), t.f));
+    EXPECT_EQ(message.width(), size.width);
+    EXPECT_EQ(message.height(), size.height);
+  }
+}
+
+TEST(RegionConversion, TakesTheWholeImageWithoutARegion) {
+  const auto [t, size] = ConvertToEngineRegion(nullptr);
+  EXPECT_THAT((std::vector<float>{t.a, t.b, t.c, t.d, t.e, t.f}),
+              testing::ElementsAre(1, 0, 0, 0, 1, 0));
+  EXPECT_EQ(size.width + size.height, 0U);
+}
+
+TEST(CommonDataset, IsEmptyForAnEmptyBatch) {
+  EXPECT_EQ(Wrapper::ConvertCommonDataset({}).SerializeAsString(), "");
+}
+
+TEST(CommonDataset, KeepsKeysAndImageIdentifiersApart) {
+  Types::CommonDataSet batch;
+  batch.samples["first"].imageId = "image";
+  batch.samples["second"].imageId = "image";
+  batch.samples[""].imageId = "";
+  batch.samples[OddBytes()].imageId = OddBytes();
+  telvar_msg::common::Dataset message;
+  ASSERT_TRUE(message.ParseFromString(Wrapper::ConvertCommonDataset(batch).SerializeAsString()));
+  ASSERT_EQ(message.samples_size(), 4);
+  for (const auto& [key, sample] : batch.samples) {
+    EXPECT_EQ(message.samples().at(key).image_id(), sample.imageId);
+  }
+}
+
+TEST(CommonDataset, KeepsTheLaterSampleOfOneKey) {
+  telvar_msg::common::Dataset message;
+  Wrapper::AddCommonSample(message, {"key", Types::CommonSample("first")});
+  Wrapper::AddCommonSample(message, {"key", Types::CommonSample("second")});
+  ASSERT_EQ(message.samples_size(), 1);
+  EXPECT_EQ(message.samples().at("key").image_id(), "second");
+}
+
+}  // namespace
+}  // namespace Orbalt::TelvarWrapper::Tests
