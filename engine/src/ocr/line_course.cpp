@@ -11,7 +11,7 @@ double course_of(const std::vector<LinePoint>& points, const LineMembers& line, 
   const std::size_t count = std::min(wanted, line.size());
   const std::size_t centred = nearest > count / 2 ? nearest - count / 2 : 0;
   const std::size_t begin = std::min(centred, line.size() - count);
-  std::array<double, kCoursePoints + 1> across;
+  std::array<double, kCoursePoints + 1> across{};
   std::size_t known = 0;
   for (std::size_t i = begin; i < begin + count; ++i) {
     if (i != skip) across[known++] = points[line[i]].across;
