@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a task needs, if they are missing.
 #
-#   scripts/install-packages.sh build|test|demo|windows [...]
+#   scripts/install-packages.sh build|test|demo|bench|windows [...]
 set -euo pipefail
 
 build=(g++ cmake ninja-build ccache pkg-config git ca-certificates
@@ -11,6 +11,9 @@ test=(libgtest-dev libgmock-dev libbenchmark-dev python3 clang-14 clang-format-1
       locales chromium abigail-tools lintian dpkg-dev file)
 windows=(g++-mingw-w64-x86-64-posix wine64 wine googletest llvm-14 clang-14 dpkg-dev)
 demo=(dataset-fashion-mnist jbigkit-bin)
+bench=(tesseract-ocr libtesseract-dev libleptonica-dev jbigkit-bin jbigkit-testdata fonts-ocr-a fonts-ocr-b
+       fonts-dejavu-core fonts-liberation visp-images-data dataset-fashion-mnist libbenchmark-dev
+       python3 python3-numpy python3-pil python3-scipy)
 
 wanted=()
 for task in "$@"; do
@@ -18,6 +21,7 @@ for task in "$@"; do
     build) wanted+=("${build[@]}") ;;
     test) wanted+=("${build[@]}" "${test[@]}") ;;
     windows) wanted+=("${build[@]}" "${windows[@]}") ;;
+    bench) wanted+=("${build[@]}" "${bench[@]}") ;;
     demo) wanted+=("${build[@]}" "${demo[@]}") ;;
     *) echo "install-packages: unknown task '$task'" >&2; exit 2 ;;
   esac

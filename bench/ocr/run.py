@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Prints the tables of the character reader and its peers; README.md describes them.
 
-run.py --programs DIR --work DIR --frames DIR [--train 20 [5 50 ...]] [--style NAME ...]
+run.py --programs DIR --work DIR [--train 20 [5 50 ...]] [--style NAME ...]
        [--only codes|letter|speed] [--json FILE]
 """
 
@@ -15,6 +15,7 @@ import letter
 import score
 from generator import styles, texts
 
+FRAMES = "/usr/share/visp-images-data/ViSP-images"
 TRIAL_PICTURES = 20
 PAGE_VARIANTS = [(mode, source) for mode in ("3", "6", "11")
                  for source in ("raw", "double", "normal", "binary")]
@@ -186,7 +187,7 @@ def parse():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--programs", required=True, help="folder of the built programs")
     parser.add_argument("--work", required=True, help="folder for data, readings and artifacts")
-    parser.add_argument("--frames", required=True, help="folder ViSP-images of visp-images-data")
+    parser.add_argument("--frames", default=FRAMES, help="folder ViSP-images of visp-images-data")
     parser.add_argument("--train", type=int, nargs="+", default=[20], help="training images")
     parser.add_argument("--style", nargs="+", default=list(styles.STYLES),
                         choices=list(styles.STYLES))

@@ -3,6 +3,7 @@
 python3 -m generator --frames DIR --out DIR [--style NAME] [--train 50] [--test 100] [--pages 5]
                      [--seed 1]
 
+DIR after --frames is /usr/share/visp-images-data/ViSP-images of Debian's visp-images-data.
 OUT/<style>/{train,test}/ receives NNN.png, chars.tsv (file, category, line, x, y, width, height:
 centre and box in pixels) and lines.tsv (file, line, text without spaces). The first n training
 pictures are the training set of n. OUT/pages/test/ receives large frames with several labels.
