@@ -11,9 +11,9 @@ using Types::ImageLoader;
 using EngineImageLoader = telvar::types::ImageLoader;
 using ResultImageWriter = telvar::types::ResultImageWriter;
 
-/// A loader for the engine over its own copy of the host's `loader`. Each call asks the host,
+/// A loader for the engine that holds the host's `loader`. Each call asks the host,
 /// copies the pixels and releases the host's image. An empty `loader` throws
 /// std::bad_function_call when the engine calls it.
-EngineImageLoader AdaptImageLoader(const ImageLoader& loader);
+EngineImageLoader AdaptImageLoader(ImageLoader loader);
 
 }  // namespace Orbalt::TelvarWrapper::Wrapper
