@@ -6,7 +6,8 @@ python3 -m generator --frames DIR --out DIR [--style NAME] [--train 50] [--test 
 DIR after --frames is /usr/share/visp-images-data/ViSP-images of Debian's visp-images-data.
 OUT/<style>/{train,test}/ receives NNN.png, chars.tsv (file, category, line, x, y, width, height:
 centre and box in pixels) and lines.tsv (file, line, text without spaces). The first n training
-pictures are the training set of n. OUT/pages/test/ receives large frames with several labels.
+pictures are the training set of n. OUT/pages/{scattered,full}/ receive frames of
+1280 x 1024.
 """
 
 import argparse
@@ -18,9 +19,9 @@ from PIL import Image
 from . import backgrounds, camera, pages, styles, texts
 
 
-def make_picture(style, frames, rng):
+def make_picture(style, frames, rng, lines=None):
     """Returns 8-bit pixels and rows (category, line, x, y, width, height) in reading order."""
-    surface, glyphs = style.draw(rng, frames, texts.random_lines(rng))
+    surface, glyphs = style.draw(rng, frames, lines or texts.random_lines(rng))
     flat_size = surface.shape[1], surface.shape[0]
     size = flat_size[0] // styles.SCALE, flat_size[1] // styles.SCALE
     view = camera.random_view(rng, flat_size, size, style.tilt_degrees)
@@ -86,12 +87,21 @@ def write_pages(options):
     style = styles.STYLES["label"]
     frames = backgrounds.Frames(options.frames, "test")
 
-    def picture(index):
-        rng = np.random.default_rng([options.seed, len(styles.STYLES), index])
-        labels = [make_picture(style, frames, rng) for _ in range(12)]
-        return pages.make_page(rng, frames, labels, style.nominal[1])
+    def rng_of(index):
+        return np.random.default_rng([options.seed, len(styles.STYLES), index])
 
-    write_set(f"{options.out}/pages/test", map(picture, range(options.pages)))
+    def scattered(index):
+        rng = rng_of(index)
+        labels = [make_picture(style, frames, rng) for _ in range(12)]
+        return pages.scatter(rng, frames, labels, style.nominal[1])
+
+    def full(index):
+        rng = rng_of(1000 + index)
+        lines = [" ".join(texts.random_lines(rng)[0] for _ in range(4)) for _ in range(18)]
+        return pages.fill(rng, frames, make_picture(style, frames, rng, lines), style.nominal[1])
+
+    write_set(f"{options.out}/pages/scattered", map(scattered, range(options.pages)))
+    write_set(f"{options.out}/pages/full", map(full, range(options.pages)))
     scale = pages.NOMINAL_HEIGHT / style.nominal[1]
     write_nominal(f"{options.out}/pages", style.nominal[0] * scale, pages.NOMINAL_HEIGHT)
 
