@@ -1,0 +1,43 @@
+#!/bin/sh
+# Branch coverage of the wrapper by its own suites, over the scripted engine.
+#
+#   scripts/coverage.sh [BUILD_FOLDER]      (default: build/coverage)
+#
+# Prints a summary per file and lists every branch that no test takes. Branches that the compiler
+# makes for exceptions are left out. Needs gcovr, beside what a build of the tests needs.
+set -eu
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+build=${1:-$root/build/coverage}
+
+mkdir -p "$build"
+cmake -G Ninja -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Debug -DTELVAR_ENGINE=scripted \
+  -DTELVAR_COVERAGE=ON -DTELVAR_BUILD_HOST=OFF -DTELVAR_INSTALL=OFF >"$build/configure.log" 2>&1 ||
+  { cat "$build/configure.log"; exit 1; }
+cmake --build "$build" --target wrapper_unit_tests wrapper_contract_tests
+find "$build" -name '*.gcda' -delete
+"$build/bin/wrapper_unit_tests" --gtest_brief=1
+"$build/bin/wrapper_contract_tests" --gtest_brief=1
+
+report() {
+  gcovr --root "$root" "$build" --exclude-throw-branches --exclude-unreachable-branches \
+    --filter "$root/bridge/" --filter "$root/ocr/" --filter "$root/classifier/" \
+    --filter "$root/segmenter/" --filter "$root/factory/" "$@"
+}
+report --branches
+report --json "$build/coverage.json" >/dev/null
+
+echo
+echo "Branches that no test takes:"
+python3 - "$build/coverage.json" <<'PYTHON'
+import json, sys
+missed = 0
+for file in json.load(open(sys.argv[1]))["files"]:
+    for line in file["lines"]:
+        branches = [b for b in line["branches"] if not b["throw"]]
+        untaken = sum(b["count"] == 0 for b in branches)
+        if untaken:
+            missed += untaken
+            print(f"  {file['file']}:{line['line_number']}: {untaken} of {len(branches)}")
+print("  none" if not missed else f"  {missed} in all")
+PYTHON
