@@ -1,0 +1,65 @@
+#include "ocr/assessment.h"
+
+#include <cmath>
+
+namespace telvar::ocr {
+namespace {
+
+constexpr float kRatio = static_cast<float>(kPreparedCharacter) / kReadingCharacter;
+/// A character without a label is certain from this strength and best score on.
+constexpr float kCertain = 0.6f;
+
+/// Reading pixels to prepared pixels.
+float prepared(float reading) { return (reading + 0.5f) * kRatio - 0.5f; }
+
+/// Index of the nearest character within kFoundRadius, or -1.
+int nearest(const std::vector<FoundCharacter>& found, const PreparedLabel& label) {
+  int best = -1;
+  float least = kFoundRadius * kPreparedCharacter;
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    const float distance =
+        std::hypot(prepared(found[i].x) - label.x, prepared(found[i].y) - label.y);
+    if (distance < least) {
+      least = distance;
+      best = static_cast<int>(i);
+    }
+  }
+  return best;
+}
+
+bool is_labelled(const PreparedSample& sample, float x, float y) {
+  for (const PreparedLabel& label : sample.labels) {
+    if (std::hypot(x - label.x, y - label.y) < kFoundRadius * kPreparedCharacter) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+Assessment assess(const ReadingNet& net, const Spacing& spacing, const PreparedSample& sample,
+                  core::WorkerPool& pool) {
+  const auto found = decode(net.votes(source_of(sample), pool), spacing);
+  Assessment assessment;
+  for (const PreparedLabel& label : sample.labels) {
+    const int i = nearest(found, label);
+    if (i < 0) {
+      assessment.confidences.push_back(0);
+      continue;
+    }
+    const FoundCharacter& character = found[static_cast<std::size_t>(i)];
+    assessment.confidences.push_back(character.strength *
+                                     character.scores[static_cast<std::size_t>(label.category)]);
+    assessment.right += character.best() == label.category;
+  }
+  for (const FoundCharacter& character : found) {
+    const int best = character.best();
+    const float x = prepared(character.x), y = prepared(character.y);
+    if (character.strength >= kCertain &&
+        character.scores[static_cast<std::size_t>(best)] >= kCertain && !is_labelled(sample, x, y)) {
+      assessment.unlabelled.push_back({best, x, y});
+    }
+  }
+  return assessment;
+}
+
+}  // namespace telvar::ocr

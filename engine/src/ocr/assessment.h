@@ -1,0 +1,27 @@
+#pragma once
+
+// Compares what a network reads with the labels.
+
+#include <vector>
+
+#include "ocr/reading.h"
+
+namespace telvar::ocr {
+
+/// A label counts as found when a character is read within this distance, in characters.
+constexpr float kFoundRadius = 0.42f;
+
+/// What was made of one sample.
+struct Assessment {
+  /// Per label: strength times the labelled category's score of the character read there; 0 when
+  /// none is.
+  std::vector<float> confidences;
+  int right = 0;  // labels whose place was read, as the labelled category
+  /// Characters read with certainty where there is no label; in prepared pixels.
+  std::vector<PreparedLabel> unlabelled;
+};
+
+Assessment assess(const ReadingNet& net, const Spacing& spacing, const PreparedSample& sample,
+                  core::WorkerPool& pool);
+
+}  // namespace telvar::ocr

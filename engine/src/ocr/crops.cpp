@@ -1,0 +1,251 @@
+#include "ocr/crops.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "ocr/contrast.h"
+
+namespace telvar::ocr {
+namespace {
+
+constexpr int kMargin = kContrastReach;
+constexpr int kRasterWidth = kCropWidth + 2 * kMargin;
+constexpr int kRasterHeight = kCropHeight + 2 * kMargin;
+constexpr float kPi = 3.14159265f;
+
+/// Prepared pixels (x, y) = matrix * (raster pixels) + shift, and the way back.
+struct Mapping {
+  float a, b, c, d;      // to prepared pixels
+  float shift_x, shift_y;
+  void to_prepared(float x, float y, float& px, float& py) const {
+    px = a * x + b * y + shift_x;
+    py = c * x + d * y + shift_y;
+  }
+  void to_raster(float px, float py, float& x, float& y) const {
+    const float det = a * d - b * c;
+    px -= shift_x;
+    py -= shift_y;
+    x = (d * px - b * py) / det;
+    y = (a * py - c * px) / det;
+  }
+};
+
+float clamped_normal(core::Random& random, float deviation, float limit) {
+  return std::clamp(random.normal() * deviation, -limit, limit);
+}
+
+/// Mostly the size and direction of the training images, at times up to the limits that the reader
+/// is to stand: 0.7 to 1.4 of the nominal size, turned by 15 degrees.
+Mapping draw_mapping(core::Random& random, float aspect, float x, float y) {
+  const bool far = random.chance(0.25f);
+  const float turn = (far ? random.uniform(-15, 15) : clamped_normal(random, 2.5f, 8)) * kPi / 180;
+  const float shear = std::tan(clamped_normal(random, 3, 10) * kPi / 180);
+  const float scale =
+      std::exp(far ? random.uniform(-0.36f, 0.36f) : clamped_normal(random, 0.08f, 0.25f));
+  const float stretch = std::exp(clamped_normal(random, 0.05f, 0.15f));
+  // Characters to region-like axes, where a turn is a turn, and back.
+  const float cosine = std::cos(turn), sine = std::sin(turn);
+  const float unit = static_cast<float>(kPreparedCharacter) / kReadingCharacter / scale;
+  Mapping mapping{};
+  mapping.a = unit * stretch * cosine;
+  mapping.b = unit * stretch * (-sine * aspect + shear * aspect * cosine);
+  mapping.c = unit / stretch * sine / aspect;
+  mapping.d = unit / stretch * (cosine + shear * sine);
+  const float to_x = kRasterWidth / 2.0f + random.uniform(-0.3f, 0.3f) * kCropWidth;
+  const float to_y = kRasterHeight / 2.0f + random.uniform(-0.3f, 0.3f) * kCropHeight;
+  mapping.shift_x = x - (mapping.a * to_x + mapping.b * to_y);
+  mapping.shift_y = y - (mapping.c * to_x + mapping.d * to_y);
+  return mapping;
+}
+
+/// A smooth random field over the raster, values of unit deviation at knots kSpacing apart.
+class SmoothField {
+ public:
+  explicit SmoothField(core::Random& random) {
+    for (float& value : knots_) value = random.normal();
+  }
+  float at(float x, float y) const {
+    const int column = std::clamp(static_cast<int>(x / kSpacing), 0, kColumns - 2);
+    const int row = std::clamp(static_cast<int>(y / kSpacing), 0, kRows - 2);
+    const float u = eased(x / kSpacing - static_cast<float>(column));
+    const float v = eased(y / kSpacing - static_cast<float>(row));
+    const float* knot = knots_.data() + row * kColumns + column;
+    const float top = knot[0] + (knot[1] - knot[0]) * u;
+    const float bottom = knot[kColumns] + (knot[kColumns + 1] - knot[kColumns]) * u;
+    return top + (bottom - top) * v;
+  }
+
+ private:
+  static constexpr int kSpacing = 36;
+  static constexpr int kColumns = kRasterWidth / kSpacing + 2;
+  static constexpr int kRows = kRasterHeight / kSpacing + 2;
+  static float eased(float t) { return t * t * (3 - 2 * t); }
+  std::array<float, kColumns * kRows> knots_;
+};
+
+float bilinear(const PreparedSample& sample, float x, float y) {
+  x = std::clamp(x, 0.0f, static_cast<float>(sample.width - 1));
+  y = std::clamp(y, 0.0f, static_cast<float>(sample.height - 1));
+  const int left = static_cast<int>(x), top = static_cast<int>(y);
+  const int right = std::min(left + 1, sample.width - 1);
+  const std::uint8_t* upper = sample.pixels.data() + static_cast<std::size_t>(top) * sample.width;
+  const std::uint8_t* lower = top + 1 < sample.height ? upper + sample.width : upper;
+  const float u = x - static_cast<float>(left), v = y - static_cast<float>(top);
+  const float a = upper[left] + (upper[right] - upper[left]) * u;
+  const float b = lower[left] + (lower[right] - lower[left]) * u;
+  return (a + (b - a) * v) / 255;
+}
+
+/// Elastic displacement, in raster pixels.
+struct Elastic {
+  explicit Elastic(core::Random& random) : x(random), y(random), amount(random.uniform(0, 1.2f)) {}
+  SmoothField x, y;
+  float amount;
+};
+
+/// Every raster pixel is the mean of 2 x 2 positions, as prepared pixels are finer.
+void render(const PreparedSample& sample, const Mapping& mapping, const Elastic& elastic,
+            core::Raster& out) {
+  for (int y = 0; y < out.height; ++y) {
+    for (int x = 0; x < out.width; ++x) {
+      const float fx = static_cast<float>(x), fy = static_cast<float>(y);
+      const float ex = fx + elastic.amount * elastic.x.at(fx, fy);
+      const float ey = fy + elastic.amount * elastic.y.at(fx, fy);
+      float sum = 0;
+      for (const float dy : {-0.25f, 0.25f}) {
+        for (const float dx : {-0.25f, 0.25f}) {
+          float px, py;
+          mapping.to_prepared(ex + dx, ey + dy, px, py);
+          sum += bilinear(sample, px, py);
+        }
+      }
+      out.at(0, y, x) = sum / 4;
+    }
+  }
+}
+
+void blur_rows(const core::Raster& in, core::Raster& out, float side, float centre) {
+  for (int y = 0; y < in.height; ++y) {
+    for (int x = 0; x < in.width; ++x) {
+      out.at(0, y, x) = centre * in.at(0, y, x) + side * (in.at(0, y, std::max(x - 1, 0)) +
+                                                          in.at(0, y, std::min(x + 1, in.width - 1)));
+    }
+  }
+}
+
+void blur_columns(const core::Raster& in, core::Raster& out, float side, float centre) {
+  for (int y = 0; y < in.height; ++y) {
+    for (int x = 0; x < in.width; ++x) {
+      out.at(0, y, x) =
+          centre * in.at(0, y, x) +
+          side * (in.at(0, std::max(y - 1, 0), x) + in.at(0, std::min(y + 1, in.height - 1), x));
+    }
+  }
+}
+
+float deviation(const core::Raster& raster) {
+  double sum = 0, square = 0;
+  for (const float value : raster.values) {
+    sum += value;
+    square += double{value} * value;
+  }
+  const double count = static_cast<double>(raster.values.size());
+  return static_cast<float>(std::sqrt(std::max(0.0, square / count - sum * sum / count / count)));
+}
+
+/// Focus, uneven light and sensor noise.
+void disturb(core::Raster& raster, core::Random& random) {
+  if (random.chance(0.4f)) {
+    const float side = random.uniform(0.05f, 0.28f);
+    core::Raster other(raster.width, raster.height, 1);
+    blur_rows(raster, other, side, 1 - 2 * side);
+    blur_columns(other, raster, side, 1 - 2 * side);
+  }
+  const SmoothField light(random);
+  const float uneven = random.chance(0.5f) ? random.uniform(0, 0.25f) : 0;
+  const float noise = random.chance(0.5f) ? random.uniform(0, 0.3f) * deviation(raster) : 0;
+  for (int y = 0; y < raster.height; ++y) {
+    for (int x = 0; x < raster.width; ++x) {
+      float& value = raster.at(0, y, x);
+      if (uneven > 0) {
+        value *= 1 + uneven * light.at(static_cast<float>(x), static_cast<float>(y));
+      }
+      if (noise > 0) value += noise * random.normal();
+    }
+  }
+}
+
+core::Raster without_margin(const core::Raster& raster, float gain) {
+  core::Raster inner(kCropWidth, kCropHeight, 1);
+  for (int y = 0; y < kCropHeight; ++y) {
+    for (int x = 0; x < kCropWidth; ++x) {
+      inner.at(0, y, x) = gain * raster.at(0, y + kMargin, x + kMargin);
+    }
+  }
+  return inner;
+}
+
+/// Labels near the crop, in crop pixels.
+std::vector<PreparedLabel> carried(const std::vector<PreparedLabel>& labels, const Mapping& mapping,
+                                   const Elastic& elastic) {
+  std::vector<PreparedLabel> result;
+  for (PreparedLabel label : labels) {
+    float x, y;
+    mapping.to_raster(label.x, label.y, x, y);
+    if (x < 0 || y < 0 || x >= kRasterWidth || y >= kRasterHeight) continue;
+    label.x = x - elastic.amount * elastic.x.at(x, y) - kMargin;
+    label.y = y - elastic.amount * elastic.y.at(x, y) - kMargin;
+    result.push_back(label);
+  }
+  return result;
+}
+
+}  // namespace
+
+CropSource::CropSource(std::vector<const PreparedSample*> samples) : samples_(std::move(samples)) {
+  std::vector<double> counts;
+  for (const PreparedSample* sample : samples_) {
+    for (const PreparedLabel& label : sample->labels) {
+      const auto category = static_cast<std::size_t>(label.category);
+      if (category >= counts.size()) counts.resize(category + 1);
+      counts[category] += 1;
+    }
+  }
+  double sum = 0;
+  for (const PreparedSample* sample : samples_) {
+    for (const PreparedLabel& label : sample->labels) {
+      places_.push_back({sample, label.x, label.y});
+      cumulated_.push_back(sum += 1 / std::sqrt(counts[static_cast<std::size_t>(label.category)]));
+    }
+  }
+}
+
+CropSource::Place CropSource::choose(core::Random& random) const {
+  const double at = random.uniform() * cumulated_.back();
+  const auto found = std::upper_bound(cumulated_.begin(), cumulated_.end() - 1, at);
+  const Place& place = places_[static_cast<std::size_t>(found - cumulated_.begin())];
+  if (!random.chance(0.15f)) return place;
+  const PreparedSample& sample = *samples_[static_cast<std::size_t>(
+      random.below(static_cast<int>(samples_.size())))];
+  return {&sample, random.uniform(0, static_cast<float>(sample.width)),
+          random.uniform(0, static_cast<float>(sample.height))};
+}
+
+Crop CropSource::draw(core::Random& random) const {
+  const Place place = choose(random);
+  const PreparedSample& sample = *place.sample;
+  const Mapping mapping = draw_mapping(random, sample.aspect, place.x, place.y);
+  const Elastic elastic(random);
+  core::Raster raster(kRasterWidth, kRasterHeight, 1);
+  render(sample, mapping, elastic, raster);
+  disturb(raster, random);
+  normalise_contrast(raster);
+  Crop crop;
+  crop.pixels = without_margin(raster, std::exp(clamped_normal(random, 0.15f, 0.4f)));
+  crop.labels = carried(sample.labels, mapping, elastic);
+  crop.unlabelled = carried(sample.unlabelled, mapping, elastic);
+  return crop;
+}
+
+}  // namespace telvar::ocr

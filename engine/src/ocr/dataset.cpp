@@ -1,0 +1,159 @@
+#include "ocr/dataset.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <set>
+
+#include "core/train_cache_store.h"
+#include "ocr/reader_limits.h"
+#include "telvar/exceptions.h"
+#include "telvar_msg/ocr_training.pb.h"
+
+namespace telvar::ocr {
+namespace {
+
+namespace msg = telvar_msg::qv::ocr;
+
+std::string place_of(const std::string& key, std::size_t label) {
+  return "sample '" + key + "', label " + std::to_string(label);
+}
+
+DatasetSample convert(const std::string& key, const msg::Sample& message) {
+  DatasetSample sample;
+  sample.key = key;
+  sample.image_id = message.has_image_id() ? message.image_id() : key;
+  if (message.has_region_of_interest()) {
+    const auto& region = message.region_of_interest();
+    const auto& t = region.affine_transform();
+    sample.has_region = true;
+    sample.transform = {t.m00(), t.m01(), t.tx(), t.m10(), t.m11(), t.ty()};
+    sample.region_size = {region.width(), region.height()};
+  }
+  for (const msg::CharacterLabel& label : message.characters()) {
+    sample.labels.push_back({label.category_id(), label.first_value(), label.second_value()});
+  }
+  return sample;
+}
+
+void check_labels(const DatasetSample& sample, const std::set<std::string>& listed) {
+  for (std::size_t i = 0; i < sample.labels.size(); ++i) {
+    const RegionLabel& label = sample.labels[i];
+    if (label.category.empty()) {
+      throw types::invalid_label(place_of(sample.key, i) + ": no category");
+    }
+    if (!std::isfinite(label.x) || !std::isfinite(label.y)) {
+      throw types::invalid_label(place_of(sample.key, i) + ": the position is not finite");
+    }
+    if (listed.count(label.category) == 0) {
+      throw types::invalid_dataset(place_of(sample.key, i) + ": category '" + label.category +
+                                   "' is not among the data set's categories");
+    }
+  }
+}
+
+void check_categories(const std::set<std::string>& categories) {
+  if (categories.size() > static_cast<std::size_t>(kMaxCategories)) {
+    throw types::invalid_dataset("the data set has " + std::to_string(categories.size()) +
+                                 " categories, at most " + std::to_string(kMaxCategories) +
+                                 " are possible");
+  }
+  for (const std::string& category : categories) {
+    if (category.size() > static_cast<std::size_t>(kMaxCategoryBytes)) {
+      throw types::invalid_dataset("category '" + category.substr(0, 32) + "...' is longer than " +
+                                   std::to_string(kMaxCategoryBytes) + " bytes");
+    }
+  }
+}
+
+std::uint64_t key_digest(const types::ImageView& image, const core::Region& region,
+                         const NominalSize& size) {
+  constexpr std::uint32_t kPreparation = 1;  // raise when `prepare` changes what it makes
+  core::ByteWriter writer;
+  writer.u32(kPreparation);
+  writer.u64(core::digest_of(image));
+  const auto& t = region.transform;
+  for (const float value : {t.a, t.b, t.c, t.d, t.e, t.f, size.width, size.height}) {
+    writer.f32(value);
+  }
+  writer.u32(static_cast<std::uint32_t>(region.width));
+  writer.u32(static_cast<std::uint32_t>(region.height));
+  return core::checksum(writer.bytes());
+}
+
+/// The pixels, from the cache where they are known.
+PreparedSample prepared(const types::ImageView& view, const core::Region& region,
+                        const NominalSize& size, const std::string& image_id,
+                        const std::string& subject, core::CacheSession& cache) {
+  const core::CacheKey key{image_id, key_digest(view, region, size)};
+  if (const auto blob = cache.find(key)) {
+    core::ByteReader reader(*blob);
+    return read_sample(reader, 1);
+  }
+  PreparedSample sample = prepare(view, region, size, subject);
+  core::ByteWriter writer;
+  write_sample(writer, sample);
+  cache.put(key, writer.take());
+  return sample;
+}
+
+void add_labels(const DatasetSample& sample, const core::Region& region,
+                const std::vector<std::string>& categories, PreparedSample& to) {
+  const double scale_x = static_cast<double>(to.width) / region.width;
+  const double scale_y = static_cast<double>(to.height) / region.height;
+  for (std::size_t i = 0; i < sample.labels.size(); ++i) {
+    const RegionLabel& label = sample.labels[i];
+    if (label.x < -0.5f || label.y < -0.5f || label.x > static_cast<float>(region.width) - 0.5f ||
+        label.y > static_cast<float>(region.height) - 0.5f) {
+      throw types::invalid_label(place_of(sample.key, i) + ": (" + std::to_string(label.x) + ", " +
+                                 std::to_string(label.y) + ") lies outside the region of " +
+                                 std::to_string(region.width) + " x " +
+                                 std::to_string(region.height) + " pixels");
+    }
+    const auto found = std::lower_bound(categories.begin(), categories.end(), label.category);
+    to.labels.push_back({static_cast<int>(found - categories.begin()),
+                         static_cast<float>((label.x + 0.5) * scale_x - 0.5),
+                         static_cast<float>((label.y + 0.5) * scale_y - 0.5)});
+  }
+}
+
+}  // namespace
+
+LabelledDataset read_dataset(const std::string& message) {
+  msg::Dataset parsed;
+  if (!parsed.ParseFromString(message)) {
+    throw types::invalid_message("the OCR data set is no Dataset message");
+  }
+  LabelledDataset dataset;
+  dataset.size = {parsed.width(), parsed.height()};
+  check_nominal_size(dataset.size, "data set");
+  std::set<std::string> listed, used;
+  for (const auto& entry : parsed.categories()) listed.insert(entry.first);
+  for (const auto& [key, sample] :
+       std::map<std::string, msg::Sample>(parsed.samples().begin(), parsed.samples().end())) {
+    dataset.samples.push_back(convert(key, sample));
+    check_labels(dataset.samples.back(), listed);
+    for (const RegionLabel& label : dataset.samples.back().labels) used.insert(label.category);
+  }
+  check_categories(used);
+  dataset.categories.assign(used.begin(), used.end());
+  return dataset;
+}
+
+PreparedSample load_sample(const DatasetSample& sample, const NominalSize& size,
+                           const std::vector<std::string>& categories,
+                           const types::ImageLoader& loader, core::CacheSession& cache) {
+  const std::string subject = "image '" + sample.image_id + "'";
+  const types::Image image = loader(sample.image_id);
+  const types::ImageView view(image);
+  core::check_image(view, subject, kImageLimits);
+  const core::Region region =
+      sample.has_region
+          ? core::resolve_region(view, sample.transform, sample.region_size, subject, kImageLimits)
+          : core::whole_image(view);
+  PreparedSample result = prepared(view, region, size, sample.image_id, subject, cache);
+  add_labels(sample, region, categories, result);
+  return result;
+}
+
+}  // namespace telvar::ocr

@@ -1,0 +1,39 @@
+#include "ocr/learning.h"
+
+#include "core/training.h"
+#include "ocr/reader_loss.h"
+
+namespace telvar::ocr {
+namespace {
+
+/// Many steps of few crops learn most in a given time; a chunk is one crop.
+constexpr int kCropsPerStep = 2;
+
+core::TrainingPlan core_plan(const LearningPlan& plan) {
+  core::TrainingPlan core;
+  core.steps = plan.steps;
+  core.chunks = kCropsPerStep;
+  core.seed = plan.seed;
+  core.peak_rate = plan.peak_rate;
+  core.warm_up = 0.05;
+  core.weight_decay = 0.02;
+  core.beta2 = 0.999;
+  core.clip_norm = 5;
+  core.average_decay = 0.99;
+  return core;
+}
+
+}  // namespace
+
+void learn(ReaderNet& net, const std::vector<const PreparedSample*>& samples,
+           const LearningPlan& plan, core::WorkerPool& pool) {
+  const CropSource source(samples);
+  const auto loss = [&](ReaderNetImpl& replica, int, int, core::Random& random) {
+    const Crop crop = source.draw(random);
+    return reader_loss(replica.forward(stacked({crop})), {make_targets(crop, plan.uncertain_weight)});
+  };
+  const auto make_net = [&] { return ReaderNet(net->categories()).ptr(); };
+  core::train<ReaderNetImpl>(net.ptr(), make_net, loss, core_plan(plan), pool);
+}
+
+}  // namespace telvar::ocr

@@ -1,0 +1,27 @@
+#pragma once
+
+// Teaches the network.
+
+#include <cstdint>
+#include <vector>
+
+#include "core/worker_pool.h"
+#include "ocr/prepared_sample.h"
+#include "ocr/reader_net.h"
+
+namespace telvar::ocr {
+
+/// How long and how hard one stage learns.
+struct LearningPlan {
+  int steps = 0;
+  double peak_rate = 4e-3;
+  float uncertain_weight = 1;  // of background that is not certain (ocr/targets.h)
+  std::uint64_t seed = 0;
+};
+
+/// Trains the network on the labels of `samples`, of which at least one has a label. The same for
+/// any number of threads.
+void learn(ReaderNet& net, const std::vector<const PreparedSample*>& samples,
+           const LearningPlan& plan, core::WorkerPool& pool);
+
+}  // namespace telvar::ocr

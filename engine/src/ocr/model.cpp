@@ -1,0 +1,88 @@
+#include <chrono>
+
+#include "core/artifact.h"
+#include "core/exception_translation.h"
+#include "core/worker_pool.h"
+#include "ocr/read_result.h"
+#include "ocr/reader_limits.h"
+#include "ocr/reader_state.h"
+#include "ocr/reading.h"
+#include "telvar/ocr.h"
+#include "telvar_msg/ocr_training.pb.h"
+
+namespace telvar::qv::ocr {
+namespace {
+
+namespace reader = telvar::ocr;
+
+constexpr char kSubject[] = "image";
+
+reader::NominalSize runtime_size(const std::string& message) {
+  telvar_msg::qv::ocr::RuntimeParameters parameters;
+  if (!parameters.ParseFromString(message)) {
+    throw types::invalid_message("the OCR runtime parameters are no RuntimeParameters message");
+  }
+  const reader::NominalSize size{parameters.width(), parameters.height()};
+  reader::check_nominal_size(size, "runtime size");
+  return size;
+}
+
+unsigned threads_of(const types::Device& device) {
+  const auto* cpu = dynamic_cast<const types::CpuDevice*>(&device);
+  return cpu == nullptr ? 0 : cpu->threads();
+}
+
+}  // namespace
+
+class Model::Impl {
+ public:
+  Impl(reader::ReaderState state, const reader::NominalSize& size, unsigned threads)
+      : size_(size),
+        categories_(std::move(state.categories)),
+        spacing_(std::move(state.spacing)),
+        net_(*state.net),
+        pool_(threads) {}
+
+  std::string process(const types::ImageView& image, const types::AffineTransform& transform,
+                      const types::Size2<unsigned>& size) const {
+    const auto start = std::chrono::steady_clock::now();
+    core::check_image(image, kSubject, reader::kImageLimits);
+    const core::Region region =
+        core::resolve_region(image, transform, size, kSubject, reader::kImageLimits);
+    const reader::GraySource source = reader::source_of(image, region, size_, kSubject);
+    auto found = reader::decode(net_.votes(source, pool_), spacing_);
+    for (reader::FoundCharacter& character : found) {
+      character.x = static_cast<float>(
+          (character.x + 0.5) * region.width / source.width - 0.5);
+      character.y = static_cast<float>(
+          (character.y + 0.5) * region.height / source.height - 0.5);
+    }
+    return reader::write_result(std::move(found), categories_, size_,
+                                std::chrono::steady_clock::now() - start);
+  }
+
+ private:
+  reader::NominalSize size_;
+  std::vector<std::string> categories_;
+  reader::Spacing spacing_;
+  reader::ReadingNet net_;
+  mutable core::WorkerPool pool_;  // may be used from several threads at once
+};
+
+Model::Model(const std::string& artifact, const std::string& runtime_parameters,
+             const types::Device& device)
+    : impl_(core::translated("building the OCR model", [&] {
+        reader::ReaderState state = reader::read_reader_state(artifact);
+        return std::make_unique<Impl>(std::move(state), runtime_size(runtime_parameters),
+                                      threads_of(device));
+      })) {}
+
+Model::~Model() = default;
+
+std::string Model::process(const types::ImageView& image, const types::AffineTransform& transform,
+                           const types::Size2<unsigned>& size) const {
+  return core::translated("reading an image",
+                          [&] { return impl_->process(image, transform, size); });
+}
+
+}  // namespace telvar::qv::ocr

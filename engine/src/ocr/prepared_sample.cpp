@@ -1,0 +1,140 @@
+#include "ocr/prepared_sample.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "core/sampling.h"
+#include "telvar/exceptions.h"
+
+namespace telvar::ocr {
+namespace {
+
+constexpr std::uint32_t kMaxSide = 1u << 24;
+constexpr std::uint32_t kMaxLabels = 1u << 20;
+
+void write_labels(core::ByteWriter& writer, const std::vector<PreparedLabel>& labels) {
+  writer.u32(static_cast<std::uint32_t>(labels.size()));
+  for (const PreparedLabel& label : labels) {
+    writer.u32(static_cast<std::uint32_t>(label.category));
+    writer.f32(label.x);
+    writer.f32(label.y);
+  }
+}
+
+std::vector<PreparedLabel> read_labels(core::ByteReader& reader, std::uint32_t categories) {
+  constexpr std::size_t kLabelBytes = 12;
+  const std::uint32_t count = reader.count("label count", 0, kMaxLabels);
+  if (reader.remaining() / kLabelBytes < count) {
+    throw core::malformed_bytes("the labels end early");
+  }
+  std::vector<PreparedLabel> labels(count);
+  for (PreparedLabel& label : labels) {
+    label.category = static_cast<int>(reader.count("label category", 0, categories - 1));
+    label.x = reader.f32("label x");
+    label.y = reader.f32("label y");
+  }
+  return labels;
+}
+
+std::vector<PreparedLabel> inside(const std::vector<PreparedLabel>& labels, const Window& window) {
+  std::vector<PreparedLabel> result;
+  for (PreparedLabel label : labels) {
+    if (!window.contains(label.x, label.y)) continue;
+    label.x -= static_cast<float>(window.left);
+    label.y -= static_cast<float>(window.top);
+    result.push_back(label);
+  }
+  return result;
+}
+
+}  // namespace
+
+PreparedExtent prepared_extent(const core::Region& region, const NominalSize& size,
+                               const std::string& subject) {
+  const double width = std::round(region.width * double{kPreparedCharacter} / size.width);
+  const double height = std::round(region.height * double{kPreparedCharacter} / size.height);
+  if (width * height > static_cast<double>(kMaxPreparedPixels)) {
+    throw types::invalid_image_size(
+        subject + ": the region holds more than " +
+        std::to_string(kMaxPreparedPixels / (kPreparedCharacter * kPreparedCharacter)) +
+        " characters of the nominal size");
+  }
+  PreparedExtent extent{std::max(1, static_cast<int>(width)), std::max(1, static_cast<int>(height)),
+                        0, 0};
+  extent.scale_x = static_cast<double>(extent.width) / region.width;
+  extent.scale_y = static_cast<double>(extent.height) / region.height;
+  return extent;
+}
+
+PreparedSample prepare(const types::ImageView& image, const core::Region& region,
+                       const NominalSize& size, const std::string& subject) {
+  const PreparedExtent extent = prepared_extent(region, size, subject);
+  const core::Raster gray =
+      core::sample(image, region, extent.width, extent.height, core::Colour::kGray);
+  PreparedSample sample;
+  sample.width = extent.width;
+  sample.height = extent.height;
+  sample.aspect = size.height / size.width;
+  sample.pixels.resize(gray.values.size());
+  std::transform(gray.values.begin(), gray.values.end(), sample.pixels.begin(), [](float value) {
+    return static_cast<std::uint8_t>(std::lround(std::clamp(value, 0.0f, 1.0f) * 255));
+  });
+  return sample;
+}
+
+bool Window::contains(float x, float y) const {
+  const float u = x - static_cast<float>(left) + 0.5f, v = y - static_cast<float>(top) + 0.5f;
+  return u >= 0 && v >= 0 && u < static_cast<float>(width) && v < static_cast<float>(height);
+}
+
+Window window_around(const PreparedSample& sample, float x, float y, int width, int height) {
+  Window window{0, 0, std::min(width, sample.width), std::min(height, sample.height)};
+  window.left = std::clamp(static_cast<int>(std::lround(x)) - window.width / 2, 0,
+                           sample.width - window.width);
+  window.top = std::clamp(static_cast<int>(std::lround(y)) - window.height / 2, 0,
+                          sample.height - window.height);
+  return window;
+}
+
+PreparedSample cut_out(const PreparedSample& sample, const Window& window) {
+  PreparedSample part;
+  part.width = window.width;
+  part.height = window.height;
+  part.aspect = sample.aspect;
+  part.pixels.reserve(static_cast<std::size_t>(part.width) * part.height);
+  for (int row = 0; row < part.height; ++row) {
+    const auto first = sample.pixels.begin() +
+                       (static_cast<std::ptrdiff_t>(window.top) + row) * sample.width + window.left;
+    part.pixels.insert(part.pixels.end(), first, first + part.width);
+  }
+  part.labels = inside(sample.labels, window);
+  part.unlabelled = inside(sample.unlabelled, window);
+  return part;
+}
+
+void write_sample(core::ByteWriter& writer, const PreparedSample& sample) {
+  writer.u32(static_cast<std::uint32_t>(sample.width));
+  writer.u32(static_cast<std::uint32_t>(sample.height));
+  writer.f32(sample.aspect);
+  writer.raw(sample.pixels.data(), sample.pixels.size());
+  write_labels(writer, sample.labels);
+  write_labels(writer, sample.unlabelled);
+}
+
+PreparedSample read_sample(core::ByteReader& reader, std::uint32_t categories) {
+  PreparedSample sample;
+  sample.width = static_cast<int>(reader.count("sample width", 1, kMaxSide));
+  sample.height = static_cast<int>(reader.count("sample height", 1, kMaxSide));
+  sample.aspect = reader.f32("sample aspect");
+  if (sample.aspect < 1 / kMaxNominalAspect || sample.aspect > kMaxNominalAspect) {
+    throw core::malformed_bytes("sample aspect out of range");
+  }
+  const std::uint64_t count = std::uint64_t(sample.width) * std::uint64_t(sample.height);
+  const std::string_view pixels = reader.raw("sample pixels", count);
+  sample.pixels.assign(pixels.begin(), pixels.end());
+  sample.labels = read_labels(reader, categories);
+  sample.unlabelled = read_labels(reader, categories);
+  return sample;
+}
+
+}  // namespace telvar::ocr

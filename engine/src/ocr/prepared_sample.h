@@ -1,0 +1,75 @@
+#pragma once
+
+// A labelled region at the scale that training draws its crops from.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/bytes.h"
+#include "core/regions.h"
+#include "ocr/reading_scale.h"
+
+namespace telvar::ocr {
+
+/// The most prepared pixels that one sample may have.
+constexpr std::uint64_t kMaxPreparedPixels = std::uint64_t{1} << 26;
+
+/// A labelled character: its centre in region pixels, and its category.
+struct RegionLabel {
+  std::string category;
+  float x = 0;
+  float y = 0;
+};
+
+/// A character of a prepared sample: centre in prepared pixels, category by index.
+struct PreparedLabel {
+  int category = 0;
+  float x = 0;
+  float y = 0;
+};
+
+/// Gray pixels 0..255, row by row, with what is known about them.
+struct PreparedSample {
+  int width = 0;
+  int height = 0;
+  /// Region pixels: nominal character height over width. Prepared pixels are square in units of
+  /// the nominal character, so turning the image needs it.
+  float aspect = 1;
+  std::vector<std::uint8_t> pixels;
+  std::vector<PreparedLabel> labels;
+  /// Centres of what looks like characters without labels; they teach nothing.
+  std::vector<PreparedLabel> unlabelled;
+};
+
+/// The size in prepared pixels of a region. Throws invalid_image_size, naming `subject`, beyond
+/// kMaxPreparedPixels.
+struct PreparedExtent {
+  int width, height;
+  double scale_x, scale_y;  // prepared pixels per region pixel
+};
+PreparedExtent prepared_extent(const core::Region& region, const NominalSize& size,
+                               const std::string& subject);
+
+/// Samples the region of a checked image; without labels.
+PreparedSample prepare(const types::ImageView& image, const core::Region& region,
+                       const NominalSize& size, const std::string& subject);
+
+/// A rectangle of prepared pixels.
+struct Window {
+  int left, top, width, height;
+  bool contains(float x, float y) const;
+};
+
+/// The window around (x, y), moved and cut to lie within the sample.
+Window window_around(const PreparedSample& sample, float x, float y, int width, int height);
+
+/// That part of a sample, with the labels inside.
+PreparedSample cut_out(const PreparedSample& sample, const Window& window);
+
+void write_sample(core::ByteWriter& writer, const PreparedSample& sample);
+
+/// Reads what write_sample wrote. Throws malformed_bytes; category indices lie below `categories`.
+PreparedSample read_sample(core::ByteReader& reader, std::uint32_t categories);
+
+}  // namespace telvar::ocr

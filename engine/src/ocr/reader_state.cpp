@@ -1,0 +1,78 @@
+#include "ocr/reader_state.h"
+
+#include "core/artifact.h"
+#include "core/weights.h"
+
+namespace telvar::ocr {
+namespace {
+
+NominalSize read_size(core::ByteReader& reader) {
+  NominalSize size{};
+  size.width = reader.f32("character width");
+  size.height = reader.f32("character height");
+  try {
+    check_nominal_size(size, "the size");
+  } catch (const types::invalid_parameters& error) {
+    throw core::malformed_bytes(error.what());
+  }
+  return size;
+}
+
+std::vector<std::string> read_categories(core::ByteReader& reader) {
+  std::vector<std::string> categories(reader.count("category count", 1, kMaxCategories));
+  for (std::size_t i = 0; i < categories.size(); ++i) {
+    categories[i] = reader.text("category", kMaxCategoryBytes);
+    if (categories[i].empty() || (i > 0 && categories[i] <= categories[i - 1])) {
+      throw core::malformed_bytes("the categories are not in ascending order");
+    }
+  }
+  return categories;
+}
+
+std::vector<PreparedSample> read_exemplars(core::ByteReader& reader, std::uint32_t categories) {
+  std::vector<PreparedSample> exemplars(reader.count("exemplar count", 0, kMaxExemplars));
+  for (PreparedSample& exemplar : exemplars) {
+    exemplar = read_sample(reader, categories);
+    if (exemplar.width > kExemplarWidth || exemplar.height > kExemplarHeight) {
+      throw core::malformed_bytes("an exemplar is larger than its limit");
+    }
+  }
+  return exemplars;
+}
+
+ReaderState parse(core::ByteReader& reader) {
+  ReaderState state;
+  state.size = read_size(reader);
+  state.generation = reader.u32("generation");
+  state.categories = read_categories(reader);
+  const int categories = static_cast<int>(state.categories.size());
+  state.spacing = Spacing::read(reader, categories);
+  state.net = ReaderNet(categories);
+  core::read_state(reader, *state.net);
+  state.exemplars = read_exemplars(reader, static_cast<std::uint32_t>(categories));
+  return state;
+}
+
+}  // namespace
+
+std::string write_reader_state(const ReaderState& state) {
+  core::ByteWriter writer;
+  writer.f32(state.size.width);
+  writer.f32(state.size.height);
+  writer.u32(state.generation);
+  writer.u32(static_cast<std::uint32_t>(state.categories.size()));
+  for (const std::string& category : state.categories) writer.text(category);
+  state.spacing.write(writer);
+  core::write_state(writer, *state.net);
+  writer.u32(static_cast<std::uint32_t>(state.exemplars.size()));
+  for (const PreparedSample& exemplar : state.exemplars) write_sample(writer, exemplar);
+  return core::write_artifact(core::Tool::kOcr, kArtifactVersion, writer.bytes());
+}
+
+ReaderState read_reader_state(const std::string& artifact) {
+  const core::OpenedArtifact opened =
+      core::open_artifact(artifact, core::Tool::kOcr, kArtifactVersion);
+  return core::parse_payload(core::Tool::kOcr, opened.payload, parse);
+}
+
+}  // namespace telvar::ocr

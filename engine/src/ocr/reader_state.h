@@ -1,0 +1,35 @@
+#pragma once
+
+// Everything that a training leaves behind: what a model is built from, and what a further
+// training goes on from. docs/ocr-artifact.md describes the bytes.
+
+#include <string>
+#include <vector>
+
+#include "ocr/exemplar_limits.h"
+#include "ocr/prepared_sample.h"
+#include "ocr/reader_limits.h"
+#include "ocr/reader_net.h"
+#include "ocr/spacing.h"
+
+namespace telvar::ocr {
+
+/// Version of the payload that this library writes, and the newest that it reads.
+constexpr std::uint32_t kArtifactVersion = 1;
+
+struct ReaderState {
+  NominalSize size;                     // of the training, region pixels
+  std::uint32_t generation = 0;         // trainings so far
+  std::vector<std::string> categories;  // ascending bytes
+  Spacing spacing;
+  ReaderNet net{nullptr};
+  std::vector<PreparedSample> exemplars;
+};
+
+std::string write_reader_state(const ReaderState& state);
+
+/// Throws invalid_training_artifact, training_artifact_tool_type_error,
+/// training_artifact_unsupported_version.
+ReaderState read_reader_state(const std::string& artifact);
+
+}  // namespace telvar::ocr

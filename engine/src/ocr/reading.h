@@ -1,0 +1,49 @@
+#pragma once
+
+// Runs the network over pictures of any size, piece by piece.
+
+#include <functional>
+#include <vector>
+
+#include "core/regions.h"
+#include "core/worker_pool.h"
+#include "ocr/decoding.h"
+#include "ocr/reader_net.h"
+
+namespace telvar::ocr {
+
+/// The most reading pixels that one region may have: 2^26, about 116,000 nominal characters.
+constexpr std::uint64_t kMaxReadingPixels = std::uint64_t{1} << 26;
+
+/// Gray pixels at reading scale, fetched window by window.
+struct GraySource {
+  int width = 0;
+  int height = 0;
+  std::function<core::Raster(int left, int top, int width, int height)> window;
+};
+
+/// The region of a checked image, which must outlive the source. Throws invalid_image_size, naming
+/// `subject`, beyond kMaxReadingPixels.
+GraySource source_of(const types::ImageView& image, const core::Region& region,
+                     const NominalSize& size, const std::string& subject);
+
+/// A prepared sample, which must outlive the source.
+GraySource source_of(const PreparedSample& sample);
+
+/// A trained network as reading uses it: normalisations folded. Immutable; any number of threads.
+class ReadingNet {
+ public:
+  /// Copies the weights.
+  explicit ReadingNet(ReaderNetImpl& net);
+
+  int categories() const { return net_->categories(); }
+
+  /// The votes of all cells above kVoteThreshold, row by row of each piece. The pieces, and so the
+  /// votes, do not depend on the number of threads. Takes about 200 MB a thread at most.
+  std::vector<CellVote> votes(const GraySource& source, core::WorkerPool& pool) const;
+
+ private:
+  mutable ReaderNet net_;  // forward of an evaluated module changes nothing
+};
+
+}  // namespace telvar::ocr

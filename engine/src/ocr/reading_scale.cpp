@@ -1,0 +1,34 @@
+#include "ocr/reading_scale.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "telvar/exceptions.h"
+
+namespace telvar::ocr {
+
+void check_nominal_size(const NominalSize& size, const std::string& subject) {
+  const auto check = [&](const char* side, float value) {
+    if (!std::isfinite(value)) {
+      throw types::invalid_parameters(subject + ": the character " + side + " is not finite");
+    }
+    if (value < kMinNominalSide || value > kMaxNominalSide) {
+      throw types::invalid_parameters(subject + ": the character " + side +
+                                      " must lie in 4..4096 pixels");
+    }
+  };
+  check("width", size.width);
+  check("height", size.height);
+  const float ratio = size.width / size.height;
+  if (ratio > kMaxNominalAspect || ratio < 1 / kMaxNominalAspect) {
+    throw types::invalid_parameters(subject +
+                                    ": the character width and height differ more than 8-fold");
+  }
+}
+
+ReadingScale reading_scale(const NominalSize& size) {
+  return {kReadingCharacter / static_cast<double>(size.width),
+          kReadingCharacter / static_cast<double>(size.height)};
+}
+
+}  // namespace telvar::ocr

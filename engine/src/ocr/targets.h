@@ -1,0 +1,54 @@
+#pragma once
+
+// What the network is to answer for a crop, cell by cell.
+//
+// A page on which only some characters are marked is normal, so not everything without a label is
+// background. A cell teaches
+//   - "character" within kPositiveRadius of a label, with the label's category and place;
+//   - nothing between that and kIgnoreRadius, nor near an unlabelled place that an earlier stage of
+//     the training took for a character;
+//   - "background", with full weight, beyond kIgnoreRadius of a label but too near for a neighbour
+//     to be centred there, and where the surroundings are clearly empty;
+//   - "background" with the stage's weight elsewhere.
+// The first stage's weight is so small that what looks like a labelled character stays one even if
+// most of its kind are not labelled, while what never looks like one becomes background all the
+// same. What it then finds without a label is the unlabelled places of the second stage, which has
+// full weight elsewhere.
+
+#include <cstdint>
+#include <vector>
+
+#include "ocr/crops.h"
+
+namespace telvar::ocr {
+
+constexpr int kCellColumns = kCropWidth / kCellStride;
+constexpr int kCellRows = kCropHeight / kCellStride;
+
+/// Radii in nominal characters.
+constexpr float kPositiveRadius = 0.26f;
+constexpr float kIgnoreRadius = 0.42f;
+constexpr float kSurroundingRadius = 0.6f;
+constexpr float kUnlabelledRadius = 0.5f;
+
+/// Weight of what may be background or an unlabelled character, in the first stage.
+constexpr float kUncertainWeight = 0.2f;
+
+/// Row by row, kCellRows x kCellColumns.
+struct Targets {
+  std::vector<float> objectness;        // 1 character, 0 background
+  std::vector<float> weight;            // 0 where the objectness teaches nothing
+  std::vector<std::int64_t> category;   // -1 where there is none
+  std::vector<float> offset_x;          // from the cell's centre to the character's, characters
+  std::vector<float> offset_y;
+};
+
+/// Reading pixel at the centre of a cell.
+constexpr float cell_centre(int index) {
+  return static_cast<float>(index * kCellStride) + (kCellStride - 1) / 2.0f;
+}
+
+/// `elsewhere`: the weight of background that is not certain, 0..1.
+Targets make_targets(const Crop& crop, float elsewhere);
+
+}  // namespace telvar::ocr

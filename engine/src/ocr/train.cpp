@@ -1,0 +1,112 @@
+#include <algorithm>
+#include <chrono>
+#include <optional>
+
+#include "core/exception_translation.h"
+#include "ocr/dataset.h"
+#include "ocr/reader_training.h"
+#include "ocr/train_cache.h"
+#include "telvar/ocr.h"
+#include "telvar_msg/ocr_training.pb.h"
+
+namespace telvar::qv::ocr {
+namespace {
+
+namespace msg = telvar_msg::qv::ocr;
+namespace reader = telvar::ocr;
+
+/// What one call of `train` has taken in.
+struct Request {
+  std::optional<reader::ReaderState> previous;
+  reader::LabelledDataset dataset;
+  std::vector<std::string> categories;           // of both
+  std::vector<reader::PreparedSample> prepared;  // of the samples that have labels, in order
+  std::size_t labels = 0;
+};
+
+void check_parameters(const std::string& parameters) {
+  msg::TrainingParameters parsed;
+  if (!parsed.ParseFromString(parameters)) {
+    throw types::invalid_message("the OCR training parameters are no TrainingParameters message");
+  }
+}
+
+/// The categories of the data set and those already known, ascending.
+std::vector<std::string> merged_categories(const Request& request) {
+  const std::vector<std::string> none;
+  const auto& known = request.previous ? request.previous->categories : none;
+  std::vector<std::string> merged;
+  std::set_union(known.begin(), known.end(), request.dataset.categories.begin(),
+                 request.dataset.categories.end(), std::back_inserter(merged));
+  if (merged.size() > static_cast<std::size_t>(reader::kMaxCategories)) {
+    throw types::invalid_dataset("artifact and data set together have " +
+                                 std::to_string(merged.size()) + " categories, at most " +
+                                 std::to_string(reader::kMaxCategories) + " are possible");
+  }
+  return merged;
+}
+
+Request take_in(const std::string& artifact, const std::string& dataset,
+                const std::string& parameters) {
+  check_parameters(parameters);
+  Request request;
+  request.dataset = reader::read_dataset(dataset);
+  if (!artifact.empty()) request.previous = reader::read_reader_state(artifact);
+  for (const auto& sample : request.dataset.samples) request.labels += sample.labels.size();
+  if (request.labels < reader::kMinLabels) {
+    throw types::insufficient_number_of_samples(
+        "the data set has " + std::to_string(request.labels) + " labelled characters, at least " +
+        std::to_string(reader::kMinLabels) + " are needed");
+  }
+  request.categories = merged_categories(request);
+  return request;
+}
+
+/// Confidences by sample; samples without labels have none.
+void add_confidences(const Request& request, const reader::TrainingOutcome& outcome,
+                     msg::TrainingResult& result) {
+  std::size_t next = 0;
+  for (const reader::DatasetSample& sample : request.dataset.samples) {
+    msg::LabeledSampleResult& labelled = (*result.mutable_labeled_sample_results())[sample.key];
+    if (sample.labels.empty()) continue;
+    for (const float confidence : outcome.confidences[next++]) {
+      labelled.add_character_label_confidence(confidence);
+    }
+  }
+}
+
+std::tuple<std::string, std::string> run(Request request, const types::ImageLoader& loader,
+                                         core::CacheSession& cache) {
+  const auto start = std::chrono::steady_clock::now();
+  for (const reader::DatasetSample& sample : request.dataset.samples) {
+    if (sample.labels.empty()) continue;
+    request.prepared.push_back(reader::load_sample(sample, request.dataset.size,
+                                                   request.categories, loader, cache));
+  }
+  core::WorkerPool pool;
+  const reader::TrainingOutcome outcome = reader::train_reader(
+      std::move(request.previous), request.categories, request.dataset.size,
+      std::move(request.prepared), reader::training_steps(request.labels), pool);
+  msg::TrainingResult result;
+  add_confidences(request, outcome, result);
+  result.set_result_value(outcome.reading_rate);
+  const std::chrono::nanoseconds time = std::chrono::steady_clock::now() - start;
+  result.mutable_training_duration()->set_seconds(time.count() / 1'000'000'000);
+  result.mutable_training_duration()->set_nanos(static_cast<int>(time.count() % 1'000'000'000));
+  return {result.SerializeAsString(), reader::write_reader_state(outcome.state)};
+}
+
+}  // namespace
+
+std::tuple<std::string, std::string> train(const std::string& artifact, const std::string& dataset,
+                                           const std::string& parameters,
+                                           const types::ImageLoader& loader, TrainCache& cache) {
+  return core::translated("training the OCR reader", [&] {
+    core::CacheSession session(cache.impl().store);
+    auto trained = run(take_in(artifact, dataset, parameters), loader, session);
+    session.commit();
+    return trained;
+  });
+}
+
+}  // namespace telvar::qv::ocr
