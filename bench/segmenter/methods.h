@@ -1,0 +1,35 @@
+#pragma once
+
+// What the bench compares: things that learn from pictures with masks.
+
+#include <memory>
+#include <opencv2/core.hpp>
+#include <string>
+#include <vector>
+
+#include "datasets.h"
+
+namespace telvar::bench {
+
+/// A probability picture (8 bit, 0..255) by category.
+using ProbabilityPictures = std::map<std::string, cv::Mat>;
+
+class Method {
+ public:
+  virtual ~Method() = default;
+  virtual std::string name() const = 0;
+  virtual void train(const PictureSet& set) = 0;
+  virtual ProbabilityPictures segment(const cv::Mat& image) = 0;
+};
+
+/// The engine behind telvar/segmenter.h.
+std::unique_ptr<Method> make_engine_method();
+
+/// A random forest a category (OpenCV's RTrees) on a bank of smoothing, edge, ridge and texture
+/// filters. Its threshold is the best one for the training pictures.
+std::unique_ptr<Method> make_forest_method();
+
+/// The gray value alone: the best band of values for each category.
+std::unique_ptr<Method> make_threshold_method();
+
+}  // namespace telvar::bench

@@ -1,0 +1,190 @@
+// Prints a table: what each method reaches on each picture set, and what it costs.
+//
+//   segmenter_bench [--small] [--set NAME]... [--method NAME]... [--folder DIR] [--pictures DIR]
+//
+// --small     few pictures and no claim: shows that everything runs
+// --set       defects, mosaics, discs or stains; all of them by default
+// --method    engine, forest or threshold; all of them by default
+// --folder    adds a set from DIR/{train,test}/{images,masks}/*.png, mask value v > 0: category "v"
+// --pictures  writes every test picture with what the methods found beside it
+#include <sys/resource.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+#include <set>
+
+#include "folder_set.h"
+#include "methods.h"
+
+namespace telvar::bench {
+namespace {
+
+struct Options {
+  bool small = false;
+  std::set<std::string> sets, methods;
+  std::string folder, pictures;
+};
+
+/// CPU seconds of this process so far, all threads.
+double cpu_seconds() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  const auto seconds = [](const timeval& t) {
+    return static_cast<double>(t.tv_sec) + 1e-6 * static_cast<double>(t.tv_usec);
+  };
+  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+bool chosen(const std::set<std::string>& wanted, const std::string& name) {
+  return wanted.empty() || wanted.count(name) != 0;
+}
+
+std::vector<PictureSet> make_sets(const Options& options) {
+  const int test = options.small ? 2 : 10;
+  const auto count = [&](int full) { return options.small ? 3 : full; };
+  const std::vector<std::pair<std::string, std::function<PictureSet()>>> makers = {
+      {"defects", [&] { return make_defects(count(15), test, 1); }},
+      {"mosaics", [&] { return make_mosaics(count(10), test, 2); }},
+      {"discs", [&] { return make_discs(count(8), test, 3); }},
+      {"stains", [&] { return make_stains(count(10), test, 4); }}};
+  std::vector<PictureSet> sets;
+  for (const auto& [name, make] : makers) {
+    if (chosen(options.sets, name)) sets.push_back(make());
+  }
+  if (!options.folder.empty()) sets.push_back(read_folder_set(options.folder));
+  return sets;
+}
+
+/// Pixel counts of one category over the test pictures.
+struct Counts {
+  double shared = 0;
+  double united = 0;
+};
+
+double mean_iou(const std::map<std::string, Counts>& counts) {
+  double sum = 0;
+  for (const auto& [category, count] : counts) sum += count.shared / std::max(1.0, count.united);
+  return sum / static_cast<double>(counts.size());
+}
+
+void count_overlap(const LabelledPicture& picture, const ProbabilityPictures& found,
+                   std::map<std::string, Counts>& counts) {
+  for (auto& [category, count] : counts) {
+    const cv::Mat claimed = found.at(category) >= 128;
+    const auto mask = picture.masks.find(category);
+    const cv::Mat belongs = mask == picture.masks.end()
+                                ? cv::Mat(cv::Mat::zeros(claimed.size(), CV_8U))
+                                : cv::Mat(mask->second != 0);
+    count.shared += cv::countNonZero(claimed & belongs);
+    count.united += cv::countNonZero(claimed | belongs);
+  }
+}
+
+/// The picture, its masks and what was found, side by side; a colour for each of three categories.
+void write_picture(const std::string& path, const PictureSet& set, const LabelledPicture& picture,
+                   const ProbabilityPictures& found) {
+  cv::Mat image;
+  if (picture.image.channels() == 1) {
+    cv::cvtColor(picture.image, image, cv::COLOR_GRAY2BGR);
+  } else {
+    image = picture.image;
+  }
+  std::vector<cv::Mat> truth(3), claims(3);
+  for (std::size_t i = 0; i < 3; ++i) {
+    truth[i] = claims[i] = cv::Mat::zeros(image.size(), CV_8U);
+    if (i >= set.categories.size()) continue;
+    const auto mask = picture.masks.find(set.categories[i]);
+    if (mask != picture.masks.end()) truth[i] = mask->second;
+    claims[i] = found.at(set.categories[i]);
+  }
+  cv::Mat right, middle, all;
+  cv::merge(truth, middle);
+  cv::merge(claims, right);
+  cv::hconcat(std::vector<cv::Mat>{image, middle, right}, all);
+  cv::imwrite(path, all);
+}
+
+void run(const PictureSet& set, Method& method, const Options& options) {
+  const double start = cpu_seconds();
+  method.train(set);
+  const double trained = cpu_seconds();
+  std::map<std::string, Counts> counts;
+  for (const std::string& category : set.categories) counts[category];
+  double pixels = 0, segmenting = 0;
+  for (std::size_t i = 0; i < set.test.size(); ++i) {
+    const double before = cpu_seconds();
+    const ProbabilityPictures found = method.segment(set.test[i].image);
+    segmenting += cpu_seconds() - before;
+    pixels += static_cast<double>(set.test[i].image.total());
+    count_overlap(set.test[i], found, counts);
+    if (!options.pictures.empty()) {
+      write_picture(options.pictures + "/" + set.name + "-" + method.name() + "-" +
+                        std::to_string(i) + ".png",
+                    set, set.test[i], found);
+    }
+  }
+  std::printf("| %s | %s (%zu) | %.3f | %.0f | %.2f |", method.name().c_str(), set.name.c_str(),
+              set.train.size(), mean_iou(counts), trained - start, segmenting / (pixels * 1e-6));
+  for (const auto& [category, count] : counts) {
+    std::printf(" %s %.3f", category.c_str(), count.shared / std::max(1.0, count.united));
+  }
+  std::printf(" |\n");
+  std::fflush(stdout);
+}
+
+Options parse(int argc, char** argv) {
+  Options options;
+  for (int i = 1; i < argc; ++i) {
+    const std::string name = argv[i];
+    if (name == "--small") {
+      options.small = true;
+      continue;
+    }
+    if (i + 1 == argc) throw std::runtime_error(name + ": a value is missing");
+    const std::string value = argv[++i];
+    if (name == "--set") {
+      options.sets.insert(value);
+    } else if (name == "--method") {
+      options.methods.insert(value);
+    } else if (name == "--folder") {
+      options.folder = value;
+    } else if (name == "--pictures") {
+      options.pictures = value;
+      std::filesystem::create_directories(value);
+    } else {
+      throw std::runtime_error(name + ": no such option");
+    }
+  }
+  return options;
+}
+
+void run_all(const Options& options) {
+  // One thread in every library: CPU seconds then mean the same for all.
+  cv::setNumThreads(1);
+  std::printf(
+      "| method | data set (training pictures) | mean IoU | training, CPU s | CPU s a "
+      "megapixel | IoU by category |\n|---|---|---|---|---|---|\n");
+  for (const PictureSet& set : make_sets(options)) {
+    if (chosen(options.methods, "threshold")) run(set, *make_threshold_method(), options);
+    if (chosen(options.methods, "forest")) run(set, *make_forest_method(), options);
+    if (chosen(options.methods, "engine")) run(set, *make_engine_method(), options);
+  }
+}
+
+}  // namespace
+}  // namespace telvar::bench
+
+int main(int argc, char** argv) {
+  try {
+    telvar::bench::run_all(telvar::bench::parse(argc, argv));
+    return EXIT_SUCCESS;
+  } catch (const std::exception& error) {
+    std::cerr << "segmenter_bench: " << error.what() << '\n';
+    return EXIT_FAILURE;
+  }
+}

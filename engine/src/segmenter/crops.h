@@ -1,0 +1,55 @@
+#pragma once
+
+// Training crops: random, augmented pieces of training tiles with their labels.
+
+#include <vector>
+
+#include "core/random.h"
+#include "segmenter/input_planes.h"
+#include "segmenter/training_tile.h"
+
+namespace telvar::segmenter {
+
+/// Largest side of a training crop, pixels.
+constexpr int kMaxCropSide = 128;
+
+/// The side of crops from these tiles, a multiple of 16: no longer than the longest tile needs.
+int choose_crop_side(const std::vector<const TrainingTile*>& tiles);
+
+/// One crop, drawn: pixels as fill_input_planes takes them, and for every category whether a pixel
+/// belongs (0 or 1) and whether that is known at all (0 or 1 for the whole crop).
+struct Crop {
+  std::vector<float> pixels;   // source channels x side x side
+  std::vector<float> targets;  // categories x side x side
+  std::vector<float> known;    // categories
+};
+
+/// Where crops come from. Immutable once made; draw from several threads at once.
+class CropSource {
+ public:
+  /// The tiles must outlive it.
+  CropSource(std::vector<const TrainingTile*> tiles, int side, int categories,
+             const InputSpec& spec);
+
+  /// Half of the crops lie on a pixel of a category, each category alike; the rest anywhere.
+  Crop draw(core::Random& random) const;
+
+ private:
+  struct Place {
+    const TrainingTile* tile;
+    float x, y;  // centre of the crop, tile pixels
+  };
+  struct Occurrence {
+    const TrainingTile* tile;
+    std::vector<std::uint32_t> pixels;  // evenly thinned
+  };
+  Place choose_place(core::Random& random) const;
+
+  std::vector<const TrainingTile*> tiles_;
+  std::vector<std::vector<Occurrence>> occurrences_;  // of the categories that occur
+  int side_;
+  int categories_;
+  InputSpec spec_;
+};
+
+}  // namespace telvar::segmenter

@@ -1,0 +1,64 @@
+#include "segmenter/evaluation.h"
+
+#include "segmenter/predictor.h"
+
+namespace telvar::segmenter {
+namespace {
+
+/// The tile's pixels with as many planes as the network's source.
+std::vector<float> source_pixels(const TrainingTile& tile, const InputSpec& spec) {
+  std::vector<float> pixels = to_raster(tile).values;
+  while (pixels.size() < tile.area() * spec.source_channels()) {
+    pixels.insert(pixels.end(), pixels.begin(), pixels.begin() + std::ptrdiff_t(tile.area()));
+  }
+  return pixels;
+}
+
+std::vector<Overlap> measure_tile(SegmentationNet& net, const InputSpec& spec,
+                                  const TrainingTile& tile) {
+  const Probabilities found =
+      predict_piece(net, spec, source_pixels(tile, spec).data(), tile.width, tile.height);
+  std::vector<Overlap> overlaps(net.categories());
+  for (int c = 0; c < net.categories(); ++c) {
+    if (!(tile.known >> c & 1)) continue;
+    const LabelPlane* plane = find_label(tile, c);
+    for (std::size_t i = 0; i < tile.area(); ++i) {
+      const bool belongs = plane != nullptr && bit_at(plane->bits, i);
+      const bool claimed = found[c * tile.area() + i] >= 0.5F;
+      overlaps[c].intersection += belongs && claimed;
+      overlaps[c].united += belongs || claimed;
+    }
+  }
+  return overlaps;
+}
+
+}  // namespace
+
+std::vector<Overlap> measure_overlap(SegmentationNet& net, const InputSpec& spec,
+                                     const std::vector<const TrainingTile*>& tiles,
+                                     core::WorkerPool& pool) {
+  std::vector<std::vector<Overlap>> by_tile(tiles.size());
+  pool.run(static_cast<int>(tiles.size()),
+           [&](int i) { by_tile[i] = measure_tile(net, spec, *tiles[i]); });
+  std::vector<Overlap> sums(net.categories());
+  for (const auto& overlaps : by_tile) {
+    for (std::size_t c = 0; c < sums.size(); ++c) {
+      sums[c].intersection += overlaps[c].intersection;
+      sums[c].united += overlaps[c].united;
+    }
+  }
+  return sums;
+}
+
+double mean_iou(const std::vector<Overlap>& overlaps) {
+  double sum = 0;
+  int categories = 0;
+  for (const Overlap& overlap : overlaps) {
+    if (overlap.united == 0) continue;
+    sum += static_cast<double>(overlap.intersection) / static_cast<double>(overlap.united);
+    ++categories;
+  }
+  return categories == 0 ? 0.0 : sum / categories;
+}
+
+}  // namespace telvar::segmenter

@@ -1,0 +1,29 @@
+#pragma once
+
+// How well a network segments labelled tiles.
+
+#include <cstdint>
+#include <vector>
+
+#include "core/worker_pool.h"
+#include "segmenter/input_planes.h"
+#include "segmenter/network.h"
+#include "segmenter/training_tile.h"
+
+namespace telvar::segmenter {
+
+/// Pixel counts of one category at probability 0.5.
+struct Overlap {
+  std::uint64_t intersection = 0;
+  std::uint64_t united = 0;
+};
+
+/// Over all tiles that carry labels of a category; one entry a category.
+std::vector<Overlap> measure_overlap(SegmentationNet& net, const InputSpec& spec,
+                                     const std::vector<const TrainingTile*>& tiles,
+                                     core::WorkerPool& pool);
+
+/// Mean intersection over union of the categories that occur or are found; 0 without any.
+double mean_iou(const std::vector<Overlap>& overlaps);
+
+}  // namespace telvar::segmenter

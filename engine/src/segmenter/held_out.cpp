@@ -1,0 +1,79 @@
+#include "segmenter/held_out.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "core/random.h"
+
+namespace telvar::segmenter {
+namespace {
+
+std::uint64_t categories_in(const PreparedSample& sample) {
+  std::uint64_t present = 0;
+  for (const TrainingTile& tile : sample.tiles) {
+    for (const LabelPlane& plane : tile.labels) present |= std::uint64_t{1} << plane.category;
+  }
+  return present;
+}
+
+class HeldOutChoice {
+ public:
+  HeldOutChoice(const std::vector<PreparedSample>& samples, int categories)
+      : left_(count_occurrences(samples, categories)), held_(samples.size()) {
+    for (const PreparedSample& sample : samples) present_.push_back(categories_in(sample));
+  }
+
+  /// Holds out the first of `order` that adds to what is judged (or any), if one can be spared.
+  bool take(const std::vector<std::size_t>& order, bool must_add) {
+    for (const std::size_t i : order) {
+      if (held_[i] || !spared(present_[i])) continue;
+      if (must_add && (present_[i] & ~judged_) == 0) continue;
+      held_[i] = true;
+      judged_ |= present_[i];
+      for (std::size_t c = 0; c < left_.size(); ++c) left_[c] -= present_[i] >> c & 1;
+      return true;
+    }
+    return false;
+  }
+
+  std::vector<bool> held() const { return held_; }
+
+ private:
+  bool spared(std::uint64_t present) const {
+    for (std::size_t c = 0; c < left_.size(); ++c) {
+      if ((present >> c & 1) && left_[c] < 2) return false;
+    }
+    return true;
+  }
+
+  std::vector<int> left_;
+  std::vector<std::uint64_t> present_;
+  std::vector<bool> held_;
+  std::uint64_t judged_ = 0;
+};
+
+}  // namespace
+
+std::vector<int> count_occurrences(const std::vector<PreparedSample>& samples, int categories) {
+  std::vector<int> counts(categories);
+  for (const PreparedSample& sample : samples) {
+    const std::uint64_t present = categories_in(sample);
+    for (int c = 0; c < categories; ++c) counts[c] += present >> c & 1;
+  }
+  return counts;
+}
+
+std::vector<bool> choose_held_out(const std::vector<PreparedSample>& samples, int categories) {
+  HeldOutChoice choice(samples, categories);
+  if (samples.size() < 2) return choice.held();
+  std::vector<std::size_t> order(samples.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  core::Random({0x6865'6c64, samples.size()}).shuffle(order);
+  const auto wanted = std::clamp<std::size_t>(samples.size() / 5, 1, 10);
+  for (std::size_t taken = 0; taken < wanted; ++taken) {
+    if (!choice.take(order, true) && !choice.take(order, false)) break;
+  }
+  return choice.held();
+}
+
+}  // namespace telvar::segmenter

@@ -1,0 +1,96 @@
+#include "segmenter/input_planes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace telvar::segmenter {
+namespace {
+
+/// Half of a normalised Gaussian, centre first, cut at 2.5 sigma.
+std::vector<float> half_kernel(float sigma) {
+  std::vector<float> half(static_cast<std::size_t>(std::ceil(2.5F * sigma)) + 1);
+  float sum = 0;
+  for (std::size_t i = 0; i < half.size(); ++i) {
+    half[i] = std::exp(-0.5F * static_cast<float>(i * i) / (sigma * sigma));
+    sum += i == 0 ? half[i] : 2 * half[i];
+  }
+  for (float& weight : half) weight /= sum;
+  return half;
+}
+
+void blur_rows(const float* in, int width, int height, const std::vector<float>& half, float* out) {
+  const int radius = static_cast<int>(half.size()) - 1;
+  std::vector<float> row(static_cast<std::size_t>(width) + 2 * radius);
+  for (int y = 0; y < height; ++y) {
+    const float* source = in + std::size_t(y) * width;
+    std::fill_n(row.begin(), radius, source[0]);
+    std::copy(source, source + width, row.begin() + radius);
+    std::fill_n(row.end() - radius, radius, source[width - 1]);
+    float* target = out + std::size_t(y) * width;
+    for (int x = 0; x < width; ++x) target[x] = half[0] * row[x + radius];
+    for (int i = 1; i <= radius; ++i) {
+      const float* before = row.data() + radius - i;
+      const float* after = row.data() + radius + i;
+      for (int x = 0; x < width; ++x) target[x] += half[i] * (before[x] + after[x]);
+    }
+  }
+}
+
+void blur_columns(const float* in, int width, int height, const std::vector<float>& half,
+                  float* out) {
+  const int radius = static_cast<int>(half.size()) - 1;
+  const auto row = [&](int y) { return in + std::size_t(std::clamp(y, 0, height - 1)) * width; };
+  for (int y = 0; y < height; ++y) {
+    float* target = out + std::size_t(y) * width;
+    const float* centre = row(y);
+    for (int x = 0; x < width; ++x) target[x] = half[0] * centre[x];
+    for (int i = 1; i <= radius; ++i) {
+      const float* above = row(y - i);
+      const float* below = row(y + i);
+      for (int x = 0; x < width; ++x) target[x] += half[i] * (above[x] + below[x]);
+    }
+  }
+}
+
+std::vector<float> blur(const float* in, int width, int height, float sigma) {
+  const std::vector<float> half = half_kernel(sigma);
+  const std::size_t area = std::size_t(width) * height;
+  std::vector<float> rows(area), out(area);
+  blur_rows(in, width, height, half, rows.data());
+  blur_columns(rows.data(), width, height, half, out.data());
+  return out;
+}
+
+void fill_luma(const InputSpec& spec, const float* pixels, std::size_t area, float* out) {
+  const float scale = 1.0F / spec.deviation;
+  for (std::size_t i = 0; i < area; ++i) {
+    // The luma weights of ITU-R BT.601, as in core/sampling.h.
+    const float luma =
+        spec.colour ? 0.299F * pixels[i] + 0.587F * pixels[area + i] + 0.114F * pixels[2 * area + i]
+                    : pixels[i];
+    out[i] = (luma - spec.mean) * scale;
+  }
+}
+
+}  // namespace
+
+void fill_input_planes(const InputSpec& spec, const float* pixels, int width, int height,
+                       float* out) {
+  const std::size_t area = std::size_t(width) * height;
+  fill_luma(spec, pixels, area, out);
+  const std::vector<float> fine = blur(out, width, height, 1.0F);
+  const std::vector<float> coarse = blur(out, width, height, 4.0F);
+  for (std::size_t i = 0; i < area; ++i) {
+    out[area + i] = 2.0F * (out[i] - fine[i]);
+    out[2 * area + i] = fine[i] - coarse[i];
+  }
+  if (!spec.colour) return;
+  const float scale = 1.0F / spec.deviation;
+  for (std::size_t i = 0; i < area; ++i) {
+    out[3 * area + i] = (pixels[2 * area + i] - pixels[area + i]) * scale;
+    out[4 * area + i] = (pixels[i] - pixels[area + i]) * scale;
+  }
+}
+
+}  // namespace telvar::segmenter

@@ -1,0 +1,30 @@
+#pragma once
+
+// What the network sees of an image: brightness at three scales, and hues where training had any.
+
+#include "core/raster.h"
+
+namespace telvar::segmenter {
+
+/// How inputs are made; learned from the training images and kept in the artifact.
+struct InputSpec {
+  /// Floor of `deviation`: a training set of uniform images must not blow noise up without limit.
+  static constexpr float kMinDeviation = 1.0F / 1024;
+
+  bool colour = false;
+  float mean = 0.5F;       // of the training images' luma, 0..1
+  float deviation = 0.2F;  // likewise; kMinDeviation..1
+
+  core::Colour source() const { return colour ? core::Colour::kRgb : core::Colour::kGray; }
+  int source_channels() const { return core::channel_count(source()); }
+  /// Planes that the network takes: 3, or 5 with colour.
+  int planes() const { return colour ? 5 : 3; }
+};
+
+/// Fills `out` (spec.planes() x height x width) from `pixels` (source_channels() x height x width,
+/// 0..1). Planes: standardised luma; luma less its blur of 1 px, doubled; that blur less a blur of
+/// 4 px; with colour also blue - green and red - green over the luma's deviation.
+void fill_input_planes(const InputSpec& spec, const float* pixels, int width, int height,
+                       float* out);
+
+}  // namespace telvar::segmenter

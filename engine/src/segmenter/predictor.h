@@ -1,0 +1,30 @@
+#pragma once
+
+// Segmentation of regions of any size with a trained network: piece by piece, blended.
+
+#include <vector>
+
+#include "core/regions.h"
+#include "core/worker_pool.h"
+#include "segmenter/input_planes.h"
+#include "segmenter/network.h"
+#include "telvar/image.h"
+
+namespace telvar::segmenter {
+
+/// Probabilities of one piece, categories x height x width.
+using Probabilities = std::vector<float>;
+
+/// Runs the network over `pixels` (spec.source_channels() x height x width, 0..1); borders repeat
+/// up to the next multiple of the network's stride. Call inside a LibraryThreadScope or a pool.
+Probabilities predict_piece(SegmentationNet& net, const InputSpec& spec, const float* pixels,
+                            int width, int height);
+
+/// Segments a checked region. Returns one 8-bit gray image a category, in the region's size:
+/// probability 0..255. Pieces are computed by the pool; the result does not depend on its threads.
+/// Memory: the result; 4 bytes x categories x region width x 512 to blend in; 8 pieces.
+std::vector<types::Image> predict_region(SegmentationNet& net, const InputSpec& spec,
+                                         const types::ImageView& image, const core::Region& region,
+                                         core::WorkerPool& pool);
+
+}  // namespace telvar::segmenter

@@ -1,0 +1,183 @@
+#include "segmenter/prepare.h"
+
+#include <algorithm>
+
+#include "core/random.h"
+#include "core/sampling.h"
+#include "segmenter/limits.h"
+#include "segmenter/tiling.h"
+#include "telvar/exceptions.h"
+
+namespace telvar::segmenter {
+namespace {
+
+/// Part of every cache key: a change in how tiles are cut must miss old entries.
+constexpr std::uint32_t kPreparation = 1;
+
+struct LoadedSample {
+  LoadedImage image;
+  std::vector<types::Image> masks;  // by category of the model; empty: none of it
+  std::uint64_t known = 0;
+};
+
+std::string size_text(unsigned width, unsigned height) {
+  return std::to_string(width) + " x " + std::to_string(height);
+}
+
+void check_mask(const types::Image& mask, const types::Image& image, const std::string& subject) {
+  if (mask.layout[0] != image.layout[0] || mask.layout[1] != image.layout[1]) {
+    throw types::invalid_dataset(subject + ": " + size_text(mask.layout[0], mask.layout[1]) +
+                                 " pixels, but its image has " +
+                                 size_text(image.layout[0], image.layout[1]));
+  }
+  core::check_image(types::ImageView(mask), subject, kImageLimits);
+}
+
+LoadedSample load_sample(const SampleRequest& request, const TrainingRequest& dataset,
+                         const std::vector<std::string>& categories,
+                         const types::ImageLoader& loader, const types::ImageLoader& mask_loader) {
+  LoadedSample sample;
+  sample.image = load_image(request, loader);
+  sample.masks.resize(categories.size());
+  for (std::size_t c = 0; c < categories.size(); ++c) {
+    if (std::binary_search(dataset.categories.begin(), dataset.categories.end(), categories[c])) {
+      sample.known |= std::uint64_t{1} << c;
+    }
+    const auto mask = request.masks.find(categories[c]);
+    if (mask == request.masks.end()) continue;
+    sample.masks[c] = mask_loader(mask->second);
+    check_mask(sample.masks[c], sample.image.image,
+               request.name + ": mask '" + mask->second + "' of category '" + categories[c] + "'");
+  }
+  return sample;
+}
+
+core::CacheKey cache_key(const SampleRequest& request, const LoadedSample& sample) {
+  core::ByteWriter key;
+  key.u32(kPreparation);
+  key.u64(core::digest_of(types::ImageView(sample.image.image)));
+  const types::AffineTransform& t = sample.image.region.transform;
+  for (float value : {t.a, t.b, t.c, t.d, t.e, t.f}) key.f32(value);
+  key.i32(sample.image.region.width);
+  key.i32(sample.image.region.height);
+  key.u64(sample.known);
+  for (const types::Image& mask : sample.masks) {
+    key.u64(mask.pixels.empty() ? 0 : core::digest_of(types::ImageView(mask)));
+  }
+  return {request.image_id, core::checksum(key.bytes())};
+}
+
+core::Region part_of(const core::Region& region, const TileSpan& x, const TileSpan& y) {
+  core::Region part = region;
+  types::AffineTransform& t = part.transform;
+  t.c += t.a * x.begin + t.b * y.begin;
+  t.f += t.d * x.begin + t.e * y.begin;
+  part.width = x.size;
+  part.height = y.size;
+  return part;
+}
+
+TrainingTile sample_tile(const LoadedSample& sample, const core::Region& part) {
+  std::vector<core::Mask> masks(sample.masks.size());
+  for (std::size_t c = 0; c < masks.size(); ++c) {
+    if (sample.masks[c].pixels.empty()) continue;
+    masks[c] = core::sample_mask(types::ImageView(sample.masks[c]), part, part.width, part.height);
+  }
+  const types::ImageView view(sample.image.image);
+  const core::Colour colour = core::has_colour(view) ? core::Colour::kRgb : core::Colour::kGray;
+  const int depth = view.layout[4] == 16 ? 2 : 1;
+  return make_tile(core::sample(view, part, colour), depth, masks, sample.known);
+}
+
+bool has_labels(const LoadedSample& sample, const core::Region& part) {
+  return std::any_of(sample.masks.begin(), sample.masks.end(), [&](const types::Image& mask) {
+    if (mask.pixels.empty()) return false;
+    const auto cut = core::sample_mask(types::ImageView(mask), part, part.width, part.height);
+    return std::any_of(cut.values.begin(), cut.values.end(), [](auto v) { return v != 0; });
+  });
+}
+
+/// At most kMaxTilesPerSample parts; of a larger region, three with labels for each without.
+std::vector<core::Region> choose_parts(const LoadedSample& sample) {
+  std::vector<core::Region> parts;
+  for (const TileSpan& y : even_spans(sample.image.region.height, kTileSide)) {
+    for (const TileSpan& x : even_spans(sample.image.region.width, kTileSide)) {
+      parts.push_back(part_of(sample.image.region, x, y));
+    }
+  }
+  if (parts.size() <= kMaxTilesPerSample) return parts;
+  core::Random random({0x7469'6c65, parts.size()});
+  random.shuffle(parts);
+  std::vector<core::Region> labelled, empty;
+  for (const core::Region& part : parts)
+    (has_labels(sample, part) ? labelled : empty).push_back(part);
+  const auto share = std::min<std::size_t>(empty.size(), kMaxTilesPerSample / 4);
+  labelled.resize(std::min<std::size_t>(labelled.size(), kMaxTilesPerSample - share));
+  empty.resize(std::min<std::size_t>(empty.size(), kMaxTilesPerSample - labelled.size()));
+  labelled.insert(labelled.end(), empty.begin(), empty.end());
+  return labelled;
+}
+
+std::string to_blob(const std::vector<TrainingTile>& tiles) {
+  core::ByteWriter writer;
+  writer.u32(static_cast<std::uint32_t>(tiles.size()));
+  for (const TrainingTile& tile : tiles) write_tile(writer, tile);
+  return writer.take();
+}
+
+std::vector<TrainingTile> from_blob(const std::string& blob, int categories) {
+  core::ByteReader reader(blob);
+  std::vector<TrainingTile> tiles(reader.count("tiles", 1, kMaxTilesPerSample));
+  for (TrainingTile& tile : tiles) tile = read_tile(reader, kTileSide, categories);
+  reader.finish("prepared sample");
+  return tiles;
+}
+
+std::vector<TrainingTile> cut_sample(const LoadedSample& sample) {
+  std::vector<TrainingTile> tiles;
+  for (const core::Region& part : choose_parts(sample)) tiles.push_back(sample_tile(sample, part));
+  return tiles;
+}
+
+std::vector<TrainingTile> tiles_of(const SampleRequest& request, const LoadedSample& sample,
+                                   core::CacheSession& cache) {
+  const core::CacheKey key = cache_key(request, sample);
+  const int categories = static_cast<int>(sample.masks.size());
+  if (const auto blob = cache.find(key)) {
+    try {
+      return from_blob(*blob, categories);
+    } catch (const core::malformed_bytes&) {
+      // An entry that is no use costs time, nothing else: cut the sample anew.
+    }
+  }
+  auto tiles = cut_sample(sample);
+  cache.put(key, to_blob(tiles));
+  return tiles;
+}
+
+}  // namespace
+
+LoadedImage load_image(const SampleRequest& request, const types::ImageLoader& loader) {
+  LoadedImage loaded{loader(request.image_id), {}};
+  const types::ImageView view(loaded.image);
+  const std::string subject = request.name + ", image '" + request.image_id + "'";
+  core::check_image(view, subject, kImageLimits);
+  loaded.region = core::resolve_region(view, request.region.transform, request.region.size, subject,
+                                       kImageLimits);
+  return loaded;
+}
+
+std::vector<PreparedSample> prepare_samples(const TrainingRequest& request,
+                                            const std::vector<std::string>& categories,
+                                            const types::ImageLoader& loader,
+                                            const types::ImageLoader& mask_loader,
+                                            core::CacheSession& cache) {
+  std::vector<PreparedSample> samples;
+  for (const SampleRequest& sample : request.samples) {
+    const LoadedSample loaded = load_sample(sample, request, categories, loader, mask_loader);
+    samples.push_back({sample.name, tiles_of(sample, loaded, cache)});
+  }
+  return samples;
+}
+
+}  // namespace telvar::segmenter

@@ -1,0 +1,216 @@
+#include "segmenter/trainer.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "core/training.h"
+#include "segmenter/crops.h"
+#include "segmenter/evaluation.h"
+#include "segmenter/exemplars.h"
+#include "segmenter/held_out.h"
+
+namespace telvar::segmenter {
+namespace {
+
+constexpr std::uint64_t kSeed = 0x7365'676d;
+
+/// A batch is four crops: many small steps beat few large ones at equal cost.
+constexpr int kChunks = 2;
+constexpr int kCropsPerChunk = 2;
+constexpr int kRoundSteps = 120;
+
+/// How long to train: rounds without the samples held out, judged after each, then the finish on
+/// all samples, as a share of the steps made.
+struct Effort {
+  int max_rounds;
+  double finish_share;
+  double peak_rate;
+};
+constexpr Effort kFromNothing{8, 0.5, 3e-3};
+constexpr Effort kContinued{1, 0.5, 1.5e-3};
+
+/// Rounds end early when this is reached and a round adds less than kLeastGain.
+constexpr double kGoodScore = 0.9;
+constexpr double kLeastGain = 0.005;
+
+using Tiles = std::vector<const TrainingTile*>;
+
+InputSpec measure_input(const Tiles& tiles) {
+  InputSpec spec;
+  double sum = 0, squares = 0, count = 0;
+  for (const TrainingTile* tile : tiles) {
+    spec.colour = spec.colour || tile->channels == 3;
+    const std::size_t area = tile->area();
+    for (std::size_t i = 0; i < area; ++i) {
+      const double luma = tile->channels == 1
+                              ? tile->value(i)
+                              : 0.299 * tile->value(i) + 0.587 * tile->value(area + i) +
+                                    0.114 * tile->value(2 * area + i);
+      sum += luma;
+      squares += luma * luma;
+    }
+    count += static_cast<double>(area);
+  }
+  const double mean = sum / count;
+  const double deviation = std::sqrt(std::max(0.0, squares / count - mean * mean));
+  spec.mean = static_cast<float>(mean);
+  spec.deviation = std::max(InputSpec::kMinDeviation, static_cast<float>(deviation));
+  return spec;
+}
+
+/// Where each category of `from` stands in `to`.
+std::vector<int> places_of(const std::vector<std::string>& from,
+                           const std::vector<std::string>& to) {
+  std::vector<int> places;
+  for (const std::string& name : from) {
+    places.push_back(static_cast<int>(std::lower_bound(to.begin(), to.end(), name) - to.begin()));
+  }
+  return places;
+}
+
+/// A tile whose labels refer to the categories' new places.
+TrainingTile renumbered(TrainingTile tile, const std::vector<int>& places) {
+  std::uint64_t known = 0;
+  for (std::size_t c = 0; c < places.size(); ++c) {
+    if (tile.known >> c & 1) known |= std::uint64_t{1} << places[c];
+  }
+  tile.known = known;
+  for (LabelPlane& plane : tile.labels) plane.category = places[plane.category];
+  return tile;
+}
+
+torch::Tensor chunk_loss(SegmentationNet& net, const InputSpec& spec,
+                         const std::vector<const CropSource*>& sources, int side,
+                         core::Random& random) {
+  torch::Tensor inputs = torch::empty({kCropsPerChunk, spec.planes(), side, side});
+  torch::Tensor targets = torch::empty({kCropsPerChunk, net.categories(), side, side});
+  torch::Tensor known = torch::empty({kCropsPerChunk, net.categories()});
+  for (int i = 0; i < kCropsPerChunk; ++i) {
+    const Crop crop = sources[i % sources.size()]->draw(random);
+    fill_input_planes(spec, crop.pixels.data(), side, side, inputs[i].data_ptr<float>());
+    std::copy(crop.targets.begin(), crop.targets.end(), targets[i].data_ptr<float>());
+    std::copy(crop.known.begin(), crop.known.end(), known[i].data_ptr<float>());
+  }
+  return segmentation_loss(net.forward(inputs), targets, known);
+}
+
+class Trainer {
+ public:
+  Trainer(const ModelState* base, const std::vector<std::string>& categories,
+          std::vector<PreparedSample> samples, core::WorkerPool& pool)
+      : categories_(categories),
+        samples_(std::move(samples)),
+        effort_(base == nullptr ? kFromNothing : kContinued),
+        pool_(pool) {
+    for (const PreparedSample& sample : samples_) add_tiles(sample, all_);
+    start(base);
+  }
+
+  TrainedModel run() {
+    TrainedModel trained;
+    int steps = 0;
+    trained.score = run_rounds(steps);
+    run_finish(static_cast<int>(steps * effort_.finish_share));
+    Tiles remembered = all_;
+    for (const TrainingTile& tile : rehearsed_) remembered.push_back(&tile);
+    trained.state = {categories_, spec_, net_, choose_exemplars(remembered, count())};
+    return trained;
+  }
+
+ private:
+  int count() const { return static_cast<int>(categories_.size()); }
+
+  static void add_tiles(const PreparedSample& sample, Tiles& tiles) {
+    for (const TrainingTile& tile : sample.tiles) tiles.push_back(&tile);
+  }
+
+  void start(const ModelState* base) {
+    spec_ = measure_input(all_);
+    if (base == nullptr) {
+      net_ = make_initial_net(spec_.planes(), count(), kSeed);
+      return;
+    }
+    const bool colour = spec_.colour || base->input.colour;
+    spec_ = base->input;  // what the weights are used to
+    spec_.colour = colour;
+    const std::vector<int> places = places_of(base->categories, categories_);
+    net_ = grow_net(*base->net, spec_.planes(), count(), places, kSeed);
+    for (const TrainingTile& tile : base->exemplars) {
+      rehearsed_.push_back(renumbered(tile, places));
+    }
+  }
+
+  /// Returns the score after the last round.
+  double run_rounds(int& steps) {
+    Tiles taught, judging;
+    const std::vector<bool> held = choose_held_out(samples_, count());
+    for (std::size_t i = 0; i < samples_.size(); ++i) {
+      add_tiles(samples_[i], held[i] ? judging : taught);
+    }
+    // A single sample has to teach and to judge.
+    if (judging.empty()) judging = taught;
+    double score = 0;
+    for (int round = 0; round < effort_.max_rounds; ++round) {
+      core::TrainingPlan plan = base_plan(kRoundSteps, kSeed + 1 + round);
+      plan.warm_up = round == 0 ? 0.3 : 0.05;
+      plan.final_rate = 1.0;
+      run_plan(plan, taught);
+      steps += kRoundSteps;
+      const double before = score;
+      score = mean_iou(measure_overlap(*net_, spec_, judging, pool_));
+      if (score >= kGoodScore && score - before < kLeastGain) break;
+    }
+    return score;
+  }
+
+  void run_finish(int steps) {
+    core::TrainingPlan plan = base_plan(steps, kSeed + 1000);
+    plan.warm_up = 0.05;
+    plan.final_rate = 0.01;
+    run_plan(plan, all_);
+  }
+
+  core::TrainingPlan base_plan(int steps, std::uint64_t seed) const {
+    core::TrainingPlan plan;
+    plan.steps = steps;
+    plan.chunks = kChunks;
+    plan.seed = seed;
+    plan.peak_rate = effort_.peak_rate;
+    plan.average_decay = 0.98;
+    return plan;
+  }
+
+  void run_plan(const core::TrainingPlan& plan, const Tiles& tiles) {
+    Tiles old;
+    for (const TrainingTile& tile : rehearsed_) old.push_back(&tile);
+    const int side = choose_crop_side(all_);
+    const CropSource fresh(tiles, side, count(), spec_);
+    const CropSource rehearsed(old, side, count(), spec_);
+    std::vector<const CropSource*> sources{&fresh};
+    if (!old.empty()) sources.push_back(&rehearsed);
+    core::train<SegmentationNet>(
+        net_, [&] { return std::make_shared<SegmentationNet>(spec_.planes(), count()); },
+        [&](SegmentationNet& replica, int, int, core::Random& random) {
+          return chunk_loss(replica, spec_, sources, side, random);
+        },
+        plan, pool_);
+  }
+
+  std::vector<std::string> categories_;
+  std::vector<PreparedSample> samples_;
+  Effort effort_;
+  core::WorkerPool& pool_;
+  Tiles all_;
+  std::vector<TrainingTile> rehearsed_;  // exemplars of the base, renumbered
+  InputSpec spec_;
+  std::shared_ptr<SegmentationNet> net_;
+};
+
+}  // namespace
+
+TrainedModel train_model(const ModelState* base, const std::vector<std::string>& categories,
+                         std::vector<PreparedSample> samples, core::WorkerPool& pool) {
+  return Trainer(base, categories, std::move(samples), pool).run();
+}
+
+}  // namespace telvar::segmenter
