@@ -1,0 +1,29 @@
+#pragma once
+
+// The methods that are compared, each trained and tested on the same images.
+
+#include <string>
+
+#include "labelled_images.h"
+
+namespace bench {
+
+struct Outcome {
+  double accuracy = 0;       // share of the test images
+  double train_seconds = 0;  // CPU
+  double single_ms = 0;      // CPU, one image at a time
+  double own_estimate = -1;  // of the accuracy, by the method itself; -1: none
+  double calibration = -1;   // expected calibration error over ten bins; -1: none
+};
+
+/// The engine, at this effort.
+Outcome run_engine(const LabelledImages& train, const LabelledImages& test, int effort);
+
+/// Histograms of oriented gradients and a support vector machine with a radial kernel, both
+/// OpenCV's.
+Outcome run_hog_svm(const LabelledImages& train, const LabelledImages& test);
+
+/// CPU seconds of this process.
+double cpu_seconds();
+
+}  // namespace bench

@@ -1,0 +1,92 @@
+#include "classifier/augmentation.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace telvar::classifier {
+namespace {
+
+constexpr float kMaxShift = 0.07f;   // of the side
+constexpr float kMaxTurn = 0.12f;    // radians
+constexpr float kMaxScale = 0.1f;    // logarithm
+constexpr float kMaxGain = 0.15f;    // logarithm
+constexpr float kMaxOffset = 0.08f;  // of white
+
+struct Pose {
+  float xx, xy, x0, yx, yy, y0;
+};
+
+/// Maps canvas positions to sample positions, about the centre.
+Pose random_pose(const Canvas& canvas, core::Random& random) {
+  const float turn = random.uniform(-kMaxTurn, kMaxTurn);
+  const float size = random.uniform(-kMaxScale, kMaxScale);
+  const float aspect = random.uniform(-kMaxScale, kMaxScale) / 2;
+  const float sx = std::exp(size + aspect), sy = std::exp(size - aspect);
+  Pose pose{sx * std::cos(turn), -sy * std::sin(turn), 0,
+            sx * std::sin(turn), sy * std::cos(turn),  0};
+  const float cx = 0.5f * static_cast<float>(canvas.width - 1);
+  const float cy = 0.5f * static_cast<float>(canvas.height - 1);
+  pose.x0 = cx - pose.xx * cx - pose.xy * cy +
+            random.uniform(-kMaxShift, kMaxShift) * static_cast<float>(canvas.width);
+  pose.y0 = cy - pose.yx * cx - pose.yy * cy +
+            random.uniform(-kMaxShift, kMaxShift) * static_cast<float>(canvas.height);
+  return pose;
+}
+
+struct Levels {
+  float gain, offset;
+};
+
+/// Bilinear, edge pixels repeat.
+void warp(const Sample& sample, const Canvas& canvas, const Pose& pose, const Levels* levels,
+          float* out) {
+  const auto right = static_cast<float>(canvas.width - 1);
+  const auto bottom = static_cast<float>(canvas.height - 1);
+  const std::size_t plane = canvas.plane_size();
+  std::size_t at = 0;
+  for (int v = 0; v < canvas.height; ++v) {
+    for (int u = 0; u < canvas.width; ++u, ++at) {
+      const auto fu = static_cast<float>(u), fv = static_cast<float>(v);
+      const float x = std::clamp(pose.xx * fu + pose.xy * fv + pose.x0, 0.0f, right);
+      const float y = std::clamp(pose.yx * fu + pose.yy * fv + pose.y0, 0.0f, bottom);
+      const int x0 = static_cast<int>(x), y0 = static_cast<int>(y);
+      const int dx = x0 + 1 < canvas.width ? 1 : 0;
+      const int dy = y0 + 1 < canvas.height ? canvas.width : 0;
+      const float fx = x - static_cast<float>(x0), fy = y - static_cast<float>(y0);
+      const std::uint8_t* pixel = sample.data() + static_cast<std::size_t>(y0) * canvas.width + x0;
+      for (int c = 0; c < canvas.channels; ++c, pixel += plane) {
+        const float top = pixel[0] + fx * (pixel[dx] - pixel[0]);
+        const float low = pixel[dy] + fx * (pixel[dy + dx] - pixel[dy]);
+        out[plane * c + at] = (top + fy * (low - top)) * levels[c].gain + levels[c].offset;
+      }
+    }
+  }
+}
+
+Levels levels_of(const Canvas& canvas, int channel, float gain, float offset) {
+  const float scale = 1 / canvas.deviation[channel];
+  return {gain * scale / 255, (offset - canvas.mean[channel]) * scale};
+}
+
+}  // namespace
+
+void normalise(const Sample& sample, const Canvas& canvas, float* out) {
+  for (int c = 0; c < canvas.channels; ++c) {
+    const Levels levels = levels_of(canvas, c, 1, 0);
+    for (std::size_t i = 0; i < canvas.plane_size(); ++i) {
+      const std::size_t at = canvas.plane_size() * c + i;
+      out[at] = sample[at] * levels.gain + levels.offset;
+    }
+  }
+}
+
+void augment(const Sample& sample, const Canvas& canvas, core::Random& random, float* out) {
+  const Pose pose = random_pose(canvas, random);
+  const float gain = std::exp(random.uniform(-kMaxGain, kMaxGain));
+  const float offset = random.uniform(-kMaxOffset, kMaxOffset);
+  Levels levels[3];
+  for (int c = 0; c < canvas.channels; ++c) levels[c] = levels_of(canvas, c, gain, offset);
+  warp(sample, canvas, pose, levels, out);
+}
+
+}  // namespace telvar::classifier

@@ -1,0 +1,164 @@
+#include "classifier/dense.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace telvar::classifier {
+namespace {
+
+#if defined(__x86_64__) && defined(__linux__) && defined(__GNUC__) && !defined(__clang__) && \
+    !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+// The loader picks the widest form that the processor has.
+#define TELVAR_WIDEST __attribute__((target_clones("avx512f", "arch=haswell", "default")))
+#else
+#define TELVAR_WIDEST
+#endif
+
+constexpr int kTile = 4;
+constexpr int kLanes = 16;
+constexpr int kBlock = 64;
+
+/// out[4 i + j] = dot product of row i of a and row j of b over `length` values, a multiple of 16.
+TELVAR_WIDEST void dot_tile(const float* a, std::size_t a_stride, const float* b,
+                            std::size_t b_stride, std::size_t length, float* out) {
+  typedef float Lanes __attribute__((vector_size(kLanes * sizeof(float)), aligned(4)));
+  Lanes sums[kTile][kTile] = {};
+  for (std::size_t k = 0; k < length; k += kLanes) {
+    Lanes left[kTile], right[kTile];
+    for (int i = 0; i < kTile; ++i) {
+      std::memcpy(&left[i], a + i * a_stride + k, sizeof(Lanes));
+      std::memcpy(&right[i], b + i * b_stride + k, sizeof(Lanes));
+    }
+    for (int i = 0; i < kTile; ++i) {
+      for (int j = 0; j < kTile; ++j) sums[i][j] += left[i] * right[j];
+    }
+  }
+  for (int i = 0; i < kTile; ++i) {
+    for (int j = 0; j < kTile; ++j) {
+      float sum = 0;
+      for (int lane = 0; lane < kLanes; ++lane) sum += sums[i][j][lane];
+      out[i * kTile + j] = sum;
+    }
+  }
+}
+
+std::size_t padded(int length) {
+  return (static_cast<std::size_t>(length) + 15) / 16 * 16;
+}
+
+/// Calls take(i, j, dot) for rows i of a in [i0, i1) and rows j of b in [j0, j1), over the first
+/// `length` columns; beyond it, up to the next multiple of 16, one of the factors must be zero.
+template <class Take>
+void dots(const Matrix& a, int i0, int i1, const Matrix& b, int j0, int j1, int length,
+          const Take& take) {
+  float out[kTile * kTile];
+  for (int i = i0; i < i1; i += kTile) {
+    for (int j = j0; j < j1; j += kTile) {
+      const int rows = std::min(kTile, i1 - i), columns = std::min(kTile, j1 - j);
+      if (rows == kTile && columns == kTile) {
+        dot_tile(a.row(i), a.stride(), b.row(j), b.stride(), padded(length), out);
+      } else {
+        // Repeats the first row where the tile sticks out.
+        dot_tile(a.row(i), rows == kTile ? a.stride() : 0, b.row(j),
+                 columns == kTile ? b.stride() : 0, padded(length), out);
+        for (int r = 0; r < rows; ++r) {
+          for (int c = 0; c < columns; ++c) {
+            float single[kTile * kTile];
+            dot_tile(a.row(i + r), 0, b.row(j + c), 0, padded(length), single);
+            out[r * kTile + c] = single[0];
+          }
+        }
+      }
+      for (int r = 0; r < rows; ++r) {
+        for (int c = 0; c < columns; ++c) take(i + r, j + c, out[r * kTile + c]);
+      }
+    }
+  }
+}
+
+int blocks_of(int count) {
+  return (count + kBlock - 1) / kBlock;
+}
+
+}  // namespace
+
+Matrix product_transposed(const Matrix& a, const Matrix& b, core::WorkerPool& pool) {
+  Matrix product(a.rows(), b.rows());
+  pool.run(blocks_of(a.rows()), [&](int block) {
+    const int i0 = block * kBlock, i1 = std::min(a.rows(), i0 + kBlock);
+    for (int j0 = 0; j0 < b.rows(); j0 += kBlock) {
+      dots(a, i0, i1, b, j0, std::min(b.rows(), j0 + kBlock), a.columns(),
+           [&](int i, int j, float dot) { product.at(i, j) = dot; });
+    }
+  });
+  return product;
+}
+
+bool factorise(Matrix& matrix, core::WorkerPool& pool) {
+  const int n = matrix.rows();
+  for (int i = 0; i < n; ++i) {
+    std::fill(matrix.row(i) + i + 1, matrix.row(i) + matrix.stride(), 0.0f);
+  }
+  for (int j0 = 0; j0 < n; j0 += kBlock) {
+    const int j1 = std::min(n, j0 + kBlock);
+    // Everything left of the panel is final: subtract its part from the whole panel.
+    pool.run(blocks_of(n - j0), [&](int block) {
+      const int i0 = j0 + block * kBlock, i1 = std::min(n, i0 + kBlock);
+      if (j0 == 0) return;
+      dots(matrix, i0, i1, matrix, j0, j1, j0, [&](int i, int j, float dot) {
+        if (j <= i) matrix.at(i, j) -= dot;
+      });
+    });
+    for (int j = j0; j < j1; ++j) {
+      double pivot = matrix.at(j, j);
+      for (int k = j0; k < j; ++k) pivot -= static_cast<double>(matrix.at(j, k)) * matrix.at(j, k);
+      if (!(pivot > 0)) return false;
+      matrix.at(j, j) = static_cast<float>(std::sqrt(pivot));
+      for (int i = j + 1; i < j1; ++i) {
+        float sum = matrix.at(i, j);
+        for (int k = j0; k < j; ++k) sum -= matrix.at(i, k) * matrix.at(j, k);
+        matrix.at(i, j) = sum / matrix.at(j, j);
+      }
+    }
+    pool.run(blocks_of(n - j1), [&](int block) {
+      const int i0 = j1 + block * kBlock, i1 = std::min(n, i0 + kBlock);
+      for (int i = i0; i < i1; ++i) {
+        for (int j = j0; j < j1; ++j) {
+          float sum = matrix.at(i, j);
+          for (int k = j0; k < j; ++k) sum -= matrix.at(i, k) * matrix.at(j, k);
+          matrix.at(i, j) = sum / matrix.at(j, j);
+        }
+      }
+    });
+  }
+  return true;
+}
+
+Matrix inverse_transposed(const Matrix& lower, core::WorkerPool& pool) {
+  // Row c of the result is column c of the inverse: forward substitution of a unit vector. A block
+  // of columns goes together, so that the bulk is dot products of rows.
+  const int n = lower.rows();
+  Matrix inverse(n, n);
+  pool.run(blocks_of(n), [&](int block) {
+    const int c0 = block * kBlock, c1 = std::min(n, c0 + kBlock);
+    for (int c = c0; c < c1; ++c) inverse.at(c, c) = 1;
+    for (int i0 = c0; i0 < n; i0 += kBlock) {
+      const int i1 = std::min(n, i0 + kBlock);
+      if (i0 > c0) {
+        dots(inverse, c0, c1, lower, i0, i1, i0,
+             [&](int c, int i, float dot) { inverse.at(c, i) -= dot; });
+      }
+      for (int c = c0; c < c1; ++c) {
+        for (int i = i0; i < i1; ++i) {
+          float sum = inverse.at(c, i);
+          for (int k = i0; k < i; ++k) sum -= lower.at(i, k) * inverse.at(c, k);
+          inverse.at(c, i) = sum / lower.at(i, i);
+        }
+      }
+    }
+  });
+  return inverse;
+}
+
+}  // namespace telvar::classifier

@@ -1,0 +1,105 @@
+#include <utility>
+
+#include "classifier/answers.h"
+#include "classifier/state.h"
+#include "core/exception_translation.h"
+#include "core/regions.h"
+#include "core/sampling.h"
+#include "telvar/classifier.h"
+#include "telvar/exceptions.h"
+
+namespace telvar::qv::classifier {
+namespace {
+
+namespace engine = telvar::classifier;
+
+/// The pixels of a region as an image of their own, gray or RGB in 16 bits.
+types::Image cut_out(const types::ImageView& image, const core::Region& region) {
+  const bool colour = core::has_colour(image);
+  const core::Raster raster =
+      core::sample(image, region, colour ? core::Colour::kRgb : core::Colour::kGray);
+  const unsigned channels = static_cast<unsigned>(raster.channels);
+  const unsigned bytes = image.layout[4] / 8;
+  const float white = bytes == 1 ? 255.0f : 65535.0f;
+  std::vector<unsigned char> pixels(raster.values.size() * bytes);
+  for (std::size_t i = 0; i < raster.plane_size(); ++i) {
+    for (unsigned c = 0; c < channels; ++c) {
+      const auto level =
+          static_cast<std::uint16_t>(raster.plane(static_cast<int>(c))[i] * white + 0.5f);
+      unsigned char* out = pixels.data() + (i * channels + c) * bytes;
+      if (bytes == 1) {
+        *out = static_cast<unsigned char>(level);
+      } else {
+        std::copy_n(reinterpret_cast<const unsigned char*>(&level), 2, out);
+      }
+    }
+  }
+  const auto width = static_cast<unsigned>(region.width);
+  return types::Image(width, static_cast<unsigned>(region.height), width * channels * bytes,
+                      channels, 8 * bytes, colour ? 2 : 0, pixels.data());
+}
+
+bool is_whole(const types::ImageView& image, const core::Region& region) {
+  const auto& t = region.transform;
+  return t.a == 1 && t.b == 0 && t.c == 0 && t.d == 0 && t.e == 1 && t.f == 0 &&
+         region.width == static_cast<int>(image.layout[0]) &&
+         region.height == static_cast<int>(image.layout[1]);
+}
+
+unsigned threads_of(const types::Device& device) {
+  const auto* cpu = dynamic_cast<const types::CpuDevice*>(&device);
+  return cpu == nullptr ? 0 : cpu->threads();
+}
+
+}  // namespace
+
+class Model::Impl {
+ public:
+  Impl(const std::string& artifact, unsigned threads)
+      : pool_(threads), state_(engine::read_classifier(artifact, pool_)) {
+    for (const auto& net : state_.nets) core::fold_batch_norms(*net);
+  }
+
+  std::string process(const types::ImageView& image, const types::AffineTransform& transform,
+                      const types::Size2<unsigned>& size) const {
+    core::check_image(image, "image");
+    const core::Region region = core::resolve_region(image, transform, size, "image");
+    const engine::Thumbnail thumbnail = thumbnail_of(image, region);
+    const engine::Sample sample = engine::place(thumbnail, state_.canvas);
+    const engine::Matrix scores = engine::scores_of(state_, {&sample}, pool_);
+    telvar_msg::qv::classification::Result result;
+    *result.mutable_sample() = engine::sample_result(state_.categories, scores.row(0));
+    return result.SerializeAsString();
+  }
+
+ private:
+  engine::Thumbnail thumbnail_of(const types::ImageView& image, const core::Region& region) const {
+    const int side = state_.canvas.thumbnail_side;
+    if (is_whole(image, region)) return engine::make_thumbnail(image, side);
+    const types::Image cut = cut_out(image, region);
+    return engine::make_thumbnail(types::ImageView(cut), side);
+  }
+
+  mutable core::WorkerPool pool_;
+  engine::ClassifierState state_;
+};
+
+Model::Model(const std::string& artifact, const std::string& runtime_parameters,
+             const types::Device& device) {
+  if (!runtime_parameters.empty()) {
+    throw types::invalid_parameters("the classifier takes no run-time parameters, " +
+                                    std::to_string(runtime_parameters.size()) + " bytes given");
+  }
+  impl_ = core::translated("building the classifier",
+                           [&] { return std::make_unique<Impl>(artifact, threads_of(device)); });
+}
+
+Model::~Model() = default;
+
+std::string Model::process(const types::ImageView& image, const types::AffineTransform& transform,
+                           const types::Size2<unsigned>& size) const {
+  return core::translated("classifying an image",
+                          [&] { return impl_->process(image, transform, size); });
+}
+
+}  // namespace telvar::qv::classifier

@@ -1,0 +1,81 @@
+#include "classifier/network_training.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "classifier/augmentation.h"
+#include "classifier/limits.h"
+#include "core/training.h"
+
+namespace telvar::classifier {
+namespace {
+
+constexpr int kChunks = 2;
+constexpr double kSmoothing = 0.05;
+constexpr double kGoingOnShare = 0.2;  // of the steps from nothing
+constexpr double kGoingOnRate = 0.4;   // of the rate from nothing
+
+/// How many samples a training from nothing draws, of so many. Measured: more buys little.
+double draws_for(double members) {
+  if (members <= kLargeSet) return 6400 * std::sqrt(members / 100);
+  return 150000 * std::pow(members / kLargeSet, 0.55);
+}
+
+core::TrainingPlan plan_for(const NetworkTask& task, int chunk_size) {
+  core::TrainingPlan plan;
+  plan.chunks = kChunks;
+  plan.seed = task.seed;
+  double draws = draws_for(static_cast<double>(std::max<std::size_t>(task.members.size(), 20))) *
+                 task.effort / kNormalEffort;
+  if (task.goes_on) draws *= kGoingOnShare;
+  plan.steps = std::max(10, static_cast<int>(draws / (kChunks * chunk_size)));
+  plan.peak_rate = task.goes_on ? 4e-3 * kGoingOnRate : 4e-3;
+  plan.weight_decay = 0.05;
+  plan.average_decay = 0.98;
+  return plan;
+}
+
+/// The samples in the order they are drawn: one shuffled round after the other.
+std::vector<int> drawing_order(const NetworkTask& task, std::size_t count) {
+  std::vector<int> order;
+  core::Random random({task.seed, 0x6F72646572u});
+  while (order.size() < count) {
+    std::vector<int> round = task.members;
+    random.shuffle(round);
+    order.insert(order.end(), round.begin(), round.end());
+  }
+  return order;
+}
+
+torch::Tensor smoothed_loss(const torch::Tensor& logits, const torch::Tensor& labels) {
+  return torch::nn::functional::cross_entropy(
+      logits, labels, torch::nn::functional::CrossEntropyFuncOptions().label_smoothing(kSmoothing));
+}
+
+}  // namespace
+
+void train_network(const std::shared_ptr<NetworkImpl>& net, const NetworkTask& task,
+                   core::WorkerPool& pool) {
+  const int chunk_size = task.members.size() > kLargeSet ? 32 : 16;
+  const core::TrainingPlan plan = plan_for(task, chunk_size);
+  const std::vector<int> order =
+      drawing_order(task, static_cast<std::size_t>(plan.steps) * kChunks * chunk_size);
+  const auto chunk_loss = [&](NetworkImpl& replica, int step, int chunk, core::Random& random) {
+    torch::Tensor input =
+        torch::empty({chunk_size, task.canvas.channels, task.canvas.height, task.canvas.width});
+    torch::Tensor labels = torch::empty({chunk_size}, torch::kLong);
+    const std::size_t first = (static_cast<std::size_t>(step) * kChunks + chunk) * chunk_size;
+    for (int i = 0; i < chunk_size; ++i) {
+      const int index = order[first + i];
+      augment((*task.samples)[index], task.canvas, random,
+              input.data_ptr<float>() + task.canvas.sample_size() * i);
+      labels.data_ptr<std::int64_t>()[i] = (*task.labels)[index];
+    }
+    return smoothed_loss(replica.forward(input), labels);
+  };
+  core::train<NetworkImpl>(
+      net, [&] { return std::make_shared<NetworkImpl>(task.canvas, task.categories); }, chunk_loss,
+      plan, pool);
+}
+
+}  // namespace telvar::classifier

@@ -1,0 +1,28 @@
+#pragma once
+
+// Trains one network on some of the samples.
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "classifier/network.h"
+
+namespace telvar::classifier {
+
+struct NetworkTask {
+  const std::vector<Sample>* samples;
+  const std::vector<int>* labels;
+  std::vector<int> members;  // indices of the samples to learn from
+  Canvas canvas;
+  int categories;
+  int effort;    // 10: normal
+  bool goes_on;  // from a trained network: fewer and smaller steps
+  std::uint64_t seed;
+};
+
+/// `net` holds the initial weights, and the trained ones afterwards.
+void train_network(const std::shared_ptr<NetworkImpl>& net, const NetworkTask& task,
+                   core::WorkerPool& pool);
+
+}  // namespace telvar::classifier

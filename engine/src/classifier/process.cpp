@@ -1,0 +1,58 @@
+#include "classifier/answers.h"
+#include "classifier/dataset.h"
+#include "classifier/state.h"
+#include "classifier/train_cache.h"
+#include "core/exception_translation.h"
+#include "core/library_threads.h"
+#include "telvar/classifier.h"
+
+namespace telvar::qv::classifier {
+namespace {
+
+namespace engine = telvar::classifier;
+namespace messages = telvar_msg::qv::classification;
+
+constexpr std::size_t kBatch = 200;  // samples in memory at once
+
+void process_batch(const engine::ClassifierState& state,
+                   const std::vector<engine::DatasetEntry>& entries, std::size_t first,
+                   const std::vector<engine::Thumbnail>& thumbnails, core::WorkerPool& pool,
+                   messages::ProcessingResult& result) {
+  std::vector<engine::Sample> samples;
+  std::vector<const engine::Sample*> pointers;
+  for (const auto& thumbnail : thumbnails) samples.push_back(place(thumbnail, state.canvas));
+  for (const auto& sample : samples) pointers.push_back(&sample);
+  const engine::Matrix scores = engine::scores_of(state, pointers, pool);
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    (*result.mutable_samples())[entries[first + i].key] =
+        engine::sample_result(state.categories, scores.row(static_cast<int>(i)));
+  }
+}
+
+std::string process_checked(const std::string& artifact, const std::string& dataset,
+                            const types::ImageLoader& loader, TrainCache& cache) {
+  const core::LibraryThreadScope scope;
+  core::WorkerPool pool;
+  const engine::ClassifierState state = engine::read_classifier(artifact, pool);
+  for (const auto& net : state.nets) core::fold_batch_norms(*net);
+  const std::vector<engine::DatasetEntry> entries = engine::parse_batch(dataset);
+  core::CacheSession session(cache.impl().store);
+  engine::ThumbnailLoader thumbnails(loader, session, pool, state.canvas.thumbnail_side);
+  messages::ProcessingResult result;
+  for (std::size_t first = 0; first < entries.size(); first += kBatch) {
+    const std::size_t last = std::min(entries.size(), first + kBatch);
+    process_batch(state, entries, first, thumbnails.load(entries, first, last), pool, result);
+  }
+  session.commit();
+  return result.SerializeAsString();
+}
+
+}  // namespace
+
+std::string process(const std::string& artifact, const std::string& dataset,
+                    const types::ImageLoader& loader, TrainCache& cache) {
+  return core::translated("classifying a batch",
+                          [&] { return process_checked(artifact, dataset, loader, cache); });
+}
+
+}  // namespace telvar::qv::classifier

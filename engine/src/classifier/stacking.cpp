@@ -1,0 +1,86 @@
+#include "classifier/stacking.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace telvar::classifier {
+namespace {
+
+// Weak belief, worth so many samples, in middling weights: few or perfectly separated samples
+// would otherwise ask for scores of exactly 0 and 1.
+constexpr double kPriorSamples = 0.5;
+constexpr double kExpectedNetwork = 1, kExpectedKernel = 6;
+constexpr int kRounds = 4;
+
+double deviation_from(double expected, float weight) {
+  const double difference = std::log(std::max(weight, 0.02f) / expected);
+  return difference * difference;
+}
+
+/// Mean negative log likelihood of the labels, prior included.
+double cost(const Stacking& stacking, const Matrix& network, const Matrix& kernel,
+            const std::vector<int>& labels) {
+  const Matrix scores = stacked_scores(stacking, network, kernel);
+  double sum = 0;
+  for (int i = 0; i < scores.rows(); ++i) sum -= std::log(scores.at(i, labels[i]) + 1e-9);
+  sum += kPriorSamples * deviation_from(kExpectedNetwork, stacking.network);
+  if (kernel.rows() > 0) sum += kPriorSamples * deviation_from(kExpectedKernel, stacking.kernel);
+  return sum;
+}
+
+}  // namespace
+
+Matrix stacked_scores(const Stacking& stacking, const Matrix& network, const Matrix& kernel) {
+  Matrix scores(network.rows(), network.columns());
+  for (int i = 0; i < scores.rows(); ++i) {
+    float* row = scores.row(i);
+    float best = -std::numeric_limits<float>::max();
+    for (int c = 0; c < scores.columns(); ++c) {
+      row[c] = stacking.network * network.at(i, c);
+      if (kernel.rows() > 0) row[c] += stacking.kernel * kernel.at(i, c);
+      best = std::max(best, row[c]);
+    }
+    float sum = 0;
+    for (int c = 0; c < scores.columns(); ++c) sum += row[c] = std::exp(row[c] - best);
+    for (int c = 0; c < scores.columns(); ++c) row[c] /= sum;
+  }
+  return scores;
+}
+
+Stacking fit_stacking(const Matrix& network, const Matrix& kernel, const std::vector<int>& labels) {
+  Stacking best;
+  double best_cost = std::numeric_limits<double>::max();
+  const auto consider = [&](float network_weight, float kernel_weight) {
+    const Stacking candidate{network_weight, kernel_weight};
+    const double value = cost(candidate, network, kernel, labels);
+    if (value < best_cost) best = candidate, best_cost = value;
+  };
+  const bool machine = kernel.rows() > 0;
+  for (float n = 0.0625f; n < 3; n *= 2) {
+    if (!machine) consider(n, 0);
+    for (float k = 0.5f; machine && k < 40; k *= 2) consider(n, k);
+  }
+  float factor = 1.414f;
+  for (int round = 0; round < kRounds; ++round, factor = std::sqrt(factor)) {
+    const Stacking centre = best;
+    for (const float n : {1 / factor, 1.0f, factor}) {
+      for (const float k : {1 / factor, 1.0f, factor}) {
+        consider(centre.network * n, centre.kernel * k);
+      }
+    }
+  }
+  return best;
+}
+
+double accuracy(const Matrix& scores, const std::vector<int>& labels) {
+  if (labels.empty()) return 0;
+  double right = 0;
+  for (int i = 0; i < scores.rows(); ++i) {
+    const float* row = scores.row(i);
+    right += std::max_element(row, row + scores.columns()) - row == labels[i];
+  }
+  return right / static_cast<double>(labels.size());
+}
+
+}  // namespace telvar::classifier

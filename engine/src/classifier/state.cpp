@@ -1,0 +1,140 @@
+#include "classifier/state.h"
+
+#include <algorithm>
+
+#include "classifier/limits.h"
+#include "core/artifact.h"
+#include "core/library_threads.h"
+#include "core/weights.h"
+
+namespace telvar::classifier {
+namespace {
+
+constexpr std::uint32_t kVersion = 1;
+constexpr std::uint32_t kMaxKeptSamples = 1u << 20;
+
+void write_kept(core::ByteWriter& writer, const ClassifierState& state) {
+  writer.u32(static_cast<std::uint32_t>(state.kept.size()));
+  for (const KeptSample& sample : state.kept) {
+    writer.u32(static_cast<std::uint32_t>(sample.category));
+    writer.u8(static_cast<std::uint8_t>(sample.fold));
+    writer.raw(sample.pixels.data(), sample.pixels.size());
+  }
+}
+
+void read_kept(core::ByteReader& reader, ClassifierState& state) {
+  const std::uint32_t count = reader.count("kept samples", 0, kMaxKeptSamples);
+  const auto last = static_cast<std::uint32_t>(state.categories.size()) - 1;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    KeptSample sample;
+    sample.category = static_cast<int>(reader.count("category of a kept sample", 0, last));
+    sample.fold = reader.u8("fold");
+    const std::string_view pixels = reader.raw("kept sample", state.canvas.sample_size());
+    sample.pixels.assign(pixels.begin(), pixels.end());
+    state.kept.push_back(std::move(sample));
+  }
+}
+
+void read_categories(core::ByteReader& reader, ClassifierState& state) {
+  const std::uint32_t count = reader.count("categories", kMinCategories, kMaxCategories);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    state.categories.emplace_back(reader.text("category identifier", kMaxIdentifier));
+    if (i > 0 && !(state.categories[i - 1] < state.categories[i])) {
+      throw core::malformed_bytes("category identifiers are not ascending");
+    }
+  }
+}
+
+std::vector<const Sample*> landmarks_of(const ClassifierState& state, std::uint32_t count) {
+  std::vector<const Sample*> samples;
+  for (std::uint32_t i = 0; i < count; ++i) samples.push_back(&state.kept[i].pixels);
+  return samples;
+}
+
+ClassifierState read_payload(core::ByteReader& reader, core::WorkerPool& pool) {
+  ClassifierState state;
+  read_categories(reader, state);
+  state.canvas = read_canvas(reader);
+  const int categories = static_cast<int>(state.categories.size());
+  for (std::uint32_t left = reader.count("networks", 1, kMaxNets); left > 0; --left) {
+    auto net = std::make_shared<NetworkImpl>(state.canvas, categories);
+    core::read_state(reader, *net);
+    net->eval();
+    state.nets.push_back(std::move(net));
+  }
+  state.stacking.network = reader.f32("network weight");
+  state.stacking.kernel = reader.f32("kernel weight");
+  read_kept(reader, state);
+  const std::uint32_t landmarks =
+      reader.count("landmarks", 0, static_cast<std::uint32_t>(state.kept.size()));
+  state.has_kernel = landmarks > 0;
+  if (state.has_kernel) {
+    state.kernel = KernelMachine::read(
+        reader, describe_all(landmarks_of(state, landmarks), state.canvas, pool), categories);
+  }
+  return state;
+}
+
+}  // namespace
+
+std::string write_classifier(const ClassifierState& state) {
+  core::ByteWriter writer;
+  writer.u32(static_cast<std::uint32_t>(state.categories.size()));
+  for (const std::string& category : state.categories) writer.text(category);
+  write_canvas(writer, state.canvas);
+  writer.u32(static_cast<std::uint32_t>(state.nets.size()));
+  for (const auto& net : state.nets) core::write_state(writer, *net);
+  writer.f32(state.stacking.network);
+  writer.f32(state.stacking.kernel);
+  write_kept(writer, state);
+  writer.u32(static_cast<std::uint32_t>(state.has_kernel ? state.kernel.samples() : 0));
+  if (state.has_kernel) state.kernel.write(writer);
+  return core::write_artifact(core::Tool::kClassifier, kVersion, writer.bytes());
+}
+
+ClassifierState read_classifier(const std::string& artifact, core::WorkerPool& pool) {
+  const auto opened = core::open_artifact(artifact, core::Tool::kClassifier, kVersion);
+  const core::LibraryThreadScope scope;
+  return core::parse_payload(
+      core::Tool::kClassifier, opened.payload,
+      [&pool](core::ByteReader& reader) { return read_payload(reader, pool); });
+}
+
+std::vector<Features> describe_all(const std::vector<const Sample*>& samples, const Canvas& canvas,
+                                   core::WorkerPool& pool) {
+  constexpr int kBlock = 32;
+  const int count = static_cast<int>(samples.size());
+  std::vector<Features> features(samples.size());
+  pool.run((count + kBlock - 1) / kBlock, [&](int block) {
+    for (int i = block * kBlock; i < std::min(count, (block + 1) * kBlock); ++i) {
+      features[i] = describe(*samples[i], canvas);
+    }
+  });
+  return features;
+}
+
+Matrix mean_logits(const ClassifierState& state, const std::vector<const Sample*>& samples,
+                   core::WorkerPool& pool) {
+  const int categories = static_cast<int>(state.categories.size());
+  Matrix mean(static_cast<int>(samples.size()), categories);
+  for (const auto& net : state.nets) {
+    const Matrix logits = logits_of(*net, state.canvas, samples, categories, pool);
+    for (int i = 0; i < mean.rows(); ++i) {
+      for (int c = 0; c < categories; ++c) {
+        mean.at(i, c) += logits.at(i, c) / static_cast<float>(state.nets.size());
+      }
+    }
+  }
+  return mean;
+}
+
+Matrix scores_of(const ClassifierState& state, const std::vector<const Sample*>& samples,
+                 core::WorkerPool& pool) {
+  Matrix kernel;
+  if (state.has_kernel) {
+    kernel = state.kernel.scores(describe_all(samples, state.canvas, pool), pool);
+  }
+  return stacked_scores(state.stacking, mean_logits(state, samples, pool), kernel);
+}
+
+}  // namespace telvar::classifier

@@ -1,0 +1,127 @@
+#include "classifier/trainer.h"
+
+#include <algorithm>
+
+#include "classifier/limits.h"
+#include "classifier/network_training.h"
+
+namespace telvar::classifier {
+namespace {
+
+constexpr std::uint64_t kSeed = 0x636C617373u;
+
+std::shared_ptr<NetworkImpl> first_weights(const TrainingSet& set, const Canvas& canvas,
+                                           const ClassifierState* before, int number) {
+  auto net = std::make_shared<NetworkImpl>(canvas, static_cast<int>(set.categories.size()));
+  core::Random random({kSeed, static_cast<std::uint64_t>(number)});
+  core::initialise(*net, random);
+  if (before != nullptr) widen(*before->nets[number], *net, set.old_places);
+  return net;
+}
+
+/// Every network learns from the samples outside its fold, side by side.
+void train_networks(const TrainingSet& set, const ClassifierState* before, int nets, int effort,
+                    core::WorkerPool& pool, ClassifierState& state) {
+  state.nets.resize(nets);
+  pool.run(nets, [&](int number) {
+    NetworkTask task;
+    task.samples = &set.samples;
+    task.labels = &set.labels;
+    task.canvas = state.canvas;
+    task.categories = static_cast<int>(set.categories.size());
+    task.effort = effort;
+    task.goes_on = before != nullptr;
+    task.seed = kSeed + static_cast<std::uint64_t>(number);
+    for (std::size_t i = 0; i < set.samples.size(); ++i) {
+      if (set.folds[i] != number) task.members.push_back(static_cast<int>(i));
+    }
+    state.nets[number] = first_weights(set, state.canvas, before, number);
+    train_network(state.nets[number], task, pool);
+  });
+}
+
+std::vector<const Sample*> pointers(const TrainingSet& set, const std::vector<int>& indices) {
+  std::vector<const Sample*> out;
+  for (const int i : indices) out.push_back(&set.samples[i]);
+  return out;
+}
+
+/// What each held-out sample gets from the network that has not seen it.
+Matrix held_out_logits(const TrainingSet& set, const ClassifierState& state,
+                       const std::vector<int>& held_out, core::WorkerPool& pool) {
+  const int categories = static_cast<int>(set.categories.size());
+  Matrix out(static_cast<int>(held_out.size()), categories);
+  for (std::size_t number = 0; number < state.nets.size(); ++number) {
+    std::vector<int> rows, indices;
+    for (int row = 0; row < out.rows(); ++row) {
+      if (set.folds[held_out[row]] != static_cast<int>(number)) continue;
+      rows.push_back(row);
+      indices.push_back(held_out[row]);
+    }
+    const Matrix logits =
+        logits_of(*state.nets[number], state.canvas, pointers(set, indices), categories, pool);
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      std::copy_n(logits.row(static_cast<int>(i)), categories, out.row(rows[i]));
+    }
+  }
+  return out;
+}
+
+/// Trains the kernel machine on the kept samples; returns held-out scores of `held_out`: by leaving
+/// one out where the sample is a landmark, plainly where it is not.
+Matrix train_kernel(const TrainingSet& set, const std::vector<int>& held_out,
+                    core::WorkerPool& pool, ClassifierState& state) {
+  const int categories = static_cast<int>(set.categories.size());
+  std::vector<int> landmarks = set.kept, labels;
+  landmarks.resize(std::min<std::size_t>(landmarks.size(), kMaxKept));
+  for (const int i : landmarks) labels.push_back(set.labels[i]);
+  Matrix left_out;
+  state.has_kernel = true;
+  state.kernel = KernelMachine::learn(describe_all(pointers(set, landmarks), state.canvas, pool),
+                                      labels, categories, pool, left_out);
+  std::vector<int> landmark(set.samples.size(), -1), others;
+  for (std::size_t k = 0; k < landmarks.size(); ++k) landmark[landmarks[k]] = static_cast<int>(k);
+  for (const int i : held_out) {
+    if (landmark[i] < 0) others.push_back(i);
+  }
+  const Matrix plain =
+      others.empty()
+          ? Matrix()
+          : state.kernel.scores(describe_all(pointers(set, others), state.canvas, pool), pool);
+  Matrix out(static_cast<int>(held_out.size()), categories);
+  int next = 0;
+  for (int row = 0; row < out.rows(); ++row) {
+    const int k = landmark[held_out[row]];
+    std::copy_n(k >= 0 ? left_out.row(k) : plain.row(next++), categories, out.row(row));
+  }
+  return out;
+}
+
+}  // namespace
+
+TrainedClassifier train_classifier(const TrainingSet& set, const Canvas& canvas,
+                                   const ClassifierState* before, int nets, int effort,
+                                   core::WorkerPool& pool) {
+  TrainedClassifier trained;
+  ClassifierState& state = trained.state;
+  state.categories = set.categories;
+  state.canvas = canvas;
+  for (const int i : set.kept) {
+    state.kept.push_back({set.labels[i], set.folds[i], set.samples[i]});
+  }
+  train_networks(set, before, nets, effort, pool, state);
+  std::vector<int> held_out, labels;
+  for (std::size_t i = 0; i < set.samples.size(); ++i) {
+    if (set.folds[i] >= nets) continue;
+    held_out.push_back(static_cast<int>(i));
+    labels.push_back(set.labels[i]);
+  }
+  const Matrix logits = held_out_logits(set, state, held_out, pool);
+  Matrix kernel;
+  if (nets > 1) kernel = train_kernel(set, held_out, pool, state);
+  if (!labels.empty()) state.stacking = fit_stacking(logits, kernel, labels);
+  trained.held_out_accuracy = accuracy(stacked_scores(state.stacking, logits, kernel), labels);
+  return trained;
+}
+
+}  // namespace telvar::classifier

@@ -1,0 +1,167 @@
+#include "classifier/training_set.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <tuple>
+
+#include "classifier/limits.h"
+#include "core/bytes.h"
+#include "core/random.h"
+#include "telvar/exceptions.h"
+
+namespace telvar::classifier {
+namespace {
+
+constexpr int kFolds = 4;
+constexpr int kHeldOutShare = 20;  // of a large set, one in so many
+constexpr int kNoFold = -1;
+
+std::uint64_t digest(const Sample& sample) {
+  return core::checksum({reinterpret_cast<const char*>(sample.data()), sample.size()});
+}
+
+int index_of(const std::vector<std::string>& categories, const std::string& id) {
+  return static_cast<int>(std::lower_bound(categories.begin(), categories.end(), id) -
+                          categories.begin());
+}
+
+std::vector<std::string> joined_categories(const std::vector<DatasetEntry>& entries,
+                                           const ClassifierState* before) {
+  std::set<std::string> ids;
+  for (const DatasetEntry& entry : entries) ids.insert(entry.category_id);
+  if (before != nullptr) ids.insert(before->categories.begin(), before->categories.end());
+  if (ids.size() > kMaxCategories) {
+    throw types::invalid_dataset(std::to_string(ids.size()) + " categories with those trained " +
+                                 "before, the limit is " + std::to_string(kMaxCategories));
+  }
+  return {ids.begin(), ids.end()};
+}
+
+void check_counts(const TrainingSet& set) {
+  using types::insufficient_number_of_samples;
+  if (set.categories.size() < kMinCategories) {
+    throw insufficient_number_of_samples(std::to_string(set.categories.size()) +
+                                         " categories with samples, the minimum is " +
+                                         std::to_string(kMinCategories));
+  }
+  if (set.samples.size() < kMinSamples) {
+    throw insufficient_number_of_samples(std::to_string(set.samples.size()) +
+                                         " samples, the minimum is " + std::to_string(kMinSamples));
+  }
+  std::vector<int> counts(set.categories.size());
+  for (const int label : set.labels) ++counts[label];
+  for (std::size_t c = 0; c < counts.size(); ++c) {
+    if (counts[c] >= kMinSamplesPerCategory) continue;
+    throw insufficient_number_of_samples("category '" + set.categories[c] + "' has " +
+                                         std::to_string(counts[c]) + " sample(s), the minimum is " +
+                                         std::to_string(kMinSamplesPerCategory));
+  }
+}
+
+int keep_limit(std::size_t categories) {
+  return std::max(kMinKeptPerCategory, kMaxKept / static_cast<int>(categories));
+}
+
+/// Indices of each category's samples, by digest: an order that does not depend on keys.
+std::vector<std::vector<int>> by_category(const TrainingSet& set,
+                                          const std::vector<std::uint64_t>& digests) {
+  std::vector<std::vector<int>> members(set.categories.size());
+  for (std::size_t i = 0; i < set.labels.size(); ++i) {
+    members[set.labels[i]].push_back(static_cast<int>(i));
+  }
+  for (auto& list : members) {
+    std::sort(list.begin(), list.end(),
+              [&](int a, int b) { return std::tie(digests[a], a) < std::tie(digests[b], b); });
+  }
+  return members;
+}
+
+/// A category of which everything is kept is dealt out evenly, and the folds are remembered; of a
+/// larger one the digest decides, so that a sample never changes its fold.
+void assign_folds(TrainingSet& set, const std::vector<std::vector<int>>& members,
+                  const std::vector<std::uint64_t>& digests, int nets) {
+  const std::size_t limit = keep_limit(set.categories.size());
+  for (std::size_t c = 0; c < members.size(); ++c) {
+    std::vector<int> sizes(nets);
+    for (const int i : members[c]) {
+      if (set.folds[i] != kNoFold && set.folds[i] < nets) ++sizes[set.folds[i]];
+    }
+    for (std::size_t k = 0; k < members[c].size(); ++k) {
+      int& fold = set.folds[members[c][k]];
+      const std::uint64_t digest = digests[members[c][k]];
+      if (fold != kNoFold) continue;
+      if (nets == 1) {
+        fold = digest % kHeldOutShare == 0 ? 0 : 1;
+      } else if (members[c].size() > limit) {
+        fold = static_cast<int>(digest % nets);
+      } else {
+        // Equal counts are broken from another place for each category.
+        int best = static_cast<int>(c % nets);
+        for (int f = 0; f < nets; ++f) {
+          const int other = static_cast<int>((c + f) % nets);
+          if (sizes[other] < sizes[best]) best = other;
+        }
+        fold = best;
+        ++sizes[best];
+      }
+    }
+  }
+}
+
+/// By digest, which is as good as drawn at random, and gives the same samples in the next training;
+/// one of each category in turn, so that any first ones are balanced.
+void keep_some(TrainingSet& set, const std::vector<std::vector<int>>& members) {
+  const auto limit = static_cast<std::size_t>(keep_limit(set.categories.size()));
+  for (std::size_t k = 0; k < limit; ++k) {
+    for (const auto& list : members) {
+      if (k < list.size()) set.kept.push_back(list[k]);
+    }
+  }
+}
+
+}  // namespace
+
+int nets_for(std::size_t samples) {
+  return samples > kLargeSet ? 1 : kFolds;
+}
+
+TrainingSet join_samples(const std::vector<DatasetEntry>& entries, std::vector<Sample> samples,
+                         const ClassifierState* before, int nets) {
+  TrainingSet set;
+  set.categories = joined_categories(entries, before);
+  set.samples = std::move(samples);
+  set.from_dataset = set.samples.size();
+  set.folds.assign(set.samples.size(), kNoFold);
+  std::vector<std::uint64_t> digests;
+  std::map<std::uint64_t, std::vector<int>> present;
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    set.labels.push_back(index_of(set.categories, entries[i].category_id));
+    digests.push_back(digest(set.samples[i]));
+    present[digests[i]].push_back(static_cast<int>(i));
+  }
+  if (before != nullptr) {
+    for (const std::string& id : before->categories) {
+      set.old_places.push_back(index_of(set.categories, id));
+    }
+    for (const KeptSample& kept : before->kept) {
+      const std::uint64_t sum = digest(kept.pixels);
+      const auto same = present.find(sum);
+      if (same != present.end()) {
+        for (const int i : same->second) set.folds[i] = kept.fold;
+        continue;
+      }
+      set.samples.push_back(kept.pixels);
+      set.labels.push_back(set.old_places[kept.category]);
+      set.folds.push_back(kept.fold);
+      digests.push_back(sum);
+    }
+  }
+  check_counts(set);
+  const auto members = by_category(set, digests);
+  assign_folds(set, members, digests, nets);
+  keep_some(set, members);
+  return set;
+}
+
+}  // namespace telvar::classifier
