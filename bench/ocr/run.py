@@ -2,7 +2,7 @@
 """Prints the tables of the character reader and its peers; README.md describes them.
 
 run.py --programs DIR --work DIR [--train 20 [5 50 ...]] [--style NAME ...]
-       [--only codes|letter|speed] [--json FILE]
+       [--only codes|letter|speed] [--keep-peers] [--json FILE]
 """
 
 import argparse
@@ -73,22 +73,32 @@ def best_tesseract(programs, work, test, truth, variants, name):
     return {**run(best, len(truth), f"{work}/{name}"), "variant": "mode %s, %s" % best}
 
 
-def measure_style(programs, data, work, style, train_sizes):
+def measure_peers(programs, train, test, work, truth, train_pictures):
+    return {
+        "Tesseract, page": best_tesseract(programs, work, test, truth, PAGE_VARIANTS, "page"),
+        "Tesseract, line crops": best_tesseract(programs, work, test, truth, LINE_VARIANTS,
+                                                "crops"),
+        "HOG + SVM, true places": programs.hog_svm(train, train_pictures, test)}
+
+
+def measure_style(programs, data, work, style, options):
     train, test = f"{data}/{style}/train", f"{data}/{style}/test"
     work = f"{work}/{style}"
     os.makedirs(work, exist_ok=True)
     truth = score.lines_of(score.read_table(f"{test}/chars.tsv"))
     rows = {}
-    for count in train_sizes:
+    for count in options.train:
         artifact = f"{work}/trained_{count}"
         training = programs.train(train, count, artifact)
         programs.read(artifact, test, f"{work}/telvar_{count}")
         rows[f"telvar, {count} images"] = {**measure(f"{work}/telvar_{count}", truth), **training}
-    rows["Tesseract, page"] = best_tesseract(programs, work, test, truth, PAGE_VARIANTS, "page")
-    rows["Tesseract, line crops"] = best_tesseract(programs, work, test, truth, LINE_VARIANTS,
-                                                   "crops")
-    rows["HOG + SVM, true places"] = programs.hog_svm(train, train_sizes[0], test)
-    return rows
+    peers = f"{work}/peers.json"
+    if not (options.keep_peers and os.path.exists(peers)):
+        found = measure_peers(programs, train, test, work, truth, options.train[0])
+        with open(peers, "w") as stream:
+            json.dump(found, stream, indent=1)
+    with open(peers) as stream:
+        return {**rows, **json.load(stream)}
 
 
 def measure_letter(programs, work):
@@ -196,6 +206,8 @@ def parse():
     parser.add_argument("--style", nargs="+", default=list(styles.STYLES),
                         choices=list(styles.STYLES))
     parser.add_argument("--only", choices=("codes", "letter", "speed"))
+    parser.add_argument("--keep-peers", action="store_true",
+                        help="take the peers' rows of an earlier run in the same folder")
     parser.add_argument("--json", help="write all figures here")
     return parser.parse_args()
 
@@ -218,7 +230,7 @@ def main():
     generate(options, data)
     if options.only in (None, "codes"):
         results["codes"] = {
-            style: measure_style(programs, data, work, style, options.train)
+            style: measure_style(programs, data, work, style, options)
             for style in options.style}
         print_codes(results["codes"])
     if options.only in (None, "letter"):

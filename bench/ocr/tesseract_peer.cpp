@@ -145,6 +145,7 @@ int main(int argc, char** argv) {
     std::cerr << "usage: tesseract_peer SET OUT MODE INPUT LIMIT WHITELIST\n";
     return 2;
   }
+  setMsgSeverity(L_SEVERITY_NONE);  // complaints about blank crops
   try {
     run({argv + 1, argv + argc});
   } catch (const std::exception& error) {
