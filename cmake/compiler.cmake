@@ -17,7 +17,10 @@ endif()
 # Libraries find each other in the build tree, and relative to themselves once installed.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
-if(NOT WIN32)
+if(WIN32)
+  # TelvarWrappers.dll whichever compiler made it.
+  set(CMAKE_SHARED_LIBRARY_PREFIX "")
+else()
   set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 endif()
 
