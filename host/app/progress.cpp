@@ -1,0 +1,92 @@
+#include "app/progress.h"
+
+#include <cstdio>
+
+#include "app/terminal.h"
+#include "app/text.h"
+
+namespace telvar_host {
+namespace {
+
+double seconds_since(std::chrono::steady_clock::time_point begin) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+std::string clock(double seconds) {
+  const auto whole = static_cast<long>(seconds);
+  const auto rest = std::to_string(whole % 60);
+  return std::to_string(whole / 60) + ":" + (rest.size() < 2 ? "0" + rest : rest);
+}
+
+void write(const std::string& text) {
+  std::fwrite(text.data(), 1, text.size(), stderr);
+  std::fflush(stderr);
+}
+
+constexpr const char* kClearLine = "\r\x1b[K";
+
+}  // namespace
+
+Progress::Progress(bool quiet) : quiet_(quiet), moving_(!quiet && stderr_is_terminal()) {}
+
+Progress::~Progress() {
+  finish();
+}
+
+void Progress::start(const std::string& what, std::size_t total) {
+  finish();
+  if (quiet_) return;
+  what_ = what;
+  total_ = total;
+  count_ = 0;
+  stop_ = false;
+  active_ = true;
+  begin_ = std::chrono::steady_clock::now();
+  if (moving_) {
+    drawer_ = std::thread([this] { keep_drawing(); });
+  } else {
+    write(what_ + (total_ > 0 ? ": " + std::to_string(total_) + " pictures" : "") + "\n");
+  }
+}
+
+void Progress::step() {
+  if (quiet_) return;
+  std::lock_guard<std::mutex> lock(mutex_);
+  if (count_ < total_) ++count_;
+}
+
+void Progress::finish() {
+  if (!active_) return;
+  active_ = false;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    stop_ = true;
+  }
+  stopped_.notify_all();
+  if (drawer_.joinable()) drawer_.join();
+  const auto spent = what_ + ": " + fixed(seconds_since(begin_), 1) + " s\n";
+  write(moving_ ? kClearLine + spent : spent);
+}
+
+void Progress::note(const std::string& text) {
+  if (quiet_) return;
+  std::lock_guard<std::mutex> lock(mutex_);
+  write((moving_ && active_ ? kClearLine : "") + text + "\n");
+}
+
+void Progress::keep_drawing() {
+  std::unique_lock<std::mutex> lock(mutex_);
+  while (!stop_) {
+    write(kClearLine + line());
+    stopped_.wait_for(lock, std::chrono::milliseconds(200));
+  }
+}
+
+std::string Progress::line() const {
+  const auto elapsed = "  " + clock(seconds_since(begin_));
+  if (total_ == 0 || count_ == total_) return what_ + elapsed;
+  return what_ + ": " + std::to_string(count_) + " of " + std::to_string(total_) + " pictures" +
+         elapsed;
+}
+
+}  // namespace telvar_host

@@ -1,0 +1,138 @@
+#include "app/run.h"
+
+#include <TelvarTypes/Exceptions.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <mutex>
+#include <new>
+#include <opencv2/core.hpp>
+#include <opencv2/core/utils/logger.hpp>
+
+#include "app/interrupt.h"
+#include "app/session.h"
+#include "app/terminal.h"
+#include "commands/commands.h"
+
+namespace telvar_host {
+namespace {
+
+namespace Wrapper = Orbalt::TelvarWrapper;
+
+constexpr const char* kFooter =
+    "Exit codes: 0 done; 1 the operation failed; 2 wrong usage; 3 a data set, picture, region or "
+    "state "
+    "file was refused; 4 the TelvarWrappers library cannot be loaded; 130 interrupted (128 + "
+    "signal).\n"
+    "telvar COMMAND --help shows a command's options and an example.";
+
+const char* kind_name(int code) {
+  switch (static_cast<ExitCode>(code)) {
+    case ExitCode::kOk:
+      return "none";
+    case ExitCode::kFailed:
+      return "failed";
+    case ExitCode::kUsage:
+      return "usage";
+    case ExitCode::kBadData:
+      return "bad_data";
+    case ExitCode::kNoLibrary:
+      return "no_library";
+    case ExitCode::kInterrupted:
+      break;
+  }
+  return "interrupted";
+}
+
+// Standard output and error, whole or not at all. Returns false when the output cannot be written.
+bool print(std::FILE* stream, const std::string& text) {
+  return std::fwrite(text.data(), 1, text.size(), stream) == text.size() &&
+         std::fflush(stream) == 0;
+}
+
+void report_error(bool json, int code, const std::string& message) {
+  if (json) {
+    const Json error = {{"code", code}, {"kind", kind_name(code)}, {"message", message}};
+    print(stdout, dumped(Json{{"error", error}}) + "\n");
+  } else {
+    print(stderr, "telvar: " + message + "\n");
+  }
+}
+
+// Which exit code a library exception stands for: is it the input's fault?
+ExitCode code_of(const Wrapper::TelvarException& error) {
+  return dynamic_cast<const Wrapper::InvalidOperationException*>(&error) ? ExitCode::kFailed
+                                                                         : ExitCode::kBadData;
+}
+
+int show(const Outcome& outcome, bool json) {
+  std::lock_guard<std::mutex> lock(output_mutex());
+  if (!print(stdout, json ? dumped(outcome.json) + "\n" : outcome.text)) {
+    report_error(false, 1, "cannot write to standard output");
+    return static_cast<int>(ExitCode::kFailed);
+  }
+  return static_cast<int>(outcome.code);
+}
+
+int guarded(const Command& command, const GlobalOptions& options) {
+  // Declared first: exceptions and results must go before the library they came from.
+  Session session(options);
+  const auto fail = [&](ExitCode code, const std::string& message) {
+    session.progress.finish();
+    std::lock_guard<std::mutex> lock(output_mutex());
+    report_error(options.json, static_cast<int>(code), message);
+    return static_cast<int>(code);
+  };
+  try {
+    return show(command(session), options.json);
+  } catch (const HostError& error) {
+    return fail(error.code(), error.what());
+  } catch (const Wrapper::TelvarException& error) {
+    return fail(code_of(error), error.what());
+  } catch (const std::bad_alloc&) {
+    return fail(ExitCode::kFailed, "out of memory");
+  } catch (const std::exception& error) {
+    return fail(ExitCode::kFailed, error.what());
+  }
+}
+
+}  // namespace
+
+int run(const std::vector<std::string>& arguments) {
+  prepare_console();
+  cv::utils::logging::setLogLevel(cv::utils::logging::LOG_LEVEL_SILENT);
+  GlobalOptions options;
+  // Known before parsing, since an error of parsing must already be reported as asked.
+  options.json = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
+  install_interrupt_handling(
+      [json = options.json](int code) { report_error(json, code, "interrupted"); });
+
+  CLI::App app("Trains and uses the reader, the classifier and the segmenter of TelvarWrappers.",
+               "telvar");
+  app.footer(kFooter);
+  app.add_flag("--json", options.json, "Print one JSON object, also for errors");
+  app.add_flag("--quiet", options.quiet, "No progress and no notes");
+  app.add_option(
+      "--library", options.library,
+      "The TelvarWrappers library; otherwise looked for beside the program, in ../lib, and by "
+      "the system's rules");
+  app.require_subcommand(1);
+  app.fallthrough();
+  Command command;
+  add_commands(app, command);
+  try {
+    std::vector<std::string> reversed(arguments.rbegin(), arguments.rend() - 1);
+    app.parse(reversed);
+  } catch (const CLI::CallForHelp&) {
+    print(stdout, app.help());
+    return 0;
+  } catch (const CLI::ParseError& error) {
+    report_error(options.json, static_cast<int>(ExitCode::kUsage), error.what());
+    return static_cast<int>(ExitCode::kUsage);
+  }
+  return guarded(command, options);
+}
+
+}  // namespace telvar_host

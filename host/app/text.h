@@ -1,0 +1,40 @@
+// Text helpers that never depend on the locale.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace telvar_host {
+
+// `value` with `digits` decimals and a point, whatever the locale.
+std::string fixed(double value, int digits);
+
+// The whole of `text` as a finite number, or nothing. Accepts what a C literal would: "3", "-0.5",
+// "1e3".
+std::optional<double> parse_number(std::string_view text);
+
+std::vector<std::string> split(std::string_view text, char separator);
+std::string trimmed(std::string_view text);
+// Lines without their ends; accepts LF and CR LF. A UTF-8 byte order mark is dropped.
+std::vector<std::string> split_lines(std::string_view text);
+
+// Code points of UTF-8 text. A byte that is not UTF-8 stands for itself (as U+DC00 + byte), so that
+// two different strings never compare equal.
+std::u32string code_points(std::string_view utf8);
+// One code point of those as bytes again.
+std::string utf8_of(char32_t point);
+// The number of UTF-8 code points, for column widths.
+std::size_t display_width(std::string_view utf8);
+// `text` cut or padded with spaces to `width` code points.
+std::string padded(std::string_view text, std::size_t width);
+
+std::string html_escaped(std::string_view text);
+
+// A path as UTF-8 with forward slashes.
+std::string utf8(const std::filesystem::path& path);
+std::filesystem::path path_from_utf8(const std::string& text);
+
+}  // namespace telvar_host

@@ -1,0 +1,32 @@
+// The commands of the program: each adds itself to the command line, and sets `command` when
+// chosen.
+#pragma once
+
+#include <CLI/App.hpp>
+#include <string>
+
+#include "app/session.h"
+#include "app/tool_kind.h"
+
+namespace telvar_host {
+
+void add_commands(CLI::App& app, Command& command);
+
+void add_check(CLI::App& app, Command& command);
+void add_train(CLI::App& app, Command& command);
+void add_process(CLI::App& app, Command& command);
+void add_batch(CLI::App& app, Command& command);
+void add_evaluate(CLI::App& app, Command& command);
+void add_inspect(CLI::App& app, Command& command);
+void add_sort(CLI::App& app, Command& command);
+void add_convert(CLI::App& app, Command& command);
+void add_demo(CLI::App& app, Command& command);
+
+// Required option --tool ocr|classifier|segmenter.
+CLI::Option* add_tool_option(CLI::App& app, std::string& name);
+ToolKind tool_named(const std::string& name);
+
+// A usage error when `option` was given to a tool it means nothing to.
+void refuse_option(bool given, const std::string& option, ToolKind tool);
+
+}  // namespace telvar_host

@@ -1,0 +1,95 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
+
+#include "app/text.h"
+#include "commands/commands.h"
+#include "convert/annotations.h"
+#include "datasets/layout.h"
+#include "files/output.h"
+
+namespace fs = std::filesystem;
+
+namespace telvar_host {
+namespace {
+
+struct Options {
+  std::string from;
+  std::string tool;
+  std::string labels;
+  std::string images;
+  std::string out;
+  bool force = false;
+};
+
+std::vector<AnnotatedPicture> read_coco(const Options& options) {
+  const auto labels = path_from_utf8(options.labels);
+  const auto images =
+      options.images.empty() ? labels.parent_path() : path_from_utf8(options.images);
+  return parse_coco(read_file(labels), options.labels, images);
+}
+
+std::vector<AnnotatedPicture> read_labelme(const Options& options) {
+  if (!options.images.empty()) {
+    throw usage_error(
+        "--images does not apply to labelme files, which name their pictures themselves");
+  }
+  const auto folder = path_from_utf8(options.labels);
+  if (!fs::is_directory(folder)) throw data_error(options.labels + ": no such folder");
+  std::vector<fs::path> files;
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    if (entry.path().extension() == ".json") files.push_back(entry.path());
+  }
+  std::sort(files.begin(), files.end());
+  std::vector<AnnotatedPicture> pictures;
+  for (const auto& file : files)
+    pictures.push_back(parse_labelme(read_file(file), utf8(file), folder));
+  return pictures;
+}
+
+Outcome convert(const Options& options) {
+  const auto tool = tool_named(options.tool);
+  if (tool == ToolKind::kClassifier) {
+    throw usage_error(
+        "convert does not apply to the tool classifier: its data set is a folder per category");
+  }
+  OutputFolder out(path_from_utf8(options.out), options.force);
+  const auto pictures = options.from == "coco" ? read_coco(options) : read_labelme(options);
+  if (pictures.empty()) throw data_error(options.labels + ": labels no pictures");
+  if (tool == ToolKind::kOcr) {
+    write_reader_set(pictures, out);
+  } else {
+    write_segmenter_set(pictures, out);
+  }
+  out.commit();
+  Outcome outcome;
+  outcome.json = {{"out", options.out}, {"images", pictures.size()}};
+  outcome.text =
+      std::to_string(pictures.size()) + " pictures with their labels in " + options.out + "\n";
+  return outcome;
+}
+
+}  // namespace
+
+void add_convert(CLI::App& app, Command& command) {
+  auto options = std::make_shared<Options>();
+  auto* sub = app.add_subcommand("convert", "Make a data set from labels of other programs");
+  sub->add_option("--from", options->from, "coco or labelme")
+      ->required()
+      ->check(CLI::IsMember({"coco", "labelme"}));
+  add_tool_option(*sub, options->tool);
+  sub->add_option("--labels", options->labels, "The COCO file, or the folder of labelme files")
+      ->required();
+  sub->add_option("--images", options->images,
+                  "coco: folder of the pictures; otherwise that of the file");
+  sub->add_option("--out", options->out, "Folder for the data set")->required();
+  sub->add_flag("--force", options->force, "Write into --out even if it is not empty");
+  sub->footer(
+      "Example:\n  telvar convert --from coco --tool segmenter --labels instances.json --images "
+      "jpg/ "
+      "--out scratches/");
+  sub->callback(
+      [&command, options] { command = [options](Session&) { return convert(*options); }; });
+}
+
+}  // namespace telvar_host

@@ -1,0 +1,77 @@
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <iterator>
+#include <memory>
+
+#include "app/text.h"
+#include "commands/commands.h"
+#include "datasets/tables.h"
+#include "files/output.h"
+#include "tools/reader_tool.h"
+
+namespace telvar_host {
+namespace {
+
+struct Options {
+  std::string points;
+  double height = 0;
+};
+
+using Points = std::vector<std::pair<float, float>>;
+
+std::string input(const std::string& file) {
+  if (file != "-") return read_file(path_from_utf8(file), 1U << 30);
+  return {std::istreambuf_iterator<char>(std::cin), {}};
+}
+
+Points read_points(const std::string& file) {
+  const auto rows = parse_csv(input(file), file);
+  Points points;
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    if (i == 0 && rows[i] == Row{"x", "y"}) continue;
+    const auto x = rows[i].size() == 2 ? parse_number(trimmed(rows[i][0])) : std::nullopt;
+    const auto y = rows[i].size() == 2 ? parse_number(trimmed(rows[i][1])) : std::nullopt;
+    if (!x || !y) {
+      throw data_error(file + ": record " + std::to_string(i + 1) + ": expected two numbers x,y");
+    }
+    points.emplace_back(static_cast<float>(*x), static_cast<float>(*y));
+  }
+  return points;
+}
+
+Outcome sort(const Options& options, Session& session) {
+  if (!(options.height > 0)) throw usage_error("--height must be above 0");
+  const auto points = read_points(options.points);
+  StateFile nothing;
+  nothing.tool = ToolKind::kOcr;
+  const auto lines = ReaderTool(session, nothing).sort(points, static_cast<float>(options.height));
+  Outcome outcome;
+  outcome.json["points"] = points.size();
+  outcome.json["lines"] = lines;
+  for (const auto& line : lines) {
+    for (std::size_t i = 0; i < line.size(); ++i) {
+      outcome.text += (i == 0 ? "" : " ") + std::to_string(line[i]);
+    }
+    outcome.text += "\n";
+  }
+  return outcome;
+}
+
+}  // namespace
+
+void add_sort(CLI::App& app, Command& command) {
+  auto options = std::make_shared<Options>();
+  auto* sub = app.add_subcommand("sort", "Group points into lines of text, in reading order");
+  sub->add_option("--points", options->points, "CSV with x,y a line; - reads standard input")
+      ->required();
+  sub->add_option("--height", options->height, "Nominal character height, in the points' unit")
+      ->required();
+  sub->footer(
+      "Example:\n  telvar sort --points centres.csv --height 24\nPrints the points' indexes, "
+      "counted from 0, a line of text per line.");
+  sub->callback([&command, options] {
+    command = [options](Session& session) { return sort(*options, session); };
+  });
+}
+
+}  // namespace telvar_host

@@ -1,0 +1,85 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "app/text.h"
+#include "commands/commands.h"
+#include "datasets/ocr_data.h"
+#include "files/output.h"
+#include "tools/training.h"
+
+namespace telvar_host {
+namespace {
+
+struct Options {
+  std::string tool;
+  std::string data;
+  std::string state;
+  std::string from;
+  std::string size;
+  bool force = false;
+};
+
+StateFile starting_state(const Options& options, ToolKind tool) {
+  StateFile state;
+  state.tool = tool;
+  if (options.from.empty()) return state;
+  state = read_state(path_from_utf8(options.from));
+  if (state.tool != tool) {
+    throw usage_error("--from " + options.from + ": is a state of the tool " +
+                      tool_name(state.tool) + ", not of " + tool_name(tool));
+  }
+  return state;
+}
+
+Outcome outcome_of(const TrainingRun& run, const Options& options) {
+  Outcome outcome;
+  auto& json = outcome.json;
+  json["tool"] = options.tool;
+  json["state"] = options.state;
+  json["images"] = run.images;
+  json["counts"] = run.counts;
+  json["score"] = run.score;
+  json["seconds"] = run.seconds;
+  if (run.state.tool == ToolKind::kOcr)
+    json["size"] = {run.state.size.width, run.state.size.height};
+  json["artifact_bytes"] = run.state.artifact.size();
+  json["train_cache_bytes"] = run.state.train_cache.size();
+  outcome.text = "trained " + options.tool + " on " + std::to_string(run.images) + " pictures, " +
+                 std::to_string(run.counts.size()) + " categories, in " + fixed(run.seconds, 1) +
+                 " s\nscore on held-back samples " + fixed(100 * run.score, 1) + " %\nstate in " +
+                 options.state + "\n";
+  return outcome;
+}
+
+Outcome train(const Options& options, Session& session) {
+  const auto tool = tool_named(options.tool);
+  refuse_option(!options.size.empty() && tool != ToolKind::kOcr, "--size", tool);
+  std::optional<NominalSize> size;
+  if (!options.size.empty()) size = parse_size(options.size);
+  const auto target = path_from_utf8(options.state);
+  require_writable_file(target, options.force);
+  const auto run =
+      run_training(session, path_from_utf8(options.data), starting_state(options, tool), size);
+  write_state(target, run.state, options.force);
+  return outcome_of(run, options);
+}
+
+}  // namespace
+
+void add_train(CLI::App& app, Command& command) {
+  auto options = std::make_shared<Options>();
+  auto* sub = app.add_subcommand("train", "Train a tool from a data set and store its state");
+  add_tool_option(*sub, options->tool);
+  sub->add_option("--data", options->data, "The data set (docs/datasets.md)")->required();
+  sub->add_option("--state", options->state, "Where the state goes")->required();
+  sub->add_option("--from", options->from, "Go on from this state instead of from nothing");
+  sub->add_option("--size", options->size, "ocr: nominal character size WxH in region pixels");
+  sub->add_flag("--force", options->force, "Replace the state file if it exists");
+  sub->footer(
+      "Example:\n  telvar train --tool ocr --data labels/ --state reader.telvar --size 18x24");
+  sub->callback([&command, options] {
+    command = [options](Session& session) { return train(*options, session); };
+  });
+}
+
+}  // namespace telvar_host

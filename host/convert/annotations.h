@@ -1,0 +1,43 @@
+// Labels of other programs, on their way to this one's data sets.
+#pragma once
+
+#include <filesystem>
+#include <opencv2/core/types.hpp>
+#include <string>
+#include <vector>
+
+#include "files/output.h"
+
+namespace telvar_host {
+
+// One labelled thing: an outline of one or more polygons in pixels, or runs of a mask.
+struct Shape {
+  std::string category;
+  std::vector<std::vector<cv::Point2d>> polygons;
+  // Alternating counts of free and covered pixels, column by column, beginning with free ones.
+  std::vector<unsigned> runs;
+  cv::Rect2d box;
+};
+
+struct AnnotatedPicture {
+  std::filesystem::path file;
+  std::vector<Shape> shapes;
+};
+
+// COCO: one file with images, annotations and categories; pictures lie in `images`. Polygons and
+// uncompressed runs are understood. Throws data_error naming file and place.
+std::vector<AnnotatedPicture> parse_coco(const std::string& text, const std::string& name,
+                                         const std::filesystem::path& images);
+
+// labelme: one file per picture, which it names relative to itself. Polygons, rectangles, circles
+// and points are understood.
+AnnotatedPicture parse_labelme(const std::string& text, const std::string& name,
+                               const std::filesystem::path& folder);
+
+// A segmenter's data set: images/ with masks/CATEGORY/NAME.png.
+void write_segmenter_set(const std::vector<AnnotatedPicture>& pictures, OutputFolder& out);
+
+// A reader's data set: the pictures and labels.json; a character stands at the centre of its box.
+void write_reader_set(const std::vector<AnnotatedPicture>& pictures, OutputFolder& out);
+
+}  // namespace telvar_host

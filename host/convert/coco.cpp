@@ -1,0 +1,79 @@
+#include <map>
+
+#include "app/text.h"
+#include "convert/annotations.h"
+#include "datasets/json_reader.h"
+
+namespace telvar_host {
+namespace {
+
+std::map<double, std::string> read_categories(const JsonValue& list) {
+  std::map<double, std::string> names;
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    names[list.at(i).at("id").number()] = list.at(i).at("name").string();
+  }
+  return names;
+}
+
+std::vector<cv::Point2d> read_polygon(const JsonValue& list) {
+  if (list.size() < 6 || list.size() % 2 != 0)
+    throw list.error("expected x, y pairs of three points or more");
+  std::vector<cv::Point2d> points;
+  for (std::size_t i = 0; i < list.size(); i += 2) {
+    points.emplace_back(list.at(i).number(), list.at(i + 1).number());
+  }
+  return points;
+}
+
+void read_outline(const JsonValue& segmentation, Shape& shape) {
+  if (segmentation.raw().is_array()) {
+    for (std::size_t i = 0; i < segmentation.size(); ++i) {
+      shape.polygons.push_back(read_polygon(segmentation.at(i)));
+    }
+    return;
+  }
+  const auto counts = segmentation.at("counts");
+  if (counts.raw().is_string()) {
+    throw counts.error("compressed runs are not understood; store polygons or uncompressed runs");
+  }
+  for (std::size_t i = 0; i < counts.size(); ++i) shape.runs.push_back(counts.at(i).count());
+}
+
+Shape read_shape(const JsonValue& annotation, const std::map<double, std::string>& categories) {
+  Shape shape;
+  const auto id = annotation.at("category_id");
+  const auto category = categories.find(id.number());
+  if (category == categories.end()) throw id.error("names no category");
+  shape.category = category->second;
+  const auto box = annotation.at("bbox");
+  shape.box = {box.at(0).number(), box.at(1).number(), box.at(2).number(), box.at(3).number()};
+  if (annotation.has("segmentation")) read_outline(annotation.at("segmentation"), shape);
+  return shape;
+}
+
+}  // namespace
+
+std::vector<AnnotatedPicture> parse_coco(const std::string& text, const std::string& name,
+                                         const std::filesystem::path& images) {
+  const auto document = parse_json(text, name);
+  const JsonValue top(document, name, "");
+  const auto categories = read_categories(top.at("categories"));
+  std::map<double, AnnotatedPicture> pictures;
+  const auto list = top.at("images");
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    pictures[list.at(i).at("id").number()].file =
+        images / path_from_utf8(list.at(i).at("file_name").string());
+  }
+  const auto annotations = top.at("annotations");
+  for (std::size_t i = 0; i < annotations.size(); ++i) {
+    const auto id = annotations.at(i).at("image_id");
+    const auto picture = pictures.find(id.number());
+    if (picture == pictures.end()) throw id.error("names no image");
+    picture->second.shapes.push_back(read_shape(annotations.at(i), categories));
+  }
+  std::vector<AnnotatedPicture> result;
+  for (auto& entry : pictures) result.push_back(std::move(entry.second));
+  return result;
+}
+
+}  // namespace telvar_host

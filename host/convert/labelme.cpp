@@ -1,0 +1,92 @@
+#include <cmath>
+#include <opencv2/imgproc.hpp>
+
+#include "app/text.h"
+#include "convert/annotations.h"
+#include "datasets/json_reader.h"
+
+namespace telvar_host {
+namespace {
+
+using Points = std::vector<cv::Point2d>;
+
+Points read_points(const JsonValue& list) {
+  Points points;
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    points.emplace_back(list.at(i).at(0).number(), list.at(i).at(1).number());
+  }
+  return points;
+}
+
+Points circle(const cv::Point2d& centre, const cv::Point2d& edge) {
+  constexpr int kCorners = 64;
+  const double radius = std::hypot(edge.x - centre.x, edge.y - centre.y);
+  Points points;
+  for (int i = 0; i < kCorners; ++i) {
+    const double angle = 2 * CV_PI * i / kCorners;
+    points.emplace_back(centre.x + radius * std::cos(angle), centre.y + radius * std::sin(angle));
+  }
+  return points;
+}
+
+Points outline(const std::string& type, const Points& points, const JsonValue& where) {
+  const auto need = [&](std::size_t count) {
+    if (points.size() < count)
+      throw where.error("a " + type + " needs " + std::to_string(count) + " points");
+  };
+  if (type == "polygon") {
+    need(3);
+    return points;
+  }
+  if (type == "rectangle") {
+    need(2);
+    const auto &a = points[0], &b = points[1];
+    return {a, {b.x, a.y}, b, {a.x, b.y}};
+  }
+  if (type == "circle") {
+    need(2);
+    return circle(points[0], points[1]);
+  }
+  if (type == "point") {
+    need(1);
+    return {};
+  }
+  throw where.error("the shape type '" + type + "' is not understood");
+}
+
+cv::Rect2d box_around(const Points& points) {
+  cv::Point2d low = points.front(), high = points.front();
+  for (const auto& p : points) {
+    low = {std::min(low.x, p.x), std::min(low.y, p.y)};
+    high = {std::max(high.x, p.x), std::max(high.y, p.y)};
+  }
+  return {low, high};
+}
+
+}  // namespace
+
+AnnotatedPicture parse_labelme(const std::string& text, const std::string& name,
+                               const std::filesystem::path& folder) {
+  const auto document = parse_json(text, name);
+  const JsonValue top(document, name, "");
+  AnnotatedPicture picture;
+  auto path = top.at("imagePath").string();
+  // Files labelled on Windows name their picture with backslashes.
+  for (char& c : path) c = c == '\\' ? '/' : c;
+  picture.file = folder / path_from_utf8(path);
+  const auto shapes = top.at("shapes");
+  for (std::size_t i = 0; i < shapes.size(); ++i) {
+    const auto shape = shapes.at(i);
+    const auto points = read_points(shape.at("points"));
+    const auto type = shape.has("shape_type") ? shape.at("shape_type").string() : "polygon";
+    const auto polygon = outline(type, points, shape);
+    Shape read;
+    read.category = shape.at("label").string();
+    read.box = box_around(polygon.empty() ? points : polygon);
+    if (!polygon.empty()) read.polygons.push_back(polygon);
+    picture.shapes.push_back(std::move(read));
+  }
+  return picture;
+}
+
+}  // namespace telvar_host

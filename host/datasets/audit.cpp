@@ -1,0 +1,204 @@
+#include "datasets/audit.h"
+
+#include <opencv2/core.hpp>
+#include <set>
+#include <unordered_map>
+
+#define XXH_INLINE_ALL
+#include <xxhash.h>
+
+#include "app/errors.h"
+#include "app/text.h"
+#include "images/read_image.h"
+
+namespace fs = std::filesystem;
+
+namespace telvar_host {
+namespace {
+
+// The reason without the path that the list shows beside it.
+std::string reason(const std::string& message, const std::string& path) {
+  const auto prefix = path + ": ";
+  return message.compare(0, prefix.size(), prefix) == 0 ? message.substr(prefix.size()) : message;
+}
+
+std::uint64_t digest(const cv::Mat& picture) {
+  const int header[] = {picture.rows, picture.cols, picture.type()};
+  std::uint64_t hash = XXH64(header, sizeof header, 0);
+  for (int y = 0; y < picture.rows; ++y) {
+    hash = XXH64(picture.ptr(y), picture.elemSize() * static_cast<std::size_t>(picture.cols), hash);
+  }
+  return hash;
+}
+
+// Opens pictures, and notes which cannot be read and which are there twice.
+class PictureCheck {
+ public:
+  PictureCheck(Problems& problems, Progress& progress) : problems_(problems), progress_(progress) {}
+
+  // Empty when the file cannot be read.
+  cv::Mat open(const fs::path& file) {
+    cv::Mat picture;
+    try {
+      picture = read_picture(file);
+    } catch (const HostError& error) {
+      problems_.add(utf8(file), "unreadable", reason(error.what(), utf8(file)));
+    }
+    progress_.step();
+    if (picture.empty()) return picture;
+    const auto [first, fresh] = seen_.emplace(digest(picture), file);
+    if (!fresh) problems_.add(utf8(file), "duplicate", "has the pixels of " + utf8(first->second));
+    return picture;
+  }
+
+ private:
+  Problems& problems_;
+  Progress& progress_;
+  std::unordered_map<std::uint64_t, fs::path> seen_;
+};
+
+using Examples = std::map<std::string, fs::path>;  // a file of each category
+
+void report_single_samples(Audit& audit, const Examples& examples, const std::string& what) {
+  for (const auto& [category, count] : audit.counts) {
+    if (count != 1) continue;
+    audit.problems.add(utf8(examples.at(category)), "single_sample",
+                       "is the only " + what + " of the category '" + category + "'");
+  }
+}
+
+void check_mask_values(const cv::Mat& mask, const SegmenterData& data, const std::string& path,
+                       Problems& problems) {
+  cv::Mat known = mask == 0;
+  for (const auto& entry : data.classes) known |= mask == entry.first;
+  const int unknown = mask.rows * mask.cols - cv::countNonZero(known);
+  if (unknown == 0) return;
+  double value = 0;
+  cv::minMaxLoc(mask, nullptr, &value, nullptr, nullptr, known == 0);
+  problems.add(path, "mask_value",
+               "has " + std::to_string(unknown) + " pixels of no class in classes.txt, such as " +
+                   std::to_string(static_cast<int>(value)));
+}
+
+// Opens a mask once, whatever the number of categories it serves. Empty when it is of no use.
+cv::Mat open_mask(const fs::path& file, const cv::Size& expected, const SegmenterData& data,
+                  Problems& problems) {
+  const auto path = utf8(file);
+  cv::Mat mask;
+  try {
+    mask = read_picture(file);
+  } catch (const HostError& error) {
+    problems.add(path, "unreadable", reason(error.what(), path));
+    return {};
+  }
+  if (mask.channels() != 1) {
+    problems.add(path, "mask_channels",
+                 "has " + std::to_string(mask.channels()) + " channels, not one");
+    return {};
+  }
+  if (expected.area() > 0 && mask.size() != expected) {
+    problems.add(path, "mask_size",
+                 "is " + std::to_string(mask.cols) + " x " + std::to_string(mask.rows) +
+                     ", its picture " + std::to_string(expected.width) + " x " +
+                     std::to_string(expected.height));
+    return {};
+  }
+  if (!data.classes.empty()) check_mask_values(mask, data, path, problems);
+  return mask;
+}
+
+void check_masks(const SegmenterItem& item, const cv::Size& size, const SegmenterData& data,
+                 Audit& audit, Examples& examples) {
+  std::map<fs::path, cv::Mat> masks;
+  for (const auto& [category, source] : item.masks) {
+    if (masks.count(source.file) == 0) {
+      masks[source.file] = open_mask(source.file, size, data, audit.problems);
+    }
+    const auto& mask = masks[source.file];
+    if (mask.empty()) continue;
+    const cv::Mat belongs = source.class_index ? cv::Mat(mask == *source.class_index) : mask;
+    if (cv::countNonZero(belongs) == 0) continue;
+    ++audit.counts[category];
+    examples.emplace(category, item.file);
+  }
+}
+
+void check_marks(const OcrItem& item, const cv::Mat& picture, Audit& audit, Examples& examples) {
+  std::set<std::pair<double, double>> places;
+  for (const auto& mark : item.characters) {
+    ++audit.counts[mark.category];
+    examples.emplace(mark.category, item.file);
+    const auto place = "(" + fixed(mark.x, 1) + ", " + fixed(mark.y, 1) + ")";
+    if (!places.emplace(mark.x, mark.y).second) {
+      audit.problems.add(utf8(item.file), "duplicate", "has two labels at " + place);
+    }
+    if (!picture.empty() && (mark.x > picture.cols - 0.5 || mark.y > picture.rows - 0.5)) {
+      audit.problems.add(utf8(item.file), "outside",
+                         "has the label '" + mark.category + "' outside the picture, at " + place);
+    }
+  }
+}
+
+}  // namespace
+
+Audit audit_classifier(const fs::path& source, Progress& progress) {
+  Audit audit;
+  Examples examples;
+  const auto data = read_classifier_data(source, Purpose::kAll, audit.problems);
+  PictureCheck pictures(audit.problems, progress);
+  progress.start("checking", data.items.size());
+  for (const auto& item : data.items) {
+    ++audit.counts[item.category];
+    examples.emplace(item.category, item.file);
+    pictures.open(item.file);
+  }
+  audit.images = data.items.size();
+  report_single_samples(audit, examples, "picture");
+  return audit;
+}
+
+Audit audit_segmenter(const fs::path& source, Progress& progress) {
+  Audit audit;
+  Examples examples;
+  const auto data = read_segmenter_data(source, Purpose::kAll, audit.problems);
+  for (const auto& category : data.categories) audit.counts[category] = 0;
+  PictureCheck pictures(audit.problems, progress);
+  progress.start("checking", data.items.size());
+  for (const auto& item : data.items) {
+    const auto picture = pictures.open(item.file);
+    check_masks(item, picture.size(), data, audit, examples);
+  }
+  audit.images = data.items.size();
+  for (const auto& [category, count] : audit.counts) {
+    if (count == 0) {
+      audit.problems.add(utf8(source), "empty_category",
+                         "no mask shows the category '" + category + "'");
+    }
+  }
+  report_single_samples(audit, examples, "picture");
+  return audit;
+}
+
+Audit audit_ocr(const fs::path& source, Progress& progress) {
+  Audit audit;
+  Examples examples;
+  const auto data = read_ocr_data(source, Purpose::kAll, audit.problems);
+  PictureCheck pictures(audit.problems, progress);
+  progress.start("checking", data.items.size());
+  std::map<fs::path, cv::Mat> opened;  // one picture may have several labelled regions
+  for (const auto& item : data.items) {
+    if (opened.count(item.file) == 0) {
+      opened.clear();
+      opened[item.file] = pictures.open(item.file);
+    }
+    if (item.characters.empty() && item.lines.empty()) {
+      audit.problems.add(utf8(item.file), "empty_label", "has neither characters nor text");
+    }
+    check_marks(item, opened[item.file], audit, examples);
+  }
+  audit.images = data.items.size();
+  report_single_samples(audit, examples, "place with a character");
+  return audit;
+}
+
+}  // namespace telvar_host

@@ -1,0 +1,29 @@
+// Looking at every file of a data set.
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "app/progress.h"
+#include "datasets/classifier_data.h"
+#include "datasets/ocr_data.h"
+#include "datasets/problems.h"
+#include "datasets/segmenter_data.h"
+
+namespace telvar_host {
+
+struct Audit {
+  std::size_t images = 0;
+  // Per category: pictures of it (classifier, segmenter) or marks of it (ocr).
+  std::map<std::string, std::size_t> counts;
+  Problems problems;
+};
+
+// Each reads the data set's structure, then opens every file: unreadable pictures, pictures that
+// are the same pixel by pixel, masks of another size or with unknown values, marks outside the
+// picture, and categories with one sample. Throws data_error when there is no such data set at all.
+Audit audit_classifier(const std::filesystem::path& data, Progress& progress);
+Audit audit_segmenter(const std::filesystem::path& data, Progress& progress);
+Audit audit_ocr(const std::filesystem::path& data, Progress& progress);
+
+}  // namespace telvar_host

@@ -1,0 +1,80 @@
+#include "datasets/classifier_data.h"
+
+#include <algorithm>
+#include <set>
+
+#include "app/errors.h"
+#include "app/text.h"
+#include "datasets/tables.h"
+#include "files/output.h"
+#include "images/read_image.h"
+
+namespace fs = std::filesystem;
+
+namespace telvar_host {
+namespace {
+
+bool is_header(const Row& row) {
+  return row.size() == 2 && row[0] == "file" && row[1] == "category";
+}
+
+void read_list(const fs::path& list, const fs::path& root, ClassifierData& data,
+               Problems& problems) {
+  const auto rows = parse_csv(read_file(list), utf8(list));
+  std::set<std::string> seen;
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    if (i == 0 && is_header(rows[i])) continue;
+    if (rows[i].size() != 2) {
+      problems.add(utf8(list), "malformed",
+                   "record " + std::to_string(i + 1) + " has " + std::to_string(rows[i].size()) +
+                       " fields; expected file,category");
+      continue;
+    }
+    const auto file = list.parent_path() / path_from_utf8(rows[i][0]);
+    if (trimmed(rows[i][1]).empty()) {
+      problems.add(utf8(file), "empty_label", "has an empty category in " + utf8(list));
+    } else if (!fs::is_regular_file(file)) {
+      problems.add(utf8(file), "missing", "is listed in " + utf8(list) + " but does not exist");
+    } else if (!seen.insert(rows[i][0]).second) {
+      problems.add(utf8(file), "duplicate", "is listed twice in " + utf8(list));
+    } else {
+      data.items.push_back({identifier(file, root), file, rows[i][1]});
+    }
+  }
+}
+
+void read_folders(const fs::path& folder, const fs::path& root, ClassifierData& data,
+                  Problems& problems) {
+  for (const auto& category : folders_in(folder)) {
+    const auto pictures = pictures_below(category);
+    if (pictures.empty()) problems.add(utf8(category), "empty_category", "holds no pictures");
+    for (const auto& file : pictures) {
+      data.items.push_back({identifier(file, root), file, category.filename().u8string()});
+    }
+  }
+}
+
+}  // namespace
+
+ClassifierData read_classifier_data(const fs::path& source, Purpose purpose, Problems& problems) {
+  ClassifierData data;
+  for (const auto& part : parts_for(source, purpose)) {
+    if (fs::is_regular_file(part)) {
+      read_list(part, part.parent_path(), data, problems);
+    } else if (fs::exists(part / "labels.csv")) {
+      read_list(part / "labels.csv", source, data, problems);
+    } else {
+      read_folders(part, source, data, problems);
+    }
+  }
+  if (data.items.empty() && problems.empty()) {
+    throw data_error(utf8(source) +
+                     ": holds no labelled pictures; expected a folder per category or "
+                     "labels.csv with file,category");
+  }
+  std::sort(data.items.begin(), data.items.end(),
+            [](const auto& a, const auto& b) { return a.id < b.id; });
+  return data;
+}
+
+}  // namespace telvar_host

@@ -1,0 +1,47 @@
+// Pictures with character labels for the reader: labels.json, or chars.tsv.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/tool_kind.h"
+#include "datasets/layout.h"
+#include "datasets/problems.h"
+#include "datasets/region.h"
+
+namespace telvar_host {
+
+struct CharacterMark {
+  double x = 0;  // centre, image pixels
+  double y = 0;
+  std::string category;
+};
+
+struct OcrItem {
+  std::string
+      id;  // path relative to the data set; "#2", "#3", ... for further regions of one picture
+  std::filesystem::path file;
+  std::optional<Region> region;
+  std::vector<CharacterMark> characters;  // reading order as far as the file has it
+  std::vector<std::string> lines;         // true text, top to bottom; may be unknown (empty)
+  bool partial = false;                   // only some of the region's characters are marked
+
+  // A mark's centre in region pixels (image pixels without a region).
+  std::pair<double, double> in_region(const CharacterMark& mark) const;
+};
+
+struct OcrData {
+  NominalSize size;  // unset when the files name none
+  std::vector<OcrItem> items;
+};
+
+// Structural faults (missing picture, empty label, mark outside its region) go to `problems`.
+// Throws data_error when there are no labels or a file is malformed, naming file and place.
+OcrData read_ocr_data(const std::filesystem::path& folder, Purpose purpose, Problems& problems);
+
+// "WxH" with W, H > 0. Throws usage_error.
+NominalSize parse_size(const std::string& text);
+
+}  // namespace telvar_host

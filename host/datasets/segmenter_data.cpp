@@ -1,0 +1,161 @@
+#include "datasets/segmenter_data.h"
+
+#include <algorithm>
+#include <set>
+
+#include "app/errors.h"
+#include "app/text.h"
+#include "files/output.h"
+#include "images/read_image.h"
+
+namespace fs = std::filesystem;
+
+namespace telvar_host {
+namespace {
+
+using ByStem = std::map<std::string, fs::path>;
+
+ByStem by_stem(const fs::path& folder, Problems& problems) {
+  ByStem found;
+  for (const auto& file : pictures_in(folder)) {
+    const auto [entry, fresh] = found.emplace(file.stem().u8string(), file);
+    if (!fresh) {
+      problems.add(utf8(file), "duplicate", "has the same name as " + utf8(entry->second));
+    }
+  }
+  return found;
+}
+
+fs::path classes_file(const fs::path& part) {
+  for (const auto& candidate : {part / "classes.txt", part.parent_path() / "classes.txt"}) {
+    if (fs::exists(candidate)) return candidate;
+  }
+  return {};
+}
+
+void report_masks_without_picture(const ByStem& masks, const ByStem& pictures, Problems& problems) {
+  for (const auto& [stem, file] : masks) {
+    if (pictures.count(stem) == 0) {
+      problems.add(utf8(file), "mask_without_image", "no picture of that name lies in images/");
+    }
+  }
+}
+
+// masks/<category>/NAME.png
+void add_category_folders(const fs::path& masks, const ByStem& pictures,
+                          std::map<std::string, SegmenterItem>& items,
+                          std::set<std::string>& categories, Problems& problems) {
+  for (const auto& folder : folders_in(masks)) {
+    const auto category = folder.filename().u8string();
+    const auto files = by_stem(folder, problems);
+    if (files.empty()) {
+      problems.add(utf8(folder), "empty_category", "holds no masks");
+      continue;
+    }
+    categories.insert(category);
+    report_masks_without_picture(files, pictures, problems);
+    for (const auto& [stem, file] : files) {
+      if (const auto item = items.find(stem); item != items.end()) {
+        item->second.masks[category] = {file, {}};
+      }
+    }
+  }
+}
+
+// masks/NAME.png with class indexes
+void add_index_masks(const fs::path& masks, const std::map<int, std::string>& classes,
+                     const ByStem& pictures, std::map<std::string, SegmenterItem>& items,
+                     Problems& problems) {
+  const auto files = by_stem(masks, problems);
+  report_masks_without_picture(files, pictures, problems);
+  for (auto& [stem, item] : items) {
+    const auto mask = files.find(stem);
+    if (mask == files.end()) {
+      problems.add(utf8(item.file), "missing_mask", "has no mask " + utf8(masks / (stem + ".png")));
+      continue;
+    }
+    for (const auto& [index, name] : classes) item.masks[name] = {mask->second, index};
+  }
+}
+
+void require_layout(const fs::path& part) {
+  for (const auto* name : {"images", "masks"}) {
+    if (!fs::is_directory(part / name)) {
+      throw data_error(utf8(part) + ": has no folder " + name +
+                       "/; expected images/ with masks/<category>/NAME.png, or masks/NAME.png and "
+                       "classes.txt");
+    }
+  }
+}
+
+void read_part(const fs::path& part, const fs::path& root, SegmenterData& data,
+               std::set<std::string>& categories, Problems& problems) {
+  require_layout(part);
+  const auto pictures = by_stem(part / "images", problems);
+  std::map<std::string, SegmenterItem> items;
+  for (const auto& [stem, file] : pictures) items[stem] = {identifier(file, root), file, {}};
+  if (pictures_in(part / "masks").empty()) {
+    add_category_folders(part / "masks", pictures, items, categories, problems);
+  } else {
+    const auto classes = classes_file(part);
+    if (classes.empty()) {
+      throw data_error(utf8(part) + ": masks/ holds class indexes but there is no classes.txt");
+    }
+    data.classes = parse_classes(read_file(classes, 1 << 20), utf8(classes));
+    for (const auto& entry : data.classes) categories.insert(entry.second);
+    add_index_masks(part / "masks", data.classes, pictures, items, problems);
+  }
+  for (auto& entry : items) data.items.push_back(std::move(entry.second));
+}
+
+}  // namespace
+
+SegmenterData read_segmenter_data(const fs::path& source, Purpose purpose, Problems& problems) {
+  SegmenterData data;
+  std::set<std::string> categories;
+  for (const auto& part : parts_for(source, purpose)) {
+    read_part(part, source, data, categories, problems);
+  }
+  if (data.items.empty() && problems.empty()) {
+    throw data_error(utf8(source) + ": holds no pictures in images/");
+  }
+  if (categories.empty()) throw data_error(utf8(source) + ": masks/ holds no masks");
+  data.categories.assign(categories.begin(), categories.end());
+  std::sort(data.items.begin(), data.items.end(),
+            [](const auto& a, const auto& b) { return a.id < b.id; });
+  return data;
+}
+
+cv::Mat read_mask(const MaskSource& source) {
+  const cv::Mat stored = read_picture(source.file);
+  if (stored.channels() != 1) {
+    throw data_error(utf8(source.file) + ": a mask must have one channel; it has " +
+                     std::to_string(stored.channels()));
+  }
+  return source.class_index ? cv::Mat(stored == *source.class_index) : cv::Mat(stored != 0);
+}
+
+std::map<int, std::string> parse_classes(const std::string& text, const std::string& name) {
+  std::map<int, std::string> classes;
+  const auto lines = split_lines(text);
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    const auto line = trimmed(lines[i]);
+    if (line.empty()) continue;
+    const auto space = line.find_first_of(" \t");
+    const auto index = parse_number(line.substr(0, space));
+    const auto label = space == std::string::npos ? std::string() : trimmed(line.substr(space));
+    if (!index || *index < 0 || *index > 65535 || *index != static_cast<int>(*index) ||
+        label.empty()) {
+      throw data_error(name + ": line " + std::to_string(i + 1) + ": expected INDEX NAME, found '" +
+                       line + "'");
+    }
+    if (*index != 0 && !classes.emplace(static_cast<int>(*index), label).second) {
+      throw data_error(name + ": line " + std::to_string(i + 1) + ": index " +
+                       line.substr(0, space) + " stands twice");
+    }
+  }
+  if (classes.empty()) throw data_error(name + ": names no category besides the background");
+  return classes;
+}
+
+}  // namespace telvar_host

@@ -1,0 +1,43 @@
+// How well a trained classifier does on labelled pictures.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "app/session.h"
+#include "datasets/classifier_data.h"
+#include "metrics/timing.h"
+#include "tools/classifier_tool.h"
+
+namespace telvar_host {
+
+struct ClassifierMistake {
+  ClassifierItem item;
+  std::string answer;
+  double score = 0;        // of the answer
+  double truth_score = 0;  // of the true category
+};
+
+struct ClassifierEvaluation {
+  std::size_t images = 0;
+  std::size_t right = 0;
+  std::map<std::string, std::map<std::string, std::size_t>> confusion;  // [truth][answer]
+  std::vector<ClassifierMistake> mistakes;       // the surest wrong answer first
+  std::vector<std::pair<double, bool>> answers;  // score of each answer, and whether it was right
+  Timing timing;
+
+  double accuracy() const { return images == 0 ? 0 : static_cast<double>(right) / images; }
+  // Accuracy over the surest part of the answers: (share answered, accuracy) for every share.
+  std::vector<std::pair<double, double>> accuracy_by_coverage() const;
+};
+
+// Reads every picture; throws data_error for one that cannot be read.
+ClassifierEvaluation evaluate(ClassifierTool& tool, const ClassifierData& data, Progress& progress);
+
+// accuracy, confusion, counts, milliseconds_median, milliseconds_p95, mistakes.
+Json json_of(const ClassifierEvaluation& evaluation);
+
+}  // namespace telvar_host

@@ -1,0 +1,99 @@
+#include "evaluation/run_evaluation.h"
+
+#include "app/text.h"
+#include "report/sections.h"
+
+namespace telvar_host {
+namespace {
+
+std::string timing_text(const Timing& timing) {
+  return "milliseconds per picture: median " + fixed(timing.quantile(0.5), 1) +
+         ", 95th percentile " + fixed(timing.quantile(0.95), 1) + "\n";
+}
+
+std::string percent(const std::optional<double>& share) {
+  return share ? fixed(100 * *share, 2) + " %" : "unknown";
+}
+
+EvaluationRun evaluate_classifier(Session& session, const StateFile& state,
+                                  const std::filesystem::path& source, bool with_report) {
+  Problems problems;
+  const auto data = read_classifier_data(source, Purpose::kEvaluate, problems);
+  problems.throw_if_any();
+  ClassifierTool tool(session, state);
+  const auto evaluation = evaluate(tool, data, session.progress);
+  EvaluationRun run;
+  run.json = json_of(evaluation);
+  run.text = "accuracy " + percent(evaluation.accuracy()) + ", " +
+             std::to_string(evaluation.mistakes.size()) + " of " +
+             std::to_string(evaluation.images) + " wrong\n" + timing_text(evaluation.timing);
+  if (with_report) run.section = section_of(evaluation);
+  return run;
+}
+
+EvaluationRun evaluate_segmenter(Session& session, const StateFile& state,
+                                 const std::filesystem::path& source, bool with_report) {
+  Problems problems;
+  const auto data = read_segmenter_data(source, Purpose::kEvaluate, problems);
+  problems.throw_if_any();
+  SegmenterTool tool(session, state);
+  const auto evaluation = evaluate(tool, data, session.progress);
+  EvaluationRun run;
+  run.json = json_of(evaluation);
+  run.text = "mean IoU " + fixed(evaluation.mean_iou(), 4) + " over " +
+             std::to_string(evaluation.images) + " pictures\n";
+  for (const auto& [category, overlap] : evaluation.overlap) {
+    const auto iou = overlap.iou();
+    run.text +=
+        "  " + padded(category, 24) + " " + (iou ? fixed(*iou, 4) : "occurs nowhere") + "\n";
+  }
+  run.text += timing_text(evaluation.timing);
+  if (with_report) run.section = section_of(evaluation, data);
+  return run;
+}
+
+NominalSize reading_size(const std::optional<NominalSize>& given, const StateFile& state,
+                         const OcrData& data) {
+  if (given) return *given;
+  if (state.size.is_set()) return state.size;
+  if (data.size.is_set()) return data.size;
+  throw usage_error("neither the state nor the labels name a character size; give --size WxH");
+}
+
+EvaluationRun evaluate_reader(Session& session, const StateFile& state,
+                              const std::filesystem::path& source,
+                              const std::optional<NominalSize>& given, bool with_report) {
+  Problems problems;
+  const auto data = read_ocr_data(source, Purpose::kEvaluate, problems);
+  problems.throw_if_any();
+  const auto size = reading_size(given, state, data);
+  ReaderTool tool(session, state);
+  const auto evaluation = evaluate(tool, data, size, session.progress);
+  EvaluationRun run;
+  run.json = json_of(evaluation, data);
+  run.text = "character error rate " + percent(evaluation.character_error_rate()) + " of " +
+             std::to_string(evaluation.characters) + " characters\nlines read exactly " +
+             percent(evaluation.exact_line_rate()) + " of " + std::to_string(evaluation.lines) +
+             " lines (" + std::to_string(evaluation.stray_lines) + " stray)\n" +
+             timing_text(evaluation.timing);
+  if (with_report) run.section = section_of(evaluation, data, size);
+  return run;
+}
+
+}  // namespace
+
+EvaluationRun run_evaluation(Session& session, const StateFile& state,
+                             const std::filesystem::path& data,
+                             const std::optional<NominalSize>& size, bool with_report) {
+  switch (state.tool) {
+    case ToolKind::kOcr:
+      return evaluate_reader(session, state, data, size, with_report);
+    case ToolKind::kClassifier:
+      return evaluate_classifier(session, state, data, with_report);
+    case ToolKind::kSegmenter:
+      break;
+  }
+  return evaluate_segmenter(session, state, data, with_report);
+}
+
+}  // namespace telvar_host

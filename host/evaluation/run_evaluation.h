@@ -1,0 +1,27 @@
+// Evaluating any of the three tools on a data set on disk: the one path behind `evaluate` and
+// `demo`.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "app/session.h"
+#include "app/tool_kind.h"
+#include "report/html.h"
+#include "state_file.h"
+
+namespace telvar_host {
+
+struct EvaluationRun {
+  Json json;         // metrics at the top level
+  std::string text;  // the same for people
+  Section section;   // of a report; left empty without one
+};
+
+// `size` is for the reader: without it, that of the state, then that of the labels.
+EvaluationRun run_evaluation(Session& session, const StateFile& state,
+                             const std::filesystem::path& data,
+                             const std::optional<NominalSize>& size, bool with_report);
+
+}  // namespace telvar_host

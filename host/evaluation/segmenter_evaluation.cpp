@@ -1,0 +1,106 @@
+#include "evaluation/segmenter_evaluation.h"
+
+#include <algorithm>
+#include <opencv2/core.hpp>
+
+#include "app/text.h"
+#include "images/read_image.h"
+
+namespace telvar_host {
+namespace {
+
+double mean_of(const std::map<std::string, Overlap>& overlaps, int threshold) {
+  double sum = 0;
+  int defined = 0;
+  for (const auto& entry : overlaps) {
+    if (const auto iou = entry.second.iou(threshold)) {
+      sum += *iou;
+      ++defined;
+    }
+  }
+  return defined == 0 ? 0 : sum / defined;
+}
+
+// A category the model does not know is found nowhere.
+cv::Mat answer_of(const Probabilities& probabilities, const std::string& category,
+                  const cv::Size& size) {
+  const auto found = probabilities.find(category);
+  return found == probabilities.end() ? cv::Mat(cv::Mat::zeros(size, CV_8U)) : found->second;
+}
+
+void count(SegmenterEvaluation& evaluation, const SegmenterItem& item, const SegmenterData& data,
+           const Probabilities& probabilities, const cv::Size& size) {
+  std::map<std::string, Overlap> here;
+  SegmenterMistake mistake{item, 0, 0, {}};
+  for (const auto& category : data.categories) {
+    const auto answer = answer_of(probabilities, category, size);
+    if (answer.size() != size) throw failure(utf8(item.file) + ": the result has another size");
+    here[category].add(answer, truth_of(item, category, size));
+    evaluation.overlap[category].add(here[category]);
+    mistake.wrong_pixels += here[category].wrong_pixels();
+    mistake.answer[category] = answer >= 128;
+  }
+  ++evaluation.images;
+  mistake.mean_iou = mean_of(here, 128);
+  if (mistake.wrong_pixels > 0) evaluation.mistakes.push_back(std::move(mistake));
+}
+
+}  // namespace
+
+double SegmenterEvaluation::mean_iou(int threshold) const {
+  return mean_of(overlap, threshold);
+}
+
+cv::Mat truth_of(const SegmenterItem& item, const std::string& category, const cv::Size& size) {
+  const auto source = item.masks.find(category);
+  if (source == item.masks.end()) return cv::Mat::zeros(size, CV_8U);
+  const auto mask = read_mask(source->second);
+  if (mask.size() != size) {
+    throw data_error(utf8(source->second.file) + ": is " + std::to_string(mask.cols) + " x " +
+                     std::to_string(mask.rows) + ", its picture " + std::to_string(size.width) +
+                     " x " + std::to_string(size.height));
+  }
+  return mask;
+}
+
+SegmenterEvaluation evaluate(SegmenterTool& tool, const SegmenterData& data, Progress& progress) {
+  SegmenterEvaluation evaluation;
+  for (const auto& category : data.categories) evaluation.overlap[category];
+  progress.start("evaluating", data.items.size());
+  for (const auto& item : data.items) {
+    const auto picture = read_picture(item.file);
+    // The first call builds the model, which is not what an image costs.
+    if (evaluation.images == 0) tool.process(picture);
+    const auto answer = evaluation.timing.measure([&] { return tool.process(picture); });
+    count(evaluation, item, data, answer, picture.size());
+    progress.step();
+  }
+  progress.finish();
+  std::stable_sort(evaluation.mistakes.begin(), evaluation.mistakes.end(),
+                   [](const auto& a, const auto& b) { return a.mean_iou < b.mean_iou; });
+  return evaluation;
+}
+
+Json json_of(const SegmenterEvaluation& evaluation) {
+  Json json;
+  json["mean_iou"] = evaluation.mean_iou();
+  json["iou"] = Json::object();
+  for (const auto& [category, overlap] : evaluation.overlap) {
+    const auto iou = overlap.iou();
+    json["iou"][category] = iou ? Json(*iou) : Json(nullptr);
+  }
+  json["threshold"] = 128;
+  json["counts"] = {{"images", evaluation.images},
+                    {"images_with_wrong_pixels", evaluation.mistakes.size()}};
+  json["milliseconds_median"] = evaluation.timing.quantile(0.5);
+  json["milliseconds_p95"] = evaluation.timing.quantile(0.95);
+  json["mistakes"] = Json::array();
+  for (const auto& mistake : evaluation.mistakes) {
+    json["mistakes"].push_back({{"file", mistake.item.id},
+                                {"mean_iou", mistake.mean_iou},
+                                {"wrong_pixels", mistake.wrong_pixels}});
+  }
+  return json;
+}
+
+}  // namespace telvar_host

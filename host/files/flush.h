@@ -1,0 +1,19 @@
+// The few things about files that differ between platforms.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace telvar_host {
+
+// Waits until a file's or (where the platform can) a folder's content is on disk. Best effort: some
+// file systems refuse, and that is no error.
+void flush_to_disk(const std::filesystem::path& path);
+
+// Unique among the processes that run now.
+std::string process_tag();
+
+// The folder of the running program.
+std::filesystem::path program_folder();
+
+}  // namespace telvar_host

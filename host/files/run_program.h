@@ -1,0 +1,13 @@
+// Running another program.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace telvar_host {
+
+// Runs `program` (looked for on the search path) with `arguments` and waits for it. Throws failure
+// when it cannot be started or does not return 0.
+void run_program(const std::string& program, const std::vector<std::string>& arguments);
+
+}  // namespace telvar_host

@@ -1,0 +1,136 @@
+#include "images/annotate.h"
+
+#include <algorithm>
+#include <opencv2/imgproc.hpp>
+
+#include "app/text.h"
+#include "images/read_image.h"
+
+namespace telvar_host {
+namespace {
+
+// Okabe and Ito's palette, made to be told apart by colour-blind readers; black and yellow left
+// out.
+struct Rgb {
+  unsigned char r, g, b;
+};
+constexpr std::array<Rgb, 8> kPalette = {{{0, 114, 178},
+                                          {213, 94, 0},
+                                          {0, 158, 115},
+                                          {204, 121, 167},
+                                          {86, 180, 233},
+                                          {230, 159, 0},
+                                          {120, 94, 240},
+                                          {100, 143, 60}}};
+
+cv::Point rounded(const std::pair<double, double>& point) {
+  return {cvRound(point.first), cvRound(point.second)};
+}
+
+std::pair<double, double> in_image(const std::optional<Region>& region, double u, double v) {
+  return region ? region->to_image(u, v) : std::make_pair(u, v);
+}
+
+// A box of the region's pixels as a quadrilateral of the image.
+void draw_box(cv::Mat& canvas, const std::optional<Region>& region, double left, double top,
+              double right, double bottom, const cv::Scalar& colour, int thickness) {
+  const std::vector<cv::Point> corners = {
+      rounded(in_image(region, left, top)), rounded(in_image(region, right, top)),
+      rounded(in_image(region, right, bottom)), rounded(in_image(region, left, bottom))};
+  cv::polylines(canvas, corners, true, colour, thickness, cv::LINE_AA);
+}
+
+void draw_region(cv::Mat& canvas, const std::optional<Region>& region) {
+  if (!region) return;
+  draw_box(canvas, region, 0, 0, region->width - 1.0, region->height - 1.0, category_colour(5), 2);
+}
+
+std::string ascii(const std::string& text) {
+  std::string shown;
+  for (const char32_t point : code_points(text)) {
+    shown += point >= 32 && point < 127 ? static_cast<char>(point) : '?';
+  }
+  return shown;
+}
+
+// The image's pixel of each region pixel, so that results in region pixels can be laid over the
+// image.
+cv::Mat over_image(const cv::Mat& result, const std::optional<Region>& region,
+                   const cv::Size& size) {
+  if (!region) return result;
+  const auto origin = region->to_image(0, 0);
+  const auto right = region->to_image(1, 0);
+  const auto down = region->to_image(0, 1);
+  const cv::Matx23d to_image(right.first - origin.first, down.first - origin.first, origin.first,
+                             right.second - origin.second, down.second - origin.second,
+                             origin.second);
+  cv::Mat laid;
+  cv::warpAffine(result, laid, to_image, size, cv::INTER_LINEAR);
+  return laid;
+}
+
+}  // namespace
+
+cv::Scalar category_colour(std::size_t index) {
+  const auto& colour = kPalette[index % kPalette.size()];
+  return {double(colour.b), double(colour.g), double(colour.r)};
+}
+
+std::string category_css(std::size_t index) {
+  static constexpr char kDigits[] = "0123456789abcdef";
+  const auto& colour = kPalette[index % kPalette.size()];
+  std::string css = "#";
+  for (const unsigned char value : {colour.r, colour.g, colour.b}) {
+    css += kDigits[value >> 4];
+    css += kDigits[value & 15];
+  }
+  return css;
+}
+
+cv::Mat drawn_reading(const cv::Mat& picture, const Reading& reading,
+                      const std::optional<Region>& region, const NominalSize& size) {
+  cv::Mat canvas = displayable(picture);
+  draw_region(canvas, region);
+  for (std::size_t i = 0; i < reading.lines.size(); ++i) {
+    for (const auto index : reading.lines[i].characters) {
+      const auto& c = reading.characters[index];
+      draw_box(canvas, region, c.x - size.width / 2, c.y - size.height / 2, c.x + size.width / 2,
+               c.y + size.height / 2, category_colour(i), 1);
+      cv::circle(canvas, rounded(in_image(region, c.x, c.y)), 1, category_colour(1), cv::FILLED);
+    }
+  }
+  return canvas;
+}
+
+cv::Mat drawn_category(const cv::Mat& picture, const CategoryScore& best) {
+  cv::Mat canvas = displayable(picture);
+  const int scale = std::max(1, 224 / std::max(1, std::min(canvas.cols, canvas.rows)));
+  if (scale > 1) cv::resize(canvas, canvas, {}, scale, scale, cv::INTER_NEAREST);
+  const auto text = ascii(best.categoryId) + " " + fixed(100 * best.score, 1) + " %";
+  constexpr int kBand = 28;
+  cv::copyMakeBorder(canvas, canvas, 0, kBand, 0, 0, cv::BORDER_CONSTANT, cv::Scalar::all(30));
+  cv::putText(canvas, text, {6, canvas.rows - 9}, cv::FONT_HERSHEY_SIMPLEX, 0.5,
+              cv::Scalar::all(255), 1, cv::LINE_AA);
+  return canvas;
+}
+
+cv::Mat drawn_segments(const cv::Mat& picture, const Probabilities& probabilities,
+                       const std::optional<Region>& region) {
+  cv::Mat canvas = displayable(picture);
+  std::size_t index = 0;
+  for (const auto& entry : probabilities) {
+    const auto colour = category_colour(index++);
+    const cv::Mat found = over_image(entry.second, region, canvas.size()) >= 128;
+    if (found.size() != canvas.size()) continue;
+    cv::Mat tinted;
+    cv::addWeighted(canvas, 0.6, cv::Mat(canvas.size(), canvas.type(), colour), 0.4, 0, tinted);
+    tinted.copyTo(canvas, found);
+    std::vector<std::vector<cv::Point>> outlines;
+    cv::findContours(found, outlines, cv::RETR_LIST, cv::CHAIN_APPROX_NONE);
+    cv::drawContours(canvas, outlines, -1, colour, 1, cv::LINE_AA);
+  }
+  draw_region(canvas, region);
+  return canvas;
+}
+
+}  // namespace telvar_host

@@ -1,0 +1,107 @@
+#include "images/read_image.h"
+
+#include <algorithm>
+#include <cctype>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include "app/errors.h"
+#include "app/text.h"
+#include "files/output.h"
+
+namespace fs = std::filesystem;
+
+namespace telvar_host {
+namespace {
+
+std::string lower_extension(const fs::path& path) {
+  auto extension = path.extension().u8string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return extension;
+}
+
+bool is_jpeg(const std::string& bytes) {
+  return bytes.compare(0, 2, "\xFF\xD8") == 0;
+}
+
+// The JPEG decoder fills what is missing with gray and says nothing, so look for the end marker.
+// Some cameras append their own data after it.
+bool jpeg_is_cut_off(const std::string& bytes) {
+  const auto end = bytes.rfind("\xFF\xD9");
+  return end == std::string::npos || bytes.size() - end > 65536;
+}
+
+bool is_supported(const cv::Mat& picture) {
+  const bool depth = picture.depth() == CV_8U || picture.depth() == CV_16U;
+  const int channels = picture.channels();
+  return depth && (channels == 1 || channels == 3 || channels == 4);
+}
+
+cv::Mat decode(const std::string& bytes, const fs::path& path) {
+  const cv::Mat buffer(1, static_cast<int>(bytes.size()), CV_8U, const_cast<char*>(bytes.data()));
+  // Orientation tags are common in JPEG only, and OpenCV applies them only without UNCHANGED.
+  const int flags =
+      is_jpeg(bytes) ? cv::IMREAD_ANYCOLOR | cv::IMREAD_ANYDEPTH : cv::IMREAD_UNCHANGED;
+  try {
+    return cv::imdecode(buffer, flags);
+  } catch (const cv::Exception& error) {
+    throw data_error(utf8(path) + ": cannot be decoded: " + trimmed(error.err));
+  }
+}
+
+}  // namespace
+
+bool has_picture_name(const fs::path& path) {
+  static const std::vector<std::string> kExtensions = {".png", ".jpg", ".jpeg", ".tif", ".tiff",
+                                                       ".bmp", ".pgm", ".ppm",  ".pbm", ".pnm"};
+  return std::find(kExtensions.begin(), kExtensions.end(), lower_extension(path)) !=
+         kExtensions.end();
+}
+
+cv::Mat read_picture(const fs::path& path) {
+  const auto bytes = read_file(path, std::uintmax_t{1} << 31);
+  if (bytes.empty()) throw data_error(utf8(path) + ": is empty");
+  if (is_jpeg(bytes) && jpeg_is_cut_off(bytes)) throw data_error(utf8(path) + ": JPEG is cut off");
+  cv::Mat picture = decode(bytes, path);
+  if (picture.empty()) throw data_error(utf8(path) + ": is no readable picture");
+  if (!is_supported(picture)) {
+    throw data_error(utf8(path) +
+                     ": has pixels of an unsupported type (8 or 16 bit with 1, 3 or 4 "
+                     "channels are read)");
+  }
+  return picture;
+}
+
+std::string encoded(const cv::Mat& picture, const std::string& extension) {
+  std::vector<unsigned char> bytes;
+  const std::vector<int> options =
+      extension == ".jpg" ? std::vector<int>{cv::IMWRITE_JPEG_QUALITY, 85} : std::vector<int>{};
+  if (!cv::imencode(extension, picture, bytes, options)) {
+    throw failure("cannot encode a picture as " + extension);
+  }
+  return std::string(bytes.begin(), bytes.end());
+}
+
+std::vector<fs::path> pictures_below(const fs::path& folder) {
+  std::vector<fs::path> found;
+  for (auto entry = fs::recursive_directory_iterator(folder); entry != fs::end(entry); ++entry) {
+    const bool hidden = entry->path().filename().u8string().front() == '.';
+    if (hidden && entry->is_directory()) entry.disable_recursion_pending();
+    if (!hidden && entry->is_regular_file() && has_picture_name(entry->path())) {
+      found.push_back(entry->path());
+    }
+  }
+  std::sort(found.begin(), found.end());
+  return found;
+}
+
+cv::Mat displayable(const cv::Mat& picture) {
+  cv::Mat shown = picture;
+  if (shown.depth() == CV_16U) shown.convertTo(shown, CV_8U, 1.0 / 257.0);
+  if (shown.channels() == 1) cv::cvtColor(shown, shown, cv::COLOR_GRAY2BGR);
+  if (shown.channels() == 4) cv::cvtColor(shown, shown, cv::COLOR_BGRA2BGR);
+  return shown.data == picture.data ? shown.clone() : shown;
+}
+
+}  // namespace telvar_host

@@ -1,0 +1,27 @@
+// Reading and writing pictures with OpenCV's codecs.
+#pragma once
+
+#include <filesystem>
+#include <opencv2/core/mat.hpp>
+#include <string>
+#include <vector>
+
+namespace telvar_host {
+
+// Whether the name ends like a picture this program reads: PNG, JPEG, TIFF, BMP, PNM (any case).
+bool has_picture_name(const std::filesystem::path& path);
+
+// Pixels as stored: 8 or 16 bit, 1, 3 (BGR) or 4 (BGRA) channels. JPEG orientation tags are
+// applied. Throws data_error naming the file: unreadable, cut off, or of another pixel type.
+cv::Mat read_picture(const std::filesystem::path& path);
+
+// Encoded bytes; `extension` is ".png" or ".jpg".
+std::string encoded(const cv::Mat& picture, const std::string& extension);
+
+// Every picture below `folder`, sorted by path; hidden files and folders are skipped.
+std::vector<std::filesystem::path> pictures_below(const std::filesystem::path& folder);
+
+// 8-bit BGR for looking at: 16-bit values are scaled down, gray is spread, alpha is dropped.
+cv::Mat displayable(const cv::Mat& picture);
+
+}  // namespace telvar_host

@@ -1,0 +1,11 @@
+// Making pictures fit a page.
+#pragma once
+
+#include <opencv2/core/mat.hpp>
+
+namespace telvar_host {
+
+// The picture, smaller where its longer side exceeds `longest` pixels.
+cv::Mat shrunk(const cv::Mat& picture, int longest);
+
+}  // namespace telvar_host

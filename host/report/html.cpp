@@ -1,0 +1,96 @@
+#include "report/html.h"
+
+#include "app/text.h"
+#include "images/read_image.h"
+#include "report/style.h"
+
+namespace telvar_host {
+namespace {
+
+std::string figures_html(const std::vector<Figure>& figures) {
+  std::string html = "<div class=\"figures\">";
+  for (const auto& figure : figures) {
+    html += "<div class=\"figure\"><b>" + html_escaped(figure.value) + "</b><span>" +
+            html_escaped(figure.label) + "</span></div>";
+  }
+  return html + "</div>\n";
+}
+
+std::string section_html(const Section& section) {
+  std::string html =
+      "<section id=\"" + section.id + "\"><h2>" + html_escaped(section.title) + "</h2>\n";
+  if (!section.lead.empty()) html += "<p class=\"lead\">" + html_escaped(section.lead) + "</p>\n";
+  return html + figures_html(section.figures) + section.body + "</section>\n";
+}
+
+}  // namespace
+
+std::string base64(const std::string& bytes) {
+  static constexpr char kDigits[] =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string text;
+  text.reserve((bytes.size() + 2) / 3 * 4);
+  for (std::size_t i = 0; i < bytes.size(); i += 3) {
+    unsigned group = 0;
+    for (std::size_t k = 0; k < 3; ++k) {
+      group = (group << 8) | (i + k < bytes.size() ? static_cast<unsigned char>(bytes[i + k]) : 0U);
+    }
+    for (std::size_t k = 0; k < 4; ++k) {
+      text += i + k > bytes.size() ? '=' : kDigits[(group >> (18 - 6 * k)) & 63];
+    }
+  }
+  return text;
+}
+
+std::string picture_html(const cv::Mat& picture, const std::string& alt) {
+  const bool small = picture.total() < 128 * 128;
+  const auto bytes = encoded(picture, small ? ".png" : ".jpg");
+  return std::string("<img loading=\"lazy\" ") + (small ? "class=\"sharp\" " : "") + "width=\"" +
+         std::to_string(picture.cols) + "\" height=\"" + std::to_string(picture.rows) +
+         "\" alt=\"" + html_escaped(alt) + "\" src=\"data:image/" + (small ? "png" : "jpeg") +
+         ";base64," + base64(bytes) + "\">";
+}
+
+std::string card_html(const cv::Mat& picture, const std::string& headline,
+                      const std::string& detail, const std::string& css_class) {
+  return "<div class=\"card " + css_class + "\">" + picture_html(picture, headline) + "<div><b>" +
+         html_escaped(headline) + "</b><span>" + html_escaped(detail) + "</span></div></div>\n";
+}
+
+std::string details_html(const std::string& summary, const std::string& body, bool open) {
+  return std::string("<details") + (open ? " open" : "") + "><summary>" + html_escaped(summary) +
+         "</summary>\n" + body + "</details>\n";
+}
+
+std::string table_html(const std::vector<std::vector<std::string>>& rows) {
+  std::string html = "<div class=\"scroll\"><table>";
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    const std::string tag = i == 0 ? "th" : "td";
+    html += "<tr>";
+    for (const auto& cell : rows[i])
+      html += "<" + tag + ">" + html_escaped(cell) + "</" + tag + ">";
+    html += "</tr>\n";
+  }
+  return html + "</table></div>\n";
+}
+
+std::string page_html(const std::string& title, const std::string& lead,
+                      const std::vector<Section>& sections) {
+  std::string html =
+      "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">"
+      "<meta name=\"viewport\" content=\"width=device-width,initial-scale=1\"><title>" +
+      html_escaped(title) + "</title>\n<style>" + kStyle +
+      "</style></head>\n<body><main>\n<header><h1>" + html_escaped(title) + "</h1><p>" +
+      html_escaped(lead) + "</p></header>\n";
+  if (sections.size() > 1) {
+    html += "<nav>";
+    for (const auto& section : sections) {
+      html += "<a href=\"#" + section.id + "\">" + html_escaped(section.title) + "</a>";
+    }
+    html += "</nav>\n";
+  }
+  for (const auto& section : sections) html += section_html(section);
+  return html + "</main></body></html>\n";
+}
+
+}  // namespace telvar_host

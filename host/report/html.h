@@ -1,0 +1,43 @@
+// A report page that needs nothing but itself: styles, pictures and curves are inside.
+#pragma once
+
+#include <opencv2/core/mat.hpp>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace telvar_host {
+
+struct Figure {
+  std::string value;  // "97.3 %"
+  std::string label;
+};
+
+struct Section {
+  std::string id;
+  std::string title;
+  std::string lead;  // a sentence under the title; plain text
+  std::vector<Figure> figures;
+  std::string body;  // HTML
+};
+
+// The whole document, UTF-8. `title` and `lead` are plain text.
+std::string page_html(const std::string& title, const std::string& lead,
+                      const std::vector<Section>& sections);
+
+// <img> with the picture inside: PNG for small pictures, which stay sharp, JPEG for large ones.
+std::string picture_html(const cv::Mat& picture, const std::string& alt);
+
+// A card with a picture, a headline and a line of detail; all plain text.
+std::string card_html(const cv::Mat& picture, const std::string& headline,
+                      const std::string& detail, const std::string& css_class = "");
+
+// A disclosure that is open or closed at first. `body` is HTML.
+std::string details_html(const std::string& summary, const std::string& body, bool open);
+
+// A table; cells are plain text, the first row is the header.
+std::string table_html(const std::vector<std::vector<std::string>>& rows);
+
+std::string base64(const std::string& bytes);
+
+}  // namespace telvar_host

@@ -1,0 +1,95 @@
+#include <opencv2/imgproc.hpp>
+
+#include "app/text.h"
+#include "images/annotate.h"
+#include "images/read_image.h"
+#include "images/resize.h"
+#include "report/charts.h"
+#include "report/sections.h"
+
+namespace telvar_host {
+namespace {
+
+const cv::Scalar kMissed(178, 114, 0);  // blue, BGR
+const cv::Scalar kExtra(0, 94, 213);    // vermilion
+
+void tint(cv::Mat& canvas, const cv::Mat& where, const cv::Scalar& colour) {
+  cv::Mat tinted;
+  cv::addWeighted(canvas, 0.25, cv::Mat(canvas.size(), canvas.type(), colour), 0.75, 0, tinted);
+  tinted.copyTo(canvas, where);
+}
+
+// The picture, what it should be, what was found, and the pixels that differ, side by side.
+cv::Mat comparison(const SegmenterMistake& mistake) {
+  const cv::Mat shown = displayable(read_picture(mistake.item.file));
+  Probabilities truth;
+  cv::Mat difference = shown.clone();
+  for (const auto& [category, answer] : mistake.answer) {
+    truth[category] = truth_of(mistake.item, category, shown.size());
+    tint(difference, truth[category] & ~answer, kMissed);
+    tint(difference, answer & ~truth[category], kExtra);
+  }
+  std::vector<cv::Mat> panels;
+  for (const cv::Mat& panel : {shown, drawn_segments(shown, truth, {}),
+                               drawn_segments(shown, mistake.answer, {}), difference}) {
+    panels.push_back(shrunk(panel, 360));
+    panels.push_back(cv::Mat(panels.back().rows, 6, CV_8UC3, cv::Scalar::all(255)));
+  }
+  panels.pop_back();
+  cv::Mat row;
+  cv::hconcat(panels, row);
+  return row;
+}
+
+std::string curve_of(const SegmenterEvaluation& evaluation) {
+  Curve curve;
+  for (int threshold = 1; threshold <= 255; ++threshold) {
+    curve.emplace_back(threshold, evaluation.mean_iou(threshold));
+  }
+  return "<h3>Mean IoU by threshold (128 counts)</h3>" +
+         curve_html(curve, {"probability from which a pixel counts as found (0 to 255)", 0, 255, 0},
+                    {"mean IoU", lower_bound_for(curve), 1, 2}, 128);
+}
+
+std::string categories_html(const SegmenterEvaluation& evaluation) {
+  std::vector<Bar> bars;
+  for (const auto& [category, overlap] : evaluation.overlap) {
+    const auto iou = overlap.iou();
+    bars.push_back({category, iou.value_or(0), iou ? fixed(*iou, 4) : "occurs nowhere",
+                    category_css(bars.size())});
+  }
+  return "<h3>Intersection over union by category</h3>" + bars_html(bars);
+}
+
+std::string mistakes_html(const SegmenterEvaluation& evaluation) {
+  if (evaluation.mistakes.empty()) return "<p class=\"good\">Every pixel is right.</p>";
+  std::string cards =
+      "<p class=\"lead\">Picture, truth, answer, and where they differ: <span class=\"swatch\" "
+      "style=\"background:#0072b2\"></span>missed <span class=\"swatch\" "
+      "style=\"background:#d55e00\"></span>"
+      "too much.</p><div class=\"cards wide\">";
+  for (const auto& mistake : evaluation.mistakes) {
+    cards += card_html(comparison(mistake), "IoU " + fixed(mistake.mean_iou, 3),
+                       std::to_string(mistake.wrong_pixels) + " wrong pixels · " + mistake.item.id);
+  }
+  return details_html("Every picture with a wrong pixel (" +
+                          std::to_string(evaluation.mistakes.size()) + " of " +
+                          std::to_string(evaluation.images) + "), worst first",
+                      cards + "</div>", true);
+}
+
+}  // namespace
+
+Section section_of(const SegmenterEvaluation& evaluation, const SegmenterData& data) {
+  Section section{"segmenter", "Segmenter", "", {}, ""};
+  section.figures = {{fixed(evaluation.mean_iou(), 3), "mean IoU at threshold 128"},
+                     {std::to_string(evaluation.images), "pictures"},
+                     {std::to_string(data.categories.size()), "categories"},
+                     {fixed(evaluation.timing.quantile(0.5), 1) + " ms", "per picture, median"},
+                     {fixed(evaluation.timing.quantile(0.95), 1) + " ms", "95th percentile"}};
+  section.body = "<div class=\"columns\"><div>" + categories_html(evaluation) + "</div><div>" +
+                 curve_of(evaluation) + "</div></div>" + mistakes_html(evaluation);
+  return section;
+}
+
+}  // namespace telvar_host

@@ -1,0 +1,135 @@
+#include "state_file.h"
+
+#include <cmath>
+#include <cstring>
+
+#define XXH_INLINE_ALL
+#include <xxhash.h>
+
+#include "app/errors.h"
+#include "app/text.h"
+#include "files/output.h"
+
+namespace telvar_host {
+namespace {
+
+constexpr std::string_view kMagic = "TLVSTATE";
+constexpr std::uint32_t kVersion = 1;
+constexpr std::size_t kChecked = 56;
+constexpr std::size_t kHeader = 64;
+
+template <typename Number>
+void append(std::string& bytes, Number value) {
+  for (std::size_t i = 0; i < sizeof value; ++i) {
+    bytes.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
+  }
+}
+
+template <typename Number>
+Number number_at(std::string_view bytes, std::size_t offset) {
+  Number value = 0;
+  for (std::size_t i = 0; i < sizeof value; ++i) {
+    value |= static_cast<Number>(static_cast<unsigned char>(bytes[offset + i])) << (8 * i);
+  }
+  return value;
+}
+
+std::uint32_t bits_of(float value) {
+  std::uint32_t bits = 0;
+  std::memcpy(&bits, &value, sizeof bits);
+  return bits;
+}
+
+float float_at(std::string_view bytes, std::size_t offset) {
+  const auto bits = number_at<std::uint32_t>(bytes, offset);
+  float value = 0;
+  std::memcpy(&value, &bits, sizeof value);
+  return value;
+}
+
+std::uint64_t checksum(std::string_view bytes) {
+  return XXH64(bytes.data(), bytes.size(), 0);
+}
+
+void check_header(std::string_view bytes, const std::string& name) {
+  if (bytes.size() < kMagic.size() || bytes.substr(0, kMagic.size()) != kMagic) {
+    throw data_error(name + ": is no telvar state file (wrong magic)");
+  }
+  if (bytes.size() < kHeader) {
+    throw data_error(name + ": damaged state file: the header is cut off (" +
+                     std::to_string(bytes.size()) + " of 64 bytes)");
+  }
+  const auto version = number_at<std::uint32_t>(bytes, 8);
+  if (number_at<std::uint64_t>(bytes, kChecked) != checksum(bytes.substr(0, kChecked))) {
+    throw data_error(name + ": damaged state file: the header's checksum is wrong");
+  }
+  if (version != kVersion) {
+    throw data_error(name + ": state file of format version " + std::to_string(version) +
+                     "; this program reads version 1");
+  }
+}
+
+NominalSize size_in(std::string_view bytes, ToolKind tool, const std::string& name) {
+  const NominalSize size{float_at(bytes, 16), float_at(bytes, 20)};
+  const bool valid = tool == ToolKind::kOcr ? std::isfinite(size.width) && size.width >= 0 &&
+                                                  std::isfinite(size.height) && size.height >= 0
+                                            : size.width == 0 && size.height == 0;
+  if (!valid) throw data_error(name + ": damaged state file: the character size is invalid");
+  return size;
+}
+
+}  // namespace
+
+std::string serialised(const StateFile& state) {
+  std::string bytes(kMagic);
+  append(bytes, kVersion);
+  append(bytes, static_cast<std::uint32_t>(state.tool));
+  append(bytes, bits_of(state.size.width));
+  append(bytes, bits_of(state.size.height));
+  append(bytes, static_cast<std::uint64_t>(state.artifact.size()));
+  append(bytes, checksum(state.artifact));
+  append(bytes, static_cast<std::uint64_t>(state.train_cache.size()));
+  append(bytes, checksum(state.train_cache));
+  append(bytes, checksum(bytes));
+  return bytes + state.artifact + state.train_cache;
+}
+
+StateFile parse_state(std::string_view bytes, const std::string& name) {
+  check_header(bytes, name);
+  const auto tool = number_at<std::uint32_t>(bytes, 12);
+  if (tool < 1 || tool > 3) {
+    throw data_error(name + ": state file of an unknown tool (" + std::to_string(tool) + ")");
+  }
+  StateFile state;
+  state.tool = static_cast<ToolKind>(tool);
+  state.size = size_in(bytes, state.tool, name);
+  const auto artifact = number_at<std::uint64_t>(bytes, 24);
+  const auto cache = number_at<std::uint64_t>(bytes, 40);
+  const std::uint64_t rest = bytes.size() - kHeader;
+  if (artifact > rest || cache != rest - artifact) {
+    throw data_error(name + ": damaged state file: " + std::to_string(rest) +
+                     " bytes follow the header, which announces " + std::to_string(artifact) +
+                     " + " + std::to_string(cache));
+  }
+  const auto artifact_bytes = bytes.substr(kHeader, artifact);
+  const auto cache_bytes = bytes.substr(kHeader + artifact);
+  if (checksum(artifact_bytes) != number_at<std::uint64_t>(bytes, 32)) {
+    throw data_error(name + ": damaged state file: the artifact's checksum is wrong");
+  }
+  if (checksum(cache_bytes) != number_at<std::uint64_t>(bytes, 48)) {
+    throw data_error(name + ": damaged state file: the train cache's checksum is wrong");
+  }
+  state.artifact = artifact_bytes;
+  state.train_cache = cache_bytes;
+  return state;
+}
+
+StateFile read_state(const std::filesystem::path& path) {
+  return parse_state(read_file(path), utf8(path));
+}
+
+void write_state(const std::filesystem::path& path, const StateFile& state, bool force) {
+  write_file(path, serialised(state), force);
+}
+
+}  // namespace telvar_host

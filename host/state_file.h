@@ -1,0 +1,44 @@
+// The state file: what a trained tool needs to be used again, in one checksummed file.
+//
+// Layout, little endian:
+//
+//   offset  size  content
+//        0     8  magic "TLVSTATE"
+//        8     4  format version, 1
+//       12     4  tool: 1 ocr, 2 classifier, 3 segmenter
+//       16     4  width of the last OCR training, IEEE single precision; 0 for the other tools
+//       20     4  height, likewise
+//       24     8  length of the artifact in bytes
+//       32     8  XXH64 (seed 0) of the artifact
+//       40     8  length of the train cache in bytes
+//       48     8  XXH64 of the train cache
+//       56     8  XXH64 of bytes 0 to 55
+//       64        artifact, then train cache, then the end of the file
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "app/tool_kind.h"
+
+namespace telvar_host {
+
+struct StateFile {
+  ToolKind tool = ToolKind::kClassifier;
+  NominalSize size;  // OCR only
+  std::string artifact;
+  std::string train_cache;
+};
+
+std::string serialised(const StateFile& state);
+
+// Throws data_error "NAME: ..." saying which part is damaged: the magic, the version, the header,
+// the tool, the size, the length of the file, the artifact or the train cache. Nothing is allocated
+// before the lengths agree with the bytes there are.
+StateFile parse_state(std::string_view bytes, const std::string& name);
+
+StateFile read_state(const std::filesystem::path& path);
+void write_state(const std::filesystem::path& path, const StateFile& state, bool force);
+
+}  // namespace telvar_host

@@ -1,0 +1,38 @@
+// The classifier as this program uses it.
+#pragma once
+
+#include <TelvarTypes/ISmartClassifierWrapper.h>
+
+#include <map>
+#include <memory>
+#include <opencv2/core/mat.hpp>
+#include <string>
+#include <vector>
+
+#include "app/session.h"
+#include "datasets/classifier_data.h"
+#include "state_file.h"
+
+namespace telvar_host {
+
+using CategoryScore = Types::SmartClassifier::CategoryScore;
+using Scores = std::vector<CategoryScore>;
+
+class ClassifierTool {
+ public:
+  ClassifierTool(Session& session, const StateFile& state);
+
+  // Returns the engine's overall score. Pictures are read as the engine asks for them.
+  double train(const ClassifierData& data, Progress& progress);
+  Scores process(const cv::Mat& picture);
+  std::map<std::string, Scores> batch(const std::map<std::string, cv::Mat>& pictures);
+  StateFile state() const;
+
+ private:
+  std::shared_ptr<Types::ISmartClassifierWrapper> tool_;
+};
+
+// The best category; ties go to the first. An empty one for no scores.
+CategoryScore best_of(const Scores& scores);
+
+}  // namespace telvar_host

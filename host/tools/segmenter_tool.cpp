@@ -1,0 +1,65 @@
+#include "tools/segmenter_tool.h"
+
+#include "library/records.h"
+#include "tools/loading.h"
+
+namespace telvar_host {
+namespace {
+
+Probabilities pictures_of(const Types::SmartSegmenter::ProcessResult& result) {
+  Probabilities pictures;
+  for (const auto& [category, image] : result.resultImages) pictures[category] = to_picture(*image);
+  return pictures;
+}
+
+}  // namespace
+
+SegmenterTool::SegmenterTool(Session& session, const StateFile& state)
+    : tool_(session.library().factory().CreateSmartSegmenterWrapper(
+          std::make_unique<Types::SmartSegmenter::Data>(state.artifact, state.train_cache))) {}
+
+double SegmenterTool::train(const SegmenterData& data, Progress& progress) {
+  Types::SmartSegmenter::Dataset dataset;
+  dataset.categories = data.categories;
+  FileLoader files(progress);
+  std::map<std::string, MaskSource> masks;
+  for (const auto& item : data.items) {
+    Types::SmartSegmenter::Sample sample;
+    sample.imageId = item.id;
+    files.add(item.id, item.file);
+    for (const auto& [category, source] : item.masks) {
+      const auto id = item.id + "\n" + category;
+      sample.categoryMasks[category] = id;
+      masks[id] = source;
+    }
+    dataset.samples.push_back(std::move(sample));
+  }
+  progress.start("training", files.size());
+  const auto result = tool_->Train(
+      dataset, [&](const std::string& id) { return files.load(id); },
+      [&](const std::string& id) { return to_image(read_mask(masks.at(id))); });
+  progress.finish();
+  return result.score;
+}
+
+Probabilities SegmenterTool::process(const cv::Mat& picture, const std::optional<Region>& region) {
+  return pictures_of(tool_->Process(to_image(picture), to_roi(region)));
+}
+
+std::map<std::string, Probabilities> SegmenterTool::batch(
+    const std::map<std::string, cv::Mat>& pictures) {
+  Types::CommonDataSet batch;
+  for (const auto& entry : pictures) batch.samples[entry.first].imageId = entry.first;
+  const auto answer =
+      tool_->BatchProcess(batch, [&](const std::string& id) { return to_image(pictures.at(id)); });
+  std::map<std::string, Probabilities> result;
+  for (const auto& [id, images] : answer.results) result[id] = pictures_of(images);
+  return result;
+}
+
+StateFile SegmenterTool::state() const {
+  const auto data = tool_->GetData();
+  return {ToolKind::kSegmenter, {}, data->artifact, data->trainCache};
+}
+
+}  // namespace telvar_host

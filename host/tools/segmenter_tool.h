@@ -1,0 +1,36 @@
+// The segmenter as this program uses it.
+#pragma once
+
+#include <TelvarTypes/ISmartSegmenterWrapper.h>
+
+#include <map>
+#include <memory>
+#include <opencv2/core/mat.hpp>
+#include <optional>
+#include <string>
+
+#include "app/session.h"
+#include "datasets/region.h"
+#include "datasets/segmenter_data.h"
+#include "state_file.h"
+
+namespace telvar_host {
+
+// 8-bit gray probability images by category.
+using Probabilities = std::map<std::string, cv::Mat>;
+
+class SegmenterTool {
+ public:
+  SegmenterTool(Session& session, const StateFile& state);
+
+  // Returns the engine's score. Pictures and masks are read as the engine asks for them.
+  double train(const SegmenterData& data, Progress& progress);
+  Probabilities process(const cv::Mat& picture, const std::optional<Region>& region = {});
+  std::map<std::string, Probabilities> batch(const std::map<std::string, cv::Mat>& pictures);
+  StateFile state() const;
+
+ private:
+  std::shared_ptr<Types::ISmartSegmenterWrapper> tool_;
+};
+
+}  // namespace telvar_host

@@ -1,0 +1,28 @@
+// Training any of the three tools from a data set on disk.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "app/session.h"
+#include "state_file.h"
+
+namespace telvar_host {
+
+struct TrainingRun {
+  StateFile state;
+  double score = 0;  // what the tool reports, 0..1
+  double seconds = 0;
+  std::size_t images = 0;
+  std::map<std::string, std::size_t> counts;  // pictures (ocr: characters) by category
+};
+
+// Trains from `from` (empty strings: from nothing). `size` is for the reader: without it, that of
+// the labels, then that of `from`. Throws data_error for a data set with faults, before anything is
+// trained.
+TrainingRun run_training(Session& session, const std::filesystem::path& data, const StateFile& from,
+                         const std::optional<NominalSize>& size = {});
+
+}  // namespace telvar_host

@@ -1,0 +1,142 @@
+// Parts of the program whose answers are known without any tool.
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+
+#include "app/errors.h"
+#include "app/text.h"
+#include "datasets/ocr_labels.h"
+#include "datasets/region.h"
+#include "datasets/tables.h"
+#include "metrics/overlap.h"
+#include "metrics/text_metrics.h"
+#include "metrics/timing.h"
+#include "report/html.h"
+#include "state_file.h"
+
+namespace telvar_host {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::Pair;
+
+TEST(Text, BytesThatAreNoUtf8StayDistinctAndComeBack) {
+  for (const std::string text :
+       {"A\xC3\x84\xE2\x82\xAC\xF0\x9F\x98\x80", "\xFF\xC3", "\xED\xB3\xBF", "\xC0\x80"}) {
+    std::string back;
+    for (const auto point : code_points(text)) back += utf8_of(point);
+    EXPECT_EQ(back, text);
+  }
+  EXPECT_NE(code_points("\xFF"), code_points("\xED\xB3\xBF"));
+}
+
+TEST(TextMetrics, EditDistance) {
+  struct Case {
+    const char *a, *b;
+    std::size_t distance;
+  };
+  for (const auto& c : {Case{"", "", 0}, Case{"abc", "", 3}, Case{"kitten", "sitting", 3},
+                        Case{"ÄÖ", "AÖ", 1}, Case{"a b c", "abc", 0}, Case{"flaw", "lawn", 2}}) {
+    EXPECT_EQ(edit_distance(letters_of(c.a), letters_of(c.b)), c.distance) << c.a << " " << c.b;
+    EXPECT_EQ(edit_distance(letters_of(c.b), letters_of(c.a)), c.distance);
+    std::size_t steps = 0;
+    for (const auto& [x, y] : edit_script(letters_of(c.a), letters_of(c.b)))
+      steps += x != y ? 1 : 0;
+    EXPECT_EQ(steps, c.distance);
+  }
+  EXPECT_THAT(edit_script(U"ab", U"b"), ElementsAre(Pair("a", ""), Pair("b", "b")));
+}
+
+TEST(TextMetrics, LinesAreAlignedInOrderAtLeastCost) {
+  // A lost first line must not shift all others.
+  const auto pairs = align_lines({"EINS", "ZWEI", "DREI"}, {"ZWEI", "DRE1", "x"});
+  ASSERT_EQ(pairs.size(), 4U);
+  EXPECT_EQ(pairs[0].truth, 0U);
+  EXPECT_FALSE(pairs[0].read);
+  EXPECT_EQ(pairs[1].cost, 0U);
+  EXPECT_EQ(pairs[2].cost, 1U);
+  EXPECT_FALSE(pairs[3].truth);
+  std::size_t free = 0;
+  for (const auto& pair : align_lines({"B"}, {"A", "B", "C"}, true))
+    free += pair.truth ? pair.cost : 0;
+  EXPECT_EQ(free, 0U);
+}
+
+TEST(Overlap, CountsFromTheThresholdUp) {
+  const cv::Mat probability = (cv::Mat_<unsigned char>(1, 4) << 127, 128, 255, 0);
+  const cv::Mat truth = (cv::Mat_<unsigned char>(1, 4) << 1, 9, 0, 0);
+  Overlap overlap;
+  overlap.add(probability, truth);
+  EXPECT_DOUBLE_EQ(*overlap.iou(), 1.0 / 3);
+  EXPECT_DOUBLE_EQ(*overlap.iou(127), 2.0 / 3);
+  EXPECT_EQ(overlap.wrong_pixels(), 2U);
+  EXPECT_FALSE(Overlap().iou());
+}
+
+TEST(Timing, QuantilesByNearestRank) {
+  Timing timing;
+  EXPECT_EQ(timing.quantile(0.5), 0);
+  timing.measure([] { return 0; });
+  EXPECT_EQ(timing.quantile(0.5), timing.quantile(0.95));
+}
+
+TEST(Region, PixelsComeBackThroughTheImage) {
+  const auto region = parse_region("10.5,-3,30,-12,400,60");
+  const auto [x, y] = region.to_image(17, 5);
+  const auto [u, v] = region.to_region(x, y);
+  EXPECT_NEAR(u, 17, 1e-9);
+  EXPECT_NEAR(v, 5, 1e-9);
+  // The second axis points at angle + skew + 90 degrees.
+  const auto down = region.to_image(0, 1);
+  EXPECT_NEAR(std::atan2(down.second + 3, down.first - 10.5),
+              (30 - 12 + 90) * 3.14159265358979 / 180, 1e-9);
+}
+
+TEST(StateFileTest, EveryChangedByteIsNoticed) {
+  StateFile state;
+  state.tool = ToolKind::kOcr;
+  state.size = {18.5F, 24};
+  state.artifact = std::string("art\0fact", 8);
+  state.train_cache = "cache";
+  const auto bytes = serialised(state);
+  const auto back = parse_state(bytes, "s");
+  EXPECT_EQ(back.artifact, state.artifact);
+  EXPECT_EQ(back.train_cache, state.train_cache);
+  EXPECT_EQ(back.size.width, 18.5F);
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    for (const char bit : {'\x01', '\x80'}) {
+      auto damaged = bytes;
+      damaged[i] = static_cast<char>(damaged[i] ^ bit);
+      EXPECT_THROW(parse_state(damaged, "s"), HostError) << i;
+    }
+    EXPECT_THROW(parse_state(bytes.substr(0, i), "s"), HostError) << i;
+  }
+}
+
+TEST(Labels, AreWrittenAsTheyAreRead) {
+  const std::string text =
+      R"({"size": [18, 24], "images": [{"file": "a b.png", "roi": [1, 2, 3, 4, 5, 6], "partial": true,
+          "characters": [{"x": 1.5, "y": 2, "category": "Ä"}], "text": ["Ä"]}]})";
+  const auto once = labels_json(parse_labels_json(text, "l", ""), "");
+  EXPECT_EQ(labels_json(parse_labels_json(once, "l", ""), ""), once);
+  EXPECT_THAT(once, ::testing::HasSubstr("\"a b.png\""));
+}
+
+TEST(Tables, CsvQuotes) {
+  EXPECT_THAT(parse_csv("\xEF\xBB\xBF"
+                        "a,\"b,\"\"c\"\"\n\"\r\n\r\nd,",
+                        "t"),
+              ElementsAre(ElementsAre("a", "b,\"c\"\n"), ElementsAre("d", "")));
+  EXPECT_EQ(csv_field("a\"b"), "\"a\"\"b\"");
+}
+
+TEST(Html, Base64) {
+  EXPECT_EQ(base64(""), "");
+  EXPECT_EQ(base64("f"), "Zg==");
+  EXPECT_EQ(base64("fo"), "Zm8=");
+  EXPECT_EQ(base64("foo"), "Zm9v");
+}
+
+}  // namespace
+}  // namespace telvar_host

@@ -1,0 +1,166 @@
+"""What is wrong is refused with the documented exit code, by a line that names it, and nothing is written."""
+import json
+import unittest
+
+from support import HostTest, PROGRAM, flat, png
+
+USAGE, BAD_DATA, NO_LIBRARY = 2, 3, 4
+
+
+class BadInput(HostTest):
+    def refused(self, code, named, *args):
+        with self.subTest(" ".join(map(str, args))):
+            before = self.files()
+            done = self.run_host(*args, "--json")
+            self.assertEqual(done.code, code, str(done))
+            error = json.loads(done.out)["error"]
+            self.assertEqual(error["code"], code)
+            self.assertIn(str(named), error["message"])
+            self.assertEqual(self.files(), before)
+            plain = self.run_host(*args)
+            self.assertEqual((plain.code, plain.out), (code, ""))
+            self.assertIn(error["message"].splitlines()[0], plain.err)
+
+    def test_usage(self):
+        dark = self.brightness_set()
+        state = self.train("classifier", dark)
+        reader = self.train("ocr", self.text_set(), "leser.telvar")
+        new = self.scratch / "neu.telvar"
+        page = self.scratch / "schrift/seite.png"
+        for named, *args in [
+            ("subcommand", ),
+            ("--wrong", "inspect", "--state", state, "--wrong"),
+            ("--state", "inspect"),
+            ("--tool", "check", "--tool", "painter", "--data", dark),
+            ("--size", "train", "--tool", "classifier", "--data", dark, "--state", new, "--size", "3x4"),
+            ("3x", "train", "--tool", "ocr", "--data", dark, "--state", new, "--size", "3x"),
+            ("ocr", "train", "--tool", "classifier", "--data", dark, "--state", new, "--from", reader),
+            ("--force", "train", "--tool", "classifier", "--data", dark, "--state", state),
+            ("keiner", "train", "--tool", "classifier", "--data", dark, "--state", self.scratch / "keiner/z"),
+            ("--roi", "process", "--state", state, "--roi", "0,0,0,0,5,5", page),
+            ("--allow", "process", "--state", state, "--allow", "AB", page),
+            ("--allow", "process", "--state", reader, "--count", "3", page),
+            ("1,2,3", "process", "--state", reader, "--roi", "1,2,3", page),
+            ("width", "process", "--state", reader, "--roi", "0,0,0,0,0,5", page),
+            ("skew", "process", "--state", reader, "--roi", "0,0,0,90,4,5", page),
+            ("ocr", "batch", "--state", reader, "--data", dark, "--out", new),
+            ("4/3", "batch", "--state", state, "--data", dark, "--out", new, "--shard", "4/3"),
+            ("not empty", "batch", "--state", state, "--data", dark, "--out", dark),
+            ("--size", "evaluate", "--state", state, "--data", dark, "--size", "3x4"),
+            ("--height", "sort", "--points", page, "--height", "-1"),
+            ("classifier", "convert", "--from", "coco", "--tool", "classifier", "--labels", page, "--out", new),
+        ]:
+            self.refused(USAGE, named, *args)
+
+    def test_data_sets(self):
+        nowhere = self.scratch / "nirgends"
+        empty = self.scratch / "leer"
+        empty.mkdir()
+        self.file("csv/labels.csv", 'file,category\n"offen,a\n')
+        self.file("ohne klassen/images/a.png", flat(9))
+        self.file("ohne klassen/masks/a.png", flat(1))
+        self.file("klassen/images/a.png", flat(9))
+        self.file("klassen/masks/a.png", flat(1))
+        self.file("klassen/classes.txt", "0 nichts\neins teil\n")
+        for name, labels in [("json", "{"), ("feld", '{"images": [{"file": "a.png", "colour": 1}]}'),
+                             ("zahl", '{"images": [{"file": "a.png", "characters": [{"x": "1"}]}]}'),
+                             ("bereich", '{"images": [{"file": "a.png", "roi": [0, 0, 0, 0, 0, 4]}]}')]:
+            self.file(f"{name}/labels.json", labels)
+        state = self.scratch / "z.telvar"
+        for named, tool, data in [
+            (nowhere, "classifier", nowhere), (empty, "classifier", empty), (nowhere, "segmenter", nowhere),
+            ("images/", "segmenter", empty), ("labels.json", "ocr", empty),
+            ("line 2: a quote", "classifier", self.scratch / "csv"),
+            ("classes.txt", "segmenter", self.scratch / "ohne klassen"),
+            ("line 2", "segmenter", self.scratch / "klassen"),
+            ("no valid JSON", "ocr", self.scratch / "json"),
+            ("images[0]: unknown key 'colour'", "ocr", self.scratch / "feld"),
+            ("images[0].characters[0].x", "ocr", self.scratch / "zahl"),
+            ("images[0].roi", "ocr", self.scratch / "bereich"),
+        ]:
+            self.refused(BAD_DATA, named, "check", "--tool", tool, "--data", data)
+            self.refused(BAD_DATA, named, "train", "--tool", tool, "--data", data, "--state", state)
+
+    def test_check_names_every_bad_file(self):
+        self.file("k/a/gut.png", flat(50))
+        self.file("k/a/gleich.png", flat(50))
+        self.file("k/a/leer.png", b"")
+        self.file("k/a/halb.png", flat(60)[:-30])
+        self.file("k/b/einzeln.png", flat(70))
+        (self.scratch / "k/c").mkdir()
+        self.file("l/labels.csv", "file,category\nda.png,x\nfehlt.png,x\nda.png,\n")
+        self.file("l/da.png", flat(1))
+        self.bright_set("s")
+        self.file("s/masks/fleck/0.png", png(9, 9, lambda x, y: 255))
+        self.file("s/masks/fleck/1.png", png(20, 16, lambda x, y: 255, channels=3))
+        self.file("s/masks/fleck/allein.png", flat(255))
+        self.file("i/images/a.png", flat(9))
+        self.file("i/images/b.png", flat(19))
+        self.file("i/masks/a.png", png(12, 12, lambda x, y: x % 3))
+        self.file("i/classes.txt", "1 teil\n")
+        self.text_set("o")
+        labels = self.scratch / "o/labels.json"
+        content = json.loads(labels.read_text("utf-8"))
+        content["images"][0]["characters"] += [{"x": 15, "y": 15, "category": ""},
+                                               {"x": 15, "y": 15, "category": "A"},
+                                               {"x": 900, "y": 15, "category": "A"}]
+        labels.write_text(json.dumps(content), "utf-8")
+        for tool, data, expected in [
+            ("classifier", "k", [("gut.png", "duplicate"), ("leer.png", "unreadable"), ("halb.png", "unreadable"),
+                                 ("einzeln.png", "single_sample"), ("c", "empty_category")]),
+            ("classifier", "l", [("fehlt.png", "missing"), ("da.png", "empty_label"), ("da.png", "single_sample")]),
+            ("segmenter", "s", [("0.png", "mask_size"), ("1.png", "mask_channels"),
+                                ("allein.png", "mask_without_image"), ("2.png", "single_sample")]),
+            ("segmenter", "i", [("b.png", "missing_mask"), ("a.png", "mask_value"), ("a.png", "single_sample")]),
+            ("ocr", "o", [("seite.png", kind) for kind in
+                          ("empty_label", "duplicate", "outside", *["single_sample"] * 3)]),
+        ]:
+            with self.subTest(data):
+                done = self.run_host("check", "--tool", tool, "--data", self.scratch / data, "--json")
+                self.assertEqual(done.code, BAD_DATA, str(done))
+                found = [(p["path"].rsplit("/", 1)[-1], p["kind"]) for p in json.loads(done.out)["problems"]]
+                self.assertEqual(sorted(found), sorted(expected))
+                plain = self.run_host("check", "--tool", tool, "--data", self.scratch / data)
+                for name, _ in expected:
+                    self.assertIn(name, plain.out)
+
+    def test_pictures(self):
+        state = self.train("classifier", self.brightness_set())
+        jpeg = self.file("ab.jpg", b"\xff\xd8\xff\xe0" + b"\0" * 90)
+        thin = self.file("dünn.png", png(1, 4, lambda x, y: 9))
+        good = self.file("gut.png", flat(9))
+        done = self.run_host("process", "--state", state, jpeg, thin, self.scratch / "fehlt.png", good, "--json")
+        self.assertEqual(done.code, BAD_DATA)
+        errors = [item.get("error", "") for item in json.loads(done.out)["images"]]
+        for part, error in zip(["cut off", "width 1", "no such file", ""], errors):
+            self.assertIn(part, error)
+        self.assertEqual(errors[3], "")
+        self.refused(BAD_DATA, "ab.jpg", "evaluate", "--state", state, "--data", self.one_picture(jpeg))
+
+    def one_picture(self, file):
+        self.file("eins/x/" + file.name, file.read_bytes())
+        return self.scratch / "eins"
+
+    def test_patterns(self):
+        reader = self.train("ocr", self.text_set())
+        for named, content in [("no valid JSON", "["), ("at least one", "{}"), ("a: is a pattern without", '{"a": []}'),
+                               ("a[0]: is a line", '{"a": [[]]}'), ("a[0][1]: allows", '{"a": [["x", ""]]}'),
+                               ("a[0]: expected an array", '{"a": ["x"]}')]:
+            file = self.file("muster.json", content)
+            self.refused(BAD_DATA, named, "process", "--state", reader, "--patterns", file, reader)
+
+    def test_library(self):
+        other = self.file("libOther.so", b"no library")
+        for named, library in [("no such file", self.scratch / "fehlt.so"), ("libOther.so", other)]:
+            done = self.run_host("sort", "--points", "-", "--height", 3, "--library", library, "--json", stdin=b"")
+            # The last --library of two is a usage error, so ask with one alone.
+            import subprocess
+            alone = subprocess.run([PROGRAM, "sort", "--points", "-", "--height", "3", "--library", str(library),
+                                    "--json"], capture_output=True, input=b"")
+            self.assertEqual(alone.returncode, NO_LIBRARY)
+            self.assertIn(named, json.loads(alone.stdout)["error"]["message"])
+            self.assertEqual(done.code, USAGE)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,204 @@
+"""Every command end to end, on data small enough to know the answers."""
+import csv
+import json
+import unittest
+
+from support import HostTest, flat, png
+
+
+class ClassifierCommands(HostTest):
+    def test_check_train_process_evaluate(self):
+        data = self.brightness_set()
+        checked = self.ok("check", "--tool", "classifier", "--data", data)
+        self.assertEqual(checked["counts"], {"dunkel é": 3, "hell": 3})
+        state = self.train("classifier", data)
+        self.assertEqual(self.ok("inspect", "--state", state)["tool"], "classifier")
+
+        # A dark picture filed under the bright ones is the one mistake.
+        self.file("probe/hell/1.png", flat(190))
+        self.file("probe/hell/2.png", flat(30))
+        self.file("probe/dunkel é/3.png", flat(10))
+        found = self.ok("evaluate", "--state", state, "--data", self.scratch / "probe")
+        self.assertAlmostEqual(found["accuracy"], 2 / 3)
+        self.assertEqual(found["confusion"], {"dunkel é": {"dunkel é": 1}, "hell": {"dunkel é": 1, "hell": 1}})
+        self.assertEqual([m["file"] for m in found["mistakes"]], ["hell/2.png"])
+        self.assertGreaterEqual(found["milliseconds_p95"], found["milliseconds_median"])
+
+        image = self.file("bild 16.png", png(9, 9, lambda x, y: 52000, bits=16, channels=3))
+        out = self.scratch / "aus"
+        item = self.ok("process", "--state", state, "--out", out, image)["images"][0]
+        self.assertEqual((item["file"], item["category"]), (str(image), "hell"))
+        self.assertTrue((out / "bild 16.png").read_bytes().startswith(b"\x89PNG"))
+
+    def test_csv_and_train_test_folders(self):
+        for part, values in (("train", (10, 14, 210, 214)), ("test", (20, 220))):
+            rows = ["file,category"]
+            for value in values:
+                self.file(f"satz/{part}/p,{value}.png", flat(value))
+                rows.append(f'"p,{value}.png",{"dark" if value < 100 else "light"}')
+            self.file(f"satz/{part}/labels.csv", "\r\n".join(rows) + "\r\n")
+        data = self.scratch / "satz"
+        self.assertEqual(self.ok("check", "--tool", "classifier", "--data", data)["images"], 6)
+        state = self.train("classifier", data)
+        found = self.ok("evaluate", "--state", state, "--data", data)
+        self.assertEqual((found["counts"]["images"], found["accuracy"]), (2, 1))
+
+    def test_batch_and_shards_give_each_picture_once(self):
+        state = self.train("classifier", self.brightness_set())
+        pictures = self.scratch / "alle"
+        for value in range(0, 250, 25):
+            self.file(f"alle/tief/{value}.png", flat(value))
+        self.file("alle/kaputt.png", b"no picture")
+        done = self.run_host("batch", "--state", state, "--data", pictures, "--out", self.scratch / "ganz", "--json")
+        self.assertEqual((done.code, json.loads(done.out)["failed"]), (3, 1), str(done))
+        with open(self.scratch / "ganz/results.csv", newline="", encoding="utf-8") as stream:
+            whole = {row["file"]: row for row in csv.DictReader(stream)}
+        self.assertEqual(len(whole), 11)
+        self.assertIn("kaputt.png", whole["kaputt.png"]["error"])
+        self.assertEqual(whole["tief/225.png"]["category"], "hell")
+        shards = []
+        for i in (1, 2, 3):
+            self.run_host("batch", "--state", state, "--data", pictures, "--out", self.scratch / "teile", "--shard", f"{i}/3")
+            found = json.loads((self.scratch / f"teile/shard-{i}-of-3/results.json").read_text("utf-8"))
+            shards += [image["file"] for image in found["images"]]
+        self.assertEqual(sorted(shards), sorted(whole))
+
+
+class SegmenterCommands(HostTest):
+    def test_check_train_process_evaluate_batch(self):
+        data = self.bright_set()
+        checked = self.ok("check", "--tool", "segmenter", "--data", data)
+        self.assertEqual((checked["images"], checked["counts"]), (3, {"fleck": 3}))
+        state = self.train("segmenter", data)
+        found = self.ok("evaluate", "--state", state, "--data", data)
+        # Pixels summed over all pictures: 16 + 24 + 16 found, all right, of 16 + 24 + 24 true ones.
+        self.assertAlmostEqual(found["iou"]["fleck"], 56 / 64)
+        self.assertAlmostEqual(found["mean_iou"], 56 / 64)
+        self.assertEqual([(m["file"], m["wrong_pixels"]) for m in found["mistakes"]], [("images/2.png", 8)])
+        item = self.ok("process", "--state", state, "--roi", "2,1,0,0,8,6", data / "images/0.png")["images"][0]
+        self.assertEqual(item["categories"]["fleck"]["pixels"], 6)
+        out = self.scratch / "stapel"
+        self.ok("batch", "--state", state, "--data", data, "--out", out)
+        self.assertEqual(len(list(out.glob("masks/fleck/images/*.png"))), 3)
+
+    def test_index_masks(self):
+        for i in range(2):
+            self.file(f"index/images/{i}.png", png(8, 8, lambda x, y: 250 if x < 4 else i))
+            self.file(f"index/masks/{i}.png", png(8, 8, lambda x, y: 2 if x < 4 else (7 if y < 1 + i else 0)))
+        self.file("index/classes.txt", "0 background\n2 links\n7 oben rechts\n")
+        data = self.scratch / "index"
+        self.assertEqual(self.ok("check", "--tool", "segmenter", "--data", data)["counts"],
+                         {"links": 2, "oben rechts": 2})
+        found = self.ok("evaluate", "--state", self.train("segmenter", data), "--data", data)
+        self.assertAlmostEqual(found["iou"]["links"], 1)
+        self.assertAlmostEqual(found["iou"]["oben rechts"], 0)
+        self.assertAlmostEqual(found["mean_iou"], 0.5)
+
+
+class ReaderCommands(HostTest):
+    def test_train_process_with_and_without_fielding(self):
+        data = self.text_set()
+        state = self.train("ocr", data)
+        self.assertEqual(self.ok("inspect", "--state", state)["size"], [20, 30])
+        page = data / "seite.png"
+        self.assertEqual(self.ok("process", "--state", state, page)["images"][0]["text"], ["AB", "ÇD"])
+        self.ok("process", "--state", state, "--allow", "ABÇD", "--count", 4, page)
+        patterns = self.file("muster.json", '{"zwei": [["A", "B"], ["Ç", "D"]]}')
+        item = self.ok("process", "--state", state, "--patterns", patterns, page)["images"][0]
+        self.assertEqual(item["pattern"], "zwei")
+        refused = self.run_host("process", "--state", state, "--allow", "AB", "--count", 3, page, page, "--json")
+        self.assertEqual(refused.code, 3)
+        self.assertEqual([i["error"] for i in json.loads(refused.out)["images"]],
+                         ["No matching Fielding pattern was found"] * 2)
+
+    def test_evaluation_counts_characters_and_lines(self):
+        state = self.train("ocr", self.text_set())
+        # name, truth, what the page shows, expected errors of characters, exact and stray lines
+        for name, truth, shown, errors, exact, stray in [
+            ("alles richtig", ["A B", "ÇD"], "ABÇD", 0, 2, 0),
+            ("ein Zeichen fehlt", ["AB", "ÇD"], "ABD", 1, 1, 0),
+            ("eine Zeile fehlt", ["AB", "ÇD"], "AB", 2, 1, 0),
+            ("eine Zeile zu viel", ["AB"], "ABÇD", 2, 1, 1),
+            ("anderer Text", ["AX", "ÇD"], "ABÇD", 1, 1, 0),
+        ]:
+            with self.subTest(name):
+                page = self.text_set("probe", shown=shown)
+                labels = page / "labels.json"
+                content = json.loads(labels.read_text("utf-8"))
+                content["images"][0]["text"] = truth
+                labels.write_text(json.dumps(content), "utf-8")
+                found = self.ok("evaluate", "--state", state, "--data", page)
+                letters = len("".join(truth).replace(" ", ""))
+                self.assertAlmostEqual(found["character_error_rate"], errors / letters)
+                self.assertAlmostEqual(found["exact_line_rate"], exact / (len(truth) + stray))
+                self.assertEqual(len(found["mistakes"]), len(truth) + stray - exact)
+
+    def test_partial_marks_are_scored_alone(self):
+        state = self.train("ocr", self.text_set())
+        page = self.text_set("teil", shown="ABÇ", partial=True)
+        labels = page / "labels.json"
+        content = json.loads(labels.read_text("utf-8"))
+        marks = content["images"][0]["characters"]
+        content["images"][0].update(text=[], characters=[marks[0], {**marks[1], "category": "X"}, marks[3]])
+        labels.write_text(json.dumps(content), "utf-8")
+        found = self.ok("evaluate", "--state", state, "--data", page)
+        self.assertEqual(found["counts"]["characters"], 3)
+        self.assertEqual(found["counts"]["character_errors"], 2)  # B is marked X, D is not there; Ç is free
+        self.assertIsNone(found["exact_line_rate"])
+
+    def test_labels_are_turned_into_region_pixels(self):
+        page = self.text_set()
+        labels = page / "labels.json"
+        content = json.loads(labels.read_text("utf-8"))
+        content["images"][0]["roi"] = [60, 5, 90, 0, 50, 55]
+        labels.write_text(json.dumps(content), "utf-8")
+        self.train("ocr", page)
+        state = (self.scratch / "zustand.telvar").read_bytes()
+        # The quarter turn about (60, 5) takes image (15, 15) to region (10, 45).
+        self.assertIn(b"\n10 45 A\n", b"\n" + state[64:])
+
+    def test_tables_with_boxes(self):
+        self.file("tab/seite.png", png(60, 60, lambda x, y: 0 if (x, y) in {(15, 15), (35, 15)} else 255))
+        self.file("tab/chars.tsv", "x0\ty0\tx1\ty1\tchar\n10\t5\t21\t26\tA\n30\t5\t41\t26\tB\n")
+        self.file("tab/lines.tsv", "text\nAB\n")
+        self.file("tab/size.txt", "20x30\n")
+        data = self.scratch / "tab"
+        found = self.ok("evaluate", "--state", self.train("ocr", data), "--data", data)
+        self.assertEqual((found["character_error_rate"], found["exact_line_rate"]), (0, 1))
+
+    def test_sort(self):
+        points = self.file("punkte.csv", "x,y\n30,10\n5,12\n6,50\n")
+        self.assertEqual(self.ok("sort", "--points", points, "--height", 30)["lines"], [[1, 0], [2]])
+        self.assertEqual(self.ok("sort", "--points", "-", "--height", 30, stdin=b"1,2\n")["lines"], [[0]])
+
+
+class Conversion(HostTest):
+    def test_coco_polygons_and_runs_become_masks(self):
+        self.file("c/bild.png", png(10, 8, lambda x, y: 250 if 2 <= x < 6 and 1 <= y < 4 else 9))
+        square = {"segmentation": [[2, 1, 6, 1, 6, 4, 2, 4]], "bbox": [2, 1, 4, 3]}
+        runs = {"segmentation": {"counts": [17, 3, 5, 3, 5, 3, 5, 3, 36], "size": [8, 10]}, "bbox": [2, 1, 4, 3]}
+        for name, shape in (("polygon", square), ("runs", runs)):
+            with self.subTest(name):
+                labels = {"images": [{"id": 4, "file_name": "bild.png"}], "categories": [{"id": 9, "name": "teil"}],
+                          "annotations": [{"image_id": 4, "category_id": 9, **shape}]}
+                source = self.file("c/labels.json", json.dumps(labels))
+                out = self.scratch / name
+                self.ok("convert", "--from", "coco", "--tool", "segmenter", "--labels", source, "--out", out)
+                state = self.train("segmenter", out, f"{name}.telvar")
+                iou = self.ok("evaluate", "--state", state, "--data", out)["iou"]["teil"]
+                self.assertGreaterEqual(iou, 0.6 if name == "polygon" else 1)
+
+    def test_labelme_boxes_become_characters(self):
+        self.file("l/seite.png", png(40, 30, lambda x, y: 0 if (x, y) == (12, 10) else 255))
+        shapes = [{"label": "Ä", "shape_type": "rectangle", "points": [[5, 3], [20, 18]]}]
+        self.file("l/seite.json", json.dumps({"imagePath": "seite.png", "shapes": shapes}))
+        out = self.scratch / "neu"
+        self.ok("convert", "--from", "labelme", "--tool", "ocr", "--labels", self.scratch / "l", "--out", out)
+        labels = json.loads((out / "labels.json").read_text("utf-8"))
+        self.assertEqual(labels["images"][0]["characters"], [{"x": 12, "y": 10, "category": "Ä"}])
+        state = self.train("ocr", out, "z.telvar", "--size", "15x15")
+        self.assertEqual(self.ok("evaluate", "--state", state, "--data", out)["character_error_rate"], 0)
+
+
+if __name__ == "__main__":
+    unittest.main()

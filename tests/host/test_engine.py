@@ -1,0 +1,56 @@
+"""The program with the library it finds by itself, and the engine that is behind it."""
+import json
+import random
+import unittest
+
+from support import HostTest, png
+
+
+def stripes(seed, upright):
+    noise = random.Random(seed)
+    shift = noise.randrange(6)
+    return png(24, 24, lambda x, y: (150 if ((x if upright else y) + shift) // 3 % 2 else 60) + noise.randrange(40))
+
+
+class Engine(HostTest):
+    def test_classifier_learns_and_goes_on(self):
+        for part, first, count in (("train", 0, 14), ("test", 500, 8)):
+            for i in range(count):
+                self.file(f"satz/{part}/auf/{i}.png", stripes(first + i, True))
+                self.file(f"satz/{part}/quer/{i}.png", stripes(first + 100 + i, False))
+        data = self.scratch / "satz"
+        state = self.train("classifier", data)
+        found = self.ok("evaluate", "--state", state, "--data", data)
+        self.assertGreaterEqual(found["accuracy"], 0.85)
+        again = self.ok("train", "--tool", "classifier", "--data", data, "--from", state, "--state",
+                        self.scratch / "weiter.telvar")
+        self.assertGreater(again["artifact_bytes"], 0)
+        out = self.scratch / "aus"
+        self.ok("batch", "--state", state, "--data", data / "test", "--out", out)
+        batch = json.loads((out / "results.json").read_text("utf-8"))["images"]
+        right = sum(image["file"].startswith(image["category"] + "/") for image in batch)
+        self.assertAlmostEqual(right / len(batch), found["accuracy"])
+
+    def test_an_artifact_of_another_kind_is_refused(self):
+        state = self.text_state()
+        done = self.run_host("process", "--state", state, self.file("a.png", stripes(1, True)), "--json")
+        self.assertEqual(done.code, 3, str(done))
+
+    def text_state(self):
+        """A whole state file whose artifact is none."""
+        import ctypes.util
+        import struct
+        xxh = ctypes.CDLL(ctypes.util.find_library("xxhash") or "libxxhash.so.0")
+        xxh.XXH64.restype = ctypes.c_uint64
+        digest = lambda b: xxh.XXH64(b, ctypes.c_size_t(len(b)), ctypes.c_uint64(0))
+        artifact = b"no artifact at all"
+        head = b"TLVSTATE" + struct.pack("<IIffQQQQ", 1, 2, 0, 0, len(artifact), digest(artifact), 0, digest(b""))
+        return self.file("fremd.telvar", head + struct.pack("<Q", digest(head)) + artifact)
+
+    def test_sort(self):
+        lines = self.ok("sort", "--points", "-", "--height", 20, stdin=b"40,11\n10,9\n12,60\n")["lines"]
+        self.assertEqual(lines, [[1, 0], [2]])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,73 @@
+"""The report page in a real browser: figures, one decoded picture per wrong item, worst first, nothing fetched."""
+import html
+import json
+import re
+import shutil
+import subprocess
+import unittest
+
+from support import HostTest, flat
+
+BROWSER = shutil.which("chromium")
+
+# Every picture is decoded before the page is printed; a page that printed itself without this says so.
+PROBE = """<script>
+Promise.all([...document.images].map(i => { i.loading = 'eager'; return i.decode().then(() => i.naturalWidth, () => 0); }))
+  .then(widths => { document.title = 'decoded ' + widths.join(' '); });
+</script>"""
+
+
+@unittest.skipUnless(BROWSER, "SKIPPED: no chromium to open the report with")
+class Report(HostTest):
+    def opened(self, report):
+        """(widths of the decoded pictures, the page's text) after a browser without network has drawn it."""
+        page = report.read_text("utf-8")
+        self.assertIsNone(re.search(r"""(src|href)=["'](?!data:|#)""", page), "the page refers to something outside")
+        probed = self.file("geprüft.html", page.replace("</body>", PROBE + "</body>"))
+        dom = subprocess.run([BROWSER, "--headless", "--no-sandbox", "--disable-gpu", "--virtual-time-budget=20000",
+                              "--host-resolver-rules=MAP * ~NOTFOUND", f"--user-data-dir={self.scratch}/profil",
+                              "--dump-dom", probed.as_uri()], capture_output=True, timeout=300).stdout.decode("utf-8")
+        title = re.search("<title>decoded ?(.*?)</title>", dom)
+        self.assertIsNotNone(title, dom[:2000])
+        return [int(w) for w in title.group(1).split()], html.unescape(re.sub("<style>.*?</style>|<[^>]+>", " ", dom, flags=re.S))
+
+    def evaluated(self, tool, train, test):
+        state = self.train(tool, train)
+        out = self.scratch / "bericht"
+        found = self.ok("evaluate", "--state", state, "--data", test, "--out", out)
+        self.assertEqual(json.loads((out / "results.json").read_text("utf-8"))["mistakes"], found["mistakes"])
+        widths, text = self.opened(out / "report.html")
+        self.assertNotIn(0, widths)
+        return found, widths, text
+
+    def test_classifier(self):
+        data = self.brightness_set()
+        for value in (20, 60, 90):
+            self.file(f"probe/hell/falsch <{value}>.png", flat(value))
+        self.file("probe/hell/richtig.png", flat(201))
+        found, widths, text = self.evaluated("classifier", data, self.scratch / "probe")
+        self.assertIn("25.0 %", text)
+        self.assertEqual(len(widths), 3)
+        places = [text.index(m["file"]) for m in found["mistakes"]]
+        self.assertEqual(places, sorted(places))
+        scores = [m["score"] for m in found["mistakes"]]
+        self.assertEqual(scores, sorted(scores, reverse=True))
+
+    def test_segmenter(self):
+        data = self.bright_set()
+        _, widths, text = self.evaluated("segmenter", data, data)
+        self.assertEqual(len(widths), 1)
+        self.assertIn("0.875", text)
+        self.assertIn("8 wrong pixels · images/2.png", text)
+
+    def test_reader(self):
+        self.train("ocr", self.text_set())
+        page = self.text_set("probe", shown="ABÇ")
+        _, widths, text = self.evaluated("ocr", self.scratch / "schrift", page)
+        self.assertIn("25.00 %", text)
+        self.assertIn("ÇD", text.replace(" ", ""))
+        self.assertEqual(len(widths), 2)  # the wrong line, and the page as it was read
+
+
+if __name__ == "__main__":
+    unittest.main()
