@@ -1,6 +1,7 @@
+#include <algorithm>
+#include <cmath>
 #include <map>
 #include <opencv2/core.hpp>
-#include <opencv2/imgproc.hpp>
 #include <set>
 
 #include "app/errors.h"
@@ -29,16 +30,32 @@ void fill_runs(cv::Mat& mask, const std::vector<unsigned>& runs, const std::stri
   }
 }
 
+// A pixel belongs when its centre lies inside (even-odd rule); outlines have pixel corners at
+// integers. OpenCV's filling would add the pixels that the outline touches.
+void fill_polygon(cv::Mat& mask, const std::vector<cv::Point2d>& polygon) {
+  for (int y = 0; y < mask.rows; ++y) {
+    const double row = y + 0.5;
+    std::vector<double> crossings;
+    for (std::size_t i = 0; i < polygon.size(); ++i) {
+      const auto &a = polygon[i], &b = polygon[(i + 1) % polygon.size()];
+      if ((a.y <= row) != (b.y <= row)) {
+        crossings.push_back(a.x + (row - a.y) / (b.y - a.y) * (b.x - a.x));
+      }
+    }
+    std::sort(crossings.begin(), crossings.end());
+    for (std::size_t i = 0; i + 1 < crossings.size(); i += 2) {
+      const double left = std::clamp(std::ceil(crossings[i] - 0.5), 0.0, double(mask.cols));
+      const double right = std::clamp(std::ceil(crossings[i + 1] - 0.5), 0.0, double(mask.cols));
+      for (int x = static_cast<int>(left); x < right; ++x) mask.at<unsigned char>(y, x) = 255;
+    }
+  }
+}
+
 void fill_shape(cv::Mat& mask, const Shape& shape, const std::string& file) {
   if (shape.polygons.empty() && shape.runs.empty()) {
     throw data_error(file + ": a label '" + shape.category + "' has no outline to make a mask of");
   }
-  for (const auto& polygon : shape.polygons) {
-    std::vector<cv::Point> corners;
-    // Outlines have pixel corners at integers, drawing has pixel centres there.
-    for (const auto& p : polygon) corners.emplace_back(cvRound(p.x - 0.5), cvRound(p.y - 0.5));
-    cv::fillPoly(mask, std::vector<std::vector<cv::Point>>{corners}, cv::Scalar(255));
-  }
+  for (const auto& polygon : shape.polygons) fill_polygon(mask, polygon);
   fill_runs(mask, shape.runs, file);
 }
 

@@ -93,7 +93,7 @@ class BadInput(HostTest):
         self.bright_set("s")
         self.file("s/masks/fleck/0.png", png(9, 9, lambda x, y: 255))
         self.file("s/masks/fleck/1.png", png(20, 16, lambda x, y: 255, channels=3))
-        self.file("s/masks/fleck/allein.png", flat(255))
+        self.file("s/masks/fleck/allein.png", flat(254))
         self.file("i/images/a.png", flat(9))
         self.file("i/images/b.png", flat(19))
         self.file("i/masks/a.png", png(12, 12, lambda x, y: x % 3))

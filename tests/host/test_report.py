@@ -61,7 +61,7 @@ class Report(HostTest):
         self.assertIn("8 wrong pixels · images/2.png", text)
 
     def test_reader(self):
-        self.train("ocr", self.text_set())
+        self.text_set()
         page = self.text_set("probe", shown="ABÇ")
         _, widths, text = self.evaluated("ocr", self.scratch / "schrift", page)
         self.assertIn("25.00 %", text)
