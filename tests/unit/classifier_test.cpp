@@ -83,12 +83,6 @@ TEST_F(Classifier, ProcessesABatchFromItsArtifactWithoutAModel) {
   EXPECT_EQ(tool_.GetData()->trainCache, engine::saved_cache("prepared"));
 }
 
-TEST_F(Classifier, ReportsABatchWithoutAnArtifact) {
-  auto untrained = MakeTool<ClassifierTool>("");
-  EXPECT_EQ(ThrownBy([&] { untrained.BatchProcess({}, LoadHostImage); }),
-            An<InvalidTrainingArtifactException>("the artifact is empty"));
-}
-
 TEST_F(Classifier, TrainsOnEverySampleAndItsCategories) {
   Types::SmartClassifier::Dataset dataset;
   dataset.categories = {"never read"};
@@ -111,11 +105,6 @@ TEST_F(Classifier, TrainsOnEverySampleAndItsCategories) {
   for (const std::string& category : {std::string("cat"), std::string("dog"), OddBytes()}) {
     EXPECT_TRUE(seen.categories().contains(category));
   }
-}
-
-TEST_F(Classifier, SendsAnEmptyDatasetAsAnEmptyMessage) {
-  tool_.Train({}, LoadHostImage);
-  EXPECT_EQ(engine::last("classifier.train").dataset, "");
 }
 
 TEST_F(Classifier, KeepsTheLaterSampleOfOneKey) {

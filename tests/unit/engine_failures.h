@@ -14,14 +14,13 @@ namespace Orbalt::TelvarWrapper::Tests {
 
 struct FailureCase {
   std::string engine_type;
-  void (*raise)(const std::string& text);
   void (*schedule)(const std::string& call, const std::string& text);
   std::string (*seen_by_host)(const std::string& text);
 };
 
 template <typename EngineError, typename Seen>
 FailureCase Case(const std::string& engine_type) {
-  return {engine_type, [](const std::string& text) { throw EngineError(text); },
+  return {engine_type,
           [](const std::string& call, const std::string& text) {
             engine::fail(call, EngineError(text));
           },
@@ -74,20 +73,12 @@ inline std::vector<FailureCase> FailureCases() {
 /// What is no engine exception reaches the host as it is.
 inline std::vector<FailureCase> ForeignFailures() {
   return {
-      {"std::runtime_error", [](const std::string& text) { throw std::runtime_error(text); },
-       [](const std::string& call, const std::string& text) {
-         engine::fail(call, std::runtime_error(text));
-       },
-       [](const std::string& text) { return An<std::runtime_error>(text); }},
-      {"std::bad_alloc", [](const std::string&) { throw std::bad_alloc(); },
+      Case<std::runtime_error, std::runtime_error>("std::runtime_error"),
+      Case<InvalidLabelException, InvalidLabelException>("the library's own"),
+      {"std::bad_alloc",
        [](const std::string& call, const std::string&) { engine::fail(call, std::bad_alloc()); },
        [](const std::string&) { return An<std::bad_alloc>(std::bad_alloc().what()); }},
-      {"the library's own", [](const std::string& text) { throw InvalidLabelException(text); },
-       [](const std::string& call, const std::string& text) {
-         engine::fail(call, InvalidLabelException(text));
-       },
-       [](const std::string& text) { return An<InvalidLabelException>(text); }},
-      {"no std::exception", [](const std::string&) { throw 42; },
+      {"no std::exception",
        [](const std::string& call, const std::string&) { engine::fail(call, 42); },
        [](const std::string&) { return std::string("no std::exception"); }},
   };

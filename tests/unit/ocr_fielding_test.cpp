@@ -1,6 +1,7 @@
 // Matching the read sample against patterns: what the engine's fielding gets, and its two failures.
 
-#include "ocr/SmartOCRWrapperImpl.h"
+#include "telvar_msg/ocr_fielding.pb.h"
+#include "telvar_msg/ocr_result.pb.h"
 #include "tools.h"
 
 namespace Orbalt::TelvarWrapper::Tests {
@@ -151,15 +152,6 @@ TEST_F(OcrFielding, IsNotReachedWhenReadingFails) {
   EXPECT_EQ(ThrownBy([&] { Process(BasicFielding("0", 1)); }),
             An<InvalidImageException>("no pixels"));
   EXPECT_EQ(engine::count("ocr.fielding"), 0U);
-}
-
-TEST_F(OcrFielding, BuildsAPatternWithoutRefusingAnything) {
-  const auto pattern = Wrapper::SmartOCRWrapper::Impl::BuildPattern({{"a", ""}, {}});
-  ASSERT_EQ(pattern.lines_size(), 2);
-  ASSERT_EQ(pattern.lines(0).character_classes_size(), 2);
-  EXPECT_EQ(pattern.lines(0).character_classes(0).allowed_characters(), "a");
-  EXPECT_EQ(pattern.lines(0).character_classes(1).allowed_characters(), "");
-  EXPECT_EQ(pattern.lines(1).character_classes_size(), 0);
 }
 
 }  // namespace

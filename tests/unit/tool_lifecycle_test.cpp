@@ -161,15 +161,5 @@ TYPED_TEST(ToolLifecycle, DestroysItsModelBeforeItsCache) {
   EXPECT_THAT(this->CallNames(), testing::ElementsAre("model.destroy", "cache.destroy"));
 }
 
-TYPED_TEST(ToolLifecycle, SharesTheAccessObjectItIsGivenUntilItsEnd) {
-  const auto access = std::make_shared<typename TypeParam::Access>();
-  {
-    const auto first = MakeTool<TypeParam>("artifact", "", access);
-    const auto second = MakeTool<TypeParam>("artifact", "", access);
-    EXPECT_EQ(access.use_count(), 3);
-  }
-  EXPECT_EQ(access.use_count(), 1);
-}
-
 }  // namespace
 }  // namespace Orbalt::TelvarWrapper::Tests

@@ -94,13 +94,5 @@ TYPED_TEST(ToolTraining, HoldsTheNewArtifactAndTheOldModelWhenRebuildingFails) {
   EXPECT_EQ(this->Count("model.destroy"), 0U);
 }
 
-TYPED_TEST(ToolTraining, SendsTheSameParametersEveryTime) {
-  auto tool = MakeTool<TypeParam>();
-  TypeParam::Train(tool);
-  TypeParam::Train(tool);
-  const std::vector<engine::Call> calls = engine::calls(this->Call("train"));
-  EXPECT_EQ(calls[0].parameters, calls[1].parameters);
-}
-
 }  // namespace
 }  // namespace Orbalt::TelvarWrapper::Tests
