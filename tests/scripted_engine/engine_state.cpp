@@ -2,6 +2,7 @@
 
 #include <istream>
 #include <iterator>
+#include <new>
 #include <ostream>
 
 #include "telvar/exceptions.h"
@@ -32,6 +33,14 @@ void raise_scripted(const std::string& name) {
   }
 }
 
+void record_end(const std::string& tool, const char* what, int object) noexcept {
+  try {
+    record(tool + what, object);
+  } catch (const std::bad_alloc&) {
+    // A destructor cannot report it, and a test that takes the memory away knows.
+  }
+}
+
 int next_object() {
   return ++script().objects;
 }
@@ -58,7 +67,7 @@ ModelState::ModelState(const std::string& tool, const std::string& artifact,
 }
 
 ModelState::~ModelState() {
-  record(tool_ + ".model.destroy", number_);
+  record_end(tool_, ".model.destroy", number_);
 }
 
 void ModelState::process(const telvar::types::ImageView& view,
@@ -75,7 +84,7 @@ void ModelState::process(const telvar::types::ImageView& view,
 CacheState::CacheState(const std::string& tool) : tool_(tool), number_(next_object()) {}
 
 CacheState::~CacheState() {
-  record(tool_ + ".cache.destroy", number_);
+  record_end(tool_, ".cache.destroy", number_);
 }
 
 void CacheState::load(std::istream& stream) {

@@ -14,6 +14,9 @@ namespace scripted_engine {
 /// Adds a call to the record; the reference stays valid until `reset`.
 Call& record(const std::string& name, int object = 0);
 
+/// Records the end of an object; gives up for want of memory.
+void record_end(const std::string& tool, const char* what, int object) noexcept;
+
 /// Throws when the script says so.
 void raise_scripted(const std::string& name);
 
