@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 #include "classifier/augmentation.h"
 #include "core/library_threads.h"
@@ -12,7 +13,10 @@ namespace {
 
 // The blocks work on about this many places a side before the mean.
 constexpr double kFinalSide = 7;
-constexpr int kBatch = 50;
+constexpr int kFeatures = 64;
+constexpr int kBatch = 64;
+// Below this the tensor library leaves its fast convolutions for an installed BLAS.
+constexpr int kSmallestBatch = 2;
 
 /// How often the sides are halved: at least by the two residual blocks.
 int halvings(const Canvas& canvas) {
@@ -30,15 +34,26 @@ NetworkImpl::NetworkImpl(const Canvas& canvas, int categories) {
     body_->push_back(core::ConvolutionBlock(core::ConvolutionShape{16, 16, 3, 2}));
   }
   body_->push_back(core::ResidualBlock(16, 32, 2));
-  body_->push_back(core::ResidualBlock(32, 64, 2));
-  body_->push_back(core::ResidualBlock(64, 64));
+  body_->push_back(core::ResidualBlock(32, kFeatures, 2));
   register_module("body", body_);
-  head_ = register_module("head", torch::nn::Conv2d(torch::nn::Conv2dOptions(64, categories, 1)));
+  head_ = register_module("head",
+                          torch::nn::Conv2d(torch::nn::Conv2dOptions(kFeatures, categories, 1)));
+}
+
+torch::Tensor NetworkImpl::features(const torch::Tensor& input) {
+  return body_->forward(input).mean({2, 3}, true);
 }
 
 torch::Tensor NetworkImpl::forward(const torch::Tensor& input) {
-  const torch::Tensor features = body_->forward(input).mean({2, 3}, true);
-  return head_(features).flatten(1);
+  return head_(features(input)).flatten(1);
+}
+
+void NetworkImpl::classify(const float* features, float* logits) const {
+  const float* weight = head_->weight.data_ptr<float>();
+  const float* bias = head_->bias.data_ptr<float>();
+  for (std::int64_t c = 0; c < head_->bias.size(0); ++c, weight += kFeatures) {
+    logits[c] = std::inner_product(weight, weight + kFeatures, features, bias[c]);
+  }
 }
 
 Matrix logits_of(NetworkImpl& net, const Canvas& canvas, const std::vector<const Sample*>& samples,
@@ -48,15 +63,14 @@ Matrix logits_of(NetworkImpl& net, const Canvas& canvas, const std::vector<const
   pool.run((count + kBatch - 1) / kBatch, [&](int block) {
     const torch::InferenceMode inference;
     const int first = block * kBatch, last = std::min(count, first + kBatch);
-    torch::Tensor input =
-        torch::empty({last - first, canvas.channels, canvas.height, canvas.width});
+    torch::Tensor input = torch::zeros(
+        {std::max(kSmallestBatch, last - first), canvas.channels, canvas.height, canvas.width});
     for (int i = first; i < last; ++i) {
       normalise(*samples[i], canvas, input.data_ptr<float>() + canvas.sample_size() * (i - first));
     }
-    const torch::Tensor output = net.forward(input).contiguous();
+    const torch::Tensor features = net.features(input).contiguous();
     for (int i = first; i < last; ++i) {
-      std::copy_n(output.data_ptr<float>() + std::size_t(i - first) * categories, categories,
-                  logits.row(i));
+      net.classify(features.data_ptr<float>() + std::size_t(i - first) * kFeatures, logits.row(i));
     }
   });
   return logits;

@@ -19,8 +19,10 @@ class NetworkImpl : public torch::nn::Module {
   NetworkImpl(const Canvas& canvas, int categories);
   /// N x channels x height x width, normalised; returns N x categories logits.
   torch::Tensor forward(const torch::Tensor& input);
-  /// The last layer, categories x features x 1 x 1.
-  torch::nn::Conv2d& head() { return head_; }
+  /// What the last layer sees: N x features.
+  torch::Tensor features(const torch::Tensor& input);
+  /// The last layer for one row of features, without the tensor library.
+  void classify(const float* features, float* logits) const;
 
  private:
   torch::nn::Sequential body_;
