@@ -5,6 +5,7 @@
 
 #include <ios>
 #include <memory>
+#include <new>
 #include <sstream>
 #include <string>
 
@@ -26,11 +27,12 @@ void RestoreTrainCache(std::unique_ptr<TrainCache>& cache, const std::string& sa
 }
 
 /// Everything that the engine writes for `cache`. Not guarded: the engine's exceptions pass as they
-/// are.
+/// are. Throws std::bad_alloc when the stream ran out of memory, which it only notes by itself.
 template <class TrainCache>
 std::string SaveTrainCache(const TrainCache& cache) {
   std::ostringstream stream(std::ios::out | std::ios::binary);
   save(cache, stream);
+  if (stream.bad()) throw std::bad_alloc();
   return stream.str();
 }
 

@@ -42,19 +42,18 @@ Types::SmartClassifier::TrainingResult SmartClassifierWrapper::Impl::Train(
   const std::string message = ConvertClassifierDataset(dataset).SerializeAsString();
   auto [answer, artifact] = access_->Train(model_.Artifact(), message, trainingParameters_,
                                            AdaptImageLoader(loader), *trainCache_);
-  telvar_msg::qv::classification::TrainingResult result;
-  ParseAnswer(answer, result);
+  const Answer<telvar_msg::qv::classification::TrainingResult> result(answer);
   model_.Update(std::move(artifact));
-  return ConvertClassifierTelvarTrainingResults(result);
+  return ConvertClassifierTelvarTrainingResults(*result);
 }
 
 Types::SmartClassifier::Result SmartClassifierWrapper::Impl::Process(
     const std::shared_ptr<Types::Image>& image) {
   return TryQvCallWithReturn([&] {
     if (model_.IsEmpty()) model_.Update(std::string());
-    telvar_msg::qv::classification::Result result;
-    ParseAnswer(access_->Process(model_, ConvertToImageView(image)), result);
-    return ConvertClassifierTelvarResults(result);
+    const Answer<telvar_msg::qv::classification::Result> result(
+        access_->Process(model_, ConvertToImageView(image)));
+    return ConvertClassifierTelvarResults(*result);
   });
 }
 
@@ -63,9 +62,8 @@ Types::SmartClassifier::SamplesResult SmartClassifierWrapper::Impl::BatchProcess
   const std::string message = ConvertCommonDataset(dataset).SerializeAsString();
   const std::string answer =
       access_->BatchProcess(model_.Artifact(), message, AdaptImageLoader(loader), *trainCache_);
-  telvar_msg::qv::classification::ProcessingResult result;
-  ParseAnswer(answer, result);
-  return ConvertClassifierTelvarProcessingResults(result);
+  return ConvertClassifierTelvarProcessingResults(
+      *Answer<telvar_msg::qv::classification::ProcessingResult>(answer));
 }
 
 }  // namespace Orbalt::TelvarWrapper::Wrapper

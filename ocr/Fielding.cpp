@@ -1,5 +1,4 @@
 #include "TelvarTypes/Exceptions.h"
-#include "bridge/Answer.h"
 #include "ocr/SmartOCRWrapperImpl.h"
 
 namespace Orbalt::TelvarWrapper::Wrapper {
@@ -34,8 +33,10 @@ telvar_msg::qv::ocr::Fielding SmartOCRWrapper::Impl::ConvertFielding(
 telvar_msg::qv::ocr::Pattern SmartOCRWrapper::Impl::BuildPattern(
     const std::vector<std::vector<std::string>>& lines) {
   telvar_msg::qv::ocr::Pattern pattern;
+  pattern.mutable_lines()->Reserve(static_cast<int>(lines.size()));
   for (const std::vector<std::string>& line : lines) {
     telvar_msg::qv::ocr::PatternLine& patternLine = *pattern.add_lines();
+    patternLine.mutable_character_classes()->Reserve(static_cast<int>(line.size()));
     for (const std::string& allowed : line) {
       patternLine.add_character_classes()->set_allowed_characters(allowed);
     }
@@ -51,14 +52,11 @@ Types::SmartOCR::FieldingResult SmartOCRWrapper::Impl::ApplyFielding(
     const telvar::qv::ocr::Fielding engine(fielding.SerializeAsString());
     const auto [fieldedSample, verdict] = engine.apply(sample.SerializeAsString());
 
-    telvar_msg::qv::ocr::FieldingResult verdictMessage;
-    ParseAnswer(verdict, verdictMessage);
-    if (!verdictMessage.matched()) throw InvalidArgumentException(kNoMatch);
-    result.patternName = verdictMessage.pattern_name();
-
-    telvar_msg::qv::ocr::SampleResult sampleMessage;
-    ParseAnswer(fieldedSample, sampleMessage);
-    result.sample = ConvertTelvarOCRSample(sampleMessage);
+    const Answer<telvar_msg::qv::ocr::FieldingResult> verdictMessage(verdict);
+    if (!verdictMessage->matched()) throw InvalidArgumentException(kNoMatch);
+    result.patternName = verdictMessage->pattern_name();
+    result.sample =
+        ConvertTelvarOCRSample(*Answer<telvar_msg::qv::ocr::SampleResult>(fieldedSample));
   } catch (const InvalidArgumentException& e) {
     throw InvalidArgumentException(e);
   } catch (...) {

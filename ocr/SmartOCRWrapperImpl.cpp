@@ -1,10 +1,7 @@
 #include "ocr/SmartOCRWrapperImpl.h"
 
-#include <google/protobuf/arena.h>
-
 #include <limits>
 
-#include "bridge/Answer.h"
 #include "bridge/Guard.h"
 #include "bridge/ImageConversion.h"
 #include "bridge/RegionConversion.h"
@@ -37,58 +34,43 @@ Types::SmartOCR::TrainResult SmartOCRWrapper::Impl::Train(const Types::SmartOCR:
                                            AdaptImageLoader(loadImage), *train_cache_);
   model_.Update({static_cast<float>(dataset.width), static_cast<float>(dataset.height)},
                 std::move(artifact));
-  telvar_msg::qv::ocr::TrainingResult result;
-  ParseAnswer(answer, result);
-  return ConvertTelvarOCRTrainingResult(result);
+  return ConvertTelvarOCRTrainingResult(*Answer<telvar_msg::qv::ocr::TrainingResult>(answer));
 }
 
-void SmartOCRWrapper::Impl::RunEngine(const std::shared_ptr<Types::Image>& image,
-                                      const std::shared_ptr<Types::ROI>& roi,
-                                      const Types::SmartOCR::Size& size,
-                                      telvar_msg::qv::ocr::Result& answer) {
-  TryQvCallWithReturn([&] {
-    model_.Update(size, std::string());
-    if (model_.IsEmpty()) return;
-    const EngineRegion region = ConvertToEngineRegion(roi);
-    const telvar::types::ImageView view = ConvertToImageView(image);
-    ParseAnswer(access_->Process(model_, view, region.transform, region.size), answer);
-  });
-}
-
-telvar_msg::qv::ocr::Result SmartOCRWrapper::Impl::ProcessInternal(
+SmartOCRWrapper::Impl::ReadAnswer SmartOCRWrapper::Impl::ProcessInternal(
     const std::shared_ptr<Types::Image>& image, const std::shared_ptr<Types::ROI>& roi,
     const Types::SmartOCR::Size& size) {
-  telvar_msg::qv::ocr::Result answer;
-  RunEngine(image, roi, size, answer);
-  return answer;
+  return TryQvCallWithReturn([&] {
+    model_.Update(size, std::string());
+    if (model_.IsEmpty()) return ReadAnswer(std::string());
+    const EngineRegion region = ConvertToEngineRegion(roi);
+    const telvar::types::ImageView view = ConvertToImageView(image);
+    return ReadAnswer(access_->Process(model_, view, region.transform, region.size));
+  });
 }
 
 Types::SmartOCR::ProcessResult SmartOCRWrapper::Impl::Process(
     const std::shared_ptr<Types::Image>& image, const std::shared_ptr<Types::ROI>& roi,
     const Types::SmartOCR::Size& size) {
-  // An answer holds thousands of small messages; on an arena parsing them takes half the time.
-  google::protobuf::Arena arena;
-  auto& answer = *google::protobuf::Arena::CreateMessage<telvar_msg::qv::ocr::Result>(&arena);
-  RunEngine(image, roi, size, answer);
-  return ConvertTelvarOCRResults(answer);
+  return ConvertTelvarOCRResults(*ProcessInternal(image, roi, size));
 }
 
 // Fielding runs outside the guard: ApplyFielding maps its failures itself.
 Types::SmartOCR::ProcessResult SmartOCRWrapper::Impl::Process(
     const std::shared_ptr<Types::Image>& image, const std::shared_ptr<Types::ROI>& roi,
     const Types::SmartOCR::Size& size, const Types::SmartOCR::BasicFielding& fielding) {
-  const telvar_msg::qv::ocr::Result answer = ProcessInternal(image, roi, size);
-  Types::SmartOCR::ProcessResult result = ConvertTelvarOCRResults(answer);
-  result.fieldingResult = ApplyFielding(ConvertFielding(fielding), answer.sample());
+  const ReadAnswer answer = ProcessInternal(image, roi, size);
+  Types::SmartOCR::ProcessResult result = ConvertTelvarOCRResults(*answer);
+  result.fieldingResult = ApplyFielding(ConvertFielding(fielding), answer->sample());
   return result;
 }
 
 Types::SmartOCR::ProcessResult SmartOCRWrapper::Impl::Process(
     const std::shared_ptr<Types::Image>& image, const std::shared_ptr<Types::ROI>& roi,
     const Types::SmartOCR::Size& size, const Types::SmartOCR::AdvancedFielding& fielding) {
-  const telvar_msg::qv::ocr::Result answer = ProcessInternal(image, roi, size);
-  Types::SmartOCR::ProcessResult result = ConvertTelvarOCRResults(answer);
-  result.fieldingResult = ApplyFielding(ConvertFielding(fielding), answer.sample());
+  const ReadAnswer answer = ProcessInternal(image, roi, size);
+  Types::SmartOCR::ProcessResult result = ConvertTelvarOCRResults(*answer);
+  result.fieldingResult = ApplyFielding(ConvertFielding(fielding), answer->sample());
   return result;
 }
 

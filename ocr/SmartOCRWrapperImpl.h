@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "bridge/Answer.h"
 #include "ocr/Model.h"
 #include "ocr/SmartOCRWrapper.h"
 #include "telvar_msg/ocr_fielding.pb.h"
@@ -70,14 +71,12 @@ class SmartOCRWrapper::Impl {
       const telvar_msg::qv::ocr::TrainingResult& result);
 
  private:
-  /// The guarded engine run; the engine's answer is parsed into the empty `answer`.
-  void RunEngine(const std::shared_ptr<Types::Image>& image, const std::shared_ptr<Types::ROI>& roi,
-                 const Types::SmartOCR::Size& size, telvar_msg::qv::ocr::Result& answer);
+  using ReadAnswer = Answer<telvar_msg::qv::ocr::Result>;
 
   /// The guarded engine run: the answer as the engine gave it, unconverted.
-  telvar_msg::qv::ocr::Result ProcessInternal(const std::shared_ptr<Types::Image>& image,
-                                              const std::shared_ptr<Types::ROI>& roi,
-                                              const Types::SmartOCR::Size& size);
+  ReadAnswer ProcessInternal(const std::shared_ptr<Types::Image>& image,
+                             const std::shared_ptr<Types::ROI>& roi,
+                             const Types::SmartOCR::Size& size);
 
   std::unique_ptr<telvar::qv::ocr::TrainCache> train_cache_;
   std::string training_parameters_;

@@ -39,6 +39,7 @@ void SmartOCRWrapper::Impl::AddSample(telvar_msg::qv::ocr::Dataset& dataset,
   telvar_msg::qv::ocr::Sample sample;
   sample.set_image_id(data.imageId);
   if (data.roi) *sample.mutable_region_of_interest() = ConvertROI(data.roi);
+  sample.mutable_characters()->Reserve(static_cast<int>(data.assignments.size()));
   for (const Types::SmartOCR::TrainDataAssignment& assignment : data.assignments) {
     telvar_msg::qv::ocr::CharacterLabel& label = *sample.add_characters();
     label.set_first_value(static_cast<float>(assignment.firstValue));

@@ -68,10 +68,8 @@ TrainingResult SmartSegmenterWrapper::Impl::Train(const Types::SmartSegmenter::D
         segmenterModel_.Artifact(), message, parameters, AdaptImageLoader(imageLoader),
         AdaptImageLoader(maskLoader), *trainCache_, ResultImageWriter());
     segmenterModel_.Update(std::move(artifact));
-    telvar_msg::qv::segmentation::TrainingResult resultMessage;
-    ParseAnswer(answer, resultMessage);
     TrainingResult result;
-    result.score = resultMessage.score();
+    result.score = Answer<telvar_msg::qv::segmentation::TrainingResult>(answer)->score();
     return result;
   });
 }
@@ -82,12 +80,11 @@ ProcessResult SmartSegmenterWrapper::Impl::Process(const std::shared_ptr<Types::
   if (segmenterModel_.IsEmpty()) return ProcessResult();
   return TryQvCallWithReturn([&] {
     ProcessResult result;
-    telvar_msg::qv::segmentation::Result resultMessage;
     const EngineRegion region = ConvertToEngineRegion(roi);
     const telvar::types::ImageView view = ConvertToImageView(image);
     auto [answer, images] = access_->process(segmenterModel_, view, region.transform, region.size);
     // Nothing of the message reaches the host.
-    ParseAnswer(answer, resultMessage);
+    const Answer<telvar_msg::qv::segmentation::Result> unused(answer);
     for (auto& [name, resultImage] : images) {
       result.resultImages.insert_or_assign(name, ConvertImage(resultImage));
     }

@@ -1,0 +1,365 @@
+// What is left when memory runs out: the state that docs/errors.md promises, and nothing leaked.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <new>
+#include <set>
+#include <type_traits>
+#include <utility>
+
+#include "allocations.h"
+#include "tools.h"
+
+namespace faults {
+namespace {
+
+const std::string kNoMemory = "std::bad_alloc";
+const std::string kBadFielding = "Invalid fielding pattern caused by empty lines or empty patterns";
+
+struct Ocr {
+  using Data = Types::SmartOCR::Data;
+  using Interface = Types::ISmartOCRWrapper;
+  static auto Create(Types::IWrapperFactory& factory, std::unique_ptr<Data> data) {
+    return factory.CreateSmartOCRWrapper(std::move(data));
+  }
+  static auto Process(Interface& tool) {
+    return tool.Process(HostImage(), std::make_shared<Types::ROI>(0.F, 0.F, 0.F, 0.F, 4, 2),
+                        {10.0F, 20.0F});
+  }
+  static auto Train(Interface& tool, bool with_samples, const Types::ImageLoader& loader) {
+    Types::SmartOCR::Dataset dataset;
+    dataset.width = 10;
+    dataset.height = 20;
+    if (with_samples) {
+      dataset.trainData.emplace_back();
+      dataset.trainData[0].imageId = kId;
+      dataset.trainData[0].assignments.emplace_back(1.0, 2.0, kOtherId);
+    }
+    return tool.Train(dataset, loader);
+  }
+};
+
+struct Classifier {
+  using Data = Types::SmartClassifier::Data;
+  using Interface = Types::ISmartClassifierWrapper;
+  static auto Create(Types::IWrapperFactory& factory, std::unique_ptr<Data> data) {
+    return factory.CreateSmartClassifierWrapper(std::move(data));
+  }
+  static auto Process(Interface& tool) { return tool.Process(HostImage()); }
+  static auto Train(Interface& tool, bool with_samples, const Types::ImageLoader& loader) {
+    Types::SmartClassifier::Dataset dataset;
+    if (with_samples) dataset.samples[kId] = {kId, kOtherId};
+    return tool.Train(dataset, loader);
+  }
+};
+
+struct Segmenter {
+  using Data = Types::SmartSegmenter::Data;
+  using Interface = Types::ISmartSegmenterWrapper;
+  static auto Create(Types::IWrapperFactory& factory, std::unique_ptr<Data> data) {
+    return factory.CreateSmartSegmenterWrapper(std::move(data));
+  }
+  static auto Process(Interface& tool) { return tool.Process(HostImage(), nullptr); }
+  static auto Train(Interface& tool, bool with_samples, const Types::ImageLoader& loader) {
+    Types::SmartSegmenter::Dataset dataset;
+    if (with_samples) {
+      dataset.categories = {kOtherId};
+      dataset.samples.emplace_back();
+      dataset.samples[0].imageId = kId;
+      dataset.samples[0].categoryMasks[kOtherId] = kId;
+    }
+    return tool.Train(dataset, loader, loader);
+  }
+};
+
+template <typename Interface>
+auto Batch(Interface& tool, bool with_samples, const Types::ImageLoader& loader) {
+  Types::CommonDataSet dataset;
+  if (with_samples) dataset.samples[kId] = Types::CommonSample(kOtherId);
+  return tool.BatchProcess(dataset, loader);
+}
+
+std::string OcrSample() {
+  telvar_msg::qv::ocr::SampleResult sample;
+  for (int i = 0; i < 6; ++i) {
+    auto& character = *sample.add_characters();
+    for (const std::string& category : {kId, kOtherId}) {
+      auto& score = *character.add_category_scores();
+      score.set_category_id(category);
+      score.set_score(0.5F);
+    }
+  }
+  for (int i = 0; i < 2; ++i) {
+    auto& line = *sample.add_lines();
+    line.set_text(kId);
+    for (int j = 0; j < 3; ++j) line.add_indexes(3 * i + j);
+  }
+  return sample.SerializeAsString();
+}
+
+/// What the engine answers.
+void SetScript() {
+  engine::reset();
+  engine::Script& script = engine::script();
+  script.recording = false;
+  script.new_artifact = kNewArtifact;
+  script.cache_update = kNewCache.substr(kCache.size());
+  script.ask_images = script.ask_masks = {kId, kOtherId};
+  script.sorted = {{0, 1, 2}, {3, 4}};
+
+  const std::string sample = OcrSample();
+  telvar_msg::qv::ocr::Result read;
+  read.mutable_sample()->ParseFromString(sample);
+  script.answers["ocr.process"] = read.SerializeAsString();
+  telvar_msg::qv::ocr::FieldingResult verdict;
+  verdict.set_matched(true);
+  verdict.set_pattern_name(kOtherId);
+  script.fielded = {sample, verdict.SerializeAsString()};
+
+  telvar_msg::qv::classification::Result classified;
+  telvar_msg::qv::classification::SampleResult& scores = *classified.mutable_sample();
+  scores.add_scores()->set_category_id(kId);
+  scores.add_scores()->set_category_id(kOtherId);
+  script.answers["classifier.process"] = classified.SerializeAsString();
+
+  for (const std::string& name : {kId, kOtherId}) {
+    const std::vector<unsigned char> pixels(8, 255);
+    const telvar::types::Image image(4, 2, 4, 1, 8, 0, pixels.data());
+    script.result_images[name] = image;
+    script.write.push_back({image, kId, name});
+  }
+
+  telvar_msg::qv::ocr::TrainingResult trained;
+  (*trained.mutable_labeled_sample_results())[kId].add_character_label_confidence(0.5F);
+  script.answers["ocr.train"] = trained.SerializeAsString();
+  telvar_msg::qv::classification::TrainingResult learnt;
+  (*learnt.mutable_samples())[kId] = scores;
+  script.answers["classifier.train"] = learnt.SerializeAsString();
+  telvar_msg::qv::classification::ProcessingResult batch;
+  (*batch.mutable_samples())[kId] = scores;
+  script.answers["classifier.batch"] = batch.SerializeAsString();
+}
+
+template <typename Tool>
+auto Make() {
+  return Tool::Create(*NewFactory(), std::make_unique<typename Tool::Data>(kArtifact, kCache));
+}
+
+struct Attempt {
+  std::string answer;  // of the operation, or of its exception
+  bool failed = false;
+};
+
+/// Starts the count of allocations, once.
+using Start = std::function<void()>;
+
+/// Describes what `run` returns or throws while the n-th allocation after its call of the `Start`
+/// it gets fails; n = 0: none does.
+template <typename Run>
+Attempt Try(Run run, long n, Mode mode) {
+  Attempt attempt;
+  bool started = false;
+  const Start start = [&] {
+    if (!std::exchange(started, true)) FailAllocation(n, mode);
+  };
+  try {
+    const auto result = run(start);
+    attempt.failed = StopFailing();
+    attempt.answer = Describe(result);
+  } catch (const std::bad_alloc&) {
+    attempt.failed = StopFailing();
+    attempt.answer = kNoMemory;
+  } catch (const TelvarException& error) {
+    attempt.failed = StopFailing();
+    attempt.answer = error.what();
+  }
+  return attempt;
+}
+
+/// What an operation may leave behind.
+struct Promise {
+  std::set<std::string> states;  // artifact and train cache, as GetData gives them
+  std::set<std::string> refusals = {kNoMemory};
+};
+
+/// Runs `attempt` with a later allocation failing each time, until none fails, and checks that
+/// nothing leaks. `attempt` gets the number and the mode; it returns whether an allocation failed.
+template <typename AttemptOne>
+void ForEachAllocation(AttemptOne attempt) {
+  for (const Mode mode : {Mode::kOnce, Mode::kFromThenOn}) {
+    long n = 0;
+    for (bool failed = true; failed && !testing::Test::HasFailure();) {
+      engine::reset();
+      const long before = LiveAllocations();
+      SetScript();
+      failed = attempt(++n, mode);
+      engine::reset();
+      ASSERT_EQ(LiveAllocations(), before) << "allocation " << n << " leaks";
+    }
+    EXPECT_GT(n, 1) << "nothing was allocated";
+  }
+}
+
+/// Runs `run` on fresh tools: it must answer in full or refuse, and the tool must go on working.
+template <typename Tool, typename Run>
+void Sweep(Run run, const Promise& promise) {
+  SetScript();
+  const std::string processed = Describe(Tool::Process(*Make<Tool>()));
+  const auto try_on = [&](auto& tool, long n, Mode mode) {
+    SetScript();
+    return Try([&](const Start& start) { return run(tool, start); }, n, mode);
+  };
+  const std::string answer = try_on(*Make<Tool>(), 0, Mode::kOnce).answer;
+  ForEachAllocation([&](long n, Mode mode) {
+    const auto tool = Make<Tool>();
+    const Attempt attempt = try_on(*tool, n, mode);
+    EXPECT_TRUE(attempt.answer == answer || promise.refusals.count(attempt.answer))
+        << "allocation " << n << ": " << attempt.answer;
+    const std::string state = Describe(tool->GetData());
+    EXPECT_TRUE(promise.states.count(state)) << "allocation " << n << ": " << state;
+    SetScript();
+    EXPECT_EQ(Describe(Tool::Process(*tool)), processed) << "allocation " << n;
+    return attempt.failed;
+  });
+}
+
+const std::string kBefore = kArtifact + " / " + kCache;
+const Promise kUnchanged{{kBefore}};
+const Promise kCacheMayGrow{{kBefore, kArtifact + " / " + kNewCache}};
+const Promise kTrained{{kBefore, kArtifact + " / " + kNewCache, kNewArtifact + " / " + kNewCache}};
+const Promise kFielding{{kBefore}, {kNoMemory, kBadFielding}};
+
+TEST(Allocations, OfTheLibraryAreCounted) {
+  SetScript();
+  const auto factory = NewFactory();
+  auto data = std::make_unique<Ocr::Data>(kArtifact, kCache);
+  const long before = TotalAllocations();
+  const auto tool = factory->CreateSmartOCRWrapper(std::move(data));
+  const long created = TotalAllocations();
+  EXPECT_GT(created, before);
+  // Six characters with two scores each, in the message and in the result.
+  Ocr::Process(*tool);
+  EXPECT_GT(TotalAllocations(), created + 24);
+}
+
+template <typename Tool>
+class WantOfMemory : public testing::Test {};
+using Tools = testing::Types<Ocr, Classifier, Segmenter>;
+TYPED_TEST_SUITE(WantOfMemory, Tools);
+
+TYPED_TEST(WantOfMemory, LeavesNoToolBehind) {
+  // A train cache that cannot be restored is replaced by an empty one.
+  const std::set<std::string> allowed{kBefore, kArtifact + " / " + engine::saved_cache(),
+                                      kNoMemory};
+  ForEachAllocation([&](long n, Mode mode) {
+    const auto factory = NewFactory();
+    auto data = std::make_unique<typename TypeParam::Data>(kArtifact, kCache);
+    const auto create = [&](const Start& start) {
+      start();
+      return TypeParam::Create(*factory, std::move(data));
+    };
+    const Attempt attempt = Try(create, n, mode);
+    EXPECT_TRUE(allowed.count(attempt.answer)) << "allocation " << n << ": " << attempt.answer;
+    return attempt.failed;
+  });
+}
+
+TYPED_TEST(WantOfMemory, LeavesTheStateToProcess) {
+  const auto process = [](auto& tool, const Start& start) {
+    start();
+    return TypeParam::Process(tool);
+  };
+  Sweep<TypeParam>(process, kUnchanged);
+}
+
+TYPED_TEST(WantOfMemory, LeavesTheStateToGetData) {
+  const auto get_data = [](auto& tool, const Start& start) {
+    start();
+    return tool.GetData();
+  };
+  Sweep<TypeParam>(get_data, kUnchanged);
+}
+
+// Protocol Buffers does not survive a failure while it builds a map. With samples, therefore, the
+// count starts when the engine first asks for an image: the data set has been built by then.
+template <typename Run>
+auto WithAndWithoutSamples(Run run) {
+  return std::pair(
+      [run](auto& tool, const Start& start) {
+        start();
+        return run(tool, false, HostImage);
+      },
+      [run](auto& tool, const Start& start) {
+        return run(tool, true, [&](const std::string& id) {
+          start();
+          return HostImage(id);
+        });
+      });
+}
+
+TYPED_TEST(WantOfMemory, LeavesAWholeArtifactToTrain) {
+  const auto [without, with] = WithAndWithoutSamples(
+      [](auto& tool, auto... arguments) { return TypeParam::Train(tool, arguments...); });
+  Sweep<TypeParam>(without, kTrained);
+  Sweep<TypeParam>(with, kTrained);
+}
+
+template <typename Tool>
+class WantOfMemoryInBatch : public testing::Test {};
+using BatchTools = testing::Types<Classifier, Segmenter>;
+TYPED_TEST_SUITE(WantOfMemoryInBatch, BatchTools);
+
+TYPED_TEST(WantOfMemoryInBatch, LeavesTheArtifact) {
+  const auto [without, with] = WithAndWithoutSamples(
+      [](auto& tool, auto... arguments) { return Batch(tool, arguments...); });
+  Sweep<TypeParam>(without, kCacheMayGrow);
+  Sweep<TypeParam>(with, kCacheMayGrow);
+}
+
+TEST(WantOfMemoryInTheReader, LeavesTheStateToBasicFielding) {
+  const auto basic = [](auto& tool, const Start& start) {
+    start();
+    return tool.Process(HostImage(), nullptr, {10.0F, 20.0F},
+                        Types::SmartOCR::BasicFielding(kId, 3));
+  };
+  Sweep<Ocr>(basic, kFielding);
+}
+
+// As with samples: the count starts when the patterns have reached the engine.
+TEST(WantOfMemoryInTheReader, LeavesTheStateToAdvancedFielding) {
+  Types::SmartOCR::AdvancedFielding patterns;
+  patterns.patterns[kId] = {{kId, kOtherId}, {kOtherId}};
+  const auto advanced = [&](auto& tool, const Start& start) {
+    engine::script().failures.push_back({"ocr.fielding", 1, start});
+    return tool.Process(HostImage(), nullptr, {10.0F, 20.0F}, patterns);
+  };
+  Sweep<Ocr>(advanced, kFielding);
+}
+
+TEST(WantOfMemoryInTheReader, LeavesTheStateToSortCharacters) {
+  const auto sort = [](auto& tool, const Start& start) {
+    start();
+    return tool.SortCharacters({{1.F, 2.F}, {3.F, 4.F}}, 5.F);
+  };
+  Sweep<Ocr>(sort, kUnchanged);
+}
+
+TYPED_TEST(WantOfMemory, IsNotBroughtAboutByUse) {
+  const auto use = [] {
+    SetScript();
+    const auto tool = Make<TypeParam>();
+    TypeParam::Train(*tool, true, HostImage);
+    TypeParam::Process(*tool);
+    if constexpr (!std::is_same_v<TypeParam, Ocr>) Batch(*tool, true, HostImage);
+    tool->GetData();
+    engine::reset();
+  };
+  use();
+  const long before = LiveAllocations();
+  for (int i = 0; i < 100; ++i) use();
+  EXPECT_EQ(LiveAllocations(), before);
+}
+
+}  // namespace
+}  // namespace faults
