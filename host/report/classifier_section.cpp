@@ -45,7 +45,8 @@ std::string matrix_row(const ClassifierEvaluation& evaluation, const std::string
   }
   const double recall =
       sum == 0 ? 0 : static_cast<double>(cell(evaluation, truth, truth)) / static_cast<double>(sum);
-  return html + "<td>" + (sum == 0 ? std::string("-") : percent(recall)) + "</td></tr>\n";
+  return html + "<td>" + (sum == 0 ? std::string("-") : fixed(100 * recall, 0) + " %") +
+         "</td></tr>\n";
 }
 
 std::string matrix_html(const ClassifierEvaluation& evaluation) {
@@ -72,8 +73,8 @@ std::string mistakes_html(const ClassifierEvaluation& evaluation) {
   std::string cards = "<div class=\"cards\">";
   for (const auto& mistake : evaluation.mistakes) {
     cards += card_html(shrunk(displayable(read_picture(mistake.item.file)), 160),
-                       mistake.answer + " " + percent(mistake.score),
-                       "is " + mistake.item.category + " · " + mistake.item.id, "bad");
+                       mistake.answer + " " + percent(mistake.score), "is " + mistake.item.category,
+                       mistake.item.id, "bad");
   }
   return details_html(
       "Every wrong answer (" + std::to_string(evaluation.mistakes.size()) + "), the surest first",

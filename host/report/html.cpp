@@ -51,10 +51,19 @@ std::string picture_html(const cv::Mat& picture, const std::string& alt) {
          ";base64," + base64(bytes) + "\">";
 }
 
+std::string file_html(const std::string& file) {
+  std::string html = "<span class=\"file\">";
+  for (const char c : file)
+    html += c == '/' ? std::string("/<wbr>") : html_escaped(std::string(1, c));
+  return html + "</span>";
+}
+
 std::string card_html(const cv::Mat& picture, const std::string& headline,
-                      const std::string& detail, const std::string& css_class) {
+                      const std::string& detail, const std::string& file,
+                      const std::string& css_class) {
   return "<div class=\"card " + css_class + "\">" + picture_html(picture, headline) + "<div><b>" +
-         html_escaped(headline) + "</b><span>" + html_escaped(detail) + "</span></div></div>\n";
+         html_escaped(headline) + "</b><span>" + html_escaped(detail) + "</span>" +
+         file_html(file) + "</div></div>\n";
 }
 
 std::string details_html(const std::string& summary, const std::string& body, bool open) {

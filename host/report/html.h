@@ -28,9 +28,13 @@ std::string page_html(const std::string& title, const std::string& lead,
 // <img> with the picture inside: PNG for small pictures, which stay sharp, JPEG for large ones.
 std::string picture_html(const cv::Mat& picture, const std::string& alt);
 
-// A card with a picture, a headline and a line of detail; all plain text.
+// A card with a picture, a headline, a line of detail and the picture's file; all plain text.
 std::string card_html(const cv::Mat& picture, const std::string& headline,
-                      const std::string& detail, const std::string& css_class = "");
+                      const std::string& detail, const std::string& file,
+                      const std::string& css_class = "");
+
+// A file's name, small; it may break after each slash.
+std::string file_html(const std::string& file);
 
 // A disclosure that is open or closed at first. `body` is HTML.
 std::string details_html(const std::string& summary, const std::string& body, bool open);

@@ -86,7 +86,7 @@ std::string mistakes_html(const ReaderEvaluation& evaluation, const OcrData& dat
     const auto& item = data.items[mistake.item];
     cards += "<div class=\"card\">" +
              picture_html(evidence(mistake, item, size), mistake.expected) + "<div>" +
-             texts_html(mistake) + "<span>" + html_escaped(item.id) + "</span></div></div>\n";
+             texts_html(mistake) + file_html(item.id) + "</div></div>\n";
   }
   return details_html("Everything that was read wrong (" +
                           std::to_string(evaluation.mistakes.size()) + "), worst first",
@@ -128,7 +128,7 @@ std::string readings_html(const ReaderEvaluation& evaluation, const OcrData& dat
                          ? "The first " + std::to_string(kShown) + " of " +
                                std::to_string(data.items.size()) + " pictures as they were read"
                          : std::string("The pictures as they were read");
-  return details_html(title, html, false);
+  return details_html(title, html, data.items.size() == 1);
 }
 
 }  // namespace

@@ -43,12 +43,14 @@ cv::Mat comparison(const SegmenterMistake& mistake) {
 
 std::string curve_of(const SegmenterEvaluation& evaluation) {
   Curve curve;
+  Curve middle;  // the ends fall to nothing, and would hide what matters
   for (int threshold = 1; threshold <= 255; ++threshold) {
     curve.emplace_back(threshold, evaluation.mean_iou(threshold));
+    if (threshold >= 32 && threshold <= 224) middle.push_back(curve.back());
   }
   return "<h3>Mean IoU by threshold (128 counts)</h3>" +
          curve_html(curve, {"probability from which a pixel counts as found (0 to 255)", 0, 255, 0},
-                    {"mean IoU", lower_bound_for(curve), 1, 2}, 128);
+                    {"mean IoU", lower_bound_for(middle), 1, 2}, 128);
 }
 
 std::string categories_html(const SegmenterEvaluation& evaluation) {
@@ -70,7 +72,7 @@ std::string mistakes_html(const SegmenterEvaluation& evaluation) {
       "too much.</p><div class=\"cards wide\">";
   for (const auto& mistake : evaluation.mistakes) {
     cards += card_html(comparison(mistake), "IoU " + fixed(mistake.mean_iou, 3),
-                       std::to_string(mistake.wrong_pixels) + " wrong pixels · " + mistake.item.id);
+                       std::to_string(mistake.wrong_pixels) + " wrong pixels", mistake.item.id);
   }
   return details_html("Every picture with a wrong pixel (" +
                           std::to_string(evaluation.mistakes.size()) + " of " +
