@@ -1,38 +1,68 @@
 # Debian packages: cmake --build <dir> --target package
 
+# What goes into every package's documentation folder.
+set(telvar_debian_release 1)
+configure_file(changelog.Debian.in changelog.Debian @ONLY)
+set(documents ${CMAKE_CURRENT_SOURCE_DIR}/copyright)
+find_program(TELVAR_GZIP gzip)
+if(TELVAR_GZIP)
+  # Without name and time: equal input, equal package.
+  foreach(source ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
+    get_filename_component(name ${source} NAME)
+    string(REPLACE "CHANGELOG.md" "changelog" name ${name})
+    execute_process(COMMAND ${TELVAR_GZIP} -9nc ${source} COMMAND_ERROR_IS_FATAL ANY
+                    OUTPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/${name}.gz)
+    list(APPEND documents ${CMAKE_CURRENT_BINARY_DIR}/${name}.gz)
+  endforeach()
+endif()
+
+# telvar_debian_package(<component> <package> <section>)
+function(telvar_debian_package component package section)
+  string(TOUPPER ${component} upper)
+  set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${package} PARENT_SCOPE)
+  set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section} PARENT_SCOPE)
+  install(FILES ${documents} DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${package} COMPONENT ${component})
+endfunction()
+
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME telvar-wrappers)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT "TelvarWrappers maintainers <maintainers@telvar.invalid>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Trainable machine-vision tools behind a small object interface")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL runtime development tools)
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/remove_search_paths.cmake)
+set(CPACK_COMPONENTS_ALL runtime development)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING IGNORE)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_DEBIAN_PACKAGE_RELEASE ${telvar_debian_release})
 
 set(runtime_name libtelvarwrappers${PROJECT_VERSION_MAJOR})
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_name})
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(same_version "${runtime_name} (= ${PROJECT_VERSION}-${telvar_debian_release})")
+
+telvar_debian_package(runtime ${runtime_name} libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/triggers)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Trainable machine-vision tools: shared libraries
- A character reader with field matching, an image classifier and a pixel
- segmenter, trained on the processor and used through one exported function.")
+A character reader with field matching, an image classifier and a pixel
+segmenter, trained on the processor and used through one exported function.")
 
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libtelvarwrappers-dev)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime_name} (= ${PROJECT_VERSION}-1)")
+telvar_debian_package(development libtelvarwrappers-dev libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ${same_version})
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Trainable machine-vision tools: development files
- Headers, CMake package and pkg-config file of the shared libraries.")
+Headers, CMake package and pkg-config file of the shared libraries.")
 
-set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME telvar-tools)
-set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
-set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${runtime_name} (= ${PROJECT_VERSION}-1)")
-set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Trainable machine-vision tools: the program telvar
- Checks data sets, trains, processes, evaluates and writes reports.")
+if(TARGET telvar_host)
+  list(APPEND CPACK_COMPONENTS_ALL tools)
+  telvar_debian_package(tools telvar-tools graphics)
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS ${same_version})
+  set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Trainable machine-vision tools: the program telvar
+Checks data sets, trains, processes, evaluates and writes reports.")
+endif()
 
 include(CPack)

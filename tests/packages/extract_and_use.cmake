@@ -1,0 +1,20 @@
+# Unpacks the packages into one folder, and builds and runs hosts against it.
+set(root ${WORK}/root)
+file(REMOVE_RECURSE ${root})
+file(GLOB packages ${WORK}/*.deb)
+foreach(package IN LISTS packages)
+  execute_process(COMMAND dpkg-deb -x ${package} ${root} COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
+
+# The system's linker would find the libraries once they are installed.
+set(PREFIX ${root}/usr)
+set(ENV{LD_LIBRARY_PATH} ${PREFIX}/${LIBDIR})
+set(consumers ${ROOT}/tests/consumer)
+foreach(consumer find_package pkg_config)
+  set(SOURCE ${consumers}/${consumer})
+  set(BUILD ${WORK}/${consumer})
+  include(${consumers}/build_and_run.cmake)
+endforeach()
+if(TOOLS)
+  execute_process(COMMAND ${PREFIX}/bin/telvar --version COMMAND_ERROR_IS_FATAL ANY)
+endif()
