@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "allocations.h"
+#include "descriptions.h"
 #include "tools.h"
 
 namespace faults {
@@ -16,135 +17,6 @@ namespace {
 
 const std::string kNoMemory = "std::bad_alloc";
 const std::string kBadFielding = "Invalid fielding pattern caused by empty lines or empty patterns";
-
-struct Ocr {
-  using Data = Types::SmartOCR::Data;
-  using Interface = Types::ISmartOCRWrapper;
-  static auto Create(Types::IWrapperFactory& factory, std::unique_ptr<Data> data) {
-    return factory.CreateSmartOCRWrapper(std::move(data));
-  }
-  static auto Process(Interface& tool) {
-    return tool.Process(HostImage(), std::make_shared<Types::ROI>(0.F, 0.F, 0.F, 0.F, 4, 2),
-                        {10.0F, 20.0F});
-  }
-  static auto Train(Interface& tool, bool with_samples, const Types::ImageLoader& loader) {
-    Types::SmartOCR::Dataset dataset;
-    dataset.width = 10;
-    dataset.height = 20;
-    if (with_samples) {
-      dataset.trainData.emplace_back();
-      dataset.trainData[0].imageId = kId;
-      dataset.trainData[0].assignments.emplace_back(1.0, 2.0, kOtherId);
-    }
-    return tool.Train(dataset, loader);
-  }
-};
-
-struct Classifier {
-  using Data = Types::SmartClassifier::Data;
-  using Interface = Types::ISmartClassifierWrapper;
-  static auto Create(Types::IWrapperFactory& factory, std::unique_ptr<Data> data) {
-    return factory.CreateSmartClassifierWrapper(std::move(data));
-  }
-  static auto Process(Interface& tool) { return tool.Process(HostImage()); }
-  static auto Train(Interface& tool, bool with_samples, const Types::ImageLoader& loader) {
-    Types::SmartClassifier::Dataset dataset;
-    if (with_samples) dataset.samples[kId] = {kId, kOtherId};
-    return tool.Train(dataset, loader);
-  }
-};
-
-struct Segmenter {
-  using Data = Types::SmartSegmenter::Data;
-  using Interface = Types::ISmartSegmenterWrapper;
-  static auto Create(Types::IWrapperFactory& factory, std::unique_ptr<Data> data) {
-    return factory.CreateSmartSegmenterWrapper(std::move(data));
-  }
-  static auto Process(Interface& tool) { return tool.Process(HostImage(), nullptr); }
-  static auto Train(Interface& tool, bool with_samples, const Types::ImageLoader& loader) {
-    Types::SmartSegmenter::Dataset dataset;
-    if (with_samples) {
-      dataset.categories = {kOtherId};
-      dataset.samples.emplace_back();
-      dataset.samples[0].imageId = kId;
-      dataset.samples[0].categoryMasks[kOtherId] = kId;
-    }
-    return tool.Train(dataset, loader, loader);
-  }
-};
-
-template <typename Interface>
-auto Batch(Interface& tool, bool with_samples, const Types::ImageLoader& loader) {
-  Types::CommonDataSet dataset;
-  if (with_samples) dataset.samples[kId] = Types::CommonSample(kOtherId);
-  return tool.BatchProcess(dataset, loader);
-}
-
-std::string OcrSample() {
-  telvar_msg::qv::ocr::SampleResult sample;
-  for (int i = 0; i < 6; ++i) {
-    auto& character = *sample.add_characters();
-    for (const std::string& category : {kId, kOtherId}) {
-      auto& score = *character.add_category_scores();
-      score.set_category_id(category);
-      score.set_score(0.5F);
-    }
-  }
-  for (int i = 0; i < 2; ++i) {
-    auto& line = *sample.add_lines();
-    line.set_text(kId);
-    for (int j = 0; j < 3; ++j) line.add_indexes(3 * i + j);
-  }
-  return sample.SerializeAsString();
-}
-
-/// What the engine answers.
-void SetScript() {
-  engine::reset();
-  engine::Script& script = engine::script();
-  script.recording = false;
-  script.new_artifact = kNewArtifact;
-  script.cache_update = kNewCache.substr(kCache.size());
-  script.ask_images = script.ask_masks = {kId, kOtherId};
-  script.sorted = {{0, 1, 2}, {3, 4}};
-
-  const std::string sample = OcrSample();
-  telvar_msg::qv::ocr::Result read;
-  read.mutable_sample()->ParseFromString(sample);
-  script.answers["ocr.process"] = read.SerializeAsString();
-  telvar_msg::qv::ocr::FieldingResult verdict;
-  verdict.set_matched(true);
-  verdict.set_pattern_name(kOtherId);
-  script.fielded = {sample, verdict.SerializeAsString()};
-
-  telvar_msg::qv::classification::Result classified;
-  telvar_msg::qv::classification::SampleResult& scores = *classified.mutable_sample();
-  scores.add_scores()->set_category_id(kId);
-  scores.add_scores()->set_category_id(kOtherId);
-  script.answers["classifier.process"] = classified.SerializeAsString();
-
-  for (const std::string& name : {kId, kOtherId}) {
-    const std::vector<unsigned char> pixels(8, 255);
-    const telvar::types::Image image(4, 2, 4, 1, 8, 0, pixels.data());
-    script.result_images[name] = image;
-    script.write.push_back({image, kId, name});
-  }
-
-  telvar_msg::qv::ocr::TrainingResult trained;
-  (*trained.mutable_labeled_sample_results())[kId].add_character_label_confidence(0.5F);
-  script.answers["ocr.train"] = trained.SerializeAsString();
-  telvar_msg::qv::classification::TrainingResult learnt;
-  (*learnt.mutable_samples())[kId] = scores;
-  script.answers["classifier.train"] = learnt.SerializeAsString();
-  telvar_msg::qv::classification::ProcessingResult batch;
-  (*batch.mutable_samples())[kId] = scores;
-  script.answers["classifier.batch"] = batch.SerializeAsString();
-}
-
-template <typename Tool>
-auto Make() {
-  return Tool::Create(*NewFactory(), std::make_unique<typename Tool::Data>(kArtifact, kCache));
-}
 
 struct Attempt {
   std::string answer;  // of the operation, or of its exception

@@ -1,7 +1,6 @@
 #pragma once
 
-// The three tools over the scripted engine, and one line of text for everything they answer, so
-// that two answers or states can be compared.
+// The three tools over the scripted engine, under one shape.
 
 #include <TelvarTypes/TelvarTypes.h>
 #include <TelvarWrappers/CreateWrapperFactory.h>
@@ -12,11 +11,6 @@
 #include <vector>
 
 #include "scripted_engine/script.h"
-#include "telvar_msg/classification.pb.h"
-#include "telvar_msg/ocr_fielding.pb.h"
-#include "telvar_msg/ocr_result.pb.h"
-#include "telvar_msg/ocr_training.pb.h"
-#include "telvar_msg/segmentation.pb.h"
 
 namespace faults {
 
@@ -35,82 +29,81 @@ inline std::shared_ptr<Types::Image> HostImage(const std::string& = "") {
   return Types::MakeImage({4, 2, 6, 1, 8, 0}, std::vector<unsigned char>(12, 128));
 }
 
-inline std::string Describe(const Types::SmartOCR::Sample& sample) {
-  std::string text;
-  if (sample.characters) {
-    for (const auto& character : *sample.characters) {
-      for (const auto& score : *character.categoryResults) text += score.categoryId + ",";
-    }
-  }
-  if (sample.lines) {
-    for (const auto& line : *sample.lines) text += line.text + std::to_string(line.indexes.size());
-  }
-  return text;
-}
-inline std::string Describe(const Types::SmartOCR::ProcessResult& result) {
-  return "read " + Describe(result.sample) + " fielded " + Describe(result.fieldingResult.sample) +
-         " by " + result.fieldingResult.patternName;
-}
-inline std::string Describe(const Types::SmartOCR::TrainResult& result) {
-  std::string text = "trained " + std::to_string(result.resultValue);
-  for (const auto& [id, scores] : *result.labeledSampleResults) {
-    text += id + std::to_string(scores->size());
-  }
-  return text;
-}
-inline std::string Describe(const std::vector<std::vector<std::uint64_t>>& lines) {
-  std::string text = "lines ";
-  for (const auto& line : lines) text += std::to_string(line.size()) + ",";
-  return text;
-}
-inline std::string Describe(const std::vector<Types::SmartClassifier::CategoryScore>& scores) {
-  std::string text = "scores ";
-  for (const auto& score : scores) text += score.categoryId + ",";
-  return text;
-}
-inline std::string Describe(const Types::SmartClassifier::Result& result) {
-  return Describe(result.scores);
-}
-inline std::string Describe(const Types::SmartSegmenter::ProcessResult& result) {
-  std::string text = "images ";
-  for (const auto& [name, image] : result.resultImages) {
-    text += name + std::to_string(image->pixels.size()) + ",";
-  }
-  return text;
-}
-template <typename Samples>
-std::string DescribeSamples(const Samples& samples) {
-  std::string text;
-  for (const auto& [key, result] : samples) text += key + ": " + Describe(result) + "; ";
-  return text;
-}
-inline std::string Describe(const Types::SmartClassifier::SamplesResult& result) {
-  return DescribeSamples(result.samples);
-}
-inline std::string Describe(const Types::SmartClassifier::TrainingResult& result) {
-  return std::to_string(result.overallScore) + DescribeSamples(result.samples);
-}
-inline std::string Describe(const Types::SmartSegmenter::ProcessResults& result) {
-  return DescribeSamples(result.results);
-}
-inline std::string Describe(const Types::SmartSegmenter::TrainingResult& result) {
-  return "score " + std::to_string(result.score);
-}
-template <typename Data>
-std::string Describe(const std::unique_ptr<Data>& data) {
-  return data->artifact + " / " + data->trainCache;
-}
-
-/// A tool, by its state.
-template <typename Tool>
-std::string Describe(const std::shared_ptr<Tool>& tool) {
-  return Describe(tool->GetData());
-}
+/// Makes the engine answer every call, and change artifact and train cache in every run.
+void SetScript();
 
 inline std::shared_ptr<Types::IWrapperFactory> NewFactory() {
   std::shared_ptr<Types::IWrapperFactory> factory;
   CreateWrapperFactory(factory);
   return factory;
+}
+
+struct Ocr {
+  using Data = Types::SmartOCR::Data;
+  using Interface = Types::ISmartOCRWrapper;
+  static auto Create(Types::IWrapperFactory& factory, std::unique_ptr<Data> data) {
+    return factory.CreateSmartOCRWrapper(std::move(data));
+  }
+  static auto Process(Interface& tool) {
+    return tool.Process(HostImage(), std::make_shared<Types::ROI>(0.F, 0.F, 0.F, 0.F, 4, 2),
+                        {10.0F, 20.0F});
+  }
+  static auto Train(Interface& tool, bool with_samples, const Types::ImageLoader& loader) {
+    Types::SmartOCR::Dataset dataset;
+    dataset.width = 10;
+    dataset.height = 20;
+    if (with_samples) {
+      dataset.trainData.emplace_back();
+      dataset.trainData[0].imageId = kId;
+      dataset.trainData[0].assignments.emplace_back(1.0, 2.0, kOtherId);
+    }
+    return tool.Train(dataset, loader);
+  }
+};
+
+struct Classifier {
+  using Data = Types::SmartClassifier::Data;
+  using Interface = Types::ISmartClassifierWrapper;
+  static auto Create(Types::IWrapperFactory& factory, std::unique_ptr<Data> data) {
+    return factory.CreateSmartClassifierWrapper(std::move(data));
+  }
+  static auto Process(Interface& tool) { return tool.Process(HostImage()); }
+  static auto Train(Interface& tool, bool with_samples, const Types::ImageLoader& loader) {
+    Types::SmartClassifier::Dataset dataset;
+    if (with_samples) dataset.samples[kId] = {kId, kOtherId};
+    return tool.Train(dataset, loader);
+  }
+};
+
+struct Segmenter {
+  using Data = Types::SmartSegmenter::Data;
+  using Interface = Types::ISmartSegmenterWrapper;
+  static auto Create(Types::IWrapperFactory& factory, std::unique_ptr<Data> data) {
+    return factory.CreateSmartSegmenterWrapper(std::move(data));
+  }
+  static auto Process(Interface& tool) { return tool.Process(HostImage(), nullptr); }
+  static auto Train(Interface& tool, bool with_samples, const Types::ImageLoader& loader) {
+    Types::SmartSegmenter::Dataset dataset;
+    if (with_samples) {
+      dataset.categories = {kOtherId};
+      dataset.samples.emplace_back();
+      dataset.samples[0].imageId = kId;
+      dataset.samples[0].categoryMasks[kOtherId] = kId;
+    }
+    return tool.Train(dataset, loader, loader);
+  }
+};
+
+template <typename Interface>
+auto Batch(Interface& tool, bool with_samples, const Types::ImageLoader& loader) {
+  Types::CommonDataSet dataset;
+  if (with_samples) dataset.samples[kId] = Types::CommonSample(kOtherId);
+  return tool.BatchProcess(dataset, loader);
+}
+
+template <typename Tool>
+auto Make() {
+  return Tool::Create(*NewFactory(), std::make_unique<typename Tool::Data>(kArtifact, kCache));
 }
 
 }  // namespace faults
