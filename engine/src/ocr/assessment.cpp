@@ -10,7 +10,9 @@ constexpr float kRatio = static_cast<float>(kPreparedCharacter) / kReadingCharac
 constexpr float kCertain = 0.6f;
 
 /// Reading pixels to prepared pixels.
-float prepared(float reading) { return (reading + 0.5f) * kRatio - 0.5f; }
+float prepared(float reading) {
+  return (reading + 0.5f) * kRatio - 0.5f;
+}
 
 /// Index of the nearest character within kFoundRadius, or -1.
 int nearest(const std::vector<FoundCharacter>& found, const PreparedLabel& label) {
@@ -55,7 +57,8 @@ Assessment assess(const ReadingNet& net, const Spacing& spacing, const PreparedS
     const int best = character.best();
     const float x = prepared(character.x), y = prepared(character.y);
     if (character.strength >= kCertain &&
-        character.scores[static_cast<std::size_t>(best)] >= kCertain && !is_labelled(sample, x, y)) {
+        character.scores[static_cast<std::size_t>(best)] >= kCertain &&
+        !is_labelled(sample, x, y)) {
       assessment.unlabelled.push_back({best, x, y});
     }
   }

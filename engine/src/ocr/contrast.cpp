@@ -7,8 +7,8 @@
 namespace telvar::ocr {
 namespace {
 
-constexpr int kBlock = 4;       // pixels a side over which statistics are first gathered
-constexpr int kBoxRadius = 3;   // of each of the two box means over blocks
+constexpr int kBlock = 4;      // pixels a side over which statistics are first gathered
+constexpr int kBoxRadius = 3;  // of each of the two box means over blocks
 constexpr float kFloor = 1.5f / 255;
 
 struct Blocks {

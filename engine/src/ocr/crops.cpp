@@ -1,10 +1,11 @@
 #include "ocr/crops.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 #include "ocr/contrast.h"
+#include "ocr/disturbance.h"
+#include "ocr/smooth_field.h"
 
 namespace telvar::ocr {
 namespace {
@@ -16,7 +17,7 @@ constexpr float kPi = 3.14159265f;
 
 /// Prepared pixels (x, y) = matrix * (raster pixels) + shift, and the way back.
 struct Mapping {
-  float a, b, c, d;      // to prepared pixels
+  float a, b, c, d;  // to prepared pixels
   float shift_x, shift_y;
   void to_prepared(float x, float y, float& px, float& py) const {
     px = a * x + b * y + shift_x;
@@ -59,31 +60,6 @@ Mapping draw_mapping(core::Random& random, float aspect, float x, float y) {
   return mapping;
 }
 
-/// A smooth random field over the raster, values of unit deviation at knots kSpacing apart.
-class SmoothField {
- public:
-  explicit SmoothField(core::Random& random) {
-    for (float& value : knots_) value = random.normal();
-  }
-  float at(float x, float y) const {
-    const int column = std::clamp(static_cast<int>(x / kSpacing), 0, kColumns - 2);
-    const int row = std::clamp(static_cast<int>(y / kSpacing), 0, kRows - 2);
-    const float u = eased(x / kSpacing - static_cast<float>(column));
-    const float v = eased(y / kSpacing - static_cast<float>(row));
-    const float* knot = knots_.data() + row * kColumns + column;
-    const float top = knot[0] + (knot[1] - knot[0]) * u;
-    const float bottom = knot[kColumns] + (knot[kColumns + 1] - knot[kColumns]) * u;
-    return top + (bottom - top) * v;
-  }
-
- private:
-  static constexpr int kSpacing = 36;
-  static constexpr int kColumns = kRasterWidth / kSpacing + 2;
-  static constexpr int kRows = kRasterHeight / kSpacing + 2;
-  static float eased(float t) { return t * t * (3 - 2 * t); }
-  std::array<float, kColumns * kRows> knots_;
-};
-
 float bilinear(const PreparedSample& sample, float x, float y) {
   x = std::clamp(x, 0.0f, static_cast<float>(sample.width - 1));
   y = std::clamp(y, 0.0f, static_cast<float>(sample.height - 1));
@@ -97,11 +73,27 @@ float bilinear(const PreparedSample& sample, float x, float y) {
   return (a + (b - a) * v) / 255;
 }
 
-/// Elastic displacement, in raster pixels.
-struct Elastic {
-  explicit Elastic(core::Random& random) : x(random), y(random), amount(random.uniform(0, 1.2f)) {}
-  SmoothField x, y;
-  float amount;
+/// Elastic displacement, in raster pixels: of whole characters, and of parts of them.
+class Elastic {
+ public:
+  explicit Elastic(core::Random& random)
+      : coarse_x_(kRasterWidth, kRasterHeight, 36, random),
+        coarse_y_(kRasterWidth, kRasterHeight, 36, random),
+        fine_x_(kRasterWidth, kRasterHeight, 7, random),
+        fine_y_(kRasterWidth, kRasterHeight, 7, random),
+        coarse_(random.uniform(0, 1.2f)),
+        fine_(random.chance(0.5f) ? random.uniform(0, 0.6f) : 0) {}
+
+  float x(float at_x, float at_y) const {
+    return coarse_ * coarse_x_.at(at_x, at_y) + (fine_ > 0 ? fine_ * fine_x_.at(at_x, at_y) : 0);
+  }
+  float y(float at_x, float at_y) const {
+    return coarse_ * coarse_y_.at(at_x, at_y) + (fine_ > 0 ? fine_ * fine_y_.at(at_x, at_y) : 0);
+  }
+
+ private:
+  SmoothField coarse_x_, coarse_y_, fine_x_, fine_y_;
+  float coarse_, fine_;
 };
 
 /// Every raster pixel is the mean of 2 x 2 positions, as prepared pixels are finer.
@@ -110,8 +102,8 @@ void render(const PreparedSample& sample, const Mapping& mapping, const Elastic&
   for (int y = 0; y < out.height; ++y) {
     for (int x = 0; x < out.width; ++x) {
       const float fx = static_cast<float>(x), fy = static_cast<float>(y);
-      const float ex = fx + elastic.amount * elastic.x.at(fx, fy);
-      const float ey = fy + elastic.amount * elastic.y.at(fx, fy);
+      const float ex = fx + elastic.x(fx, fy);
+      const float ey = fy + elastic.y(fx, fy);
       float sum = 0;
       for (const float dy : {-0.25f, 0.25f}) {
         for (const float dx : {-0.25f, 0.25f}) {
@@ -121,57 +113,6 @@ void render(const PreparedSample& sample, const Mapping& mapping, const Elastic&
         }
       }
       out.at(0, y, x) = sum / 4;
-    }
-  }
-}
-
-void blur_rows(const core::Raster& in, core::Raster& out, float side, float centre) {
-  for (int y = 0; y < in.height; ++y) {
-    for (int x = 0; x < in.width; ++x) {
-      out.at(0, y, x) = centre * in.at(0, y, x) + side * (in.at(0, y, std::max(x - 1, 0)) +
-                                                          in.at(0, y, std::min(x + 1, in.width - 1)));
-    }
-  }
-}
-
-void blur_columns(const core::Raster& in, core::Raster& out, float side, float centre) {
-  for (int y = 0; y < in.height; ++y) {
-    for (int x = 0; x < in.width; ++x) {
-      out.at(0, y, x) =
-          centre * in.at(0, y, x) +
-          side * (in.at(0, std::max(y - 1, 0), x) + in.at(0, std::min(y + 1, in.height - 1), x));
-    }
-  }
-}
-
-float deviation(const core::Raster& raster) {
-  double sum = 0, square = 0;
-  for (const float value : raster.values) {
-    sum += value;
-    square += double{value} * value;
-  }
-  const double count = static_cast<double>(raster.values.size());
-  return static_cast<float>(std::sqrt(std::max(0.0, square / count - sum * sum / count / count)));
-}
-
-/// Focus, uneven light and sensor noise.
-void disturb(core::Raster& raster, core::Random& random) {
-  if (random.chance(0.4f)) {
-    const float side = random.uniform(0.05f, 0.28f);
-    core::Raster other(raster.width, raster.height, 1);
-    blur_rows(raster, other, side, 1 - 2 * side);
-    blur_columns(other, raster, side, 1 - 2 * side);
-  }
-  const SmoothField light(random);
-  const float uneven = random.chance(0.5f) ? random.uniform(0, 0.25f) : 0;
-  const float noise = random.chance(0.5f) ? random.uniform(0, 0.3f) * deviation(raster) : 0;
-  for (int y = 0; y < raster.height; ++y) {
-    for (int x = 0; x < raster.width; ++x) {
-      float& value = raster.at(0, y, x);
-      if (uneven > 0) {
-        value *= 1 + uneven * light.at(static_cast<float>(x), static_cast<float>(y));
-      }
-      if (noise > 0) value += noise * random.normal();
     }
   }
 }
@@ -194,8 +135,8 @@ std::vector<PreparedLabel> carried(const std::vector<PreparedLabel>& labels, con
     float x, y;
     mapping.to_raster(label.x, label.y, x, y);
     if (x < 0 || y < 0 || x >= kRasterWidth || y >= kRasterHeight) continue;
-    label.x = x - elastic.amount * elastic.x.at(x, y) - kMargin;
-    label.y = y - elastic.amount * elastic.y.at(x, y) - kMargin;
+    label.x = x - elastic.x(x, y) - kMargin;
+    label.y = y - elastic.y(x, y) - kMargin;
     result.push_back(label);
   }
   return result;
@@ -226,8 +167,8 @@ CropSource::Place CropSource::choose(core::Random& random) const {
   const auto found = std::upper_bound(cumulated_.begin(), cumulated_.end() - 1, at);
   const Place& place = places_[static_cast<std::size_t>(found - cumulated_.begin())];
   if (!random.chance(0.15f)) return place;
-  const PreparedSample& sample = *samples_[static_cast<std::size_t>(
-      random.below(static_cast<int>(samples_.size())))];
+  const PreparedSample& sample =
+      *samples_[static_cast<std::size_t>(random.below(static_cast<int>(samples_.size())))];
   return {&sample, random.uniform(0, static_cast<float>(sample.width)),
           random.uniform(0, static_cast<float>(sample.height))};
 }

@@ -1,6 +1,7 @@
 #include "ocr/dataset.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <map>
 #include <set>
@@ -14,6 +15,11 @@ namespace telvar::ocr {
 namespace {
 
 namespace msg = telvar_msg::qv::ocr;
+
+std::string text_of(float value) {
+  char text[32];
+  return {text, std::to_chars(text, text + sizeof text, value).ptr};
+}
 
 std::string place_of(const std::string& key, std::size_t label) {
   return "sample '" + key + "', label " + std::to_string(label);
@@ -105,8 +111,8 @@ void add_labels(const DatasetSample& sample, const core::Region& region,
     const RegionLabel& label = sample.labels[i];
     if (label.x < -0.5f || label.y < -0.5f || label.x > static_cast<float>(region.width) - 0.5f ||
         label.y > static_cast<float>(region.height) - 0.5f) {
-      throw types::invalid_label(place_of(sample.key, i) + ": (" + std::to_string(label.x) + ", " +
-                                 std::to_string(label.y) + ") lies outside the region of " +
+      throw types::invalid_label(place_of(sample.key, i) + ": (" + text_of(label.x) + ", " +
+                                 text_of(label.y) + ") lies outside the region of " +
                                  std::to_string(region.width) + " x " +
                                  std::to_string(region.height) + " pixels");
     }

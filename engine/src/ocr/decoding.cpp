@@ -106,9 +106,8 @@ int FoundCharacter::best() const {
 
 std::vector<FoundCharacter> decode(const std::vector<CellVote>& votes, const Spacing& spacing) {
   std::vector<FoundCharacter> found = cluster(votes);
-  std::stable_sort(found.begin(), found.end(), [](const auto& a, const auto& b) {
-    return rank(a) > rank(b);
-  });
+  std::stable_sort(found.begin(), found.end(),
+                   [](const auto& a, const auto& b) { return rank(a) > rank(b); });
   Buckets buckets(2.0f * kReadingCharacter);  // no limit of a Spacing reaches further
   std::vector<FoundCharacter> kept;
   for (FoundCharacter& character : found) {

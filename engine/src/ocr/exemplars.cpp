@@ -67,8 +67,8 @@ std::vector<PreparedSample> choose_exemplars(const std::vector<const PreparedSam
     const Candidate* next = choice.next();
     if (next == nullptr) break;
     const PreparedSample* sample = next->sample;
-    const Window window = window_around(*sample, next->label.x, next->label.y, kExemplarWidth,
-                                        kExemplarHeight);
+    const Window window =
+        window_around(*sample, next->label.x, next->label.y, kExemplarWidth, kExemplarHeight);
     exemplars.push_back(cut_out(*sample, window));
     choice.show(sample, window);
   }

@@ -30,7 +30,8 @@ void learn(ReaderNet& net, const std::vector<const PreparedSample*>& samples,
   const CropSource source(samples);
   const auto loss = [&](ReaderNetImpl& replica, int, int, core::Random& random) {
     const Crop crop = source.draw(random);
-    return reader_loss(replica.forward(stacked({crop})), {make_targets(crop, plan.uncertain_weight)});
+    return reader_loss(replica.forward(stacked({crop})),
+                       {make_targets(crop, plan.uncertain_weight)});
   };
   const auto make_net = [&] { return ReaderNet(net->categories()).ptr(); };
   core::train<ReaderNetImpl>(net.ptr(), make_net, loss, core_plan(plan), pool);

@@ -52,10 +52,8 @@ class Model::Impl {
     const reader::GraySource source = reader::source_of(image, region, size_, kSubject);
     auto found = reader::decode(net_.votes(source, pool_), spacing_);
     for (reader::FoundCharacter& character : found) {
-      character.x = static_cast<float>(
-          (character.x + 0.5) * region.width / source.width - 0.5);
-      character.y = static_cast<float>(
-          (character.y + 0.5) * region.height / source.height - 0.5);
+      character.x = static_cast<float>((character.x + 0.5) * region.width / source.width - 0.5);
+      character.y = static_cast<float>((character.y + 0.5) * region.height / source.height - 0.5);
     }
     return reader::write_result(std::move(found), categories_, size_,
                                 std::chrono::steady_clock::now() - start);

@@ -7,10 +7,10 @@ namespace {
 
 namespace F = torch::nn::functional;
 
-constexpr double kFocus = 1.5;          // exponent of the focal weight
-constexpr double kBackground = 1.5;     // weight of background cells
-constexpr double kSmoothing = 0.05;     // of the category labels
-constexpr double kOffsetKnee = 0.1;     // characters: quadratic below, linear above
+constexpr double kFocus = 1.5;       // exponent of the focal weight
+constexpr double kBackground = 1.5;  // weight of background cells
+constexpr double kSmoothing = 0.05;  // of the category labels
+constexpr double kOffsetKnee = 0.1;  // characters: quadratic below, linear above
 constexpr double kObjectnessShare = 2.0;
 constexpr double kOffsetShare = 2.0;
 /// Crops without characters weigh as if they had about one.
@@ -65,9 +65,8 @@ torch::Tensor reader_loss(const torch::Tensor& answer, const std::vector<Targets
   const torch::Tensor cells = objectness > 0;
   const torch::Tensor categories = categories_of(targets);
   const double share = 1.0 / static_cast<double>(std::max(categories.size(0), kLeastCells));
-  torch::Tensor loss =
-      kObjectnessShare *
-      objectness_loss(answer.select(1, 0), objectness, gathered(targets, &Targets::weight));
+  torch::Tensor loss = kObjectnessShare * objectness_loss(answer.select(1, 0), objectness,
+                                                          gathered(targets, &Targets::weight));
   if (categories.size(0) > 0) {
     const torch::Tensor here = answer.permute({0, 2, 3, 1}).index({cells});
     const torch::Tensor offsets =
@@ -75,12 +74,12 @@ torch::Tensor reader_loss(const torch::Tensor& answer, const std::vector<Targets
                       gathered(targets, &Targets::offset_y).index({cells})},
                      1);
     loss = loss +
-           F::cross_entropy(here.slice(1, 3), categories,
-                            F::CrossEntropyFuncOptions().reduction(torch::kSum).label_smoothing(
-                                kSmoothing)) +
-           kOffsetShare *
-               F::smooth_l1_loss(here.slice(1, 1, 3), offsets,
-                                 F::SmoothL1LossFuncOptions().reduction(torch::kSum), kOffsetKnee);
+           F::cross_entropy(
+               here.slice(1, 3), categories,
+               F::CrossEntropyFuncOptions().reduction(torch::kSum).label_smoothing(kSmoothing)) +
+           kOffsetShare * F::smooth_l1_loss(here.slice(1, 1, 3), offsets,
+                                            F::SmoothL1LossFuncOptions().reduction(torch::kSum),
+                                            kOffsetKnee);
   }
   return loss * share;
 }

@@ -21,8 +21,8 @@ torch::Tensor residual(core::ConvolutionBlock& block, const torch::Tensor& input
 
 ReaderNetImpl::ReaderNetImpl(int categories)
     : categories_(categories),
-      stem_(register_module("stem", core::ConvolutionBlock(core::ConvolutionShape{
-                                        1, kFineChannels, 5, 2, 1, true}))),
+      stem_(register_module(
+          "stem", core::ConvolutionBlock(core::ConvolutionShape{1, kFineChannels, 5, 2, 1, true}))),
       fine_(register_module("fine", core::ConvolutionBlock(core::ConvolutionShape{
                                         kFineChannels, kFineChannels, 3, 1, 1, false}))),
       down_(register_module("down", core::ConvolutionBlock(core::ConvolutionShape{

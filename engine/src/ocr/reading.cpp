@@ -49,7 +49,9 @@ std::vector<Piece> pieces_of(const GraySource& source) {
   return pieces;
 }
 
-int round_up(int value) { return (value + kCellStride - 1) / kCellStride * kCellStride; }
+int round_up(int value) {
+  return (value + kCellStride - 1) / kCellStride * kCellStride;
+}
 
 /// The contrast-normalised pixels of a window as a network input, edge pixels repeated up to whole
 /// cells.
@@ -75,8 +77,8 @@ CellVote vote_of(const torch::TensorAccessor<float, 3>& answer, int row, int col
                  float objectness, int left, int top) {
   CellVote vote;
   vote.objectness = objectness;
-  vote.x = static_cast<float>(left) + cell_centre(column) +
-           answer[1][row][column] * kReadingCharacter;
+  vote.x =
+      static_cast<float>(left) + cell_centre(column) + answer[1][row][column] * kReadingCharacter;
   vote.y = static_cast<float>(top) + cell_centre(row) + answer[2][row][column] * kReadingCharacter;
   const int categories = static_cast<int>(answer.size(0)) - 3;
   float highest = answer[3][row][column];
@@ -121,12 +123,10 @@ core::Region window_of(const core::Region& region, double scale_x, double scale_
   core::Region window;
   window.width = width;
   window.height = height;
-  window.transform = {static_cast<float>(t.a / scale_x),
-                      static_cast<float>(t.b / scale_y),
-                      static_cast<float>(t.a * x + t.b * y + t.c),
-                      static_cast<float>(t.d / scale_x),
-                      static_cast<float>(t.e / scale_y),
-                      static_cast<float>(t.d * x + t.e * y + t.f)};
+  window.transform = {
+      static_cast<float>(t.a / scale_x),           static_cast<float>(t.b / scale_y),
+      static_cast<float>(t.a * x + t.b * y + t.c), static_cast<float>(t.d / scale_x),
+      static_cast<float>(t.e / scale_y),           static_cast<float>(t.d * x + t.e * y + t.f)};
   return window;
 }
 
@@ -157,7 +157,10 @@ GraySource source_of(const PreparedSample& sample) {
   const int height = std::max(1, static_cast<int>(std::lround(sample.height / kRatio)));
   const types::ImageLayout layout{static_cast<unsigned>(sample.width),
                                   static_cast<unsigned>(sample.height),
-                                  static_cast<unsigned>(sample.width), 1, 8, 0};
+                                  static_cast<unsigned>(sample.width),
+                                  1,
+                                  8,
+                                  0};
   types::ImageView view(layout[0], layout[1], layout[2], layout[3], layout[4], layout[5],
                         sample.pixels.data());
   const core::Region whole = core::whole_image(view);

@@ -29,8 +29,7 @@ Spacing Spacing::renumbered(const std::vector<int>& position, int categories) co
 void Spacing::learn(const std::vector<PreparedLabel>& labels) {
   std::vector<const PreparedLabel*> by_x;
   for (const PreparedLabel& label : labels) by_x.push_back(&label);
-  std::sort(by_x.begin(), by_x.end(),
-            [](const auto* a, const auto* b) { return a->x < b->x; });
+  std::sort(by_x.begin(), by_x.end(), [](const auto* a, const auto* b) { return a->x < b->x; });
   for (std::size_t i = 0; i < by_x.size(); ++i) {
     for (std::size_t k = i + 1; k < by_x.size(); ++k) {
       const PreparedLabel &a = *by_x[i], &b = *by_x[k];

@@ -33,8 +33,8 @@ class Spacing {
  private:
   static constexpr float kUnseen = 2.0f;  // neighbours further apart say nothing
 
-  std::vector<float> smallest_;                       // per category, to any neighbour
-  std::map<std::pair<int, int>, float> pairs_;        // first <= second
+  std::vector<float> smallest_;                 // per category, to any neighbour
+  std::map<std::pair<int, int>, float> pairs_;  // first <= second
 };
 
 }  // namespace telvar::ocr

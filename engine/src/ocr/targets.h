@@ -36,10 +36,10 @@ constexpr float kUncertainWeight = 0.2f;
 
 /// Row by row, kCellRows x kCellColumns.
 struct Targets {
-  std::vector<float> objectness;        // 1 character, 0 background
-  std::vector<float> weight;            // 0 where the objectness teaches nothing
-  std::vector<std::int64_t> category;   // -1 where there is none
-  std::vector<float> offset_x;          // from the cell's centre to the character's, characters
+  std::vector<float> objectness;       // 1 character, 0 background
+  std::vector<float> weight;           // 0 where the objectness teaches nothing
+  std::vector<std::int64_t> category;  // -1 where there is none
+  std::vector<float> offset_x;         // from the cell's centre to the character's, characters
   std::vector<float> offset_y;
 };
 

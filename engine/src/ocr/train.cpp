@@ -80,8 +80,8 @@ std::tuple<std::string, std::string> run(Request request, const types::ImageLoad
   const auto start = std::chrono::steady_clock::now();
   for (const reader::DatasetSample& sample : request.dataset.samples) {
     if (sample.labels.empty()) continue;
-    request.prepared.push_back(reader::load_sample(sample, request.dataset.size,
-                                                   request.categories, loader, cache));
+    request.prepared.push_back(
+        reader::load_sample(sample, request.dataset.size, request.categories, loader, cache));
   }
   core::WorkerPool pool;
   const reader::TrainingOutcome outcome = reader::train_reader(
