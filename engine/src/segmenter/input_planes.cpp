@@ -7,6 +7,9 @@
 namespace telvar::segmenter {
 namespace {
 
+/// Of local contrast, in units of the luma's variance: noise on even ground stays small.
+constexpr float kLeastEnergy = 0.0025F;
+
 /// Half of a normalised Gaussian, centre first, cut at 2.5 sigma.
 std::vector<float> half_kernel(float sigma) {
   std::vector<float> half(static_cast<std::size_t>(std::ceil(2.5F * sigma)) + 1);
@@ -73,6 +76,24 @@ void fill_luma(const InputSpec& spec, const float* pixels, std::size_t area, flo
   }
 }
 
+/// `detail` over its own root mean square around each pixel.
+void fill_local_contrast(const std::vector<float>& detail, int width, int height, float* out) {
+  std::vector<float> energy(detail.size());
+  for (std::size_t i = 0; i < detail.size(); ++i) energy[i] = detail[i] * detail[i];
+  energy = blur(energy.data(), width, height, 12.0F);
+  for (std::size_t i = 0; i < detail.size(); ++i) {
+    out[i] = detail[i] / std::sqrt(energy[i] + kLeastEnergy);
+  }
+}
+
+void fill_hues(const InputSpec& spec, const float* pixels, std::size_t area, float* out) {
+  const float scale = 1.0F / spec.deviation;
+  for (std::size_t i = 0; i < area; ++i) {
+    out[i] = (pixels[2 * area + i] - pixels[area + i]) * scale;
+    out[area + i] = (pixels[i] - pixels[area + i]) * scale;
+  }
+}
+
 }  // namespace
 
 void fill_input_planes(const InputSpec& spec, const float* pixels, int width, int height,
@@ -80,17 +101,14 @@ void fill_input_planes(const InputSpec& spec, const float* pixels, int width, in
   const std::size_t area = std::size_t(width) * height;
   fill_luma(spec, pixels, area, out);
   const std::vector<float> fine = blur(out, width, height, 1.0F);
-  const std::vector<float> coarse = blur(out, width, height, 4.0F);
+  std::vector<float> detail = blur(out, width, height, 4.0F);
   for (std::size_t i = 0; i < area; ++i) {
     out[area + i] = 2.0F * (out[i] - fine[i]);
-    out[2 * area + i] = fine[i] - coarse[i];
+    out[2 * area + i] = fine[i] - detail[i];
+    detail[i] = out[i] - detail[i];
   }
-  if (!spec.colour) return;
-  const float scale = 1.0F / spec.deviation;
-  for (std::size_t i = 0; i < area; ++i) {
-    out[3 * area + i] = (pixels[2 * area + i] - pixels[area + i]) * scale;
-    out[4 * area + i] = (pixels[i] - pixels[area + i]) * scale;
-  }
+  fill_local_contrast(detail, width, height, out + 3 * area);
+  if (spec.colour) fill_hues(spec, pixels, area, out + 4 * area);
 }
 
 }  // namespace telvar::segmenter

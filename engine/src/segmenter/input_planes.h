@@ -1,6 +1,6 @@
 #pragma once
 
-// What the network sees of an image: brightness at three scales, and hues where training had any.
+// What the network sees of an image: brightness at several scales, and hues where training had any.
 
 #include "core/raster.h"
 
@@ -17,13 +17,15 @@ struct InputSpec {
 
   core::Colour source() const { return colour ? core::Colour::kRgb : core::Colour::kGray; }
   int source_channels() const { return core::channel_count(source()); }
-  /// Planes that the network takes: 3, or 5 with colour.
-  int planes() const { return colour ? 5 : 3; }
+  /// Planes that the network takes: 4, or 6 with colour.
+  int planes() const { return colour ? 6 : 4; }
 };
 
 /// Fills `out` (spec.planes() x height x width) from `pixels` (source_channels() x height x width,
 /// 0..1). Planes: standardised luma; luma less its blur of 1 px, doubled; that blur less a blur of
-/// 4 px; with colour also blue - green and red - green over the luma's deviation.
+/// 4 px; luma less the latter in units of its local deviation (12 px), so that faint marks on
+/// smooth ground count like strong ones on rough ground; with colour also blue - green and red -
+/// green over the luma's deviation.
 void fill_input_planes(const InputSpec& spec, const float* pixels, int width, int height,
                        float* out);
 

@@ -1,8 +1,8 @@
 #pragma once
 
-// The segmenter's network: convolutions from half to a sixteenth of the resolution, and back with
-// shortcuts (in the manner of U-Net, Ronneberger et al. 2015); a sub-pixel head (Shi et al. 2016)
-// gives one logit per pixel and category.
+// The segmenter's network: strided convolutions down to a sixteenth of the resolution and back up,
+// joined with what was seen on the way down (U-Net, Ronneberger et al. 2015); one logit per pixel
+// and category.
 
 #include <torch/torch.h>
 
@@ -25,14 +25,13 @@ class SegmentationNet : public torch::nn::Module {
 
   int planes() const { return planes_; }
   int categories() const { return categories_; }
+  /// What inputs must be: single precision, or bfloat16 after a conversion.
+  torch::ScalarType number_type() const { return head_->weight.scalar_type(); }
 
  private:
   int planes_, categories_;
-  core::ConvolutionBlock stem_{nullptr}, refine2_{nullptr};
-  core::ResidualBlock down4_{nullptr}, refine4_{nullptr}, down8_{nullptr}, refine8_{nullptr},
-      down16_{nullptr}, refine16_{nullptr};
-  core::ConvolutionBlock narrow8_{nullptr}, merge8_{nullptr}, narrow4_{nullptr}, merge4_{nullptr},
-      narrow2_{nullptr}, merge2_{nullptr};
+  core::ConvolutionBlock stem_{nullptr};
+  std::vector<core::ConvolutionBlock> down_, refine_, merge_;  // from fine to coarse
   torch::nn::Conv2d head_{nullptr};
 };
 

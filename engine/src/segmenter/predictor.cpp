@@ -47,7 +47,29 @@ core::Region piece_of(const core::Region& region, const TileSpan& x, const TileS
   return piece;
 }
 
+/// A second, empty image beside one so small that the tensor library would otherwise leave its fast
+/// convolutions for an installed BLAS, whose settings would then decide the last bits.
+std::int64_t batch_for(int width, int height) {
+  constexpr std::int64_t kSmallArea = 256 * 256;
+  return std::int64_t{width} * height < kSmallArea ? 2 : 1;
+}
+
+bool computes_bfloat16() {
+#if defined(__x86_64__) && defined(__GNUC__)
+  return __builtin_cpu_supports("avx512bf16") != 0;
+#else
+  return false;
+#endif
+}
+
 }  // namespace
+
+void prepare_for_prediction(SegmentationNet& net) {
+  const torch::NoGradGuard no_grad;
+  net.eval();
+  core::fold_batch_norms(net);
+  if (computes_bfloat16()) net.to(torch::kBFloat16);
+}
 
 Probabilities predict_piece(SegmentationNet& net, const InputSpec& spec, const float* pixels,
                             int width, int height) {
@@ -55,10 +77,14 @@ Probabilities predict_piece(SegmentationNet& net, const InputSpec& spec, const f
   const int full_width = rounded_up(width), full_height = rounded_up(height);
   const auto source =
       padded(pixels, spec.source_channels(), width, height, full_width, full_height);
-  torch::Tensor input = torch::empty({1, spec.planes(), full_height, full_width});
+  torch::Tensor input =
+      torch::zeros({batch_for(full_width, full_height), spec.planes(), full_height, full_width});
   fill_input_planes(spec, source.data(), full_width, full_height, input.data_ptr<float>());
-  const torch::Tensor output =
-      torch::sigmoid(net.forward(input)).slice(2, 0, height).slice(3, 0, width).contiguous();
+  const torch::Tensor logits = net.forward(input.to(net.number_type()));
+  const torch::Tensor output = torch::sigmoid(logits[0].to(torch::kFloat))
+                                   .slice(1, 0, height)
+                                   .slice(2, 0, width)
+                                   .contiguous();
   const float* values = output.data_ptr<float>();
   return Probabilities(values, values + output.numel());
 }

@@ -34,7 +34,7 @@ class Segmenter {
     const core::LibraryThreadScope scope;
     state_ = impl::read_model(artifact);
     state_.exemplars.clear();
-    core::fold_batch_norms(*state_.net);
+    impl::prepare_for_prediction(*state_.net);
   }
 
   std::map<std::string, types::Image> segment(const types::ImageView& image,

@@ -8,6 +8,7 @@
 #include "segmenter/evaluation.h"
 #include "segmenter/exemplars.h"
 #include "segmenter/held_out.h"
+#include "segmenter/limits.h"
 
 namespace telvar::segmenter {
 namespace {
@@ -17,21 +18,27 @@ constexpr std::uint64_t kSeed = 0x7365'676d;
 /// A batch is four crops: many small steps beat few large ones at equal cost.
 constexpr int kChunks = 2;
 constexpr int kCropsPerChunk = 2;
-constexpr int kRoundSteps = 120;
 
 /// How long to train: rounds without the samples held out, judged after each, then the finish on
 /// all samples, as a share of the steps made.
 struct Effort {
   int max_rounds;
+  int round_steps;
   double finish_share;
   double peak_rate;
 };
-constexpr Effort kFromNothing{8, 0.5, 3e-3};
-constexpr Effort kContinued{1, 0.5, 1.5e-3};
+constexpr Effort kFromNothing{5, 120, 0.5, 3e-3};
+constexpr Effort kContinued{1, 120, 0.5, 1.5e-3};
+
+/// When an artifact does well already on samples that bring nothing new.
+constexpr Effort kTouchedUp{1, 40, 0.5, 1e-3};
 
 /// Rounds end early when this is reached and a round adds less than kLeastGain.
 constexpr double kGoodScore = 0.9;
 constexpr double kLeastGain = 0.005;
+
+/// Enough to judge by; more would cost as much as a round.
+constexpr std::size_t kJudgedPixels = 2'000'000;
 
 using Tiles = std::vector<const TrainingTile*>;
 
@@ -124,6 +131,18 @@ class Trainer {
     for (const TrainingTile& tile : sample.tiles) tiles.push_back(&tile);
   }
 
+  /// Tiles of the samples held out, one of each in turn, until kJudgedPixels are reached.
+  void add_judging(const std::vector<bool>& held, Tiles& judging) const {
+    std::size_t pixels = 0;
+    for (std::size_t turn = 0; turn < kMaxTilesPerSample; ++turn) {
+      for (std::size_t i = 0; i < samples_.size(); ++i) {
+        if (!held[i] || turn >= samples_[i].tiles.size() || pixels >= kJudgedPixels) continue;
+        judging.push_back(&samples_[i].tiles[turn]);
+        pixels += judging.back()->area();
+      }
+    }
+  }
+
   void start(const ModelState* base) {
     spec_ = measure_input(all_);
     if (base == nullptr) {
@@ -133,6 +152,7 @@ class Trainer {
     const bool colour = spec_.colour || base->input.colour;
     spec_ = base->input;  // what the weights are used to
     spec_.colour = colour;
+    only_known_categories_ = base->categories == categories_;
     const std::vector<int> places = places_of(base->categories, categories_);
     net_ = grow_net(*base->net, spec_.planes(), count(), places, kSeed);
     for (const TrainingTile& tile : base->exemplars) {
@@ -145,17 +165,22 @@ class Trainer {
     Tiles taught, judging;
     const std::vector<bool> held = choose_held_out(samples_, count());
     for (std::size_t i = 0; i < samples_.size(); ++i) {
-      add_tiles(samples_[i], held[i] ? judging : taught);
+      if (!held[i]) add_tiles(samples_[i], taught);
     }
+    add_judging(held, judging);
     // A single sample has to teach and to judge.
     if (judging.empty()) judging = taught;
     double score = 0;
+    if (only_known_categories_) {
+      score = mean_iou(measure_overlap(*net_, spec_, judging, pool_));
+      if (score >= kGoodScore) effort_ = kTouchedUp;
+    }
     for (int round = 0; round < effort_.max_rounds; ++round) {
-      core::TrainingPlan plan = base_plan(kRoundSteps, kSeed + 1 + round);
+      core::TrainingPlan plan = base_plan(effort_.round_steps, kSeed + 1 + round);
       plan.warm_up = round == 0 ? 0.3 : 0.05;
       plan.final_rate = 1.0;
       run_plan(plan, taught);
-      steps += kRoundSteps;
+      steps += effort_.round_steps;
       const double before = score;
       score = mean_iou(measure_overlap(*net_, spec_, judging, pool_));
       if (score >= kGoodScore && score - before < kLeastGain) break;
@@ -201,6 +226,7 @@ class Trainer {
   Effort effort_;
   core::WorkerPool& pool_;
   Tiles all_;
+  bool only_known_categories_ = false;
   std::vector<TrainingTile> rehearsed_;  // exemplars of the base, renumbered
   InputSpec spec_;
   std::shared_ptr<SegmentationNet> net_;
