@@ -113,8 +113,12 @@ std::vector<Thumbnail> ThumbnailLoader::load(const std::vector<DatasetEntry>& en
     core::check_image(view, "sample '" + entry.key + "', image '" + entry.image_id + "'");
     core::CacheKey key{entry.image_id, core::digest_of(view) + static_cast<unsigned>(max_side_)};
     if (const auto cached = cache_.find(key)) {
-      thumbnails[i - first] = decode(*cached);
-      continue;
+      try {
+        thumbnails[i - first] = decode(*cached);
+        continue;
+      } catch (const core::malformed_bytes&) {
+        // An entry that is of no use costs time, nothing else: reduce the image anew.
+      }
     }
     bytes += image.pixels.size();
     pending.push_back({i - first, std::move(image), std::move(key)});

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <map>
+#include <optional>
 #include <set>
 
 #include "core/train_cache_store.h"
@@ -87,14 +88,28 @@ std::uint64_t key_digest(const types::ImageView& image, const core::Region& regi
   return core::checksum(writer.bytes());
 }
 
+/// The sample in a cache entry, if it is one of this extent: an entry that is of no use costs time,
+/// nothing else.
+std::optional<PreparedSample> cached_sample(const std::string& blob, const PreparedExtent& extent) {
+  try {
+    core::ByteReader reader(blob);
+    PreparedSample sample = read_sample(reader, 1);
+    reader.finish("prepared sample");
+    const bool fits = sample.width == extent.width && sample.height == extent.height;
+    if (fits && sample.labels.empty()) return sample;
+  } catch (const core::malformed_bytes&) {
+  }
+  return std::nullopt;
+}
+
 /// The pixels, from the cache where they are known.
 PreparedSample prepared(const types::ImageView& view, const core::Region& region,
                         const NominalSize& size, const std::string& image_id,
                         const std::string& subject, core::CacheSession& cache) {
   const core::CacheKey key{image_id, key_digest(view, region, size)};
   if (const auto blob = cache.find(key)) {
-    core::ByteReader reader(*blob);
-    return read_sample(reader, 1);
+    auto sample = cached_sample(*blob, prepared_extent(region, size, subject));
+    if (sample) return std::move(*sample);
   }
   PreparedSample sample = prepare(view, region, size, subject);
   core::ByteWriter writer;
