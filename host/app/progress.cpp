@@ -43,6 +43,7 @@ void Progress::start(const std::string& what, std::size_t total) {
   active_ = true;
   begin_ = std::chrono::steady_clock::now();
   if (moving_) {
+    write(kClearLine + line());  // even the shortest stage shows
     drawer_ = std::thread([this] { keep_drawing(); });
   } else {
     write(what_ + (total_ > 0 ? ": " + std::to_string(total_) + " pictures" : "") + "\n");

@@ -6,12 +6,14 @@
 //   categories reader      finds the marks it was trained on again, wherever the pixel there is
 //   dark
 //
-// Training with a category "slow" sleeps for a minute after loading. An image of one pixel is
-// refused.
+// The process follows the environment's locale once the library is loaded, as under many a
+// graphical host. Training with a category "slow" sleeps for a minute after loading. An image of
+// one pixel is refused.
 
 #include <TelvarWrappers/CreateWrapperFactory.h>
 
 #include <chrono>
+#include <clocale>
 #include <cmath>
 #include <map>
 #include <sstream>
@@ -86,9 +88,9 @@ class Classifier : public Types::ISmartClassifierWrapper {
     const double mean = mean_of(*image);
     double sum = 0;
     std::istringstream lines(artifact_);
-    std::string centre, category;
-    while (std::getline(lines, centre, '\t') && std::getline(lines, category)) {
-      const double score = std::exp(-std::abs(mean - std::stod(centre)) / 20);
+    double centre = 0;
+    for (std::string category; lines >> centre && std::getline(lines.ignore(), category);) {
+      const double score = std::exp(-std::abs(mean - centre) / 20);
       result.scores.emplace_back(category, score);
       sum += score;
     }
@@ -285,5 +287,6 @@ class Factory : public Types::IWrapperFactory {
 }  // namespace
 
 void CreateWrapperFactory(std::shared_ptr<Types::IWrapperFactory>& factory) {
+  std::setlocale(LC_ALL, "");
   factory = std::make_shared<Factory>();
 }

@@ -1,5 +1,6 @@
 """What is wrong is refused with the documented exit code, by a line that names it, and nothing is written."""
 import json
+import subprocess
 import unittest
 
 from support import HostTest, PROGRAM, flat, png
@@ -154,7 +155,6 @@ class BadInput(HostTest):
         for named, library in [("no such file", self.scratch / "fehlt.so"), ("libOther.so", other)]:
             done = self.run_host("sort", "--points", "-", "--height", 3, "--library", library, "--json", stdin=b"")
             # The last --library of two is a usage error, so ask with one alone.
-            import subprocess
             alone = subprocess.run([PROGRAM, "sort", "--points", "-", "--height", "3", "--library", str(library),
                                     "--json"], capture_output=True, input=b"")
             self.assertEqual(alone.returncode, NO_LIBRARY)
