@@ -8,6 +8,7 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "telvar_msg/classification.pb.h"
 
@@ -27,18 +28,34 @@ long resident_kilobytes() {
   return -1;
 }
 
-/// Serialises a data set through the library's own messages, up to an engine that may refuse it.
-void use(Types::IWrapperFactory& factory) {
-  auto classifier =
-      factory.CreateSmartClassifierWrapper(std::make_unique<Types::SmartClassifier::Data>("", ""));
-  Types::SmartClassifier::Dataset dataset;
-  dataset.samples["key"].imageId = "image";
-  dataset.samples["key"].categoryId = "category";
+/// What the engine refuses is of no interest here: the library's messages are used up to it.
+template <typename Call>
+void attempt(Call call) {
   try {
-    classifier->Train(dataset, [](const std::string&) { return std::make_shared<Types::Image>(); });
+    call();
   } catch (const Orbalt::TelvarWrapper::TelvarException&) {
   }
+}
+
+/// Trains and processes: data sets, parameters and answers pass through the library's own messages.
+void use(Types::IWrapperFactory& factory) {
+  const auto image = Types::MakeImage({64, 48, 64, 1, 8, 0}, std::vector<unsigned char>(64 * 48));
+  const auto load = [&](const std::string&) { return image; };
+
+  const auto classifier =
+      factory.CreateSmartClassifierWrapper(std::make_unique<Types::SmartClassifier::Data>("", ""));
+  Types::SmartClassifier::Dataset dataset;
+  dataset.samples["key"] = {"image", "category"};
+  attempt([&] { classifier->Train(dataset, load); });
+  attempt([&] { classifier->Process(image); });
   classifier->GetData();
+
+  const auto reader =
+      factory.CreateSmartOCRWrapper(std::make_unique<Types::SmartOCR::Data>("", ""));
+  attempt([&] { reader->Train({}, load); });
+  attempt([&] {
+    reader->Process(image, nullptr, {12, 16}, Types::SmartOCR::BasicFielding("0123456789", 0));
+  });
 }
 
 bool load_use_unload() {
@@ -47,8 +64,8 @@ bool load_use_unload() {
     std::printf("%s\n", dlerror());
     return false;
   }
-  const auto create =
-      reinterpret_cast<void (*)(std::shared_ptr<Types::IWrapperFactory>&)>(dlsym(library, "CreateWrapperFactory"));
+  const auto create = reinterpret_cast<void (*)(std::shared_ptr<Types::IWrapperFactory>&)>(
+      dlsym(library, "CreateWrapperFactory"));
   std::shared_ptr<Types::IWrapperFactory> factory;
   create(factory);
   use(*factory);
