@@ -6,8 +6,9 @@
 namespace telvar::classifier {
 namespace {
 
-constexpr float kMaxShift = 0.07f;   // of the side
-constexpr float kMaxTurn = 0.12f;    // radians
+constexpr float kMaxShift = 0.07f;  // of the side
+constexpr float kMaxTurn = 0.12f;   // radians
+constexpr float kHalfTurn = 3.14159265f;
 constexpr float kMaxScale = 0.1f;    // logarithm
 constexpr float kMaxGain = 0.15f;    // logarithm
 constexpr float kMaxOffset = 0.08f;  // of white
@@ -17,11 +18,13 @@ struct Pose {
 };
 
 /// Maps canvas positions to sample positions, about the centre.
-Pose random_pose(const Canvas& canvas, core::Random& random) {
-  const float turn = random.uniform(-kMaxTurn, kMaxTurn);
+Pose random_pose(const Canvas& canvas, const Symmetry& symmetry, core::Random& random) {
+  const float limit = symmetry.turned ? kHalfTurn : kMaxTurn;
+  const float turn = random.uniform(-limit, limit);
   const float size = random.uniform(-kMaxScale, kMaxScale);
   const float aspect = random.uniform(-kMaxScale, kMaxScale) / 2;
-  const float sx = std::exp(size + aspect), sy = std::exp(size - aspect);
+  const bool mirror = symmetry.mirrored && random.chance(0.5f);
+  const float sx = (mirror ? -1.0f : 1.0f) * std::exp(size + aspect), sy = std::exp(size - aspect);
   Pose pose{sx * std::cos(turn), -sy * std::sin(turn), 0,
             sx * std::sin(turn), sy * std::cos(turn),  0};
   const float cx = 0.5f * static_cast<float>(canvas.width - 1);
@@ -80,8 +83,9 @@ void normalise(const Sample& sample, const Canvas& canvas, float* out) {
   }
 }
 
-void augment(const Sample& sample, const Canvas& canvas, core::Random& random, float* out) {
-  const Pose pose = random_pose(canvas, random);
+void augment(const Sample& sample, const Canvas& canvas, const Symmetry& symmetry,
+             core::Random& random, float* out) {
+  const Pose pose = random_pose(canvas, symmetry, random);
   const float gain = std::exp(random.uniform(-kMaxGain, kMaxGain));
   const float offset = random.uniform(-kMaxOffset, kMaxOffset);
   Levels levels[3];

@@ -1,9 +1,10 @@
 #pragma once
 
-// Slightly different views of a sample: shifts, turns, sizes, light. Never mirrored: letters and
-// digits change their meaning.
+// Slightly different views of a sample: shifts, turns, sizes, light; mirrored and turned any way
+// only where that was found to change no category.
 
 #include "classifier/canvas.h"
+#include "classifier/symmetry.h"
 #include "core/random.h"
 
 namespace telvar::classifier {
@@ -12,6 +13,7 @@ namespace telvar::classifier {
 void normalise(const Sample& sample, const Canvas& canvas, float* out);
 
 /// `normalise` of a randomly changed sample.
-void augment(const Sample& sample, const Canvas& canvas, core::Random& random, float* out);
+void augment(const Sample& sample, const Canvas& canvas, const Symmetry& symmetry,
+             core::Random& random, float* out);
 
 }  // namespace telvar::classifier

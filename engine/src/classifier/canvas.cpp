@@ -13,6 +13,7 @@ namespace {
 constexpr double kSmallestLongSide = 28;
 constexpr double kMaxAspect = 4;
 constexpr double kStretchTolerance = 0.15;
+constexpr double kNearlySquare = 0.12;  // logarithm of the aspect ratio
 constexpr float kSmallestDeviation = 0.02f;
 
 double median(std::vector<double> values) {
@@ -53,7 +54,8 @@ Canvas choose_canvas(const std::vector<Thumbnail>& thumbnails) {
   if (all_deep && peak > 0) canvas.white = peak;
   const double side =
       std::clamp(median(longest), kSmallestLongSide, static_cast<double>(canvas.thumbnail_side));
-  const double aspect = std::clamp(std::exp(median(aspects)), 1 / kMaxAspect, kMaxAspect);
+  double aspect = std::clamp(std::exp(median(aspects)), 1 / kMaxAspect, kMaxAspect);
+  if (std::abs(std::log(aspect)) < kNearlySquare) aspect = 1;
   canvas.width = std::max(kMinCanvasSide, multiple_of_four(side * std::min(1.0, aspect)));
   canvas.height = std::max(kMinCanvasSide, multiple_of_four(side * std::min(1.0, 1 / aspect)));
   return canvas;

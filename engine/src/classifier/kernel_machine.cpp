@@ -5,7 +5,6 @@
 #include <limits>
 
 #include "classifier/limits.h"
-#include "core/random.h"
 
 namespace telvar::classifier {
 namespace {
@@ -16,7 +15,6 @@ constexpr float kMixes[][kFeatureGroups] = {
     {.25f, .25f, .20f, .15f, .15f}, {.15f, .15f, .10f, .30f, .30f}, {0, 0, 0, .5f, .5f}};
 constexpr float kWidths[] = {0.4f, 0.8f, 1.6f};  // of the mean squared distance, inverted
 constexpr float kRidges[] = {0.01f, 0.1f, 0.5f};
-constexpr int kSelectionSamples = 500;
 
 using Weights = std::vector<float>;
 
@@ -86,6 +84,7 @@ Matrix targets_of(const std::vector<int>& labels, int categories, std::vector<fl
 
 struct Solution {
   Matrix coefficients, held_out;
+  Matrix inverse;  // row i: column i of the inverted Cholesky factor
 };
 
 /// Solves (kernel + ridge I) a = targets. False when the kernel is too close to singular.
@@ -94,7 +93,8 @@ bool solve(Matrix kernel, float ridge, const Matrix& targets, core::WorkerPool& 
   const int n = kernel.rows(), categories = targets.columns();
   for (int i = 0; i < n; ++i) kernel.at(i, i) += ridge;
   if (!factorise(kernel, pool)) return false;
-  const Matrix inverse = inverse_transposed(kernel, pool);  // row i: column i of L^-1
+  solution.inverse = inverse_transposed(kernel, pool);
+  const Matrix& inverse = solution.inverse;
   Matrix whitened(categories, n);
   for (int c = 0; c < categories; ++c) {
     for (int i = 0; i < n; ++i) {
@@ -113,6 +113,14 @@ bool solve(Matrix kernel, float ridge, const Matrix& targets, core::WorkerPool& 
   return true;
 }
 
+/// `solve`; identical samples can make the kernel singular, and a larger ridge always helps.
+Solution solve_surely(const Matrix& kernel, float ridge, const Matrix& targets,
+                      core::WorkerPool& pool) {
+  Solution solution;
+  while (!solve(kernel, ridge, targets, pool, solution)) ridge = 4 * ridge + 1e-3f;
+  return solution;
+}
+
 /// Squared leave-one-out error, and the share of samples that it gets wrong.
 double held_out_error(const Matrix& held_out, const Matrix& targets,
                       const std::vector<int>& labels) {
@@ -126,13 +134,6 @@ double held_out_error(const Matrix& held_out, const Matrix& targets,
     }
   }
   return (squared + wrong) / targets.rows();
-}
-
-template <class T>
-std::vector<T> picked(const std::vector<T>& items, const std::vector<int>& indices) {
-  std::vector<T> out;
-  for (const int index : indices) out.push_back(items[index]);
-  return out;
 }
 
 /// The mean squared distance within each group; 0 for a group that does not vary.
@@ -156,38 +157,27 @@ std::vector<Matrix> group_distances(const std::vector<Features>& samples, Weight
   return all;
 }
 
-struct Choice {
-  Weights weights = Weights(kFeatureGroups);
-  float ridge = kRidges[1];
-};
+}  // namespace
 
-/// The mix of groups, width and ridge with the lowest leave-one-out error on a share of the
-/// samples.
-Choice choose(const std::vector<Features>& all_samples, const std::vector<int>& all_labels,
-              int categories, core::WorkerPool& pool) {
-  std::vector<int> indices(all_samples.size());
-  for (std::size_t i = 0; i < indices.size(); ++i) indices[i] = static_cast<int>(i);
-  core::Random random({0x6B65726Eu});
-  random.shuffle(indices);
-  indices.resize(std::min<std::size_t>(indices.size(), kSelectionSamples));
-  const std::vector<int> labels = picked(all_labels, indices);
+KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vector<int>& labels,
+                           int categories, core::WorkerPool& pool) {
   Weights scales, offsets;
-  const std::vector<Matrix> groups = group_distances(picked(all_samples, indices), scales, pool);
+  const std::vector<Matrix> groups = group_distances(samples, scales, pool);
   const Matrix targets = targets_of(labels, categories, offsets);
-  Choice best;
+  KernelChoice best{Weights(kFeatureGroups), kRidges[1]};
   double best_error = std::numeric_limits<double>::max();
   for (const auto& mix : kMixes) {
     float total = 0;
     for (int g = 0; g < kFeatureGroups; ++g) total += scales[g] > 0 ? mix[g] : 0;
     if (!(total > 0)) continue;
     for (const float width : kWidths) {
-      Choice choice;
+      KernelChoice choice{Weights(kFeatureGroups), 0};
       Matrix kernel(targets.rows(), targets.rows());
       for (int g = 0; g < kFeatureGroups; ++g) {
-        choice.weights[g] = width * mix[g] / total * scales[g];
-        for (int i = 0; i < kernel.rows() && choice.weights[g] > 0; ++i) {
+        choice.group_weights[g] = width * mix[g] / total * scales[g];
+        for (int i = 0; i < kernel.rows() && choice.group_weights[g] > 0; ++i) {
           for (int j = 0; j < kernel.rows(); ++j) {
-            kernel.at(i, j) += choice.weights[g] * groups[g].at(i, j);
+            kernel.at(i, j) += choice.group_weights[g] * groups[g].at(i, j);
           }
         }
       }
@@ -204,24 +194,81 @@ Choice choose(const std::vector<Features>& all_samples, const std::vector<int>& 
   return best;
 }
 
-}  // namespace
+std::vector<double> accuracies_of_copies(const KernelChoice& choice,
+                                         const std::vector<Features>& samples,
+                                         const std::vector<int>& labels, int categories,
+                                         const std::vector<std::vector<Features>>& copies,
+                                         core::WorkerPool& pool) {
+  const Matrix features = weighted(samples, choice.group_weights);
+  const std::vector<float> squares = squares_of(features);
+  Matrix kernel = distances(features, squares, features, squares, pool);
+  to_kernel(kernel, pool);
+  Weights offsets;
+  const Matrix targets = targets_of(labels, categories, offsets);
+  const Solution solution = solve_surely(kernel, choice.ridge, targets, pool);
+  const Matrix inverse = product_transposed(solution.inverse, solution.inverse, pool);
+  std::vector<double> accuracies;
+  for (const auto& list : copies) {
+    const Matrix changed = weighted(list, choice.group_weights);
+    Matrix similarity = distances(changed, squares_of(changed), features, squares, pool);
+    to_kernel(similarity, pool);
+    double right = 0;
+    for (int i = 0; i < similarity.rows(); ++i) {
+      // Without sample i, coefficient j is a_j - G_ij a_i / G_ii, G the inverse.
+      float overlap = 0;
+      for (int j = 0; j < similarity.rows(); ++j) overlap += similarity.at(i, j) * inverse.at(i, j);
+      std::vector<float> scores = offsets;
+      for (int c = 0; c < categories; ++c) {
+        for (int j = 0; j < similarity.rows(); ++j) {
+          scores[c] += similarity.at(i, j) * solution.coefficients.at(j, c);
+        }
+        scores[c] -= overlap * solution.coefficients.at(i, c) / inverse.at(i, i);
+      }
+      right += std::max_element(scores.begin(), scores.end()) - scores.begin() == labels[i];
+    }
+    accuracies.push_back(right / similarity.rows());
+  }
+  return accuracies;
+}
 
-KernelMachine KernelMachine::learn(const std::vector<Features>& samples,
+void KernelMachine::place_landmarks(const std::vector<std::vector<Features>>& views) {
+  for (const auto& view : views) {
+    landmarks_.push_back(weighted(view, choice_.group_weights));
+    squares_.push_back(squares_of(landmarks_.back()));
+  }
+}
+
+Matrix KernelMachine::kernel_to(const Matrix& features, core::WorkerPool& pool) const {
+  const std::vector<float> squares = squares_of(features);
+  Matrix mean(features.rows(), landmarks_[0].rows());
+  for (std::size_t v = 0; v < landmarks_.size(); ++v) {
+    Matrix kernel = distances(features, squares, landmarks_[v], squares_[v], pool);
+    to_kernel(kernel, pool);
+    for (int i = 0; i < mean.rows(); ++i) {
+      for (int j = 0; j < mean.columns(); ++j) {
+        mean.at(i, j) += kernel.at(i, j) / static_cast<float>(landmarks_.size());
+      }
+    }
+  }
+  return mean;
+}
+
+KernelMachine KernelMachine::learn(const KernelChoice& choice,
+                                   const std::vector<std::vector<Features>>& views,
                                    const std::vector<int>& labels, int categories,
                                    core::WorkerPool& pool, Matrix& held_out) {
   KernelMachine machine;
-  const Choice choice = choose(samples, labels, categories, pool);
-  machine.group_weights_ = choice.weights;
-  machine.landmarks_ = weighted(samples, choice.weights);
-  machine.squares_ = squares_of(machine.landmarks_);
-  Matrix kernel =
-      distances(machine.landmarks_, machine.squares_, machine.landmarks_, machine.squares_, pool);
-  to_kernel(kernel, pool);
+  machine.choice_ = choice;
+  machine.place_landmarks(views);
+  Matrix kernel = machine.kernel_to(machine.landmarks_[0], pool);
+  for (int i = 0; i < kernel.rows(); ++i) {
+    // Views on a grid are not exactly each other's images.
+    for (int j = 0; j < i; ++j) {
+      kernel.at(i, j) = kernel.at(j, i) = 0.5f * (kernel.at(i, j) + kernel.at(j, i));
+    }
+  }
   const Matrix targets = targets_of(labels, categories, machine.offsets_);
-  Solution solution;
-  // Identical samples make the kernel singular; a larger ridge always helps.
-  machine.ridge_ = choice.ridge;
-  while (!solve(kernel, machine.ridge_, targets, pool, solution)) machine.ridge_ *= 4;
+  Solution solution = solve_surely(kernel, choice.ridge, targets, pool);
   machine.coefficients_ = std::move(solution.coefficients);
   held_out = std::move(solution.held_out);
   for (int i = 0; i < held_out.rows(); ++i) {
@@ -231,9 +278,7 @@ KernelMachine KernelMachine::learn(const std::vector<Features>& samples,
 }
 
 Matrix KernelMachine::scores(const std::vector<Features>& samples, core::WorkerPool& pool) const {
-  const Matrix features = weighted(samples, group_weights_);
-  Matrix kernel = distances(features, squares_of(features), landmarks_, squares_, pool);
-  to_kernel(kernel, pool);
+  const Matrix kernel = kernel_to(weighted(samples, choice_.group_weights), pool);
   Matrix scores(kernel.rows(), coefficients_.columns());
   for (int i = 0; i < scores.rows(); ++i) {
     std::copy(offsets_.begin(), offsets_.end(), scores.row(i));
@@ -247,32 +292,31 @@ Matrix KernelMachine::scores(const std::vector<Features>& samples, core::WorkerP
 }
 
 void KernelMachine::write(core::ByteWriter& writer) const {
-  writer.floats(group_weights_.data(), kFeatureGroups);
-  writer.f32(ridge_);
+  writer.floats(choice_.group_weights.data(), kFeatureGroups);
+  writer.f32(choice_.ridge);
   writer.floats(offsets_.data(), offsets_.size());
   for (int i = 0; i < coefficients_.rows(); ++i) {
     writer.floats(coefficients_.row(i), coefficients_.columns());
   }
 }
 
-KernelMachine KernelMachine::read(core::ByteReader& reader, const std::vector<Features>& landmarks,
-                                  int categories) {
+KernelMachine KernelMachine::read(core::ByteReader& reader,
+                                  const std::vector<std::vector<Features>>& views, int categories) {
   KernelMachine machine;
-  machine.group_weights_ = reader.floats("kernel weights", kFeatureGroups);
+  machine.choice_.group_weights = reader.floats("kernel weights", kFeatureGroups);
   bool any = false;
-  for (const float weight : machine.group_weights_) {
+  for (const float weight : machine.choice_.group_weights) {
     if (weight < 0) throw core::malformed_bytes("kernel weights: a weight is negative");
     any = any || weight > 0;
   }
-  if (!any || landmarks.empty()) throw core::malformed_bytes("kernel machine: nothing to weigh");
-  machine.ridge_ = reader.f32("ridge");
+  if (!any || views[0].empty()) throw core::malformed_bytes("kernel machine: nothing to weigh");
+  machine.choice_.ridge = reader.f32("ridge");
   machine.offsets_ = reader.floats("kernel offsets", categories);
-  machine.coefficients_ = Matrix(static_cast<int>(landmarks.size()), categories);
+  machine.coefficients_ = Matrix(static_cast<int>(views[0].size()), categories);
   for (int i = 0; i < machine.coefficients_.rows(); ++i) {
     reader.floats("kernel coefficients", machine.coefficients_.row(i), categories);
   }
-  machine.landmarks_ = weighted(landmarks, machine.group_weights_);
-  machine.squares_ = squares_of(machine.landmarks_);
+  machine.place_landmarks(views);
   return machine;
 }
 

@@ -14,12 +14,34 @@
 
 namespace telvar::classifier {
 
+/// How the feature groups are weighed, and how smooth the answer is.
+struct KernelChoice {
+  std::vector<float> group_weights;  // per group, of squared distances; width included
+  float ridge = 0;
+};
+
+/// The choice with the lowest leave-one-out error. A few hundred samples are enough.
+KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vector<int>& labels,
+                           int categories, core::WorkerPool& pool);
+
+/// For each list of changed copies of the samples: the share that a machine gets right which knows
+/// all samples but the copy's own.
+std::vector<double> accuracies_of_copies(const KernelChoice& choice,
+                                         const std::vector<Features>& samples,
+                                         const std::vector<int>& labels, int categories,
+                                         const std::vector<std::vector<Features>>& copies,
+                                         core::WorkerPool& pool);
+
 class KernelMachine {
  public:
-  /// Learns from samples with a category index each (below `categories`). `held_out` takes the
-  /// leave-one-out scores, samples x categories.
-  static KernelMachine learn(const std::vector<Features>& samples, const std::vector<int>& labels,
-                             int categories, core::WorkerPool& pool, Matrix& held_out);
+  /// Learns from samples with a category index each (below `categories`). `views` holds the
+  /// features of all samples for every view that means the same, the samples themselves first; the
+  /// kernel is the mean over the views. `held_out` takes the leave-one-out scores, samples x
+  /// categories.
+  static KernelMachine learn(const KernelChoice& choice,
+                             const std::vector<std::vector<Features>>& views,
+                             const std::vector<int>& labels, int categories, core::WorkerPool& pool,
+                             Matrix& held_out);
 
   /// Scores, samples x categories.
   Matrix scores(const std::vector<Features>& samples, core::WorkerPool& pool) const;
@@ -29,16 +51,18 @@ class KernelMachine {
   /// The landmarks themselves are not written: they are the kept samples' features.
   void write(core::ByteWriter& writer) const;
   /// Throws core::malformed_bytes.
-  static KernelMachine read(core::ByteReader& reader, const std::vector<Features>& landmarks,
-                            int categories);
+  static KernelMachine read(core::ByteReader& reader,
+                            const std::vector<std::vector<Features>>& views, int categories);
 
  private:
-  std::vector<float> group_weights_;  // per group; width and scale included
-  float ridge_ = 0;
-  Matrix landmarks_;            // samples x weighted features
-  std::vector<float> squares_;  // of the landmarks' lengths
-  Matrix coefficients_;         // samples x categories
-  std::vector<float> offsets_;  // per category
+  void place_landmarks(const std::vector<std::vector<Features>>& views);
+  Matrix kernel_to(const Matrix& features, core::WorkerPool& pool) const;
+
+  KernelChoice choice_;
+  std::vector<Matrix> landmarks_;            // per view: samples x weighted features
+  std::vector<std::vector<float>> squares_;  // of the landmarks' lengths
+  Matrix coefficients_;                      // samples x categories
+  std::vector<float> offsets_;               // per category
 };
 
 }  // namespace telvar::classifier

@@ -57,7 +57,7 @@ class Model::Impl {
  public:
   Impl(const std::string& artifact, unsigned threads)
       : pool_(threads), state_(engine::read_classifier(artifact, pool_)) {
-    for (const auto& net : state_.nets) core::fold_batch_norms(*net);
+    engine::prepare_for_answers(state_);
   }
 
   std::string process(const types::ImageView& image, const types::AffineTransform& transform,

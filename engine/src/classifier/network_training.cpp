@@ -18,7 +18,7 @@ constexpr double kGoingOnRate = 0.4;   // of the rate from nothing
 /// How many samples a training from nothing draws, of so many. Measured: more buys little.
 double draws_for(double members) {
   if (members <= kLargeSet) return 6400 * std::sqrt(members / 100);
-  return 150000 * std::pow(members / kLargeSet, 0.55);
+  return 150000 * std::pow(members / kLargeSet, 0.43);
 }
 
 core::TrainingPlan plan_for(const NetworkTask& task, int chunk_size) {
@@ -35,14 +35,28 @@ core::TrainingPlan plan_for(const NetworkTask& task, int chunk_size) {
   return plan;
 }
 
+/// The most samples of one category that a round takes when a training goes on: old categories are
+/// there with the few samples that were kept, and must not drown among the new.
+std::size_t category_limit(const NetworkTask& task) {
+  if (!task.goes_on) return task.members.size();
+  std::vector<std::size_t> counts(task.categories);
+  for (const int i : task.members) ++counts[(*task.labels)[i]];
+  std::nth_element(counts.begin(), counts.begin() + counts.size() / 2, counts.end());
+  return std::max<std::size_t>(1, 2 * counts[counts.size() / 2]);
+}
+
 /// The samples in the order they are drawn: one shuffled round after the other.
 std::vector<int> drawing_order(const NetworkTask& task, std::size_t count) {
+  const std::size_t limit = category_limit(task);
   std::vector<int> order;
   core::Random random({task.seed, 0x6F72646572u});
   while (order.size() < count) {
     std::vector<int> round = task.members;
     random.shuffle(round);
-    order.insert(order.end(), round.begin(), round.end());
+    std::vector<std::size_t> taken(task.categories);
+    for (const int i : round) {
+      if (taken[(*task.labels)[i]]++ < limit) order.push_back(i);
+    }
   }
   return order;
 }
@@ -67,7 +81,7 @@ void train_network(const std::shared_ptr<NetworkImpl>& net, const NetworkTask& t
     const std::size_t first = (static_cast<std::size_t>(step) * kChunks + chunk) * chunk_size;
     for (int i = 0; i < chunk_size; ++i) {
       const int index = order[first + i];
-      augment((*task.samples)[index], task.canvas, random,
+      augment((*task.samples)[index], task.canvas, task.symmetry, random,
               input.data_ptr<float>() + task.canvas.sample_size() * i);
       labels.data_ptr<std::int64_t>()[i] = (*task.labels)[index];
     }

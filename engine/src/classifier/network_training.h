@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "classifier/network.h"
+#include "classifier/symmetry.h"
 
 namespace telvar::classifier {
 
@@ -15,6 +16,7 @@ struct NetworkTask {
   const std::vector<int>* labels;
   std::vector<int> members;  // indices of the samples to learn from
   Canvas canvas;
+  Symmetry symmetry;
   int categories;
   int effort;    // 10: normal
   bool goes_on;  // from a trained network: fewer and smaller steps

@@ -33,8 +33,8 @@ std::string process_checked(const std::string& artifact, const std::string& data
                             const types::ImageLoader& loader, TrainCache& cache) {
   const core::LibraryThreadScope scope;
   core::WorkerPool pool;
-  const engine::ClassifierState state = engine::read_classifier(artifact, pool);
-  for (const auto& net : state.nets) core::fold_batch_norms(*net);
+  engine::ClassifierState state = engine::read_classifier(artifact, pool);
+  engine::prepare_for_answers(state);
   const std::vector<engine::DatasetEntry> entries = engine::parse_batch(dataset);
   core::CacheSession session(cache.impl().store);
   engine::ThumbnailLoader thumbnails(loader, session, pool, state.canvas.thumbnail_side);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "classifier/limits.h"
+#include "classifier/network.h"
 #include "core/artifact.h"
 #include "core/library_threads.h"
 #include "core/weights.h"
@@ -65,12 +66,18 @@ ClassifierState read_payload(core::ByteReader& reader, core::WorkerPool& pool) {
   state.stacking.network = reader.f32("network weight");
   state.stacking.kernel = reader.f32("kernel weight");
   read_kept(reader, state);
+  const std::uint32_t symmetry = reader.count("symmetry", 0, 3);
+  state.symmetry = {(symmetry & 1) != 0, (symmetry & 2) != 0};
+  if (state.symmetry.turned && state.canvas.width != state.canvas.height) {
+    throw core::malformed_bytes("symmetry: turned, but the canvas is not square");
+  }
   const std::uint32_t landmarks =
       reader.count("landmarks", 0, static_cast<std::uint32_t>(state.kept.size()));
   state.has_kernel = landmarks > 0;
   if (state.has_kernel) {
     state.kernel = KernelMachine::read(
-        reader, describe_all(landmarks_of(state, landmarks), state.canvas, pool), categories);
+        reader, describe_views(landmarks_of(state, landmarks), state.canvas, state.symmetry, pool),
+        categories);
   }
   return state;
 }
@@ -87,6 +94,7 @@ std::string write_classifier(const ClassifierState& state) {
   writer.f32(state.stacking.network);
   writer.f32(state.stacking.kernel);
   write_kept(writer, state);
+  writer.u32((state.symmetry.mirrored ? 1 : 0) + (state.symmetry.turned ? 2 : 0));
   writer.u32(static_cast<std::uint32_t>(state.has_kernel ? state.kernel.samples() : 0));
   if (state.has_kernel) state.kernel.write(writer);
   return core::write_artifact(core::Tool::kClassifier, kVersion, writer.bytes());
@@ -100,17 +108,31 @@ ClassifierState read_classifier(const std::string& artifact, core::WorkerPool& p
       [&pool](core::ByteReader& reader) { return read_payload(reader, pool); });
 }
 
+void prepare_for_answers(ClassifierState& state) {
+  for (const auto& net : state.nets) core::fold_batch_norms(*net);
+}
+
 std::vector<Features> describe_all(const std::vector<const Sample*>& samples, const Canvas& canvas,
-                                   core::WorkerPool& pool) {
+                                   core::WorkerPool& pool, int view) {
   constexpr int kBlock = 32;
   const int count = static_cast<int>(samples.size());
   std::vector<Features> features(samples.size());
   pool.run((count + kBlock - 1) / kBlock, [&](int block) {
     for (int i = block * kBlock; i < std::min(count, (block + 1) * kBlock); ++i) {
-      features[i] = describe(*samples[i], canvas);
+      features[i] = describe(view_of(*samples[i], canvas, view), canvas);
     }
   });
   return features;
+}
+
+std::vector<std::vector<Features>> describe_views(const std::vector<const Sample*>& samples,
+                                                  const Canvas& canvas, const Symmetry& symmetry,
+                                                  core::WorkerPool& pool) {
+  std::vector<std::vector<Features>> views;
+  for (const int view : views_of(symmetry)) {
+    views.push_back(describe_all(samples, canvas, pool, view));
+  }
+  return views;
 }
 
 Matrix mean_logits(const ClassifierState& state, const std::vector<const Sample*>& samples,

@@ -8,27 +8,22 @@
 
 #include "classifier/canvas.h"
 #include "classifier/kernel_machine.h"
-#include "classifier/network.h"
+#include "classifier/memory.h"
 #include "classifier/stacking.h"
+#include "classifier/symmetry.h"
+#include "core/worker_pool.h"
 
 namespace telvar::classifier {
 
-/// A training sample that the artifact keeps: landmark of the kernel machine, and memory of its
-/// category for later trainings.
-struct KeptSample {
-  int category;  // index
-  int fold;      // held out by the network of this number, if there is one
-  Sample pixels;
-};
+class NetworkImpl;  // classifier/network.h
 
-struct ClassifierState {
-  std::vector<std::string> categories;  // ascending
+struct ClassifierState : Memory {
   Canvas canvas;
+  Symmetry symmetry;
   std::vector<std::shared_ptr<NetworkImpl>> nets;
   bool has_kernel = false;
   KernelMachine kernel;  // its landmarks are the first kernel.samples() kept samples
   Stacking stacking;
-  std::vector<KeptSample> kept;
 };
 
 std::string write_classifier(const ClassifierState& state);
@@ -37,9 +32,17 @@ std::string write_classifier(const ClassifierState& state);
 /// training_artifact_unsupported_version.
 ClassifierState read_classifier(const std::string& artifact, core::WorkerPool& pool);
 
-/// The features of many samples.
+/// Makes the networks faster; the state can then answer, but neither be trained on nor written.
+void prepare_for_answers(ClassifierState& state);
+
+/// The features of many samples, each seen in this view.
 std::vector<Features> describe_all(const std::vector<const Sample*>& samples, const Canvas& canvas,
-                                   core::WorkerPool& pool);
+                                   core::WorkerPool& pool, int view = 0);
+
+/// `describe_all` for each of the views that are alike.
+std::vector<std::vector<Features>> describe_views(const std::vector<const Sample*>& samples,
+                                                  const Canvas& canvas, const Symmetry& symmetry,
+                                                  core::WorkerPool& pool);
 
 /// The mean of the networks' logits.
 Matrix mean_logits(const ClassifierState& state, const std::vector<const Sample*>& samples,

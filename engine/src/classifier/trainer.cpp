@@ -3,12 +3,19 @@
 #include <algorithm>
 
 #include "classifier/limits.h"
+#include "classifier/network.h"
 #include "classifier/network_training.h"
 
 namespace telvar::classifier {
 namespace {
 
 constexpr std::uint64_t kSeed = 0x636C617373u;
+constexpr int kProbeSamples = 500;
+constexpr int kMaxViews = 4000;  // of landmarks, in all
+// A symmetry is believed when its copies are right this often, compared with the samples.
+constexpr double kAsWell = 0.93;
+constexpr std::size_t kFewestToJudge = 40;
+constexpr double kClearlyBetter = 0.1;  // than chance, before anything is believed
 
 std::shared_ptr<NetworkImpl> first_weights(const TrainingSet& set, const Canvas& canvas,
                                            const ClassifierState* before, int number) {
@@ -28,6 +35,7 @@ void train_networks(const TrainingSet& set, const ClassifierState* before, int n
     task.samples = &set.samples;
     task.labels = &set.labels;
     task.canvas = state.canvas;
+    task.symmetry = state.symmetry;
     task.categories = static_cast<int>(set.categories.size());
     task.effort = effort;
     task.goes_on = before != nullptr;
@@ -67,18 +75,56 @@ Matrix held_out_logits(const TrainingSet& set, const ClassifierState& state,
   return out;
 }
 
+/// A balanced choice of samples, large enough to choose a kernel and to find symmetries by.
+struct Probe {
+  std::vector<const Sample*> samples;
+  std::vector<int> labels;
+};
+
+Probe probe_of(const TrainingSet& set) {
+  Probe probe;
+  const std::size_t count = std::min<std::size_t>(kProbeSamples, set.kept.size());
+  for (std::size_t k = 0; k < count; ++k) {
+    probe.samples.push_back(&set.samples[set.kept[k]]);
+    probe.labels.push_back(set.labels[set.kept[k]]);
+  }
+  return probe;
+}
+
+/// Mirrored or turned copies that are recognised as well as the samples themselves belong to the
+/// same categories.
+Symmetry find_symmetry(const Probe& probe, const Canvas& canvas, const KernelChoice& choice,
+                       int categories, core::WorkerPool& pool) {
+  const bool square = canvas.width == canvas.height;
+  std::vector<std::vector<Features>> copies;
+  for (const int view : {0, 4, 2, 1, 3}) {
+    if (view % 2 == 0 || square) copies.push_back(describe_all(probe.samples, canvas, pool, view));
+  }
+  const std::vector<double> right =
+      accuracies_of_copies(choice, copies[0], probe.labels, categories, copies, pool);
+  Symmetry symmetry;
+  if (probe.samples.size() < kFewestToJudge || right[0] < 1.0 / categories + kClearlyBetter) {
+    return symmetry;
+  }
+  symmetry.mirrored = right[1] >= kAsWell * right[0];
+  symmetry.turned = square && right[2] + right[3] + right[4] >= 3 * kAsWell * right[0];
+  return symmetry;
+}
+
 /// Trains the kernel machine on the kept samples; returns held-out scores of `held_out`: by leaving
 /// one out where the sample is a landmark, plainly where it is not.
 Matrix train_kernel(const TrainingSet& set, const std::vector<int>& held_out,
-                    core::WorkerPool& pool, ClassifierState& state) {
+                    const KernelChoice& choice, core::WorkerPool& pool, ClassifierState& state) {
   const int categories = static_cast<int>(set.categories.size());
   std::vector<int> landmarks = set.kept, labels;
-  landmarks.resize(std::min<std::size_t>(landmarks.size(), kMaxKept));
+  const std::size_t views = views_of(state.symmetry).size();
+  landmarks.resize(std::min(landmarks.size(), std::min<std::size_t>(kMaxKept, kMaxViews / views)));
   for (const int i : landmarks) labels.push_back(set.labels[i]);
   Matrix left_out;
   state.has_kernel = true;
-  state.kernel = KernelMachine::learn(describe_all(pointers(set, landmarks), state.canvas, pool),
-                                      labels, categories, pool, left_out);
+  state.kernel = KernelMachine::learn(
+      choice, describe_views(pointers(set, landmarks), state.canvas, state.symmetry, pool), labels,
+      categories, pool, left_out);
   std::vector<int> landmark(set.samples.size(), -1), others;
   for (std::size_t k = 0; k < landmarks.size(); ++k) landmark[landmarks[k]] = static_cast<int>(k);
   for (const int i : held_out) {
@@ -109,6 +155,11 @@ TrainedClassifier train_classifier(const TrainingSet& set, const Canvas& canvas,
   for (const int i : set.kept) {
     state.kept.push_back({set.labels[i], set.folds[i], set.samples[i]});
   }
+  const int categories = static_cast<int>(set.categories.size());
+  const Probe probe = probe_of(set);
+  const KernelChoice choice =
+      choose_kernel(describe_all(probe.samples, canvas, pool), probe.labels, categories, pool);
+  state.symmetry = find_symmetry(probe, canvas, choice, categories, pool);
   train_networks(set, before, nets, effort, pool, state);
   std::vector<int> held_out, labels;
   for (std::size_t i = 0; i < set.samples.size(); ++i) {
@@ -118,7 +169,7 @@ TrainedClassifier train_classifier(const TrainingSet& set, const Canvas& canvas,
   }
   const Matrix logits = held_out_logits(set, state, held_out, pool);
   Matrix kernel;
-  if (nets > 1) kernel = train_kernel(set, held_out, pool, state);
+  if (nets > 1) kernel = train_kernel(set, held_out, choice, pool, state);
   if (!labels.empty()) state.stacking = fit_stacking(logits, kernel, labels);
   trained.held_out_accuracy = accuracy(stacked_scores(state.stacking, logits, kernel), labels);
   return trained;

@@ -27,7 +27,7 @@ int index_of(const std::vector<std::string>& categories, const std::string& id) 
 }
 
 std::vector<std::string> joined_categories(const std::vector<DatasetEntry>& entries,
-                                           const ClassifierState* before) {
+                                           const Memory* before) {
   std::set<std::string> ids;
   for (const DatasetEntry& entry : entries) ids.insert(entry.category_id);
   if (before != nullptr) ids.insert(before->categories.begin(), before->categories.end());
@@ -127,7 +127,7 @@ int nets_for(std::size_t samples) {
 }
 
 TrainingSet join_samples(const std::vector<DatasetEntry>& entries, std::vector<Sample> samples,
-                         const ClassifierState* before, int nets) {
+                         const Memory* before, int nets) {
   TrainingSet set;
   set.categories = joined_categories(entries, before);
   set.samples = std::move(samples);

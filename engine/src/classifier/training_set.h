@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "classifier/dataset.h"
-#include "classifier/state.h"
+#include "classifier/memory.h"
 
 namespace telvar::classifier {
 
@@ -17,7 +17,7 @@ struct TrainingSet {
   std::vector<int> folds;
   std::size_t from_dataset = 0;         // the first ones, in the data set's order
   std::vector<std::string> categories;  // ascending
-  std::vector<int> old_places;          // new index of every category of the former state
+  std::vector<int> old_places;          // new index of every category of the former training
   std::vector<int> kept;                // indices of the samples that the artifact will keep
 };
 
@@ -25,7 +25,7 @@ struct TrainingSet {
 /// once, with the data set's label. `nets`: how many folds are held out.
 /// Throws insufficient_number_of_samples, invalid_dataset.
 TrainingSet join_samples(const std::vector<DatasetEntry>& entries, std::vector<Sample> samples,
-                         const ClassifierState* before, int nets);
+                         const Memory* before, int nets);
 
 /// How many networks share a training from nothing on so many samples.
 int nets_for(std::size_t samples);

@@ -1,0 +1,80 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+
+#include "core/artifact.h"
+#include "core/random.h"
+#include "pictures.h"
+#include "telvar/exceptions.h"
+
+namespace telvar::test {
+namespace {
+
+class ClassifierArtifact : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    PictureSet set;
+    set.add(0, 0, 3);
+    set.add(1, 0, 3);
+    artifact_ = train(set, "", 1).artifact;
+  }
+  static void build(const std::string& bytes) {
+    const engine::Model model(bytes, "", types::CpuDevice(1));
+  }
+  static std::string artifact_;
+};
+
+std::string ClassifierArtifact::artifact_;
+
+TEST_F(ClassifierArtifact, IsRefusedWithAnyByteChangedOrMissing) {
+  build(artifact_);
+  core::Random random({3});
+  // Every byte of the head, and a sample of the rest.
+  for (int round = 0; round < 600; ++round) {
+    const std::size_t at = round < 200
+                               ? static_cast<std::size_t>(round)
+                               : static_cast<std::size_t>(random.below(int(artifact_.size())));
+    std::string bad = artifact_;
+    bad[at] = static_cast<char>(bad[at] ^ (1 << random.below(8)));
+    EXPECT_THROW(build(bad), types::invalid_training_artifact) << at;
+    EXPECT_THROW(build(artifact_.substr(0, at)), types::invalid_training_artifact) << at;
+  }
+}
+
+// A damage that also mends the checksum must end in an exception too, or in a working model.
+TEST_F(ClassifierArtifact, SurvivesForgedPayloads) {
+  const auto opened = core::open_artifact(artifact_, core::Tool::kClassifier, 1);
+  core::Random random({4});
+  for (int round = 0; round < 150; ++round) {
+    std::string payload(opened.payload);
+    const int at = round < 100 ? round : random.below(static_cast<int>(payload.size()));
+    payload[at] = static_cast<char>(random.below(256));
+    if (round % 5 == 0) payload.resize(payload.size() - random.below(50));
+    try {
+      build(core::write_artifact(core::Tool::kClassifier, 1, payload));
+    } catch (const types::invalid_training_artifact&) {
+    }
+  }
+  EXPECT_THROW(
+      build(core::write_artifact(core::Tool::kClassifier, 1, std::string(opened.payload) + '\0')),
+      types::invalid_training_artifact);
+  EXPECT_THROW(build(core::write_artifact(core::Tool::kClassifier, 2, opened.payload)),
+               types::training_artifact_unsupported_version);
+  EXPECT_THROW(build(core::write_artifact(core::Tool::kSegmenter, 1, opened.payload)),
+               types::training_artifact_tool_type_error);
+}
+
+TEST_F(ClassifierArtifact, IsRefusedWithAValueThatIsNotFinite) {
+  const auto opened = core::open_artifact(artifact_, core::Tool::kClassifier, 1);
+  std::string payload(opened.payload);
+  const std::size_t weights = payload.find("convolution.weight");
+  ASSERT_NE(weights, std::string::npos);
+  const float nan = std::nanf("");
+  std::memcpy(&payload[weights + 18 + 1 + 16], &nan, 4);
+  EXPECT_THROW(build(core::write_artifact(core::Tool::kClassifier, 1, payload)),
+               types::invalid_training_artifact);
+}
+
+}  // namespace
+}  // namespace telvar::test

@@ -1,0 +1,132 @@
+#include <gmock/gmock.h>
+
+#include <sstream>
+
+#include "pictures.h"
+#include "telvar/exceptions.h"
+
+namespace telvar::test {
+namespace {
+
+using testing::HasSubstr;
+
+template <class Error, class Call>
+void expect_error(const Call& call, const std::string& text) {
+  try {
+    call();
+    ADD_FAILURE() << "no exception, expected: " << text;
+  } catch (const Error& error) {
+    EXPECT_THAT(error.what(), HasSubstr(text));
+  }
+}
+
+PictureSet rings_and_crosses(int rings, int crosses) {
+  PictureSet set;
+  set.add(0, 0, rings);
+  set.add(1, 0, crosses);
+  return set;
+}
+
+const std::string& artifact() {
+  static const std::string bytes = train(rings_and_crosses(3, 3), "", 1).artifact;
+  return bytes;
+}
+
+TEST(ClassifierTraining, NamesWhatItCannotLearnFrom) {
+  using types::insufficient_number_of_samples;
+  const auto training = [](const PictureSet& set) { return [&set] { train(set); }; };
+  expect_error<insufficient_number_of_samples>(training(PictureSet()),
+                                               "0 categories with samples, the minimum is 2");
+  expect_error<insufficient_number_of_samples>(training(rings_and_crosses(8, 0)),
+                                               "1 categories with samples, the minimum is 2");
+  expect_error<insufficient_number_of_samples>(training(rings_and_crosses(2, 2)),
+                                               "4 samples, the minimum is 5");
+  expect_error<insufficient_number_of_samples>(training(rings_and_crosses(8, 1)),
+                                               "category 'cross' has 1 sample(s), the minimum");
+  PictureSet unlabelled = rings_and_crosses(4, 4);
+  unlabelled.labels["0/2"] = "";
+  expect_error<types::invalid_label>(training(unlabelled), "sample 'key 0/2' has no category");
+  PictureSet empty_image = rings_and_crosses(4, 4);
+  empty_image.images["1/3"] = types::Image();
+  expect_error<types::invalid_image_size>(training(empty_image),
+                                          "sample 'key 1/3', image '1/3': 0 x 0 px");
+  PictureSet wrong_image = rings_and_crosses(4, 4);
+  wrong_image.images["1/3"].layout[3] = 2;
+  expect_error<types::invalid_image>(training(wrong_image), "sample 'key 1/3', image '1/3'");
+}
+
+TEST(ClassifierTraining, RefusesMessagesAndParameters) {
+  const PictureSet set = rings_and_crosses(3, 3);
+  auto cache = engine::TrainCache::create(false);
+  const auto training = [&](const std::string& dataset, const std::string& setting) {
+    return [&, dataset, setting] { engine::train("", dataset, setting, set.loader(), *cache); };
+  };
+  expect_error<types::invalid_message>(training("\xFF\xFF", parameters(10)), "data set");
+  expect_error<types::invalid_message>(training(set.dataset(), "\xFF\xFF"), "parameters");
+  for (const int effort : {0, -1, 101, 2000000000}) {
+    expect_error<types::invalid_parameters>(training(set.dataset(), parameters(effort)),
+                                            std::to_string(effort) + " is outside 1..100");
+  }
+  messages::Dataset unlisted;
+  unlisted.ParseFromString(set.dataset());
+  unlisted.mutable_categories()->erase("ring");
+  expect_error<types::invalid_dataset>(training(unlisted.SerializeAsString(), parameters(10)),
+                                       "category 'ring' is not among");
+  expect_error<types::invalid_message>(
+      [&] { engine::process(artifact(), "\xFF\xFF", set.loader(), *cache); }, "batch");
+  expect_error<types::invalid_parameters>(
+      [] { engine::Model(artifact(), "x", types::CpuDevice()); }, "run-time parameters");
+}
+
+TEST(ClassifierTraining, LetsTheLoadersExceptionPassAndLeavesTheCache) {
+  const PictureSet set = rings_and_crosses(3, 3);
+  auto cache = engine::TrainCache::create(false);
+  std::ostringstream before, after;
+  engine::save(*cache, before);
+  const auto loader = [&](const std::string& id) {
+    if (id == "1/1") throw std::out_of_range("disk gone");
+    return set.images.at(id);
+  };
+  const auto training = [&] { engine::train("", set.dataset(), parameters(1), loader, *cache); };
+  expect_error<std::out_of_range>(training, "disk gone");
+  engine::save(*cache, after);
+  EXPECT_EQ(before.str(), after.str());
+}
+
+TEST(ClassifierModel, NamesBadImagesAndRegions) {
+  const engine::Model model(artifact(), "", types::CpuDevice());
+  const std::vector<unsigned char> pixels(100);
+  const auto process = [&](const types::ImageView& image, const types::AffineTransform& transform,
+                           unsigned width, unsigned height) {
+    return [&model, image, transform, width, height] {
+      model.process(image, transform, types::Size2<unsigned>(width, height));
+    };
+  };
+  constexpr types::AffineTransform identity(1, 0, 0, 0, 1, 0);
+  const types::ImageView good(10, 10, 10, 1, 8, 0, pixels.data());
+  process(good, identity, 0, 0)();
+  expect_error<types::invalid_image_size>(process({0, 0, 0, 0, 0, 0, nullptr}, identity, 0, 0),
+                                          "0 x 0 px");
+  expect_error<types::invalid_image>(process({10, 10, 10, 1, 8, 0, nullptr}, identity, 0, 0),
+                                     "pixels are missing");
+  expect_error<types::invalid_roi>(process(good, {1, 0, 50, 0, 1, 0}, 5, 5), "outside");
+  expect_error<types::invalid_roi>(process(good, {0, 0, 0, 0, 0, 0}, 5, 5), "singular");
+}
+
+TEST(ClassifierModel, RefusesWhatIsNoClassifierArtifact) {
+  const auto build = [](const std::string& bytes) {
+    return [bytes] { engine::Model(bytes, "", types::CpuDevice()); };
+  };
+  expect_error<types::invalid_training_artifact>(build(""), "empty");
+  expect_error<types::invalid_training_artifact>(build("no artifact at all, but long enough"),
+                                                 "artifact");
+  expect_error<types::invalid_training_artifact>(
+      [] {
+        const PictureSet set = rings_and_crosses(3, 3);
+        engine::process("", set.batch(), set.loader(), *engine::TrainCache::create(false));
+      },
+      "empty");
+}
+
+}  // namespace
+}  // namespace telvar::test

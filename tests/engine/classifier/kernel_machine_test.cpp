@@ -1,0 +1,102 @@
+#include "classifier/kernel_machine.h"
+
+#include <gtest/gtest.h>
+
+#include "classifier/stacking.h"
+#include "core/random.h"
+
+namespace telvar::classifier {
+namespace {
+
+Matrix random_matrix(int rows, int columns, std::uint64_t seed) {
+  core::Random random({seed});
+  Matrix matrix(rows, columns);
+  for (int i = 0; i < rows; ++i) {
+    for (int j = 0; j < columns; ++j) matrix.at(i, j) = random.normal();
+  }
+  return matrix;
+}
+
+TEST(Dense, FactorisesAndInverts) {
+  core::WorkerPool pool(2);
+  for (const int n : {1, 3, 64, 65, 150}) {
+    const Matrix root = random_matrix(n, n, 7);
+    Matrix matrix = product_transposed(root, root, pool);
+    for (int i = 0; i < n; ++i) matrix.at(i, i) += static_cast<float>(n);
+    Matrix lower = matrix;
+    ASSERT_TRUE(factorise(lower, pool));
+    const Matrix inverse = inverse_transposed(lower, pool);
+    const Matrix whole = product_transposed(inverse, inverse, pool);
+    for (int i = 0; i < n; ++i) {
+      for (int j = 0; j < n; ++j) {
+        double sum = 0;
+        for (int k = 0; k < n; ++k) sum += double(whole.at(i, k)) * matrix.at(k, j);
+        EXPECT_NEAR(sum, i == j, 2e-3) << n;
+      }
+    }
+  }
+  Matrix indefinite(2, 2);
+  indefinite.at(0, 1) = indefinite.at(1, 0) = 1;
+  EXPECT_FALSE(factorise(indefinite, pool));
+}
+
+/// Two overlapping clouds, told apart by the first group.
+std::vector<Features> clouds(const std::vector<int>& labels, std::uint64_t seed) {
+  core::Random random({seed});
+  std::vector<Features> all;
+  for (const int label : labels) {
+    Features features(kFeatureGroups);
+    for (int g = 0; g < 4; ++g) {
+      for (int k = 0; k < 6; ++k) {
+        features[g].push_back(random.normal() + (g == 0 ? 1.2f * static_cast<float>(label) : 0));
+      }
+    }
+    all.push_back(features);
+  }
+  return all;
+}
+
+TEST(KernelMachine, LeavingOneOutIsWhatTrainingWithoutItGives) {
+  core::WorkerPool pool(1);
+  std::vector<int> labels;
+  for (int i = 0; i < 40; ++i) labels.push_back(i % 2);
+  const std::vector<Features> samples = clouds(labels, 3), fresh = clouds(labels, 4);
+  Matrix held_out;
+  const KernelChoice choice = choose_kernel(samples, labels, 2, pool);
+  const KernelMachine machine = KernelMachine::learn(choice, {samples}, labels, 2, pool, held_out);
+  EXPECT_GT(accuracy(machine.scores(fresh, pool), labels), 0.8);
+  EXPECT_NEAR(accuracy(held_out, labels), accuracy(machine.scores(fresh, pool), labels), 0.15);
+  const auto copies = accuracies_of_copies(choice, samples, labels, 2, {samples, fresh}, pool);
+  EXPECT_NEAR(copies[0], accuracy(held_out, labels), 1e-6);
+
+  core::ByteWriter writer;
+  machine.write(writer);
+  core::ByteReader reader(writer.bytes());
+  const KernelMachine restored = KernelMachine::read(reader, {samples}, 2);
+  reader.finish("kernel machine");
+  EXPECT_EQ(restored.scores(fresh, pool).at(0, 0), machine.scores(fresh, pool).at(0, 0));
+}
+
+TEST(Stacking, PrefersTheSourceThatIsRightAndIsCalibrated) {
+  core::Random random({5});
+  std::vector<int> labels;
+  Matrix good(400, 3), bad(400, 3);
+  for (int i = 0; i < 400; ++i) {
+    labels.push_back(random.below(3));
+    for (int c = 0; c < 3; ++c) {
+      good.at(i, c) = 10 * (labels[i] == c && random.chance(0.8f)) + 0.1f * random.normal();
+      bad.at(i, c) = random.normal();
+    }
+  }
+  const Stacking stacking = fit_stacking(good, bad, labels);
+  const Matrix scores = stacked_scores(stacking, good, bad);
+  EXPECT_GT(accuracy(scores, labels), 0.78);
+  double confidence = 0;
+  for (int i = 0; i < 400; ++i) {
+    confidence += *std::max_element(scores.row(i), scores.row(i) + 3) / 400;
+  }
+  EXPECT_NEAR(confidence, accuracy(scores, labels), 0.06);
+}
+
+}  // namespace
+}  // namespace telvar::classifier

@@ -1,0 +1,143 @@
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <ctime>
+#include <sstream>
+#include <thread>
+
+#include "pictures.h"
+#include "telvar/exceptions.h"
+
+namespace telvar::test {
+namespace {
+
+PictureSet pictures(int kinds, int first, int count, unsigned channels = 1, unsigned bits = 8) {
+  PictureSet set;
+  for (int kind = 0; kind < kinds; ++kind) set.add(kind, first, count, channels, bits);
+  return set;
+}
+
+double cpu_of(const std::function<void()>& work) {
+  const std::clock_t before = std::clock();
+  work();
+  return static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC;
+}
+
+TEST(Classifier, LearnsFromFewImagesInEveryPixelFormat) {
+  for (const unsigned bits : {8u, 16u}) {
+    for (const unsigned channels : {1u, 3u, 4u}) {
+      const PictureSet training = pictures(4, 0, 8, channels, bits);
+      const Trained trained = train(training);
+      EXPECT_GE(trained.result.overall_score(), 0.8) << channels << " x " << bits;
+      EXPECT_GE(accuracy(trained.result.samples(), training), 0.95);
+      EXPECT_GE(accuracy(trained.artifact, pictures(4, 100, 25, channels, bits)), 0.9);
+    }
+  }
+}
+
+TEST(Classifier, LearnsFromFiveImages) {
+  PictureSet training;
+  training.add(0, 0, 3);
+  training.add(1, 0, 2);
+  const Trained trained = train(training);
+  EXPECT_EQ(trained.result.samples().size(), 5u);
+  EXPECT_GE(accuracy(trained.artifact, pictures(2, 100, 20)), 0.8);
+}
+
+TEST(Classifier, GivesOneScorePerCategoryThatSumToOne) {
+  const PictureSet training = pictures(3, 0, 6);
+  const Trained trained = train(training);
+  const engine::Model model(trained.artifact, "", types::CpuDevice(1));
+  for (const auto& [id, image] : pictures(3, 50, 3).images) {
+    messages::Result result;
+    result.ParseFromString(model.process(types::ImageView(image), {1, 0, 0, 0, 1, 0}, {0, 0}));
+    ASSERT_EQ(result.sample().scores_size(), 3);
+    float sum = 0;
+    for (const auto& score : result.sample().scores()) sum += score.score();
+    EXPECT_NEAR(sum, 1, 1e-5);
+    EXPECT_EQ(result.sample().scores(0).category_id(), "bar");
+    EXPECT_EQ(result.sample().scores(2).category_id(), "ring");
+  }
+}
+
+TEST(Classifier, AnswersAboutARegionAsAboutThatImageAlone) {
+  const Trained trained = train(pictures(2, 0, 6));
+  const engine::Model model(trained.artifact, "", types::CpuDevice());
+  const types::Image ring = draw_picture(0, 77, 1, 8);
+  const auto [w, h, stride, channels, bits, order] = ring.layout;
+  std::vector<unsigned char> wide(200 * 100, 90);
+  for (unsigned y = 0; y < h; ++y) {
+    std::copy_n(ring.pixels.data() + y * stride, w, wide.data() + (y + 20) * 200 + 30);
+  }
+  const types::ImageView image(200, 100, 200, 1, 8, 0, wide.data());
+  const std::string whole =
+      model.process(types::ImageView(ring), {1, 0, 0, 0, 1, 0}, types::Size2<unsigned>(0, 0));
+  EXPECT_EQ(model.process(image, {1, 0, 30, 0, 1, 20}, types::Size2<unsigned>(w, h)), whole);
+}
+
+TEST(Classifier, TakesImagesOfOnePixelAndOfExtremeAspect) {
+  const Trained trained = train(pictures(2, 0, 6));
+  const engine::Model model(trained.artifact, "", types::CpuDevice());
+  const std::vector<unsigned char> pixels(5000, 100);
+  for (const auto& [w, h] : {std::pair{1u, 1u}, {5000u, 1u}, {1u, 5000u}}) {
+    const types::ImageView image(w, h, w, 1, 8, 0, pixels.data());
+    messages::Result result;
+    result.ParseFromString(model.process(image, {1, 0, 0, 0, 1, 0}, {0, 0}));
+    EXPECT_EQ(result.sample().scores_size(), 2);
+  }
+}
+
+TEST(Classifier, GoesOnFromAnArtifactWithoutTheOldImages) {
+  const PictureSet old_images = pictures(3, 0, 20);
+  Trained first, second;
+  const double from_nothing = cpu_of([&] { first = train(old_images, "", 5); });
+  PictureSet added;
+  added.add(3, 0, 20);
+  const double going_on = cpu_of([&] { second = train(added, first.artifact, 5); });
+  EXPECT_LT(going_on, 0.5 * from_nothing);
+  const PictureSet old_test = pictures(3, 200, 30);
+  PictureSet new_test;
+  new_test.add(3, 200, 30);
+  EXPECT_GE(accuracy(second.artifact, new_test), 0.9);
+  EXPECT_GE(accuracy(second.artifact, old_test), accuracy(first.artifact, old_test) - 0.05);
+  EXPECT_EQ(second.result.samples().size(), 20u);
+}
+
+TEST(Classifier, GivesTheSameBytesHoweverItIsTrained) {
+  const PictureSet training = pictures(2, 0, 6);
+  auto cache = engine::TrainCache::create(false);
+  const Trained first = train(training, "", *cache, 1);
+  std::stringstream stream;
+  engine::save(*cache, stream);
+  auto loaded = engine::TrainCache::create(true);
+  engine::load(*loaded, stream);
+  EXPECT_EQ(train(training, "", *loaded, 1).artifact, first.artifact);
+  std::string beside;
+  std::thread other([&] { beside = train(training, "", 1).artifact; });
+  const std::string own = train(training, "", 1).artifact;
+  other.join();
+  EXPECT_EQ(beside, first.artifact);
+  EXPECT_EQ(own, first.artifact);
+}
+
+TEST(Classifier, AnswersFromSeveralThreadsAtOnce) {
+  const Trained trained = train(pictures(2, 0, 6), "", 1);
+  const engine::Model model(trained.artifact, "", types::CpuDevice(2));
+  const types::Image image = draw_picture(0, 9, 1, 8);
+  const auto answer = [&] {
+    return model.process(types::ImageView(image), {1, 0, 0, 0, 1, 0}, {0, 0});
+  };
+  const std::string expected = answer();
+  std::vector<std::thread> threads;
+  std::vector<int> equal(4);
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < 5; ++i) equal[t] += answer() == expected;
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_THAT(equal, testing::Each(5));
+}
+
+}  // namespace
+}  // namespace telvar::test

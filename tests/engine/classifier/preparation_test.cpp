@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+
+#include "classifier/canvas.h"
+#include "classifier/symmetry.h"
+#include "classifier/training_set.h"
+#include "telvar/exceptions.h"
+
+namespace telvar::classifier {
+namespace {
+
+Thumbnail flat(int width, int height, int channels, int bits, int level) {
+  Thumbnail thumbnail;
+  thumbnail.width = width, thumbnail.height = height;
+  thumbnail.channels = channels, thumbnail.bits = bits;
+  for (int i = 0; i < width * height * channels; ++i) {
+    thumbnail.pixels.push_back(static_cast<char>(level & 255));
+    if (bits == 16) thumbnail.pixels.push_back(static_cast<char>(level >> 8));
+  }
+  return thumbnail;
+}
+
+TEST(Canvas, FollowsTheImages) {
+  struct Case {
+    std::vector<Thumbnail> images;
+    int width, height, channels;
+  };
+  for (const Case& c :
+       {Case{{flat(28, 28, 1, 8, 9), flat(28, 28, 1, 8, 9)}, 28, 28, 1},
+        Case{{flat(8, 8, 1, 8, 9)}, 28, 28, 1}, Case{{flat(96, 48, 3, 8, 9)}, 96, 48, 3},
+        Case{{flat(4, 96, 1, 8, 9)}, 24, 96, 1},
+        Case{{flat(40, 40, 1, 8, 9), flat(40, 40, 3, 8, 9), flat(40, 40, 1, 8, 9)}, 40, 40, 3}}) {
+    const Canvas canvas = choose_canvas(c.images);
+    EXPECT_EQ(canvas.width, c.width);
+    EXPECT_EQ(canvas.height, c.height);
+    EXPECT_EQ(canvas.channels, c.channels);
+  }
+}
+
+TEST(Canvas, SpreadsDarkSixteenBitImages) {
+  // 12 bits of data in 16.
+  const std::vector<Thumbnail> images = {flat(28, 28, 1, 16, 4095), flat(28, 28, 1, 16, 1024)};
+  const Canvas canvas = choose_canvas(images);
+  EXPECT_EQ(place(images[0], canvas)[0], 255);
+  EXPECT_EQ(place(images[1], canvas)[0], 64);
+}
+
+TEST(Place, KeepsTheAspectRatioAndRepeatsEdges) {
+  Canvas canvas;
+  Thumbnail wide = flat(28, 14, 1, 8, 0);
+  for (int x = 0; x < 28; ++x) wide.pixels[x] = static_cast<char>(200);  // the top row
+  const Sample sample = place(wide, canvas);
+  EXPECT_EQ(sample[0], 200);
+  EXPECT_EQ(sample[7 * 28], 200);
+  EXPECT_EQ(sample[8 * 28], 0);
+  EXPECT_EQ(sample[27 * 28 + 27], 0);
+}
+
+TEST(Symmetry, ViewsFormAGroup) {
+  Canvas canvas;
+  Sample sample(canvas.sample_size());
+  for (std::size_t i = 0; i < sample.size(); ++i) sample[i] = static_cast<std::uint8_t>(i * i / 7);
+  EXPECT_EQ(views_of({true, true}).size(), 8u);
+  EXPECT_EQ(view_of(view_of(sample, canvas, 1), canvas, 3), sample);
+  EXPECT_EQ(view_of(view_of(sample, canvas, 1), canvas, 1), view_of(sample, canvas, 2));
+  for (const int view : {4, 5, 6, 7}) {
+    EXPECT_EQ(view_of(view_of(sample, canvas, view), canvas, view), sample) << view;
+  }
+  EXPECT_EQ(view_of(sample, canvas, 4)[0], sample[27]);
+}
+
+std::vector<DatasetEntry> entries(int count) {
+  std::vector<DatasetEntry> all;
+  for (int i = 0; i < count; ++i) all.push_back({std::to_string(i), "", i % 2 ? "odd" : "even"});
+  return all;
+}
+
+std::vector<Sample> numbered(int count) {
+  std::vector<Sample> all;
+  for (int i = 0; i < count; ++i) {
+    all.push_back(Sample(Canvas().sample_size(), static_cast<std::uint8_t>(i)));
+  }
+  return all;
+}
+
+TEST(TrainingSet, DealsFoldsEvenlyAndRemembersThem) {
+  const TrainingSet first = join_samples(entries(16), numbered(16), nullptr, 4);
+  std::vector<int> counts(8);
+  for (int i = 0; i < 16; ++i) ++counts[first.labels[i] * 4 + first.folds[i]];
+  for (const int count : counts) EXPECT_EQ(count, 2);
+  Memory memory;
+  memory.categories = first.categories;
+  for (const int i : first.kept) {
+    memory.kept.push_back({first.labels[i], first.folds[i], first.samples[i]});
+  }
+  // Half of the old samples come again, one under another label, and new ones beside them.
+  auto again = entries(24);
+  again[1].category_id = "even";
+  auto samples = numbered(24);
+  again.erase(again.begin() + 8, again.begin() + 16);
+  samples.erase(samples.begin() + 8, samples.begin() + 16);
+  const TrainingSet second = join_samples(again, samples, &memory, 4);
+  EXPECT_EQ(second.samples.size(), 24u);
+  EXPECT_EQ(second.from_dataset, 16u);
+  EXPECT_EQ(second.labels[1], 0);
+  for (int i = 0; i < 8; ++i) EXPECT_EQ(second.folds[i], first.folds[i]);
+}
+
+}  // namespace
+}  // namespace telvar::classifier
