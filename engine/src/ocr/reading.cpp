@@ -93,12 +93,22 @@ CellVote vote_of(const torch::TensorAccessor<float, 3>& answer, int row, int col
   return vote;
 }
 
-void read_piece(ReaderNetImpl& net, const GraySource& source, const Piece& piece,
-                std::vector<CellVote>& votes) {
+/// Whether the processor multiplies bfloat16 numbers itself; elsewhere they would be slow.
+bool has_bfloat16() {
+#if defined(__GNUC__) && defined(__x86_64__)
+  return __builtin_cpu_supports("avx512bf16") && __builtin_cpu_supports("avx512vl");
+#else
+  return false;
+#endif
+}
+
+void read_piece(ReaderNetImpl& net, torch::ScalarType number, const GraySource& source,
+                const Piece& piece, std::vector<CellVote>& votes) {
   const torch::InferenceMode inference;
   const Interval columns = widen(piece.columns, kReaderReach, source.width);
   const Interval rows = widen(piece.rows, kReaderReach, source.height);
-  const torch::Tensor answer = net.forward(input_of(source, columns, rows))[0].contiguous();
+  const torch::Tensor answer =
+      net.forward(input_of(source, columns, rows).to(number))[0].to(torch::kFloat).contiguous();
   const auto cells = answer.accessor<float, 3>();
   const float threshold = std::log(kVoteThreshold / (1 - kVoteThreshold));
   const int first_row = (piece.rows.begin - rows.begin) / kCellStride;
@@ -172,10 +182,13 @@ GraySource source_of(const PreparedSample& sample) {
           }};
 }
 
-ReadingNet::ReadingNet(ReaderNetImpl& net) : net_(net.categories()) {
+ReadingNet::ReadingNet(ReaderNetImpl& net, Precision precision)
+    : net_(net.categories()),
+      number_(precision == Precision::kBest && has_bfloat16() ? torch::kBFloat16 : torch::kFloat) {
   core::copy_state(net, *net_);
   net_->eval();
   core::fold_batch_norms(*net_);
+  net_->to(number_);
 }
 
 std::vector<CellVote> ReadingNet::votes(const GraySource& source, core::WorkerPool& pool) const {
@@ -183,7 +196,7 @@ std::vector<CellVote> ReadingNet::votes(const GraySource& source, core::WorkerPo
   std::vector<std::vector<CellVote>> found(pieces.size());
   pool.run(static_cast<int>(pieces.size()), [&](int i) {
     const auto index = static_cast<std::size_t>(i);
-    read_piece(*net_, source, pieces[index], found[index]);
+    read_piece(*net_, number_, source, pieces[index], found[index]);
   });
   std::vector<CellVote> votes;
   for (auto& part : found) {
