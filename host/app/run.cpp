@@ -123,7 +123,8 @@ int run(const std::vector<std::string>& arguments) {
   Command command;
   add_commands(app, command);
   try {
-    std::vector<std::string> reversed(arguments.rbegin(), arguments.rend() - 1);
+    std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+    if (!reversed.empty()) reversed.pop_back();  // the program's name
     app.parse(reversed);
   } catch (const CLI::CallForHelp&) {
     print(stdout, app.help());

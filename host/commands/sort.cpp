@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <cmath>
 #include <iostream>
 #include <iterator>
 #include <memory>
@@ -24,23 +25,37 @@ std::string input(const std::string& file) {
   return {std::istreambuf_iterator<char>(std::cin), {}};
 }
 
+// Far beyond any picture, and still exact enough in single precision.
+constexpr double kLargest = 1e7;
+
+// Throws for a record that is no point.
+std::pair<float, float> point_of(const Row& row, const std::string& where) {
+  float values[2] = {};
+  for (std::size_t i = 0; i < 2; ++i) {
+    const double value =
+        row.size() == 2 ? parse_number(trimmed(row[i])).value_or(2 * kLargest) : 2 * kLargest;
+    if (std::abs(value) > kLargest) {
+      throw data_error(where + ": expected two numbers x,y of at most 1e7");
+    }
+    values[i] = static_cast<float>(value);
+  }
+  return {values[0], values[1]};
+}
+
 Points read_points(const std::string& file) {
   const auto rows = parse_csv(input(file), file);
   Points points;
   for (std::size_t i = 0; i < rows.size(); ++i) {
     if (i == 0 && rows[i] == Row{"x", "y"}) continue;
-    const auto x = rows[i].size() == 2 ? parse_number(trimmed(rows[i][0])) : std::nullopt;
-    const auto y = rows[i].size() == 2 ? parse_number(trimmed(rows[i][1])) : std::nullopt;
-    if (!x || !y) {
-      throw data_error(file + ": record " + std::to_string(i + 1) + ": expected two numbers x,y");
-    }
-    points.emplace_back(static_cast<float>(*x), static_cast<float>(*y));
+    points.push_back(point_of(rows[i], file + ": record " + std::to_string(i + 1)));
   }
   return points;
 }
 
 Outcome sort(const Options& options, Session& session) {
-  if (!(options.height > 0)) throw usage_error("--height must be above 0");
+  if (!(options.height > 0 && options.height <= kLargest)) {
+    throw usage_error("--height must be above 0 and at most 1e7");
+  }
   const auto points = read_points(options.points);
   StateFile nothing;
   nothing.tool = ToolKind::kOcr;

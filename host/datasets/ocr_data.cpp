@@ -1,5 +1,6 @@
 #include "datasets/ocr_data.h"
 
+#include <cmath>
 #include <map>
 
 #include "app/errors.h"
@@ -22,7 +23,7 @@ void check_marks(OcrItem& item, Problems& problems) {
     const auto [u, v] = item.in_region(mark);
     if (mark.category.empty()) {
       problems.add(utf8(item.file), "empty_label", "has an empty label at " + at(mark.x, mark.y));
-    } else if (u < -0.5 || v < -0.5 ||
+    } else if (std::abs(u) > 1e6 || std::abs(v) > 1e6 || u < -0.5 || v < -0.5 ||
                (item.region && (u > item.region->width - 0.5 || v > item.region->height - 0.5))) {
       problems.add(
           utf8(item.file), "outside",

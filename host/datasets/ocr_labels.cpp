@@ -19,7 +19,9 @@ namespace {
 NominalSize read_size(const JsonValue& value) {
   const NominalSize size{static_cast<float>(value.at(0).number()),
                          static_cast<float>(value.at(1).number())};
-  if (!size.is_set()) throw value.error("width and height must be above 0");
+  if (!size.is_set() || size.width > 1e6F || size.height > 1e6F) {
+    throw value.error("width and height must be above 0 and at most 1e6");
+  }
   return size;
 }
 

@@ -10,6 +10,7 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr unsigned kLargestExtent = 65535;
+constexpr double kLargestValue = 1e6;  // positions in pixels and angles in degrees
 
 double radians(double degrees) {
   return degrees * kPi / 180.0;
@@ -49,7 +50,9 @@ Region parse_region(const std::string& text) {
   double values[6];
   for (std::size_t i = 0; i < 6; ++i) {
     const auto value = parse_number(trimmed(parts[i]));
-    if (!value) throw usage_error("--roi " + text + ": '" + parts[i] + "' is no number");
+    if (!value || std::abs(*value) > kLargestValue) {
+      throw usage_error("--roi " + text + ": '" + parts[i] + "' is no number up to 1e6");
+    }
     values[i] = *value;
   }
   const Region region{
@@ -62,8 +65,9 @@ Region parse_region(const std::string& text) {
 
 void require_valid(const Region& region, const std::string& where) {
   for (const double value : {region.x, region.y, region.angle_deg, region.skew_deg}) {
-    if (!std::isfinite(value))
-      throw data_error(where + ": the region holds a value that is not finite");
+    if (!(std::abs(value) <= kLargestValue)) {
+      throw data_error(where + ": the region holds a value beyond 1e6");
+    }
   }
   if (region.width < 1 || region.height < 1 || region.width > kLargestExtent ||
       region.height > kLargestExtent) {
