@@ -1,0 +1,190 @@
+// What a trained reader reads. One training serves all tests here.
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <numeric>
+
+#include "reader_pages.h"
+
+namespace telvar::test {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::ElementsAreArray;
+using ::testing::Ge;
+using ::testing::Le;
+
+/// Labels about two characters in three: a page on which some characters carry no label.
+bool labelled(std::size_t i) { return i % 3 != 2; }
+
+struct Trained {
+  Trained() {
+    for (std::uint64_t page = 0; page < 8; ++page) {
+      set.add("page-" + std::to_string(page), draw_page(page), labelled);
+    }
+    const auto cache = qv::ocr::TrainCache::create(1 << 20);
+    auto [answer, bytes] = qv::ocr::train("", set.dataset(), "", set.loader(), *cache);
+    result.ParseFromString(answer);
+    artifact = bytes;
+  }
+  PageSet set;
+  msg::TrainingResult result;
+  std::string artifact;
+};
+
+const Trained& trained() {
+  static const Trained instance;
+  return instance;
+}
+
+const qv::ocr::Model& model() {
+  static const qv::ocr::Model instance(trained().artifact, runtime_size(), types::CpuDevice());
+  return instance;
+}
+
+/// Reads `pages` pages drawn in `style`; returns the share of exact lines.
+double exact_lines(const qv::ocr::Model& reader, const PageStyle& style, std::uint64_t seed = 100,
+                   int pages = 5) {
+  int exact = 0, all = 0;
+  for (int i = 0; i < pages; ++i) {
+    const Page page = draw_page(seed + std::uint64_t(i), style);
+    const std::vector<std::string> read_lines = texts(read(reader, page.image));
+    all += int(page.lines.size());
+    for (std::size_t k = 0; k < page.lines.size() && k < read_lines.size(); ++k) {
+      exact += page.lines[k] == read_lines[k];
+    }
+  }
+  return double(exact) / all;
+}
+
+TEST(Reader, ReadsPagesThatItHasNotSeenAlthoughAThirdOfItsTrainingHadNoLabels) {
+  EXPECT_GE(exact_lines(model(), {}), 0.9);
+}
+
+TEST(Reader, ReadsOtherSizesSlantsAndLayouts) {
+  PageStyle style;
+  for (const float scale : {0.75f, 1.35f}) {
+    style.scale = scale;
+    EXPECT_GE(exact_lines(model(), style), 0.6) << "scale " << scale;
+  }
+  style.scale = 1;
+  for (const float slant : {-12.0f, 12.0f}) {
+    style.slant = slant;
+    EXPECT_GE(exact_lines(model(), style), 0.6) << "slant " << slant;
+  }
+  PageStyle large;
+  large.lines = 6;
+  large.columns = 20;
+  EXPECT_GE(exact_lines(model(), large, 200, 1), 0.8);
+}
+
+TEST(Reader, TakesAnotherSizeAtRunTimeThanAtTraining) {
+  PageStyle style;
+  style.scale = 2;
+  const qv::ocr::Model twice(trained().artifact,
+                             runtime_size(2 * kCharacterWidth, 2 * kCharacterHeight),
+                             types::CpuDevice());
+  EXPECT_GE(exact_lines(twice, style), 0.8);
+}
+
+TEST(Reader, PlacesAndScoresAreWhatTheMessageSays) {
+  const Page page = draw_page(300);
+  const msg::SampleResult sample = read(model(), page.image);
+  ASSERT_THAT(texts(sample), ElementsAreArray(page.lines));
+  ASSERT_EQ(sample.characters_size(), int(page.characters.size()));
+  double sum_of_best = 0;
+  float lowest = 1;
+  for (int i = 0; i < sample.characters_size(); ++i) {
+    const msg::CharacterResult& character = sample.characters(i);
+    const DrawnCharacter& drawn = page.characters[std::size_t(i)];
+    EXPECT_NEAR(character.first_value(), drawn.x, 2.5);
+    EXPECT_NEAR(character.second_value(), drawn.y, 2.5);
+    EXPECT_THAT(character.third_value(), AllOf(Ge(0.3f), Le(1.0f)));
+    ASSERT_EQ(character.category_scores_size(), 6);
+    double sum = 0;
+    for (int k = 0; k < 6; ++k) {
+      if (k > 0) {
+        EXPECT_LE(character.category_scores(k).score(), character.category_scores(k - 1).score());
+      }
+      sum += character.category_scores(k).score();
+    }
+    EXPECT_THAT(sum, AllOf(Ge(0.99), Le(1.0)));
+    sum_of_best += character.category_scores(0).score();
+    lowest = std::min(lowest, character.category_scores(0).score());
+  }
+  EXPECT_NEAR(sample.first_value(), sum_of_best / sample.characters_size(), 1e-5);
+  EXPECT_EQ(sample.second_value(), lowest);
+}
+
+TEST(Reader, FindsNothingOnAnEmptyPage) {
+  PageStyle empty;
+  empty.columns = 0;
+  const msg::SampleResult sample = read(model(), draw_page(5, empty).image);
+  EXPECT_EQ(sample.characters_size(), 0);
+  EXPECT_EQ(sample.lines_size(), 0);
+  EXPECT_EQ(sample.first_value(), 0);
+  EXPECT_EQ(sample.second_value(), 0);
+}
+
+/// The page as 16-bit RGB with padded rows.
+types::Image as_wide_colour(const types::Image& gray) {
+  const unsigned width = gray.layout[0], height = gray.layout[1];
+  const unsigned stride = width * 6 + 10;
+  std::vector<unsigned char> bytes(std::size_t(stride) * height);
+  for (unsigned y = 0; y < height; ++y) {
+    auto* row = reinterpret_cast<unsigned short*>(bytes.data() + std::size_t(y) * stride);
+    for (unsigned x = 0; x < 3 * width; ++x) {
+      row[x] = static_cast<unsigned short>(gray.pixels[std::size_t(y) * width + x / 3] * 257);
+    }
+  }
+  return types::Image(width, height, stride, 3, 16, 2, bytes.data());
+}
+
+TEST(Reader, ReadsSixteenBitColourAndTurnedRegions) {
+  const Page page = draw_page(300);
+  EXPECT_THAT(texts(read(model(), as_wide_colour(page.image))), ElementsAreArray(page.lines));
+
+  // The page stored upside down; a region turned by half a circle puts it right.
+  types::Image turned = page.image;
+  std::reverse(turned.pixels.begin(), turned.pixels.end());
+  const float width = float(turned.layout[0]), height = float(turned.layout[1]);
+  msg::Result result;
+  result.ParseFromString(model().process(types::ImageView(turned),
+                                         {-1, 0, width - 1, 0, -1, height - 1},
+                                         {turned.layout[0], turned.layout[1]}));
+  EXPECT_THAT(texts(result.sample()), ElementsAreArray(page.lines));
+}
+
+TEST(Reader, TrainingReportsLabelsInOrderAndAHeldBackRate) {
+  const msg::TrainingResult& result = trained().result;
+  ASSERT_EQ(result.labeled_sample_results_size(), 8);
+  for (const auto& [id, confidences] : result.labeled_sample_results()) {
+    const auto& values = confidences.character_label_confidence();
+    ASSERT_EQ(values.size(), trained().set.message.samples().at(id).characters_size());
+    for (const float value : values) EXPECT_THAT(value, AllOf(Ge(0.0f), Le(1.0f)));
+    EXPECT_GT(std::accumulate(values.begin(), values.end(), 0.0f) / float(values.size()), 0.6f);
+  }
+  EXPECT_THAT(result.result_value(), AllOf(Ge(0.5f), Le(1.0f)));
+}
+
+TEST(Reader, GoesOnFromAnArtifactWithoutForgetting) {
+  PageSet further;
+  PageStyle style;
+  style.alphabet = "ATA7T";
+  for (std::uint64_t page = 0; page < 3; ++page) {
+    further.add("new-" + std::to_string(page), draw_page(400 + page, style));
+  }
+  const auto cache = qv::ocr::TrainCache::create(0);
+  const auto [answer, artifact] =
+      qv::ocr::train(trained().artifact, further.dataset(), "", further.loader(), *cache);
+  const qv::ocr::Model reader(artifact, runtime_size(), types::CpuDevice());
+  EXPECT_GE(exact_lines(reader, {}), 0.8) << "old categories";
+  PageStyle both;
+  both.alphabet = "147AHLTX";
+  EXPECT_GE(exact_lines(reader, both, 500), 0.6) << "old and new categories";
+  EXPECT_EQ(read(reader, draw_page(300).image).characters(0).category_scores_size(), 8);
+}
+
+}  // namespace
+}  // namespace telvar::test

@@ -1,0 +1,122 @@
+// The bytes that a training leaves behind: the same whatever the circumstances, and refused when
+// they are not what was written.
+
+#include <gmock/gmock.h>
+
+#include <sstream>
+#include <thread>
+
+#include "core/artifact.h"
+#include "core/train_cache_store.h"
+#include "ocr/dataset.h"
+#include "ocr/reader_training.h"
+#include "reader_pages.h"
+#include "telvar/exceptions.h"
+
+namespace telvar::test {
+namespace {
+
+constexpr int kFewSteps = 6;
+
+PageSet some_pages() {
+  PageSet set;
+  for (std::uint64_t page = 0; page < 9; ++page) {
+    set.add("page-" + std::to_string(page), draw_page(page));
+  }
+  return set;
+}
+
+/// The artifact of a very short training.
+std::string train_briefly(unsigned threads, core::TrainCacheStore& store) {
+  const PageSet pages = some_pages();
+  const ocr::LabelledDataset dataset = ocr::read_dataset(pages.dataset());
+  core::CacheSession session(store);
+  std::vector<ocr::PreparedSample> samples;
+  for (const ocr::DatasetSample& sample : dataset.samples) {
+    samples.push_back(ocr::load_sample(sample, dataset.size, dataset.categories, pages.loader(),
+                                       session));
+  }
+  session.commit();
+  core::WorkerPool pool(threads);
+  return ocr::write_reader_state(ocr::train_reader(std::nullopt, dataset.categories, dataset.size,
+                                                   std::move(samples), kFewSteps, pool)
+                                     .state);
+}
+
+const std::string& artifact() {
+  static const std::string bytes = [] {
+    core::TrainCacheStore none(core::Tool::kOcr, false, 0);
+    return train_briefly(1, none);
+  }();
+  return bytes;
+}
+
+TEST(ReaderArtifact, IsTheSameWithMoreThreadsWithACacheAndBesideAnotherTraining) {
+  core::TrainCacheStore cache(core::Tool::kOcr, false, 1 << 24), other(core::Tool::kOcr, false, 0);
+  EXPECT_EQ(train_briefly(2, cache), artifact());
+  EXPECT_EQ(cache.size(), 9u);
+  std::string beside;
+  std::thread thread([&] { beside = train_briefly(2, other); });
+  EXPECT_EQ(train_briefly(3, cache), artifact()) << "from a filled cache";
+  thread.join();
+  EXPECT_EQ(beside, artifact());
+}
+
+TEST(ReaderArtifact, IsReadAndWrittenWithoutAChange) {
+  EXPECT_EQ(ocr::write_reader_state(ocr::read_reader_state(artifact())), artifact());
+}
+
+template <class Exception>
+void expect_refused(const std::string& bytes, const std::string& what) {
+  EXPECT_THROW(qv::ocr::Model(bytes, runtime_size(), types::CpuDevice()), Exception) << what;
+}
+
+TEST(ReaderArtifact, IsRefusedWhenAnythingIsWrongWithIt) {
+  using types::invalid_training_artifact;
+  expect_refused<invalid_training_artifact>("", "empty");
+  expect_refused<invalid_training_artifact>("no artifact at all", "foreign");
+  expect_refused<invalid_training_artifact>(artifact() + '\0', "trailing byte");
+  for (std::size_t size = 1; size < artifact().size(); size += artifact().size() / 23) {
+    expect_refused<invalid_training_artifact>(artifact().substr(0, size), "cut off");
+  }
+  const core::OpenedArtifact opened =
+      core::open_artifact(artifact(), core::Tool::kOcr, ocr::kArtifactVersion);
+  const std::string payload(opened.payload);
+  expect_refused<types::training_artifact_tool_type_error>(
+      core::write_artifact(core::Tool::kSegmenter, 1, payload), "another tool");
+  expect_refused<types::training_artifact_unsupported_version>(
+      core::write_artifact(core::Tool::kOcr, ocr::kArtifactVersion + 1, payload), "newer");
+  expect_refused<invalid_training_artifact>(
+      core::write_artifact(core::Tool::kOcr, 1, payload + "x"), "payload too long");
+  expect_refused<invalid_training_artifact>(
+      core::write_artifact(core::Tool::kOcr, 1, payload.substr(0, payload.size() - 1)),
+      "payload too short");
+}
+
+TEST(ReaderArtifact, IsRefusedWhenItsChecksumHoldsButItsValuesDoNot) {
+  const std::string payload(
+      core::open_artifact(artifact(), core::Tool::kOcr, ocr::kArtifactVersion).payload);
+  // Width, generation excepted, category count, first category's length, first category.
+  for (const std::size_t place : {3u, 7u, 12u, 15u, 16u, 20u}) {
+    std::string changed = payload;
+    changed[place] = static_cast<char>(0xff);
+    expect_refused<types::invalid_training_artifact>(
+        core::write_artifact(core::Tool::kOcr, ocr::kArtifactVersion, changed),
+        "payload byte " + std::to_string(place));
+  }
+}
+
+TEST(ReaderCache, ComesBackFromAStreamAndReportsATroubledOne) {
+  const auto cache = qv::ocr::TrainCache::create(~0ull);
+  std::stringstream stream;
+  qv::ocr::save(*cache, stream);
+  EXPECT_NO_THROW(qv::ocr::load(*cache, stream));
+  std::stringstream garbage("garbage");
+  EXPECT_THROW(qv::ocr::load(*cache, garbage), types::read_error);
+  std::stringstream closed;
+  closed.setstate(std::ios::badbit);
+  EXPECT_THROW(qv::ocr::save(*cache, closed), types::write_error);
+}
+
+}  // namespace
+}  // namespace telvar::test
