@@ -16,5 +16,7 @@ foreach(consumer find_package pkg_config)
   include(${consumers}/build_and_run.cmake)
 endforeach()
 if(TOOLS)
-  execute_process(COMMAND ${PREFIX}/bin/telvar --version COMMAND_ERROR_IS_FATAL ANY)
+  # Loads the library, which it is not linked to.
+  file(WRITE ${WORK}/points.csv "10,10\n30,11\n12,60\n")
+  execute_process(COMMAND ${PREFIX}/bin/telvar sort --points ${WORK}/points.csv --height 24 COMMAND_ERROR_IS_FATAL ANY)
 endif()

@@ -27,7 +27,8 @@ if(NOT failed)
   execute_process(COMMAND ${CMAKE_COMMAND} -D SOURCE=${SOURCE} -D BUILD=${BUILD} -D PREFIX=/usr
     -D COMPILER=${COMPILER} -P ${ROOT}/tests/consumer/build_and_run.cmake RESULT_VARIABLE failed)
   if(NOT failed AND TOOLS)
-    execute_process(COMMAND telvar --version RESULT_VARIABLE failed)
+    file(WRITE ${WORK}/points.csv "10,10\n30,11\n12,60\n")
+    execute_process(COMMAND telvar sort --points ${WORK}/points.csv --height 24 RESULT_VARIABLE failed)
   endif()
 endif()
 
