@@ -16,13 +16,14 @@ bool keeps_artifact(Create create) {
 int main() {
   std::shared_ptr<Types::IWrapperFactory> factory;
   CreateWrapperFactory(factory);
-  const bool ok =
-      keeps_artifact<Types::SmartOCR::Data>(
-          [&](auto data) { return factory->CreateSmartOCRWrapper(std::move(data)); }) &&
-      keeps_artifact<Types::SmartClassifier::Data>(
-          [&](auto data) { return factory->CreateSmartClassifierWrapper(std::move(data)); }) &&
-      keeps_artifact<Types::SmartSegmenter::Data>(
-          [&](auto data) { return factory->CreateSmartSegmenterWrapper(std::move(data)); });
+  const bool ok = keeps_artifact<Types::SmartOCR::Data>(
+                      [&](auto data) { return factory->CreateSmartOCRWrapper(std::move(data)); }) &&
+                  keeps_artifact<Types::SmartClassifier::Data>([&](auto data) {
+                    return factory->CreateSmartClassifierWrapper(std::move(data));
+                  }) &&
+                  keeps_artifact<Types::SmartSegmenter::Data>([&](auto data) {
+                    return factory->CreateSmartSegmenterWrapper(std::move(data));
+                  });
   if (!ok) std::puts("a wrapper lost its artifact");
   return ok ? 0 : 1;
 }

@@ -12,6 +12,7 @@ int main() {
   try {
     throw InvalidROIException("width 0");
   } catch (const TelvarException& failure) {
-    return std::string(failure.what()) == "width 0" && copy.fieldingResult.patternName.empty() ? 0 : 1;
+    return std::string(failure.what()) == "width 0" && copy.fieldingResult.patternName.empty() ? 0
+                                                                                               : 1;
   }
 }
