@@ -109,6 +109,7 @@ ClassifierState read_classifier(const std::string& artifact, core::WorkerPool& p
 }
 
 void prepare_for_answers(ClassifierState& state) {
+  const core::LibraryThreadScope scope;
   for (const auto& net : state.nets) core::fold_batch_norms(*net);
 }
 

@@ -40,6 +40,9 @@ std::vector<std::string> joined_categories(const std::vector<DatasetEntry>& entr
 
 void check_counts(const TrainingSet& set) {
   using types::insufficient_number_of_samples;
+  if (set.from_dataset == 0) {
+    throw insufficient_number_of_samples("0 samples in the data set, the minimum is 1");
+  }
   if (set.categories.size() < kMinCategories) {
     throw insufficient_number_of_samples(std::to_string(set.categories.size()) +
                                          " categories with samples, the minimum is " +

@@ -35,8 +35,9 @@ const std::string& artifact() {
 TEST(ClassifierTraining, NamesWhatItCannotLearnFrom) {
   using types::insufficient_number_of_samples;
   const auto training = [](const PictureSet& set) { return [&set] { train(set); }; };
-  expect_error<insufficient_number_of_samples>(training(PictureSet()),
-                                               "0 categories with samples, the minimum is 2");
+  expect_error<insufficient_number_of_samples>(training(PictureSet()), "0 samples in the data set");
+  expect_error<insufficient_number_of_samples>([] { train(PictureSet(), artifact()); },
+                                               "0 samples in the data set");
   expect_error<insufficient_number_of_samples>(training(rings_and_crosses(8, 0)),
                                                "1 categories with samples, the minimum is 2");
   expect_error<insufficient_number_of_samples>(training(rings_and_crosses(2, 2)),

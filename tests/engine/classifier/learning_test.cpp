@@ -1,10 +1,12 @@
 #include <gmock/gmock.h>
+#include <sched.h>
 
-#include <chrono>
 #include <ctime>
+#include <functional>
 #include <sstream>
 #include <thread>
 
+#include "core/worker_pool.h"
 #include "pictures.h"
 #include "telvar/exceptions.h"
 
@@ -21,6 +23,21 @@ double cpu_of(const std::function<void()>& work) {
   const std::clock_t before = std::clock();
   work();
   return static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC;
+}
+
+/// Runs on a thread that may use a single core, so that the engine works with one thread.
+std::string on_one_core(const std::function<std::string()>& work) {
+  std::string result;
+  std::thread thread([&] {
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    CPU_SET(sched_getcpu(), &set);
+    EXPECT_EQ(sched_setaffinity(0, sizeof(set), &set), 0);
+    EXPECT_EQ(core::available_cores(), 1u);
+    result = work();
+  });
+  thread.join();
+  return result;
 }
 
 TEST(Classifier, LearnsFromFewImagesInEveryPixelFormat) {
@@ -112,6 +129,7 @@ TEST(Classifier, GivesTheSameBytesHoweverItIsTrained) {
   auto loaded = engine::TrainCache::create(true);
   engine::load(*loaded, stream);
   EXPECT_EQ(train(training, "", *loaded, 1).artifact, first.artifact);
+  EXPECT_EQ(on_one_core([&] { return train(training, "", 1).artifact; }), first.artifact);
   std::string beside;
   std::thread other([&] { beside = train(training, "", 1).artifact; });
   const std::string own = train(training, "", 1).artifact;
