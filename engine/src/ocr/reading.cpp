@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
+#include <utility>
 
 #include "core/sampling.h"
 #include "core/weights.h"
@@ -72,9 +74,17 @@ torch::Tensor input_of(const GraySource& source, const Interval& columns, const 
   return input;
 }
 
-/// One cell's vote, from the answer's planes.
-CellVote vote_of(const torch::TensorAccessor<float, 3>& answer, int row, int column,
-                 float objectness, int left, int top) {
+/// Cells are trained to point to centres within half a character.
+constexpr float kFarthestVote = 1.0f;
+
+/// One cell's vote, from the answer's planes; none where it points nowhere or its scores are no
+/// numbers, as extreme weights may make them.
+std::optional<CellVote> vote_of(const torch::TensorAccessor<float, 3>& answer, int row, int column,
+                                float objectness, int left, int top) {
+  const auto points_near = [&](int plane) {
+    return std::fabs(answer[plane][row][column]) <= kFarthestVote;
+  };
+  if (!points_near(1) || !points_near(2)) return std::nullopt;
   CellVote vote;
   vote.objectness = objectness;
   vote.x =
@@ -89,6 +99,7 @@ CellVote vote_of(const torch::TensorAccessor<float, 3>& answer, int row, int col
     sum += vote.scores[static_cast<std::size_t>(k)] =
         std::exp(answer[3 + k][row][column] - highest);
   }
+  if (!(sum >= 1)) return std::nullopt;  // the highest category alone adds 1
   for (float& score : vote.scores) score /= sum;
   return vote;
 }
@@ -119,8 +130,9 @@ void read_piece(ReaderNetImpl& net, torch::ScalarType number, const GraySource& 
     for (int column = first_column; column < last_column; ++column) {
       const float logit = cells[0][row][column];
       if (!(logit > threshold)) continue;
-      votes.push_back(
-          vote_of(cells, row, column, 1 / (1 + std::exp(-logit)), columns.begin, rows.begin));
+      auto vote =
+          vote_of(cells, row, column, 1 / (1 + std::exp(-logit)), columns.begin, rows.begin);
+      if (vote) votes.push_back(std::move(*vote));
     }
   }
 }

@@ -79,7 +79,9 @@ void BandBlender::finish_rows(int end) {
       float* from = band_row(c, y);
       unsigned char* to = images_[c].pixels.data() + std::size_t(y) * plan_.width;
       for (int x = 0; x < plan_.width; ++x) {
-        to[x] = static_cast<unsigned char>(std::clamp(from[x], 0.0F, 1.0F) * 255.0F + 0.5F);
+        // In this order, what is no number (extreme weights overflow) becomes 0.
+        const float probability = std::min(std::max(0.0F, from[x]), 1.0F);
+        to[x] = static_cast<unsigned char>(probability * 255.0F + 0.5F);
       }
       std::fill(from, from + plan_.width, 0.0F);
     }
