@@ -78,7 +78,9 @@ std::string texts_html(const ReaderMistake& mistake) {
 
 std::string mistakes_html(const ReaderEvaluation& evaluation, const OcrData& data,
                           const NominalSize& size) {
-  if (evaluation.mistakes.empty()) return "<p class=\"good\">Everything was read right.</p>";
+  if (evaluation.mistakes.empty()) {
+    return "<p class=\"good\">Everything that is marked was read right.</p>";
+  }
   const bool short_ones = std::all_of(evaluation.mistakes.begin(), evaluation.mistakes.end(),
                                       [&](const auto& m) { return data.items[m.item].partial; });
   std::string cards = short_ones ? "<div class=\"cards medium\">" : "<div class=\"cards wide\">";

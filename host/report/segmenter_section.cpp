@@ -10,24 +10,18 @@
 namespace telvar_host {
 namespace {
 
-const cv::Scalar kMissed(178, 114, 0);  // blue, BGR
-const cv::Scalar kExtra(0, 94, 213);    // vermilion
-
-void tint(cv::Mat& canvas, const cv::Mat& where, const cv::Scalar& colour) {
-  cv::Mat tinted;
-  cv::addWeighted(canvas, 0.25, cv::Mat(canvas.size(), canvas.type(), colour), 0.75, 0, tinted);
-  tinted.copyTo(canvas, where);
-}
+const cv::Scalar kMissed(233, 180, 86);  // light blue, BGR
+const cv::Scalar kExtra(0, 94, 213);     // vermilion
 
 // The picture, what it should be, what was found, and the pixels that differ, side by side.
 cv::Mat comparison(const SegmenterMistake& mistake) {
   const cv::Mat shown = displayable(read_picture(mistake.item.file));
   Probabilities truth;
-  cv::Mat difference = shown.clone();
+  cv::Mat difference = shown * 0.4;  // dark, so that single pixels stand out
   for (const auto& [category, answer] : mistake.answer) {
     truth[category] = truth_of(mistake.item, category, shown.size());
-    tint(difference, truth[category] & ~answer, kMissed);
-    tint(difference, answer & ~truth[category], kExtra);
+    difference.setTo(kMissed, truth[category] & ~answer);
+    difference.setTo(kExtra, answer & ~truth[category]);
   }
   std::vector<cv::Mat> panels;
   for (const cv::Mat& panel : {shown, drawn_segments(shown, truth, {}),
@@ -67,7 +61,7 @@ std::string mistakes_html(const SegmenterEvaluation& evaluation) {
   if (evaluation.mistakes.empty()) return "<p class=\"good\">Every pixel is right.</p>";
   std::string cards =
       "<p class=\"lead\">Picture, truth, answer, and where they differ: <span class=\"swatch\" "
-      "style=\"background:#0072b2\"></span>missed <span class=\"swatch\" "
+      "style=\"background:#56b4e9\"></span>missed <span class=\"swatch\" "
       "style=\"background:#d55e00\"></span>"
       "too much.</p><div class=\"cards wide\">";
   for (const auto& mistake : evaluation.mistakes) {
@@ -84,9 +78,10 @@ std::string mistakes_html(const SegmenterEvaluation& evaluation) {
 
 Section section_of(const SegmenterEvaluation& evaluation, const SegmenterData& data) {
   Section section{"segmenter", "Segmenter", "", {}, ""};
-  section.figures = {{fixed(evaluation.mean_iou(), 3), "mean IoU at threshold 128"},
+  section.figures = {{fixed(evaluation.mean_iou(), 3), "mean IoU"},
                      {std::to_string(evaluation.images), "pictures"},
-                     {std::to_string(data.categories.size()), "categories"},
+                     {std::to_string(data.categories.size()),
+                      data.categories.size() == 1 ? "category" : "categories"},
                      {fixed(evaluation.timing.quantile(0.5), 1) + " ms", "per picture, median"},
                      {fixed(evaluation.timing.quantile(0.95), 1) + " ms", "95th percentile"}};
   section.body = "<div class=\"columns\"><div>" + categories_html(evaluation) + "</div><div>" +

@@ -38,12 +38,12 @@ padding-right:6px}
 .cards.wide{grid-template-columns:1fr}
 .cards.medium{grid-template-columns:repeat(auto-fill,minmax(220px,1fr))}
 .card{border:1px solid var(--line);border-radius:10px;overflow:hidden;font-size:13px;line-height:1.35;background:var(--paper)}
-.card img{display:block;max-width:100%;margin:0 auto}
+.card img{display:block;max-width:100%;height:auto;margin:0 auto}
 .cards:not(.wide):not(.medium) .card img{width:112px;height:112px;object-fit:contain;margin-top:10px}
 .card>div{padding:8px 12px 10px;overflow-wrap:anywhere}
 .card b{display:block}.card>div>span{color:var(--soft);display:block}.card .file{font-size:12px}
 .card.bad b{color:var(--bad)}
-.text{font-family:ui-monospace,"DejaVu Sans Mono",monospace;font-size:14px;white-space:pre-wrap}
+.text{font-family:ui-monospace,"DejaVu Sans Mono",monospace;font-size:14px;white-space:pre-wrap;overflow-wrap:anywhere}
 .text .miss{background:rgba(194,65,12,.25);border-radius:3px;padding:0 1px}
 img.sharp{image-rendering:pixelated}
 details{margin:14px 0 0}summary{cursor:pointer;font-weight:600;margin-bottom:10px}
@@ -53,7 +53,7 @@ details{margin:14px 0 0}summary{cursor:pointer;font-weight:600;margin-bottom:10p
 svg{max-width:100%;height:auto}svg text{fill:var(--soft);font-size:12px}
 svg .axis{stroke:var(--line)}svg .curve{fill:none;stroke:var(--accent);stroke-width:2.2}
 svg .mark{stroke:var(--bad);stroke-dasharray:4 4}
-.page img{width:100%;border:1px solid var(--line);border-radius:8px}
+.page img{width:100%;height:auto;border:1px solid var(--line);border-radius:8px}
 .good{color:#15803d}footer{color:var(--soft);font-size:13px}
 )css";
 
