@@ -1,6 +1,7 @@
 #include "classifier/trainer.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "classifier/limits.h"
 #include "classifier/network.h"
@@ -106,8 +107,12 @@ Symmetry find_symmetry(const Probe& probe, const Canvas& canvas, const KernelCho
   if (probe.samples.size() < kFewestToJudge || right[0] < 1.0 / categories + kClearlyBetter) {
     return symmetry;
   }
-  symmetry.mirrored = right[1] >= kAsWell * right[0];
-  symmetry.turned = square && right[2] + right[3] + right[4] >= 3 * kAsWell * right[0];
+  // A standard error of leeway: few samples cannot show more.
+  const double error =
+      std::sqrt(right[0] * (1 - right[0]) / static_cast<double>(probe.samples.size()));
+  const double wanted = kAsWell * right[0] - error;
+  symmetry.mirrored = right[1] >= wanted;
+  symmetry.turned = square && right[2] + right[3] + right[4] >= 3 * wanted;
   return symmetry;
 }
 
