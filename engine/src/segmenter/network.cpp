@@ -97,7 +97,9 @@ torch::Tensor segmentation_loss(const torch::Tensor& logits, const torch::Tensor
   const torch::Tensor shared = (probability * targets).sum({0, 2, 3});
   const torch::Tensor total = probability.sum({0, 2, 3}) + (targets * weight).sum({0, 2, 3});
   const torch::Tensor dice = 1.0 - (2.0 * shared + kDiceSmoothing) / (total + kDiceSmoothing);
-  const torch::Tensor present = (known_pixels > 0).to(torch::kFloat);
+  // Where a category does not occur, Dice would only press its probability down, much harder than
+  // entropy does, until faint marks are lost elsewhere.
+  const torch::Tensor present = ((targets * weight).sum({0, 2, 3}) > 0).to(torch::kFloat);
   return entropy + (dice * present).sum() / present.sum().clamp_min(1.0);
 }
 

@@ -43,8 +43,8 @@ std::shared_ptr<SegmentationNet> make_initial_net(int planes, int categories, st
 std::shared_ptr<SegmentationNet> grow_net(const SegmentationNet& old, int planes, int categories,
                                           const std::vector<int>& places, std::uint64_t seed);
 
-/// Mean over known labels of binary cross-entropy plus soft Dice loss (Milletari et al. 2016).
-/// Logits and targets N x K x H x W, known N x K, 0 or 1.
+/// Mean binary cross-entropy over known labels, plus soft Dice loss (Milletari et al. 2016) over
+/// the categories that occur. Logits and targets N x K x H x W, known N x K, 0 or 1.
 torch::Tensor segmentation_loss(const torch::Tensor& logits, const torch::Tensor& targets,
                                 const torch::Tensor& known);
 
