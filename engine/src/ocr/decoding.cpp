@@ -67,6 +67,10 @@ FoundCharacter mean_of(const std::vector<CellVote>& votes, const std::vector<std
   return found;
 }
 
+float rank(const FoundCharacter& character) {
+  return character.strength * character.scores[static_cast<std::size_t>(character.best())];
+}
+
 std::vector<FoundCharacter> cluster(const std::vector<CellVote>& votes) {
   constexpr float kReach = kAgreement * kReadingCharacter;
   Buckets buckets(kReach);
@@ -89,13 +93,11 @@ std::vector<FoundCharacter> cluster(const std::vector<CellVote>& votes) {
       }
     });
     FoundCharacter character = mean_of(votes, agreeing);
-    if (character.strength >= kStrengthThreshold) found.push_back(std::move(character));
+    if (character.strength >= kStrengthThreshold && rank(character) >= kFitThreshold) {
+      found.push_back(std::move(character));
+    }
   }
   return found;
-}
-
-float rank(const FoundCharacter& character) {
-  return character.strength * character.scores[static_cast<std::size_t>(character.best())];
 }
 
 }  // namespace

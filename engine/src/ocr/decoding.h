@@ -17,6 +17,10 @@ constexpr float kVoteThreshold = 0.15f;
 /// true character in 600 lies below, and four out of five false ones.
 constexpr float kStrengthThreshold = 0.55f;
 
+/// Nor are those whose strength times best score is less: whatever they are, no category fits. On
+/// the same codes that takes more than half of the false ones left, and one true one in 2000.
+constexpr float kFitThreshold = 0.2f;
+
 /// One cell's vote; the position in reading pixels.
 struct CellVote {
   float x = 0;
