@@ -18,7 +18,7 @@ constexpr float kVoteThreshold = 0.15f;
 constexpr float kStrengthThreshold = 0.55f;
 
 /// Nor are those whose strength times best score is less: whatever they are, no category fits. On
-/// the same codes that takes more than half of the false ones left, and one true one in 2000.
+/// the same codes that takes half of the false ones left, and none of 4200 true ones.
 constexpr float kFitThreshold = 0.2f;
 
 /// One cell's vote; the position in reading pixels.
