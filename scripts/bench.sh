@@ -28,7 +28,7 @@ ocr() {
   /usr/bin/python3 bench/ocr/run.py --programs "$programs" --work "$out/ocr" --json "$out/ocr.json"
 }
 
-classifier() { build classifier_bench && "$programs/classifier_bench"; }
+classifier() { build telvar_classifier_bench && "$programs/telvar_classifier_bench" --set /usr/share/datasets/fashion-mnist --set parts; }
 
 segmenter() { build segmenter_bench && "$programs/segmenter_bench"; }
 
