@@ -37,7 +37,9 @@ void expect_untrainable(const std::function<void(msg::Dataset&)>& change, const 
   expect<Exception>([&] { train(set.dataset(), set.loader()); }, text);
 }
 
-msg::Sample& sample(msg::Dataset& dataset) { return (*dataset.mutable_samples())["page"]; }
+msg::Sample& sample(msg::Dataset& dataset) {
+  return (*dataset.mutable_samples())["page"];
+}
 
 TEST(ReaderErrors, OfDataSets) {
   const PageSet none;
@@ -55,8 +57,8 @@ TEST(ReaderErrors, OfDataSets) {
   expect_untrainable<types::insufficient_number_of_samples>(
       [](auto& d) { sample(d).mutable_characters()->DeleteSubrange(2, 10); },
       "2 labelled characters, at least 3");
-  expect_untrainable<types::insufficient_number_of_samples>(
-      [](auto& d) { d.clear_samples(); }, "0 labelled characters");
+  expect_untrainable<types::insufficient_number_of_samples>([](auto& d) { d.clear_samples(); },
+                                                            "0 labelled characters");
   expect_untrainable<types::invalid_dataset>([](auto& d) { d.clear_categories(); },
                                              "not among the data set's categories");
 }
@@ -81,7 +83,9 @@ TEST(ReaderErrors, OfTrainingImagesLeaveTheHostsExceptionAlone) {
   expect<types::invalid_image_size>(
       [&] { train(set.dataset(), [](const auto&) { return types::Image(); }); }, "image 'page'");
   expect<std::out_of_range>(
-      [&] { train(set.dataset(), [](const auto&) -> types::Image { throw std::out_of_range("h"); }); },
+      [&] {
+        train(set.dataset(), [](const auto&) -> types::Image { throw std::out_of_range("h"); });
+      },
       "h");
   expect_untrainable<types::invalid_roi>(
       [](auto& d) {
@@ -115,16 +119,23 @@ TEST(ReaderErrors, OfModelsAndTheirImages) {
                            types::Size2<unsigned> size) { model.process(view, t, size); };
   const types::AffineTransform identity{1, 0, 0, 0, 1, 0};
   expect<types::invalid_image_size>(
-      [&] { process(types::ImageView(3, 9, 3, 1, 8, 0, page.pixels.data()), identity, {0, 0}); },
+      [&] {
+        process(types::ImageView(3, 9, 3, 1, 8, 0, page.pixels.data()), identity, {0, 0});
+      },
       "image");
   expect<types::invalid_image>(
-      [&] { process(types::ImageView(9, 9, 5, 1, 8, 0, page.pixels.data()), identity, {0, 0}); },
+      [&] {
+        process(types::ImageView(9, 9, 5, 1, 8, 0, page.pixels.data()), identity, {0, 0});
+      },
       "image");
   const types::ImageView view(page);
   expect<types::invalid_roi>([&] { process(view, {1, 0, 5000, 0, 1, 0}, {20, 20}); }, "image");
   expect<types::invalid_roi>([&] { process(view, {0, 0, 0, 0, 0, 0}, {20, 20}); }, "image");
-  expect<types::invalid_image_size>([&] { process(view, {1e-3f, 0, 0, 0, 1e-3f, 0}, {16384, 16384}); },
-                                    "characters of the nominal size");
+  expect<types::invalid_image_size>(
+      [&] {
+        process(view, {1e-3f, 0, 0, 0, 1e-3f, 0}, {16384, 16384});
+      },
+      "characters of the nominal size");
 }
 
 }  // namespace

@@ -69,12 +69,12 @@ Page draw_page(std::uint64_t seed, const PageStyle& style) {
   const float light = random.uniform(120, 160), tilt = random.uniform(-0.15f, 0.15f);
   const float contrast = (style.bright ? 1.0f : -1.0f) * random.uniform(45, 70);
   for (std::size_t i = 0; i < ink.size(); ++i) {
-    const float value = light + tilt * float(i % std::size_t(width)) + contrast * ink[i] +
-                        6 * random.normal();
+    const float value =
+        light + tilt * float(i % std::size_t(width)) + contrast * ink[i] + 6 * random.normal();
     pixels[i] = static_cast<unsigned char>(std::clamp(value, 0.0f, 255.0f));
   }
-  page.image = types::Image(unsigned(width), unsigned(height), unsigned(width), 1, 8, 0,
-                            pixels.data());
+  page.image =
+      types::Image(unsigned(width), unsigned(height), unsigned(width), 1, 8, 0, pixels.data());
   return page;
 }
 

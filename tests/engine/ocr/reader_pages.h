@@ -34,8 +34,8 @@ struct PageStyle {
   std::string alphabet = "147HLX";
   int lines = 2;
   int columns = 6;
-  float scale = 1;    // of the characters
-  float slant = 0;    // degrees by which the lines run down
+  float scale = 1;      // of the characters
+  float slant = 0;      // degrees by which the lines run down
   bool bright = false;  // characters brighter than the page
 };
 

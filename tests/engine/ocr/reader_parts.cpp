@@ -6,8 +6,8 @@
 
 #include "ocr/contrast.h"
 #include "ocr/decoding.h"
-#include "ocr/exemplars.h"
 #include "ocr/exemplar_limits.h"
+#include "ocr/exemplars.h"
 #include "ocr/targets.h"
 
 namespace telvar::ocr {
@@ -114,7 +114,8 @@ TEST(Exemplars, ShowEveryCategoryWithinTheLimit) {
   sample.width = 20000;
   sample.height = 60;
   sample.pixels.resize(std::size_t(sample.width) * std::size_t(sample.height));
-  for (int i = 0; i < 500; ++i) sample.labels.push_back({i % 50 == 0 ? 1 : 0, 40.0f * float(i), 30});
+  for (int i = 0; i < 500; ++i)
+    sample.labels.push_back({i % 50 == 0 ? 1 : 0, 40.0f * float(i), 30});
   core::Random random({1});
   const auto exemplars = choose_exemplars({&sample}, 2, random);
   EXPECT_EQ(exemplars.size(), std::size_t(kMaxExemplars));

@@ -16,7 +16,9 @@ using ::testing::Ge;
 using ::testing::Le;
 
 /// Labels about two characters in three: a page on which some characters carry no label.
-bool labelled(std::size_t i) { return i % 3 != 2; }
+bool labelled(std::size_t i) {
+  return i % 3 != 2;
+}
 
 struct Trained {
   Trained() {

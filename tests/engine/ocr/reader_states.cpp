@@ -33,8 +33,8 @@ std::string train_briefly(unsigned threads, core::TrainCacheStore& store) {
   core::CacheSession session(store);
   std::vector<ocr::PreparedSample> samples;
   for (const ocr::DatasetSample& sample : dataset.samples) {
-    samples.push_back(ocr::load_sample(sample, dataset.size, dataset.categories, pages.loader(),
-                                       session));
+    samples.push_back(
+        ocr::load_sample(sample, dataset.size, dataset.categories, pages.loader(), session));
   }
   session.commit();
   core::WorkerPool pool(threads);
