@@ -18,11 +18,13 @@ struct Pose {
 };
 
 /// Maps canvas positions to sample positions, about the centre.
-Pose random_pose(const Canvas& canvas, const Symmetry& symmetry, core::Random& random) {
-  const float limit = symmetry.turned ? kHalfTurn : kMaxTurn;
+Pose random_pose(const Canvas& canvas, const Symmetry& symmetry, float strength,
+                 core::Random& random) {
+  const float shift = kMaxShift * strength, scale = kMaxScale * strength;
+  const float limit = symmetry.turned ? kHalfTurn : kMaxTurn * strength;
   const float turn = random.uniform(-limit, limit);
-  const float size = random.uniform(-kMaxScale, kMaxScale);
-  const float aspect = random.uniform(-kMaxScale, kMaxScale) / 2;
+  const float size = random.uniform(-scale, scale);
+  const float aspect = random.uniform(-scale, scale) / 2;
   const bool mirror = symmetry.mirrored && random.chance(0.5f);
   const float sx = (mirror ? -1.0f : 1.0f) * std::exp(size + aspect), sy = std::exp(size - aspect);
   Pose pose{sx * std::cos(turn), -sy * std::sin(turn), 0,
@@ -30,9 +32,9 @@ Pose random_pose(const Canvas& canvas, const Symmetry& symmetry, core::Random& r
   const float cx = 0.5f * static_cast<float>(canvas.width - 1);
   const float cy = 0.5f * static_cast<float>(canvas.height - 1);
   pose.x0 = cx - pose.xx * cx - pose.xy * cy +
-            random.uniform(-kMaxShift, kMaxShift) * static_cast<float>(canvas.width);
+            random.uniform(-shift, shift) * static_cast<float>(canvas.width);
   pose.y0 = cy - pose.yx * cx - pose.yy * cy +
-            random.uniform(-kMaxShift, kMaxShift) * static_cast<float>(canvas.height);
+            random.uniform(-shift, shift) * static_cast<float>(canvas.height);
   return pose;
 }
 
@@ -83,11 +85,11 @@ void normalise(const Sample& sample, const Canvas& canvas, float* out) {
   }
 }
 
-void augment(const Sample& sample, const Canvas& canvas, const Symmetry& symmetry,
+void augment(const Sample& sample, const Canvas& canvas, const Symmetry& symmetry, float strength,
              core::Random& random, float* out) {
-  const Pose pose = random_pose(canvas, symmetry, random);
-  const float gain = std::exp(random.uniform(-kMaxGain, kMaxGain));
-  const float offset = random.uniform(-kMaxOffset, kMaxOffset);
+  const Pose pose = random_pose(canvas, symmetry, strength, random);
+  const float gain = std::exp(strength * random.uniform(-kMaxGain, kMaxGain));
+  const float offset = strength * random.uniform(-kMaxOffset, kMaxOffset);
   Levels levels[3];
   for (int c = 0; c < canvas.channels; ++c) levels[c] = levels_of(canvas, c, gain, offset);
   warp(sample, canvas, pose, levels, out);

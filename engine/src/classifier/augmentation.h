@@ -12,8 +12,8 @@ namespace telvar::classifier {
 /// Writes the normalised values of a sample, channels x height x width floats.
 void normalise(const Sample& sample, const Canvas& canvas, float* out);
 
-/// `normalise` of a randomly changed sample.
-void augment(const Sample& sample, const Canvas& canvas, const Symmetry& symmetry,
+/// `normalise` of a randomly changed sample; `strength` scales how much, 1 normally.
+void augment(const Sample& sample, const Canvas& canvas, const Symmetry& symmetry, float strength,
              core::Random& random, float* out);
 
 }  // namespace telvar::classifier

@@ -70,7 +70,10 @@ torch::Tensor smoothed_loss(const torch::Tensor& logits, const torch::Tensor& la
 
 void train_network(const std::shared_ptr<NetworkImpl>& net, const NetworkTask& task,
                    core::WorkerPool& pool) {
-  const int chunk_size = task.members.size() > kLargeSet ? 32 : 16;
+  const bool large = task.members.size() > kLargeSet;
+  const int chunk_size = large ? 32 : 16;
+  // Large sets show most variations themselves, and each sample is seen a few times only.
+  const float strength = large ? 0.5f : 1.0f;
   const core::TrainingPlan plan = plan_for(task, chunk_size);
   const std::vector<int> order =
       drawing_order(task, static_cast<std::size_t>(plan.steps) * kChunks * chunk_size);
@@ -81,7 +84,7 @@ void train_network(const std::shared_ptr<NetworkImpl>& net, const NetworkTask& t
     const std::size_t first = (static_cast<std::size_t>(step) * kChunks + chunk) * chunk_size;
     for (int i = 0; i < chunk_size; ++i) {
       const int index = order[first + i];
-      augment((*task.samples)[index], task.canvas, task.symmetry, random,
+      augment((*task.samples)[index], task.canvas, task.symmetry, strength, random,
               input.data_ptr<float>() + task.canvas.sample_size() * i);
       labels.data_ptr<std::int64_t>()[i] = (*task.labels)[index];
     }
