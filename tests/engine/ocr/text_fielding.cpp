@@ -72,6 +72,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"lines_that_do_not_fit_are_skipped",
              advanced({{"p", {{kDigits, kDigits}, {kLetters}}}}),
              certain({"HEAD", "12", "...", "A", "99"}), "p:12/A"},
+        Case{"the_first_of_equal_lines_is_taken", digits(2), certain({"12", "34"}), "digits:12"},
         Case{"lines_keep_their_order", advanced({{"p", {{kDigits}, {kLetters}}}}),
              certain({"A", "1"}), "none"},
         Case{"reading_beats_leaving_out",

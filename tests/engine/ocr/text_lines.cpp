@@ -84,16 +84,18 @@ TEST_P(PagesOfText, AreReadLineByLine) {
 
 INSTANTIATE_TEST_SUITE_P(
     Lines, PagesOfText,
-    ::testing::Values(Page{"straight", {12, 3, 20, 1, 8}, 0, 1.4, 1, 0, 0.04, true},
-                      Page{"slanted_down", {20, 12, 5, 18}, 15, 1.4, 1, 0, 0.04, true},
-                      Page{"slanted_up", {20, 12, 5, 18}, -15, 1.4, 1, 0, 0.04, true},
-                      Page{"one_slanted_line", {14}, 15, 1.4, 1, 0, 0.04, true},
-                      Page{"small_and_tight", {15, 9, 20}, 3, 1.25, 0.7},
-                      Page{"large", {15, 9, 20}, 3, 1.3, 1.3},
-                      Page{"uneven", {20, 20, 20}, 0, 1.4, 1, 0, 0.2},
-                      Page{"bowed", {24, 24, 24}, 0, 1.4, 1, 0.8, 0.04, true},
-                      Page{"bowed_and_slanted", {24, 24, 24}, -8, 1.4, 1, 0.8, 0.04, true},
-                      Page{"a_whole_page", std::vector<int>(40, 60), 4, 1.5, 1, 0, 0.04, true}),
+    ::testing::Values(
+        Page{"straight", {12, 3, 20, 1, 8}, 0, 1.4, 1, 0, 0.04, true},
+        Page{"slanted_down", {20, 12, 5, 18}, 15, 1.4, 1, 0, 0.04, true},
+        Page{"slanted_up", {20, 12, 5, 18}, -15, 1.4, 1, 0, 0.04, true},
+        Page{"one_slanted_line", {14}, 15, 1.4, 1, 0, 0.04, true},
+        Page{"small_and_tight", {15, 9, 20}, 3, 1.25, 0.7}, Page{"large", {15, 9, 20}, 3, 1.3, 1.3},
+        Page{"large_with_marks", {24, 18, 20}, 0, 1.3, 1.4, 0, 0.04, true},
+        Page{"small_and_tight_with_marks", {15, 22, 20, 24}, 0, 1.2, 0.7, 0, 0.04, true},
+        Page{"uneven", {20, 20, 20}, 0, 1.4, 1, 0, 0.2},
+        Page{"bowed", {24, 24, 24}, 0, 1.4, 1, 0.8, 0.04, true},
+        Page{"bowed_and_slanted", {24, 24, 24}, -8, 1.4, 1, 0.8, 0.04, true},
+        Page{"a_whole_page", std::vector<int>(40, 60), 4, 1.5, 1, 0, 0.04, true}),
     [](const auto& tested) { return tested.param.name; });
 
 TEST(SortCharacters, AnswersSmallInputs) {
@@ -109,6 +111,16 @@ TEST(SortCharacters, PutsMarksIntoTheLineTheyStandIn) {
   const Points points{{0, 0}, {10, 7}, {16, -4}, {24, 0}, {33, 0}, {0, 16}, {10, 16}, {20, 16}};
   EXPECT_THAT(sort_characters(points, 10),
               ElementsAre(ElementsAre(0, 1, 2, 3, 4), ElementsAre(5, 6, 7)));
+}
+
+TEST(SortCharacters, MovesAMarkToTheLineThatTurnsOutNearer) {
+  // Index 0 opens the lower of two tight lines, within reach of the upper one, which began before.
+  Points points{{3, 5.5}};
+  for (int i = 0; i < 8; ++i) points.emplace_back(6.0f * i, 0.0f);
+  for (int i = 0; i < 8; ++i) points.emplace_back(8 + 6.0f * i, 8.4f);
+  EXPECT_THAT(sort_characters(points, 10),
+              ElementsAre(ElementsAre(1, 2, 3, 4, 5, 6, 7, 8),
+                          ElementsAre(0, 9, 10, 11, 12, 13, 14, 15, 16)));
 }
 
 TEST(SortCharacters, RefusesWhatIsNoPointOrHeight) {
