@@ -53,12 +53,9 @@ std::vector<Job> jobs(const DemoSources& sources, OutputFolder& out) {
          return "A scanned letter (Debian's jbigkit-testdata). Only some characters are marked: " +
                 std::to_string(split.train) + " to train, and " + std::to_string(split.test) +
                 " on other lines to measure; " + std::to_string(split.left_out) +
-                " more are left out because their kind has fewer than three training marks. "
-                "Letters "
-                "of kinds that are never or hardly marked (m, w, most capitals) are unknown to the "
-                "reader: "
-                "on "
-                "the page below they are missing or taken for others.";
+                " more are left out because their kind has fewer than three training marks. Kinds "
+                "that are never or hardly marked (m, w, most capitals) are unknown to the reader: "
+                "on the page below they are missing or taken for others.";
        },
        {"character_error_rate"}}};
 }
