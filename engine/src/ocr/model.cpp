@@ -2,6 +2,7 @@
 
 #include "core/artifact.h"
 #include "core/exception_translation.h"
+#include "core/library_threads.h"
 #include "core/worker_pool.h"
 #include "ocr/read_result.h"
 #include "ocr/reader_limits.h"
@@ -70,6 +71,7 @@ class Model::Impl {
 Model::Model(const std::string& artifact, const std::string& runtime_parameters,
              const types::Device& device)
     : impl_(core::translated("building the OCR model", [&] {
+        const core::LibraryThreadScope scope;
         reader::ReaderState state = reader::read_reader_state(artifact);
         return std::make_unique<Impl>(std::move(state), runtime_size(runtime_parameters),
                                       threads_of(device));

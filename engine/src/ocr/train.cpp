@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "core/exception_translation.h"
+#include "core/library_threads.h"
 #include "ocr/dataset.h"
 #include "ocr/reader_training.h"
 #include "ocr/train_cache.h"
@@ -102,6 +103,7 @@ std::tuple<std::string, std::string> train(const std::string& artifact, const st
                                            const std::string& parameters,
                                            const types::ImageLoader& loader, TrainCache& cache) {
   return core::translated("training the OCR reader", [&] {
+    const core::LibraryThreadScope scope;
     core::CacheSession session(cache.impl().store);
     auto trained = run(take_in(artifact, dataset, parameters), loader, session);
     session.commit();
