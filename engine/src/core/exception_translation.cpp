@@ -3,7 +3,6 @@
 #include <c10/util/Exception.h>
 
 #include <new>
-#include <opencv2/core.hpp>
 #include <string>
 
 #include "telvar/exceptions.h"
@@ -25,9 +24,6 @@ void rethrow_translated(const char* activity) {
     // The tensor library's allocator has no type of its own for running out of memory.
     if (text.find("DefaultCPUAllocator: ") != std::string::npos) throw std::bad_alloc();
     throw types::exception(std::string(activity) + ": " + first_line(text));
-  } catch (const cv::Exception& error) {
-    if (error.code == cv::Error::StsNoMem) throw std::bad_alloc();
-    throw types::exception(std::string(activity) + ": " + first_line(error.err));
   }
 }
 
