@@ -7,7 +7,9 @@ exception::exception(const exception&) = default;
 exception& exception::operator=(const exception&) = default;
 exception::~exception() = default;
 
-const char* exception::what() const noexcept { return message_.c_str(); }
+const char* exception::what() const noexcept {
+  return message_.c_str();
+}
 
 // The destructors are the classes' key functions: their type information has one home, here.
 training_artifact_unsupported_version::~training_artifact_unsupported_version() = default;
