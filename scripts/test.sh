@@ -2,7 +2,7 @@
 # Installs what is missing, builds and runs every test. One leg a line at the end, with its seconds.
 #
 #   scripts/test.sh              all legs
-#   scripts/test.sh release ...  the legs named: format release asan-ubsan asan-ubsan-engine tsan windows
+#   scripts/test.sh release ...  the legs named: format release asan-ubsan tsan windows
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -29,7 +29,7 @@ run_leg() {
   echo "== $1"
   case $1 in
     format) format ;;
-    release | asan-ubsan | asan-ubsan-engine | tsan) preset "$1" ;;
+    release | asan-ubsan | tsan) preset "$1" ;;
     windows) scripts/test-windows.sh ;;
     *) echo "test: unknown leg '$1'" >&2; exit 2 ;;
   esac
