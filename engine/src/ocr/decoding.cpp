@@ -100,6 +100,29 @@ std::vector<FoundCharacter> cluster(const std::vector<CellVote>& votes) {
   return found;
 }
 
+/// Beside means within the next place but one of the same line, which may be slanted.
+bool stands_beside(const FoundCharacter& a, const FoundCharacter& b) {
+  constexpr float kAlong = 2.0f * kReadingCharacter, kAcross = 0.6f * kReadingCharacter;
+  return std::abs(a.x - b.x) < kAlong && std::abs(a.y - b.y) < kAcross;
+}
+
+std::vector<FoundCharacter> without_doubtful_loners(std::vector<FoundCharacter> characters,
+                                                    const Buckets& buckets) {
+  std::vector<char> stays(characters.size());
+  for (std::size_t i = 0; i < characters.size(); ++i) {
+    bool accompanied = false;
+    buckets.around(characters[i].x, characters[i].y, [&](std::size_t k) {
+      accompanied = accompanied || (k != i && stands_beside(characters[i], characters[k]));
+    });
+    stays[i] = accompanied || rank(characters[i]) >= kLoneThreshold;
+  }
+  std::vector<FoundCharacter> rest;
+  for (std::size_t i = 0; i < characters.size(); ++i) {
+    if (stays[i]) rest.push_back(std::move(characters[i]));
+  }
+  return rest;
+}
+
 }  // namespace
 
 int FoundCharacter::best() const {
@@ -110,7 +133,8 @@ std::vector<FoundCharacter> decode(const std::vector<CellVote>& votes, const Spa
   std::vector<FoundCharacter> found = cluster(votes);
   std::stable_sort(found.begin(), found.end(),
                    [](const auto& a, const auto& b) { return rank(a) > rank(b); });
-  Buckets buckets(2.0f * kReadingCharacter);  // no limit of a Spacing reaches further
+  // No limit of a Spacing reaches further, nor does stands_beside.
+  Buckets buckets(2.0f * kReadingCharacter);
   std::vector<FoundCharacter> kept;
   for (FoundCharacter& character : found) {
     bool free = true;
@@ -122,7 +146,7 @@ std::vector<FoundCharacter> decode(const std::vector<CellVote>& votes, const Spa
     buckets.add(character.x, character.y, kept.size());
     kept.push_back(std::move(character));
   }
-  return kept;
+  return without_doubtful_loners(std::move(kept), buckets);
 }
 
 }  // namespace telvar::ocr

@@ -21,6 +21,10 @@ constexpr float kStrengthThreshold = 0.55f;
 /// the same codes that takes half of the false ones left, and none of 4200 true ones.
 constexpr float kFitThreshold = 0.2f;
 
+/// A character with nothing beside it must be that certain (strength times best score): most marks
+/// of a background that look like a character stand alone, most characters do not.
+constexpr float kLoneThreshold = 0.75f;
+
 /// One cell's vote; the position in reading pixels.
 struct CellVote {
   float x = 0;

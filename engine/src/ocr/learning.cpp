@@ -23,15 +23,26 @@ core::TrainingPlan core_plan(const LearningPlan& plan) {
   return core;
 }
 
+/// Logarithms of the categories' shares of the labels; the mean for those without a label.
+torch::Tensor log_shares(const std::vector<const PreparedSample*>& samples, int categories) {
+  torch::Tensor counts = torch::zeros({categories});
+  for (const PreparedSample* sample : samples) {
+    for (const PreparedLabel& label : sample->labels) counts[label.category] += 1;
+  }
+  const torch::Tensor shares = counts / counts.sum();
+  return torch::where(counts > 0, shares, torch::full_like(shares, 1.0 / categories)).log();
+}
+
 }  // namespace
 
 void learn(ReaderNet& net, const std::vector<const PreparedSample*>& samples,
            const LearningPlan& plan, core::WorkerPool& pool) {
   const CropSource source(samples);
+  const torch::Tensor shares = log_shares(samples, net->categories());
   const auto loss = [&](ReaderNetImpl& replica, int, int, core::Random& random) {
     const Crop crop = source.draw(random);
     return reader_loss(replica.forward(stacked({crop})),
-                       {make_targets(crop, plan.uncertain_weight)});
+                       {make_targets(crop, plan.uncertain_weight)}, shares);
   };
   const auto make_net = [&] { return ReaderNet(net->categories()).ptr(); };
   core::train<ReaderNetImpl>(net.ptr(), make_net, loss, core_plan(plan), pool);

@@ -60,7 +60,8 @@ torch::Tensor stacked(const std::vector<Crop>& crops) {
   return tensor;
 }
 
-torch::Tensor reader_loss(const torch::Tensor& answer, const std::vector<Targets>& targets) {
+torch::Tensor reader_loss(const torch::Tensor& answer, const std::vector<Targets>& targets,
+                          const torch::Tensor& log_shares) {
   const torch::Tensor objectness = gathered(targets, &Targets::objectness);
   const torch::Tensor cells = objectness > 0;
   const torch::Tensor categories = categories_of(targets);
@@ -75,7 +76,7 @@ torch::Tensor reader_loss(const torch::Tensor& answer, const std::vector<Targets
                      1);
     loss = loss +
            F::cross_entropy(
-               here.slice(1, 3), categories,
+               here.slice(1, 3) + log_shares, categories,
                F::CrossEntropyFuncOptions().reduction(torch::kSum).label_smoothing(kSmoothing)) +
            kOffsetShare * F::smooth_l1_loss(here.slice(1, 1, 3), offsets,
                                             F::SmoothL1LossFuncOptions().reduction(torch::kSum),
