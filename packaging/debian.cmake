@@ -5,15 +5,17 @@ set(telvar_debian_release 1)
 configure_file(changelog.Debian.in changelog.Debian @ONLY)
 set(documents ${CMAKE_CURRENT_SOURCE_DIR}/copyright)
 find_program(TELVAR_GZIP gzip)
+
+# telvar_gzip(<source> <name>): the build folder's packed <name>.gz; without name and time: equal input, equal package.
+function(telvar_gzip source name)
+  execute_process(COMMAND ${TELVAR_GZIP} -9nc ${source} COMMAND_ERROR_IS_FATAL ANY
+                  OUTPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/${name}.gz)
+endfunction()
+
 if(TELVAR_GZIP)
-  # Without name and time: equal input, equal package.
-  foreach(source ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
-    get_filename_component(name ${source} NAME)
-    string(REPLACE "CHANGELOG.md" "changelog" name ${name})
-    execute_process(COMMAND ${TELVAR_GZIP} -9nc ${source} COMMAND_ERROR_IS_FATAL ANY
-                    OUTPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/${name}.gz)
-    list(APPEND documents ${CMAKE_CURRENT_BINARY_DIR}/${name}.gz)
-  endforeach()
+  telvar_gzip(${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian changelog.Debian)
+  telvar_gzip(${PROJECT_SOURCE_DIR}/CHANGELOG.md changelog)
+  list(APPEND documents ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian.gz ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz)
 endif()
 
 # telvar_debian_package(<component> <package> <section>)
@@ -60,6 +62,10 @@ Headers, CMake package and pkg-config file of the shared libraries.")
 if(TARGET telvar_host)
   list(APPEND CPACK_COMPONENTS_ALL tools)
   telvar_debian_package(tools telvar-tools graphics)
+  if(TELVAR_GZIP)
+    telvar_gzip(${CMAKE_CURRENT_SOURCE_DIR}/telvar.1 telvar.1)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/telvar.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+  endif()
   set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS ${same_version})
   set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Trainable machine-vision tools: the program telvar
 Checks data sets, trains, processes, evaluates and writes reports.")
