@@ -31,6 +31,13 @@ ConvolutionBlockImpl::ConvolutionBlockImpl(const ConvolutionShape& shape)
       norm_(register_module("norm", torch::nn::BatchNorm2d(shape.out))) {}
 
 torch::Tensor ConvolutionBlockImpl::forward(const torch::Tensor& input) {
+  if (packed_.defined()) {
+    const std::int64_t padding = shape_.dilation * (shape_.kernel - 1) / 2;
+    torch::Tensor out = at::mkldnn_convolution(input, packed_, convolution_->bias,
+                                               {padding, padding}, {shape_.stride, shape_.stride},
+                                               {shape_.dilation, shape_.dilation}, 1);
+    return shape_.relu ? out.relu_() : out;
+  }
   torch::Tensor out = convolution_(input);
   if (!folded_) out = norm_(out);
   return shape_.relu ? out.relu_() : out;
@@ -47,6 +54,14 @@ void ConvolutionBlockImpl::fold() {
   convolution_->weight.copy_(weight);
   convolution_->bias.copy_(bias);
   folded_ = true;
+}
+
+void ConvolutionBlockImpl::pack() {
+  TORCH_CHECK(folded_, "norms are to be folded before convolutions are packed");
+  const std::int64_t padding = shape_.dilation * (shape_.kernel - 1) / 2;
+  packed_ = at::mkldnn_reorder_conv2d_weight(convolution_->weight.detach().to_mkldnn(),
+                                             {padding, padding}, {shape_.stride, shape_.stride},
+                                             {shape_.dilation, shape_.dilation}, 1);
 }
 
 ResidualBlockImpl::ResidualBlockImpl(int in, int out, int stride, int dilation)
@@ -84,6 +99,15 @@ void fold_batch_norms(torch::nn::Module& module) {
   for (const auto& part : module.modules()) {
     if (auto* block = part->as<ConvolutionBlock>()) block->fold();
   }
+}
+
+bool pack_convolutions(torch::nn::Module& module) {
+  if (!at::hasMKLDNN()) return false;
+  const torch::NoGradGuard no_grad;
+  for (const auto& part : module.modules()) {
+    if (auto* block = part->as<ConvolutionBlock>()) block->pack();
+  }
+  return true;
 }
 
 torch::Tensor to_tensor(const Raster& raster) {

@@ -28,10 +28,14 @@ class ConvolutionBlockImpl : public torch::nn::Module {
   torch::Tensor forward(const torch::Tensor& input);
   /// Moves the normalisation into the convolution, for inference only. Not undone.
   void fold();
+  /// After fold(): keeps the weights in the layout that oneDNN computes in; forward then takes and
+  /// gives tensors in such a layout (`to_mkldnn`, `to_dense`), without conversions between layers.
+  void pack();
 
  private:
   ConvolutionShape shape_;
   bool folded_ = false;
+  torch::Tensor packed_;  // the convolution's weights
   torch::nn::Conv2d convolution_{nullptr};
   torch::nn::BatchNorm2d norm_{nullptr};
 };
@@ -55,6 +59,10 @@ void initialise(torch::nn::Module& module, Random& random);
 
 /// Folds every ConvolutionBlock within `module`.
 void fold_batch_norms(torch::nn::Module& module);
+
+/// Packs every ConvolutionBlock within `module`, whose norms are folded and whose weights have
+/// their final type. Returns false, and does nothing, where the tensor library lacks oneDNN.
+bool pack_convolutions(torch::nn::Module& module);
 
 /// A 1 x channels x height x width tensor with its own memory.
 torch::Tensor to_tensor(const Raster& raster);

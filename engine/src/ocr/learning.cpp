@@ -23,14 +23,20 @@ core::TrainingPlan core_plan(const LearningPlan& plan) {
   return core;
 }
 
-/// Logarithms of the categories' shares of the labels; the mean for those without a label.
+/// How far the categories' shares are evened out: digits are frequent in codes, in training and
+/// reading alike.
+constexpr double kEvening = 0.5;
+
+/// Logarithms of the categories' shares of the labels, to be added to what is to be evened out; the
+/// mean for those without a label.
 torch::Tensor log_shares(const std::vector<const PreparedSample*>& samples, int categories) {
   torch::Tensor counts = torch::zeros({categories});
   for (const PreparedSample* sample : samples) {
     for (const PreparedLabel& label : sample->labels) counts[label.category] += 1;
   }
   const torch::Tensor shares = counts / counts.sum();
-  return torch::where(counts > 0, shares, torch::full_like(shares, 1.0 / categories)).log();
+  return torch::where(counts > 0, shares, torch::full_like(shares, 1.0 / categories)).log() *
+         kEvening;
 }
 
 }  // namespace

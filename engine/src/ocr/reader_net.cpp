@@ -41,7 +41,7 @@ torch::Tensor ReaderNetImpl::forward(const torch::Tensor& input) {
   for (const auto& part : *body_) {
     out = (out + part->as<core::ConvolutionBlock>()->forward(out)).relu_();
   }
-  return head_(out);
+  return head_(out.is_mkldnn() ? out.to_dense() : out);
 }
 
 void ReaderNetImpl::initialise_head(core::Random& random) {

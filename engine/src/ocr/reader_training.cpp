@@ -11,8 +11,8 @@ namespace telvar::ocr {
 namespace {
 
 constexpr int kLeastSteps = 600;
-constexpr int kMostSteps = 6000;
-constexpr int kStepsPerLabel = 14;
+constexpr int kMostSteps = 7500;
+constexpr int kStepsPerLabel = 18;
 constexpr int kGoingOn = 5;          // a training from an artifact takes so many times fewer steps
 constexpr float kFirstStage = 0.4f;  // share of the steps
 constexpr double kPeakRate = 4e-3;

@@ -113,13 +113,14 @@ bool has_bfloat16() {
 #endif
 }
 
-void read_piece(ReaderNetImpl& net, torch::ScalarType number, const GraySource& source,
+void read_piece(ReaderNetImpl& net, torch::ScalarType number, bool packed, const GraySource& source,
                 const Piece& piece, std::vector<CellVote>& votes) {
   const torch::InferenceMode inference;
   const Interval columns = widen(piece.columns, kReaderReach, source.width);
   const Interval rows = widen(piece.rows, kReaderReach, source.height);
+  const torch::Tensor input = input_of(source, columns, rows).to(number);
   const torch::Tensor answer =
-      net.forward(input_of(source, columns, rows).to(number))[0].to(torch::kFloat).contiguous();
+      net.forward(packed ? input.to_mkldnn() : input)[0].to(torch::kFloat).contiguous();
   const auto cells = answer.accessor<float, 3>();
   const float threshold = std::log(kVoteThreshold / (1 - kVoteThreshold));
   const int first_row = (piece.rows.begin - rows.begin) / kCellStride;
@@ -201,6 +202,7 @@ ReadingNet::ReadingNet(ReaderNetImpl& net, Precision precision)
   net_->eval();
   core::fold_batch_norms(*net_);
   net_->to(number_);
+  packed_ = core::pack_convolutions(*net_);
 }
 
 std::vector<CellVote> ReadingNet::votes(const GraySource& source, core::WorkerPool& pool) const {
@@ -208,7 +210,7 @@ std::vector<CellVote> ReadingNet::votes(const GraySource& source, core::WorkerPo
   std::vector<std::vector<CellVote>> found(pieces.size());
   pool.run(static_cast<int>(pieces.size()), [&](int i) {
     const auto index = static_cast<std::size_t>(i);
-    read_piece(*net_, number_, source, pieces[index], found[index]);
+    read_piece(*net_, number_, packed_, source, pieces[index], found[index]);
   });
   std::vector<CellVote> votes;
   for (auto& part : found) {

@@ -49,6 +49,7 @@ class ReadingNet {
  private:
   mutable ReaderNet net_;  // forward of an evaluated module changes nothing
   torch::ScalarType number_;
+  bool packed_;  // core::pack_convolutions
 };
 
 }  // namespace telvar::ocr

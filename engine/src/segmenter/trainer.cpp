@@ -35,7 +35,7 @@ constexpr Effort kContinued{1, 60, 0.5, 2e-3};
 constexpr Effort kTouchedUp{1, 20, 0.5, 1e-3};
 
 /// Rounds end early when this is reached and a round adds less than kLeastGain.
-constexpr double kGoodScore = 0.9;
+constexpr double kGoodScore = 0.97;
 constexpr double kLeastGain = 0.005;
 
 /// Enough to judge by; more would cost as much as a round.
