@@ -12,7 +12,7 @@ constexpr float kLargestTurn = 0.3F;        // radians
 constexpr float kLargestStretch = 0.2F;     // log scale
 constexpr float kQuarterTurnShare = 0.25F;  // of the crops
 constexpr float kLargestGain = 0.25F;       // of contrast
-constexpr float kLargestOffset = 0.6F;      // of brightness, in deviations of the luma
+constexpr float kLargestOffset = 0.25F;     // of brightness, in deviations of the luma
 constexpr float kLargestNoise = 0.2F;       // likewise
 
 constexpr std::size_t kPlacesPerOccurrence = 4096;
