@@ -92,8 +92,7 @@ cv::Mat open_mask(const fs::path& file, const cv::Size& expected, const Segmente
     return {};
   }
   if (mask.channels() != 1) {
-    problems.add(path, "mask_channels",
-                 "has " + std::to_string(mask.channels()) + " channels, not one");
+    problems.add(path, "mask_channels", wrong_mask_channels(mask));
     return {};
   }
   if (expected.area() > 0 && mask.size() != expected) {

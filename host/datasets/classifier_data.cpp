@@ -15,7 +15,7 @@ namespace telvar_host {
 namespace {
 
 bool is_header(const Row& row) {
-  return row.size() == 2 && row[0] == "file" && row[1] == "category";
+  return row.size() == 2 && trimmed(row[0]) == "file" && trimmed(row[1]) == "category";
 }
 
 void read_list(const fs::path& list, const fs::path& root, ClassifierData& data,
@@ -31,14 +31,16 @@ void read_list(const fs::path& list, const fs::path& root, ClassifierData& data,
       continue;
     }
     const auto file = list.parent_path() / path_from_utf8(rows[i][0]);
-    if (trimmed(rows[i][1]).empty()) {
+    const auto id = identifier(file, root);
+    const auto category = trimmed(rows[i][1]);
+    if (category.empty()) {
       problems.add(utf8(file), "empty_label", "has an empty category in " + utf8(list));
     } else if (!fs::is_regular_file(file)) {
       problems.add(utf8(file), "missing", "is listed in " + utf8(list) + " but does not exist");
-    } else if (!seen.insert(rows[i][0]).second) {
+    } else if (!seen.insert(id).second) {
       problems.add(utf8(file), "duplicate", "is listed twice in " + utf8(list));
     } else {
-      data.items.push_back({identifier(file, root), file, rows[i][1]});
+      data.items.push_back({id, file, category});
     }
   }
 }

@@ -44,7 +44,10 @@ std::vector<fs::path> parts_for(const fs::path& folder, Purpose purpose) {
 }
 
 std::string identifier(const fs::path& path, const fs::path& root) {
-  return utf8(path.lexically_relative(root));
+  // A list may name its pictures absolutely in a folder that was given relatively.
+  const auto plain = [](const fs::path& p) { return fs::absolute(p).lexically_normal(); };
+  const auto inside = root.empty() ? path : plain(path).lexically_relative(plain(root));
+  return utf8(inside.empty() ? path : inside);
 }
 
 std::vector<fs::path> folders_in(const fs::path& folder) {

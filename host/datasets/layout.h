@@ -15,7 +15,8 @@ enum class Purpose { kTrain, kEvaluate, kAll };
 // part.
 std::vector<std::filesystem::path> parts_for(const std::filesystem::path& folder, Purpose purpose);
 
-// `path` relative to `root`, UTF-8 with forward slashes: the image identifier in every tool.
+// `path` relative to `root`, UTF-8 with forward slashes: the image identifier in every tool. The
+// path as it is where no relative one exists (another drive), or for an empty `root`.
 std::string identifier(const std::filesystem::path& path, const std::filesystem::path& root);
 
 // Sub-folders, sorted by name, hidden ones skipped.

@@ -43,6 +43,7 @@ OcrItem read_item(const JsonValue& value, const fs::path& root) {
     const auto characters = value.at("characters");
     for (std::size_t i = 0; i < characters.size(); ++i) {
       const auto mark = characters.at(i);
+      mark.allow_only({"x", "y", "category"});
       item.characters.push_back(
           {mark.at("x").number(), mark.at("y").number(), mark.at("category").string()});
     }

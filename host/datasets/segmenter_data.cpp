@@ -126,17 +126,22 @@ SegmenterData read_segmenter_data(const fs::path& source, Purpose purpose, Probl
   return data;
 }
 
+std::string wrong_mask_channels(const cv::Mat& mask) {
+  return "has " + std::to_string(mask.channels()) +
+         " channels, not one (a palette is read as its colours; store the indexes as gray)";
+}
+
 cv::Mat read_mask(const MaskSource& source) {
   const cv::Mat stored = read_picture(source.file);
   if (stored.channels() != 1) {
-    throw data_error(utf8(source.file) + ": a mask must have one channel; it has " +
-                     std::to_string(stored.channels()));
+    throw data_error(utf8(source.file) + ": a mask " + wrong_mask_channels(stored));
   }
   return source.class_index ? cv::Mat(stored == *source.class_index) : cv::Mat(stored != 0);
 }
 
 std::map<int, std::string> parse_classes(const std::string& text, const std::string& name) {
   std::map<int, std::string> classes;
+  std::set<std::string> labels;
   const auto lines = split_lines(text);
   for (std::size_t i = 0; i < lines.size(); ++i) {
     const auto line = trimmed(lines[i]);
@@ -149,10 +154,14 @@ std::map<int, std::string> parse_classes(const std::string& text, const std::str
       throw data_error(name + ": line " + std::to_string(i + 1) + ": expected INDEX NAME, found '" +
                        line + "'");
     }
-    if (*index != 0 && !classes.emplace(static_cast<int>(*index), label).second) {
-      throw data_error(name + ": line " + std::to_string(i + 1) + ": index " +
-                       line.substr(0, space) + " stands twice");
+    if (*index == 0) continue;
+    const auto stands_twice = [&](const std::string& what) {
+      return data_error(name + ": line " + std::to_string(i + 1) + ": " + what + " stands twice");
+    };
+    if (!classes.emplace(static_cast<int>(*index), label).second) {
+      throw stands_twice("index " + line.substr(0, space));
     }
+    if (!labels.insert(label).second) throw stands_twice("the name '" + label + "'");
   }
   if (classes.empty()) throw data_error(name + ": names no category besides the background");
   return classes;

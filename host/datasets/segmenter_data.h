@@ -41,7 +41,11 @@ SegmenterData read_segmenter_data(const std::filesystem::path& source, Purpose p
 // single channel.
 cv::Mat read_mask(const MaskSource& source);
 
-// Lines `INDEX NAME`; 0 is the background and no category. Throws data_error naming the line.
+// What to say of a mask that has more than one channel.
+std::string wrong_mask_channels(const cv::Mat& mask);
+
+// Lines `INDEX NAME`, each index and name once; 0 is the background and no category. Throws
+// data_error naming the line.
 std::map<int, std::string> parse_classes(const std::string& text, const std::string& name);
 
 }  // namespace telvar_host

@@ -13,8 +13,8 @@ double ClassifierTool::train(const ClassifierData& data, Progress& progress) {
   Types::SmartClassifier::Dataset dataset;
   FileLoader files(progress);
   for (const auto& item : data.items) {
-    dataset.samples[item.id] = {item.id, item.category};
     files.add(item.id, item.file);
+    dataset.samples[item.id] = {item.id, item.category};
   }
   progress.start("training", files.size());
   const auto result = tool_->Train(dataset, [&](const std::string& id) { return files.load(id); });

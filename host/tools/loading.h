@@ -15,7 +15,8 @@ namespace telvar_host {
 class FileLoader {
  public:
   explicit FileLoader(Progress& progress) : progress_(progress) {}
-  void add(const std::string& id, const std::filesystem::path& file) { files_[id] = file; }
+  // Throws data_error for an id that was added before: one of the two would be lost.
+  void add(const std::string& id, const std::filesystem::path& file);
   std::size_t size() const { return files_.size(); }
 
   // Reads the picture and counts it. Throws data_error naming the file.
