@@ -1,5 +1,6 @@
 #include "tools/segmenter_tool.h"
 
+#include "app/text.h"
 #include "library/records.h"
 #include "tools/loading.h"
 
@@ -28,7 +29,8 @@ double SegmenterTool::train(const SegmenterData& data, Progress& progress) {
     sample.imageId = item.id;
     files.add(item.id, item.file);
     for (const auto& [category, source] : item.masks) {
-      const auto id = item.id + "\n" + category;
+      // The library names it in its errors; one file of class indexes serves several categories.
+      const auto id = utf8(source.file) + " (" + category + ")";
       sample.categoryMasks[category] = id;
       masks[id] = source;
     }

@@ -7,8 +7,8 @@
 //   dark
 //
 // The process follows the environment's locale once the library is loaded, as under many a
-// graphical host. Training with a category "slow" sleeps for a minute after loading. An image of
-// one pixel is refused.
+// graphical host. Training with a category "slow" sleeps for a minute after loading, with a
+// category "linger" when the library is unloaded. An image of one pixel is refused.
 
 #include <TelvarWrappers/CreateWrapperFactory.h>
 
@@ -56,6 +56,11 @@ void sleep_if_slow(bool slow) {
   if (slow) std::this_thread::sleep_for(std::chrono::minutes(1));
 }
 
+struct Unloading {
+  bool slow = false;
+  ~Unloading() { sleep_if_slow(slow); }
+} unloading;
+
 class Classifier : public Types::ISmartClassifierWrapper {
  public:
   explicit Classifier(std::string artifact) : artifact_(std::move(artifact)) {}
@@ -73,6 +78,7 @@ class Classifier : public Types::ISmartClassifierWrapper {
       ++count;
     }
     sleep_if_slow(sums.count("slow") != 0);
+    unloading.slow = sums.count("linger") != 0;
     std::ostringstream artifact;
     for (const auto& [category, sum] : sums)
       artifact << sum.first / sum.second << '\t' << category << '\n';
@@ -126,7 +132,7 @@ class Segmenter : public Types::ISmartSegmenterWrapper {
       const auto image = load(sample.imageId);
       for (const auto& mask : sample.categoryMasks) {
         if (load_mask(mask.second)->layout[0] != image->layout[0]) {
-          throw Wrapper::InvalidArgumentException("a mask has another width than its image");
+          throw Wrapper::InvalidArgumentException("mask '" + mask.second + "' has another width");
         }
       }
     }
