@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <opencv2/core/types.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,8 @@ struct Shape {
   std::vector<std::vector<cv::Point2d>> polygons;
   // Alternating counts of free and covered pixels, column by column, beginning with free ones.
   std::vector<unsigned> runs;
-  cv::Rect2d box;
+  cv::Size runs_size;             // of the picture that they fill
+  std::optional<cv::Rect2d> box;  // COCO files for segmenters may lack it
 };
 
 struct AnnotatedPicture {
@@ -34,10 +36,13 @@ std::vector<AnnotatedPicture> parse_coco(const std::string& text, const std::str
 AnnotatedPicture parse_labelme(const std::string& text, const std::string& name,
                                const std::filesystem::path& folder);
 
-// A segmenter's data set: images/ with masks/CATEGORY/NAME.png.
+// A segmenter's data set: images/ with masks/CATEGORY/NAME.png. Throws data_error naming the
+// picture for an empty category, one whose folder would be another's, a shape without an outline,
+// and runs for a picture of another size.
 void write_segmenter_set(const std::vector<AnnotatedPicture>& pictures, OutputFolder& out);
 
 // A reader's data set: the pictures and labels.json; a character stands at the centre of its box.
+// Throws data_error naming the picture for an empty category or a shape without a box.
 void write_reader_set(const std::vector<AnnotatedPicture>& pictures, OutputFolder& out);
 
 }  // namespace telvar_host

@@ -7,6 +7,8 @@
 namespace telvar_host {
 namespace {
 
+constexpr unsigned kLargestSide = 65535;
+
 std::map<double, std::string> read_categories(const JsonValue& list) {
   std::map<double, std::string> names;
   for (std::size_t i = 0; i < list.size(); ++i) {
@@ -36,7 +38,19 @@ void read_outline(const JsonValue& segmentation, Shape& shape) {
   if (counts.raw().is_string()) {
     throw counts.error("compressed runs are not understood; store polygons or uncompressed runs");
   }
-  for (std::size_t i = 0; i < counts.size(); ++i) shape.runs.push_back(counts.at(i).count());
+  const auto size = segmentation.at("size");  // height, width
+  const std::uint64_t height = size.at(0).count(), width = size.at(1).count();
+  if (height > kLargestSide || width > kLargestSide) throw size.error("is larger than 65535");
+  std::uint64_t sum = 0;
+  for (std::size_t i = 0; i < counts.size(); ++i) {
+    shape.runs.push_back(counts.at(i).count());
+    sum += shape.runs.back();
+  }
+  if (sum != width * height) {
+    throw counts.error("the runs cover " + std::to_string(sum) + " pixels, 'size' has " +
+                       std::to_string(width * height));
+  }
+  shape.runs_size = {static_cast<int>(width), static_cast<int>(height)};
 }
 
 Shape read_shape(const JsonValue& annotation, const std::map<double, std::string>& categories) {
@@ -45,8 +59,11 @@ Shape read_shape(const JsonValue& annotation, const std::map<double, std::string
   const auto category = categories.find(id.number());
   if (category == categories.end()) throw id.error("names no category");
   shape.category = category->second;
-  const auto box = annotation.at("bbox");
-  shape.box = {box.at(0).number(), box.at(1).number(), box.at(2).number(), box.at(3).number()};
+  if (annotation.has("bbox")) {
+    const auto box = annotation.at("bbox");
+    shape.box =
+        cv::Rect2d(box.at(0).number(), box.at(1).number(), box.at(2).number(), box.at(3).number());
+  }
   if (annotation.has("segmentation")) read_outline(annotation.at("segmentation"), shape);
   return shape;
 }

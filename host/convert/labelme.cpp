@@ -78,7 +78,8 @@ AnnotatedPicture parse_labelme(const std::string& text, const std::string& name,
   for (std::size_t i = 0; i < shapes.size(); ++i) {
     const auto shape = shapes.at(i);
     const auto points = read_points(shape.at("points"));
-    const auto type = shape.has("shape_type") ? shape.at("shape_type").string() : "polygon";
+    const bool typed = shape.has("shape_type") && !shape.at("shape_type").raw().is_null();
+    const auto type = typed ? shape.at("shape_type").string() : "polygon";
     const auto polygon = outline(type, points, shape);
     Shape read;
     read.category = shape.at("label").string();

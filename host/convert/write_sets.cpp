@@ -16,11 +16,19 @@ namespace fs = std::filesystem;
 namespace telvar_host {
 namespace {
 
-void fill_runs(cv::Mat& mask, const std::vector<unsigned>& runs, const std::string& file) {
+std::string text_of(const cv::Size& size) {
+  return std::to_string(size.width) + " x " + std::to_string(size.height);
+}
+
+// The runs fill their size (see parse_coco).
+void fill_runs(cv::Mat& mask, const Shape& shape, const std::string& file) {
+  const auto& runs = shape.runs;
+  if (!runs.empty() && shape.runs_size != mask.size()) {
+    throw data_error(file + ": is " + text_of(mask.size()) + ", but the runs of a label '" +
+                     shape.category + "' are for " + text_of(shape.runs_size));
+  }
   std::size_t at = 0;
-  const std::size_t total = mask.total();
   for (std::size_t i = 0; i < runs.size(); ++i) {
-    if (runs[i] > total - at) throw data_error(file + ": the runs of a mask exceed the picture");
     for (std::size_t k = 0; i % 2 == 1 && k < runs[i]; ++k) {
       const auto pixel = at + k;
       mask.at<unsigned char>(static_cast<int>(pixel % mask.rows),
@@ -56,8 +64,33 @@ void fill_shape(cv::Mat& mask, const Shape& shape, const std::string& file) {
     throw data_error(file + ": a label '" + shape.category + "' has no outline to make a mask of");
   }
   for (const auto& polygon : shape.polygons) fill_polygon(mask, polygon);
-  fill_runs(mask, shape.runs, file);
+  fill_runs(mask, shape, file);
 }
+
+void require_labels(const AnnotatedPicture& picture) {
+  for (const auto& shape : picture.shapes) {
+    if (trimmed(shape.category).empty()) {
+      throw data_error(utf8(picture.file) + ": has a shape with an empty label");
+    }
+  }
+}
+
+// Folders of masks by category. Two categories in one folder would lose the masks of one.
+class MaskFolders {
+ public:
+  std::string of(const std::string& category, const fs::path& file) {
+    const auto folder = file_name_of(category);
+    const auto& first = categories_.emplace(folder, category).first->second;
+    if (first != category) {
+      throw data_error(utf8(file) + ": the masks of '" + first + "' and '" + category +
+                       "' would both lie in masks/" + folder + "; rename one of the categories");
+    }
+    return "masks/" + folder + "/";
+  }
+
+ private:
+  std::map<std::string, std::string> categories_;
+};
 
 // Two pictures of one name would overwrite each other.
 std::string unique_name(const fs::path& file, std::set<std::string>& used) {
@@ -71,7 +104,9 @@ std::string unique_name(const fs::path& file, std::set<std::string>& used) {
 
 void write_segmenter_set(const std::vector<AnnotatedPicture>& pictures, OutputFolder& out) {
   std::set<std::string> used;
+  MaskFolders folders;
   for (const auto& picture : pictures) {
+    require_labels(picture);
     const auto pixels = read_picture(picture.file);
     const auto name = unique_name(picture.file, used);
     std::map<std::string, cv::Mat> masks;
@@ -83,7 +118,7 @@ void write_segmenter_set(const std::vector<AnnotatedPicture>& pictures, OutputFo
     out.write(path_from_utf8("images/" + name + picture.file.extension().u8string()),
               read_file(picture.file));
     for (const auto& [category, mask] : masks) {
-      out.write(path_from_utf8("masks/" + file_name_of(category) + "/" + name + ".png"),
+      out.write(path_from_utf8(folders.of(category, picture.file) + name + ".png"),
                 encoded(mask, ".png"));
     }
   }
@@ -93,14 +128,19 @@ void write_reader_set(const std::vector<AnnotatedPicture>& pictures, OutputFolde
   std::set<std::string> used;
   OcrData data;
   for (const auto& picture : pictures) {
+    require_labels(picture);
     read_picture(picture.file);
     OcrItem item;
     item.file =
         path_from_utf8(unique_name(picture.file, used) + picture.file.extension().u8string());
     for (const auto& shape : picture.shapes) {
-      item.characters.push_back(
-          {shape.box.x + shape.box.width / 2 - (shape.box.width > 0 ? 0.5 : 0),
-           shape.box.y + shape.box.height / 2 - (shape.box.height > 0 ? 0.5 : 0), shape.category});
+      if (!shape.box) {
+        throw data_error(utf8(picture.file) + ": a label '" + shape.category + "' has no box");
+      }
+      const auto& box = *shape.box;
+      item.characters.push_back({box.x + box.width / 2 - (box.width > 0 ? 0.5 : 0),
+                                 box.y + box.height / 2 - (box.height > 0 ? 0.5 : 0),
+                                 shape.category});
     }
     out.write(item.file, read_file(picture.file));
     data.items.push_back(std::move(item));
