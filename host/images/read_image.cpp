@@ -25,11 +25,28 @@ bool is_jpeg(const std::string& bytes) {
   return bytes.compare(0, 2, "\xFF\xD8") == 0;
 }
 
-// The JPEG decoder fills what is missing with gray and says nothing, so look for the end marker.
-// Some cameras append their own data after it.
+// Where the first scan starts (ITU-T T.81, Annex B), or npos. The segments before it may hold a
+// thumbnail, a whole JPEG of its own.
+std::size_t jpeg_scan(const std::string& bytes) {
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
+  for (std::size_t at = 2; at + 4 <= bytes.size() && byte(at) == 0xFF;) {
+    if (byte(at + 1) == 0xFF) {  // fill
+      ++at;
+      continue;
+    }
+    const std::size_t length = byte(at + 2) * 256U + byte(at + 3);
+    if (length < 2) break;
+    if (byte(at + 1) == 0xDA) return at + 2 + length;
+    at += 2 + length;
+  }
+  return std::string::npos;
+}
+
+// The JPEG decoder fills what is missing with gray and says nothing, so look for the end marker,
+// which entropy-coded data cannot hold. Some cameras append their own data after it.
 bool jpeg_is_cut_off(const std::string& bytes) {
-  const auto end = bytes.rfind("\xFF\xD9");
-  return end == std::string::npos || bytes.size() - end > 65536;
+  const auto scan = jpeg_scan(bytes);
+  return scan == std::string::npos || bytes.find("\xFF\xD9", scan) == std::string::npos;
 }
 
 bool is_supported(const cv::Mat& picture) {
@@ -81,6 +98,11 @@ std::string encoded(const cv::Mat& picture, const std::string& extension) {
     throw failure("cannot encode a picture as " + extension);
   }
   return std::string(bytes.begin(), bytes.end());
+}
+
+cv::Mat decoded(const std::string& bytes) {
+  const cv::Mat buffer(1, static_cast<int>(bytes.size()), CV_8U, const_cast<char*>(bytes.data()));
+  return cv::imdecode(buffer, cv::IMREAD_UNCHANGED);
 }
 
 std::vector<fs::path> pictures_below(const fs::path& folder) {

@@ -17,6 +17,8 @@ cv::Mat read_picture(const std::filesystem::path& path);
 
 // Encoded bytes; `extension` is ".png" or ".jpg".
 std::string encoded(const cv::Mat& picture, const std::string& extension);
+// What `encoded` was given, as far as the format keeps it.
+cv::Mat decoded(const std::string& bytes);
 
 // Every picture below `folder`, sorted by path; hidden files and folders are skipped.
 std::vector<std::filesystem::path> pictures_below(const std::filesystem::path& folder);

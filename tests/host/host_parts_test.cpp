@@ -3,12 +3,17 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <opencv2/core.hpp>
 
 #include "app/errors.h"
 #include "app/text.h"
+#include "datasets/layout.h"
 #include "datasets/ocr_labels.h"
 #include "datasets/region.h"
 #include "datasets/tables.h"
+#include "files/flush.h"
+#include "files/output.h"
+#include "images/read_image.h"
 #include "metrics/overlap.h"
 #include "metrics/text_metrics.h"
 #include "metrics/timing.h"
@@ -121,6 +126,38 @@ TEST(Labels, AreWrittenAsTheyAreRead) {
   const auto once = labels_json(parse_labels_json(text, "l", ""), "");
   EXPECT_EQ(labels_json(parse_labels_json(once, "l", ""), ""), once);
   EXPECT_THAT(once, ::testing::HasSubstr("\"a b.png\""));
+}
+
+TEST(Layout, IdentifiersAreRelativeHoweverThePathIsSpelt) {
+  namespace fs = std::filesystem;
+  const fs::path root = "bilder";
+  for (const fs::path& path :
+       {root / "a.png", fs::absolute(root / "a.png"), root / "." / "b" / ".." / "a.png"}) {
+    EXPECT_EQ(identifier(path, root), "a.png") << path;
+    EXPECT_EQ(identifier(path, fs::absolute(root) / ""), "a.png") << path;
+  }
+  EXPECT_EQ(identifier("b/a.png", ""), "b/a.png");
+}
+
+TEST(Pictures, AThumbnailsEndIsNotThePictures) {
+  const auto noise = [](int side) {
+    cv::Mat picture(side, side, CV_8U);
+    cv::randu(picture, 0, 256);
+    return encoded(picture, ".jpg");
+  };
+  const auto thumbnail = noise(16);
+  const auto length = thumbnail.size() + 2;
+  const std::string marker = {'\xFF', '\xE1', char(length >> 8), char(length & 0xFF)};
+  const auto whole = noise(64).insert(2, marker + thumbnail);
+  const auto file = std::filesystem::temp_directory_path() / ("telvar-" + process_tag() + ".jpg");
+  const auto read = [&](const std::string& bytes) {
+    write_file(file, bytes, true);
+    return read_picture(file).size();
+  };
+  EXPECT_EQ(read(whole + std::string(100000, 'x')), cv::Size(64, 64));
+  EXPECT_THROW(read(whole.substr(0, whole.size() - 2)), HostError);
+  EXPECT_THROW(read(whole.substr(0, 20 + thumbnail.size())), HostError);
+  std::filesystem::remove(file);
 }
 
 TEST(Tables, CsvQuotes) {
