@@ -1,6 +1,7 @@
 #include "evaluation/reader_evaluation.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "app/text.h"
 #include "evaluation/mark_matching.h"
@@ -31,6 +32,14 @@ Place place_of(const Reading& reading, const ReadLine& line, const NominalSize& 
   return place;
 }
 
+// A blank line is nothing to read.
+std::vector<std::string> with_letters(const std::vector<std::string>& lines) {
+  std::vector<std::string> kept;
+  std::copy_if(lines.begin(), lines.end(), std::back_inserter(kept),
+               [](const std::string& line) { return !letters_of(line).empty(); });
+  return kept;
+}
+
 Truth truth_of(const OcrItem& item, const NominalSize& size, ReaderTool& tool) {
   std::vector<std::pair<float, float>> centres;
   for (const auto& mark : item.characters) {
@@ -49,9 +58,9 @@ Truth truth_of(const OcrItem& item, const NominalSize& size, ReaderTool& tool) {
     }
   }
   if (item.lines.empty()) return marked;
-  if (item.lines.size() != marked.lines.size())
-    return {item.lines, std::vector<Place>(item.lines.size())};
-  return {item.lines, marked.places};
+  const auto lines = with_letters(item.lines);
+  if (lines.size() != marked.lines.size()) return {lines, std::vector<Place>(lines.size())};
+  return {lines, marked.places};
 }
 
 class Counter {
@@ -65,7 +74,8 @@ class Counter {
     ++evaluation_.images;
     if (item.partial) {
       count_marks(index, reading);
-      count_lines(index, reading, {item.lines, std::vector<Place>(item.lines.size())});
+      const auto lines = with_letters(item.lines);
+      count_lines(index, reading, {lines, std::vector<Place>(lines.size())});
     } else {
       const auto truth = truth_of(item, size_, tool_);
       count_characters(reading, truth);
@@ -87,7 +97,8 @@ class Counter {
     const bool partial = data_.items[index].partial;
     evaluation_.lines += truth.lines.size();
     for (const auto& pair : align_lines(truth.lines, reading.texts(), partial)) {
-      if (partial && !pair.truth) continue;
+      const bool blank = !pair.truth && pair.cost == 0;
+      if (blank || (partial && !pair.truth)) continue;
       if (pair.truth && pair.read && pair.cost == 0) {
         ++evaluation_.exact_lines;
         continue;

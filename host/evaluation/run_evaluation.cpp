@@ -37,10 +37,11 @@ EvaluationRun evaluate_segmenter(Session& session, const StateFile& state,
   const auto data = read_segmenter_data(source, Purpose::kEvaluate, problems);
   problems.throw_if_any();
   SegmenterTool tool(session, state);
-  const auto evaluation = evaluate(tool, data, session.progress);
+  const auto evaluation = evaluate(tool, data, session.progress, with_report);
   EvaluationRun run;
   run.json = json_of(evaluation);
-  run.text = "mean IoU " + fixed(evaluation.mean_iou(), 4) + " over " +
+  const auto mean = evaluation.mean_iou();
+  run.text = "mean IoU " + (mean ? fixed(*mean, 4) : "unknown") + " over " +
              std::to_string(evaluation.images) + " pictures\n";
   for (const auto& [category, overlap] : evaluation.overlap) {
     const auto iou = overlap.iou();
@@ -48,7 +49,7 @@ EvaluationRun evaluate_segmenter(Session& session, const StateFile& state,
         "  " + padded(category, 24) + " " + (iou ? fixed(*iou, 4) : "occurs nowhere") + "\n";
   }
   run.text += timing_text(evaluation.timing);
-  if (with_report) run.section = section_of(evaluation, data);
+  if (with_report) run.section = section_of(evaluation);
   return run;
 }
 

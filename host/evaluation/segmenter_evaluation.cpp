@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <opencv2/core.hpp>
+#include <set>
 
 #include "app/text.h"
 #include "images/read_image.h"
@@ -9,7 +10,7 @@
 namespace telvar_host {
 namespace {
 
-double mean_of(const std::map<std::string, Overlap>& overlaps, int threshold) {
+std::optional<double> mean_of(const std::map<std::string, Overlap>& overlaps, int threshold) {
   double sum = 0;
   int defined = 0;
   for (const auto& entry : overlaps) {
@@ -18,7 +19,15 @@ double mean_of(const std::map<std::string, Overlap>& overlaps, int threshold) {
       ++defined;
     }
   }
-  return defined == 0 ? 0 : sum / defined;
+  if (defined == 0) return {};
+  return sum / defined;
+}
+
+// What the model finds of a category that the data lacks is wrong, too.
+std::set<std::string> categories_of(const SegmenterData& data, const Probabilities& probabilities) {
+  std::set<std::string> categories(data.categories.begin(), data.categories.end());
+  for (const auto& entry : probabilities) categories.insert(entry.first);
+  return categories;
 }
 
 // A category the model does not know is found nowhere.
@@ -29,25 +38,30 @@ cv::Mat answer_of(const Probabilities& probabilities, const std::string& categor
 }
 
 void count(SegmenterEvaluation& evaluation, const SegmenterItem& item, const SegmenterData& data,
-           const Probabilities& probabilities, const cv::Size& size) {
+           const Probabilities& probabilities, const cv::Size& size, bool with_report) {
   std::map<std::string, Overlap> here;
   SegmenterMistake mistake{item, 0, 0, {}};
-  for (const auto& category : data.categories) {
+  for (const auto& category : categories_of(data, probabilities)) {
     const auto answer = answer_of(probabilities, category, size);
     if (answer.size() != size) throw failure(utf8(item.file) + ": the result has another size");
     here[category].add(answer, truth_of(item, category, size));
     evaluation.overlap[category].add(here[category]);
     mistake.wrong_pixels += here[category].wrong_pixels();
-    mistake.answer[category] = answer >= 128;
   }
   ++evaluation.images;
-  mistake.mean_iou = mean_of(here, 128);
-  if (mistake.wrong_pixels > 0) evaluation.mistakes.push_back(std::move(mistake));
+  if (mistake.wrong_pixels == 0) return;
+  mistake.mean_iou = mean_of(here, 128).value_or(0);
+  for (const auto& entry : here) {
+    if (!with_report) break;
+    mistake.answer[entry.first] =
+        encoded(answer_of(probabilities, entry.first, size) >= 128, ".png");
+  }
+  evaluation.mistakes.push_back(std::move(mistake));
 }
 
 }  // namespace
 
-double SegmenterEvaluation::mean_iou(int threshold) const {
+std::optional<double> SegmenterEvaluation::mean_iou(int threshold) const {
   return mean_of(overlap, threshold);
 }
 
@@ -63,7 +77,8 @@ cv::Mat truth_of(const SegmenterItem& item, const std::string& category, const c
   return mask;
 }
 
-SegmenterEvaluation evaluate(SegmenterTool& tool, const SegmenterData& data, Progress& progress) {
+SegmenterEvaluation evaluate(SegmenterTool& tool, const SegmenterData& data, Progress& progress,
+                             bool with_report) {
   SegmenterEvaluation evaluation;
   for (const auto& category : data.categories) evaluation.overlap[category];
   progress.start("evaluating", data.items.size());
@@ -72,7 +87,7 @@ SegmenterEvaluation evaluate(SegmenterTool& tool, const SegmenterData& data, Pro
     // The first call builds the model, which is not what an image costs.
     if (evaluation.images == 0) tool.process(picture);
     const auto answer = evaluation.timing.measure([&] { return tool.process(picture); });
-    count(evaluation, item, data, answer, picture.size());
+    count(evaluation, item, data, answer, picture.size(), with_report);
     progress.step();
   }
   progress.finish();
@@ -83,7 +98,8 @@ SegmenterEvaluation evaluate(SegmenterTool& tool, const SegmenterData& data, Pro
 
 Json json_of(const SegmenterEvaluation& evaluation) {
   Json json;
-  json["mean_iou"] = evaluation.mean_iou();
+  const auto mean = evaluation.mean_iou();
+  json["mean_iou"] = mean ? Json(*mean) : Json(nullptr);
   json["iou"] = Json::object();
   for (const auto& [category, overlap] : evaluation.overlap) {
     const auto iou = overlap.iou();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,28 +19,30 @@ struct SegmenterMistake {
   SegmenterItem item;
   double mean_iou = 0;  // over the categories in the picture's truth or answer
   std::uint64_t wrong_pixels = 0;
-  std::map<std::string, cv::Mat> answer;  // 255 where found
+  std::map<std::string, std::string> answer;  // PNG, 255 where found; only for a report
 };
 
 struct SegmenterEvaluation {
   std::size_t images = 0;
-  std::map<std::string, Overlap> overlap;  // by category, over all pictures
+  std::map<std::string, Overlap> overlap;  // by category of data or model, over all pictures
   std::vector<SegmenterMistake> mistakes;  // lowest mean IoU first
   Timing timing;
 
-  // Over the categories that have a pixel in truth or answer; 0 when none has.
-  double mean_iou(int threshold = 128) const;
+  // Over the categories that have a pixel in truth or answer; empty when none has.
+  std::optional<double> mean_iou(int threshold = 128) const;
 };
 
 // Pixels count as found from probability 128 of 255. Throws data_error for an unreadable picture or
-// mask and for a mask of another size than its picture.
-SegmenterEvaluation evaluate(SegmenterTool& tool, const SegmenterData& data, Progress& progress);
+// mask and for a mask of another size than its picture. The answers that are wrong are kept only
+// for a report.
+SegmenterEvaluation evaluate(SegmenterTool& tool, const SegmenterData& data, Progress& progress,
+                             bool with_report);
 
 // 255 where a mask of the item says so; all zero when it has none. Throws as above.
 cv::Mat truth_of(const SegmenterItem& item, const std::string& category, const cv::Size& size);
 
-// mean_iou, iou (null for a category that occurs nowhere), counts, milliseconds_median,
-// milliseconds_p95, mistakes.
+// mean_iou (null when no category occurs), iou (null for a category that occurs nowhere), counts,
+// milliseconds_median, milliseconds_p95, mistakes.
 Json json_of(const SegmenterEvaluation& evaluation);
 
 }  // namespace telvar_host

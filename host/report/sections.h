@@ -13,7 +13,8 @@ namespace telvar_host {
 Section section_of(const ClassifierEvaluation& evaluation);
 
 // Figures, IoU by category and over thresholds, and every picture with a wrong pixel, worst first.
-Section section_of(const SegmenterEvaluation& evaluation, const SegmenterData& data);
+// `evaluation` must have been made for a report.
+Section section_of(const SegmenterEvaluation& evaluation);
 
 // Figures, what was taken for what, a picture of every wrong line or mark, most errors first, and
 // the pictures with what was read.

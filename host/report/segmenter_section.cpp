@@ -17,15 +17,17 @@ const cv::Scalar kExtra(0, 94, 213);     // vermilion
 cv::Mat comparison(const SegmenterMistake& mistake) {
   const cv::Mat shown = displayable(read_picture(mistake.item.file));
   Probabilities truth;
+  Probabilities answers;
   cv::Mat difference = shown * 0.4;  // dark, so that single pixels stand out
-  for (const auto& [category, answer] : mistake.answer) {
+  for (const auto& [category, png] : mistake.answer) {
+    const auto answer = answers[category] = decoded(png);
     truth[category] = truth_of(mistake.item, category, shown.size());
     difference.setTo(kMissed, truth[category] & ~answer);
     difference.setTo(kExtra, answer & ~truth[category]);
   }
   std::vector<cv::Mat> panels;
-  for (const cv::Mat& panel : {shown, drawn_segments(shown, truth, {}),
-                               drawn_segments(shown, mistake.answer, {}), difference}) {
+  for (const cv::Mat& panel :
+       {shown, drawn_segments(shown, truth, {}), drawn_segments(shown, answers, {}), difference}) {
     panels.push_back(shrunk(panel, 360));
     panels.push_back(cv::Mat(panels.back().rows, 6, CV_8UC3, cv::Scalar::all(255)));
   }
@@ -39,7 +41,7 @@ std::string curve_of(const SegmenterEvaluation& evaluation) {
   Curve curve;
   Curve middle;  // the ends fall to nothing, and would hide what matters
   for (int threshold = 1; threshold <= 255; ++threshold) {
-    curve.emplace_back(threshold, evaluation.mean_iou(threshold));
+    curve.emplace_back(threshold, evaluation.mean_iou(threshold).value_or(0));
     if (threshold >= 32 && threshold <= 224) middle.push_back(curve.back());
   }
   return "<h3>Mean IoU by threshold (128 counts)</h3>" +
@@ -76,12 +78,13 @@ std::string mistakes_html(const SegmenterEvaluation& evaluation) {
 
 }  // namespace
 
-Section section_of(const SegmenterEvaluation& evaluation, const SegmenterData& data) {
+Section section_of(const SegmenterEvaluation& evaluation) {
   Section section{"segmenter", "Segmenter", "", {}, ""};
-  section.figures = {{fixed(evaluation.mean_iou(), 3), "mean IoU"},
+  const auto mean = evaluation.mean_iou();
+  section.figures = {{mean ? fixed(*mean, 3) : "-", "mean IoU"},
                      {std::to_string(evaluation.images), "pictures"},
-                     {std::to_string(data.categories.size()),
-                      data.categories.size() == 1 ? "category" : "categories"},
+                     {std::to_string(evaluation.overlap.size()),
+                      evaluation.overlap.size() == 1 ? "category" : "categories"},
                      {fixed(evaluation.timing.quantile(0.5), 1) + " ms", "per picture, median"},
                      {fixed(evaluation.timing.quantile(0.95), 1) + " ms", "95th percentile"}};
   section.body = "<div class=\"columns\"><div>" + categories_html(evaluation) + "</div><div>" +
