@@ -63,8 +63,12 @@ class BadInput(HostTest):
         self.file("klassen/images/a.png", flat(9))
         self.file("klassen/masks/a.png", flat(1))
         self.file("klassen/classes.txt", "0 nichts\neins teil\n")
+        self.file("namen/images/a.png", flat(9))
+        self.file("namen/masks/a.png", flat(1))
+        self.file("namen/classes.txt", "1 teil\n2  teil\n")
         for name, labels in [("json", "{"), ("feld", '{"images": [{"file": "a.png", "colour": 1}]}'),
                              ("zahl", '{"images": [{"file": "a.png", "characters": [{"x": "1"}]}]}'),
+                             ("marke", '{"images": [{"file": "a.png", "characters": [{"x": 1, "colour": 1}]}]}'),
                              ("bereich", '{"images": [{"file": "a.png", "roi": [0, 0, 0, 0, 0, 4]}]}')]:
             self.file(f"{name}/labels.json", labels)
         state = self.scratch / "z.telvar"
@@ -74,9 +78,11 @@ class BadInput(HostTest):
             ("line 2: a quote", "classifier", self.scratch / "csv"),
             ("classes.txt", "segmenter", self.scratch / "ohne klassen"),
             ("line 2", "segmenter", self.scratch / "klassen"),
+            ("line 2: the name 'teil'", "segmenter", self.scratch / "namen"),
             ("no valid JSON", "ocr", self.scratch / "json"),
             ("images[0]: unknown key 'colour'", "ocr", self.scratch / "feld"),
             ("images[0].characters[0].x", "ocr", self.scratch / "zahl"),
+            ("images[0].characters[0]: unknown key 'colour'", "ocr", self.scratch / "marke"),
             ("images[0].roi", "ocr", self.scratch / "bereich"),
         ]:
             self.refused(BAD_DATA, named, "check", "--tool", tool, "--data", data)
@@ -89,8 +95,10 @@ class BadInput(HostTest):
         self.file("k/a/halb.png", flat(60)[:-30])
         self.file("k/b/einzeln.png", flat(70))
         (self.scratch / "k/c").mkdir()
-        self.file("l/labels.csv", "file,category\nda.png,x\nfehlt.png,x\nda.png,\n")
+        # "x" and " x" are one category, of two pictures.
+        self.file("l/labels.csv", "file, category\nda.png,x\nfehlt.png,x\nda.png,\n./da.png,x\nzwei.png, x\n")
         self.file("l/da.png", flat(1))
+        self.file("l/zwei.png", flat(2))
         self.bright_set("s")
         self.file("s/masks/fleck/0.png", png(9, 9, lambda x, y: 255))
         self.file("s/masks/fleck/1.png", png(20, 16, lambda x, y: 255, channels=3))
@@ -109,7 +117,7 @@ class BadInput(HostTest):
         for tool, data, expected in [
             ("classifier", "k", [("gut.png", "duplicate"), ("leer.png", "unreadable"), ("halb.png", "unreadable"),
                                  ("einzeln.png", "single_sample"), ("c", "empty_category")]),
-            ("classifier", "l", [("fehlt.png", "missing"), ("da.png", "empty_label"), ("da.png", "single_sample")]),
+            ("classifier", "l", [("fehlt.png", "missing"), ("da.png", "empty_label"), ("da.png", "duplicate")]),
             ("segmenter", "s", [("0.png", "mask_size"), ("1.png", "mask_channels"),
                                 ("allein.png", "mask_without_image"), ("2.png", "single_sample")]),
             ("segmenter", "i", [("b.png", "missing_mask"), ("a.png", "mask_value"), ("a.png", "single_sample")]),
@@ -137,6 +145,45 @@ class BadInput(HostTest):
             self.assertIn(part, error)
         self.assertEqual(errors[3], "")
         self.refused(BAD_DATA, "ab.jpg", "evaluate", "--state", state, "--data", self.one_picture(jpeg))
+
+    def test_masks(self):
+        data = self.bright_set()
+        state = self.train("segmenter", data)
+        mask = self.file("flecken/masks/fleck/1.png", png(9, 9, lambda x, y: 255))
+        self.refused(BAD_DATA, f"{mask}: is 9 x 9, its picture 20 x 16", "evaluate", "--state", state, "--data", data)
+        self.refused(BAD_DATA, f"mask '{mask} (fleck)'", "train", "--tool", "segmenter", "--data", data,
+                     "--state", self.scratch / "neu.telvar")
+
+    def test_points(self):
+        for named, content in [("record 2", "1,2\n3,vier\n"), ("record 1", "1,2,3\n"), ("line 1: a quote", '"1,2\n')]:
+            self.refused(BAD_DATA, named, "sort", "--points", self.file("punkte.csv", content), "--height", 3)
+
+    def test_convert(self):
+        self.file("c/bild.png", png(10, 8, lambda x, y: 9))
+        labels = self.scratch / "c/labels.json"
+        square = [[2, 1, 6, 1, 6, 4, 2, 4]]
+        # what the message names, tool, outline of every label, names of the categories, picture
+        for named, tool, outline, names, picture in [
+            ("fehlt.png: no such file", "segmenter", square, ["teil"], "fehlt.png"),
+            ("counts: compressed runs", "segmenter", {"counts": "d0d2", "size": [8, 10]}, ["teil"], "bild.png"),
+            ("counts: the runs cover 20 pixels", "segmenter", {"counts": [17, 3], "size": [8, 10]}, ["teil"], "bild.png"),
+            ("is 10 x 8, but the runs", "segmenter", {"counts": [17, 63], "size": [10, 8]}, ["teil"], "bild.png"),
+            ("bild.png: has a shape with an empty label", "segmenter", square, [" "], "bild.png"),
+            ("bild.png: has a shape with an empty label", "ocr", square, [""], "bild.png"),
+            ("'a/b' and 'a:b' would both lie in masks/a_b", "segmenter", square, ["a/b", "a:b"], "bild.png"),
+            ("bild.png: a label 'A' has no box", "ocr", square, ["A"], "bild.png"),
+        ]:
+            labels.write_text(json.dumps({
+                "images": [{"id": 4, "file_name": picture}],
+                "categories": [{"id": i, "name": name} for i, name in enumerate(names)],
+                "annotations": [{"image_id": 4, "category_id": i, "segmentation": outline} for i in range(len(names))],
+            }), "utf-8")
+            self.refused(BAD_DATA, named, "convert", "--from", "coco", "--tool", tool, "--labels", labels,
+                         "--out", self.scratch / "neu")
+        labels.write_text("{", "utf-8")
+        for source, where in ("coco", labels), ("labelme", labels.parent):
+            self.refused(BAD_DATA, f"{labels}: is no valid JSON", "convert", "--from", source, "--tool", "ocr",
+                         "--labels", where, "--out", self.scratch / "neu")
 
     def one_picture(self, file):
         self.file("eins/x/" + file.name, file.read_bytes())

@@ -94,6 +94,19 @@ class SegmenterCommands(HostTest):
         self.assertAlmostEqual(found["iou"]["oben rechts"], 0)
         self.assertAlmostEqual(found["mean_iou"], 0.5)
 
+    def test_categories_of_data_and_model_count_alike(self):
+        state = self.train("segmenter", self.bright_set())
+        # The model's "fleck" is found at 16 pixels where the data knows none; its "rest" is found nowhere.
+        data = self.bright_set("andere")
+        (data / "masks/fleck").rename(data / "masks/rest")
+        found = self.ok("evaluate", "--state", state, "--data", data)
+        self.assertEqual((found["iou"], found["mean_iou"]), ({"fleck": 0, "rest": 0}, 0))
+        for i in range(3):
+            self.file(f"dunkel/images/{i}.png", flat(9 + i))
+            self.file(f"dunkel/masks/rest/{i}.png", png(12, 12, lambda x, y: 0))
+        found = self.ok("evaluate", "--state", state, "--data", self.scratch / "dunkel")
+        self.assertEqual((found["iou"], found["mean_iou"]), ({"fleck": None, "rest": None}, None))
+
 
 class ReaderCommands(HostTest):
     def test_train_process_with_and_without_fielding(self):
@@ -120,6 +133,7 @@ class ReaderCommands(HostTest):
             ("eine Zeile fehlt", ["AB", "ÇD"], "AB", 2, 1, 0),
             ("eine Zeile zu viel", ["AB"], "ABÇD", 2, 1, 1),
             ("anderer Text", ["AX", "ÇD"], "ABÇD", 1, 1, 0),
+            ("leere Zeilen", ["", "AB", " ", "ÇD"], "ABÇD", 0, 2, 0),
         ]:
             with self.subTest(name):
                 page = self.text_set("probe", shown=shown)
@@ -129,9 +143,10 @@ class ReaderCommands(HostTest):
                 labels.write_text(json.dumps(content), "utf-8")
                 found = self.ok("evaluate", "--state", state, "--data", page)
                 letters = len("".join(truth).replace(" ", ""))
+                lines = sum(bool(line.strip()) for line in truth)
                 self.assertAlmostEqual(found["character_error_rate"], errors / letters)
-                self.assertAlmostEqual(found["exact_line_rate"], exact / (len(truth) + stray))
-                self.assertEqual(len(found["mistakes"]), len(truth) + stray - exact)
+                self.assertAlmostEqual(found["exact_line_rate"], exact / (lines + stray))
+                self.assertEqual(len(found["mistakes"]), lines + stray - exact)
 
     def test_partial_marks_are_scored_alone(self):
         state = self.train("ocr", self.text_set())
