@@ -7,6 +7,7 @@
 
 #include "app/errors.h"
 #include "app/text.h"
+#include "convert/annotations.h"
 #include "datasets/layout.h"
 #include "datasets/ocr_labels.h"
 #include "datasets/region.h"
@@ -158,6 +159,18 @@ TEST(Pictures, AThumbnailsEndIsNotThePictures) {
   EXPECT_THROW(read(whole.substr(0, whole.size() - 2)), HostError);
   EXPECT_THROW(read(whole.substr(0, 20 + thumbnail.size())), HostError);
   std::filesystem::remove(file);
+}
+
+TEST(Labels, OfLabelmeWithoutAShapeTypeArePolygons) {
+  for (const std::string type : {"", R"("shape_type": null,)"}) {
+    const auto picture = parse_labelme(R"({"imagePath": "..\\a.png", "shapes": [{"label": "x",)" +
+                                           type + R"("points": [[1, 0], [4, 0], [4, 5]]}]})",
+                                       "l", "b");
+    EXPECT_EQ(picture.file, "b/../a.png");
+    ASSERT_EQ(picture.shapes.size(), 1U);
+    EXPECT_EQ(picture.shapes[0].polygons.size(), 1U);
+    EXPECT_EQ(picture.shapes[0].box, cv::Rect2d(1, 0, 3, 5));
+  }
 }
 
 TEST(Tables, CsvQuotes) {
