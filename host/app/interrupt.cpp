@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #ifdef _WIN32
@@ -17,8 +19,11 @@ namespace telvar_host {
 namespace {
 
 // Never destroyed: the waiting thread may use these while the program ends.
-std::vector<std::filesystem::path>& unfinished() {
-  static auto* paths = new std::vector<std::filesystem::path>;
+// Paths, and for folders removed only when empty the one above them.
+using Unfinished = std::vector<std::pair<std::filesystem::path, std::filesystem::path>>;
+
+Unfinished& unfinished() {
+  static auto* paths = new Unfinished;
   return *paths;
 }
 
@@ -27,13 +32,32 @@ std::mutex& registry_mutex() {
   return *mutex;
 }
 
+// Guarded by output_mutex().
+std::optional<int>& reported_code() {
+  static auto* code = new std::optional<int>;
+  return *code;
+}
+
+void remove_quietly(const std::filesystem::path& path, const std::filesystem::path& above) {
+  std::error_code ignored;
+  if (above.empty()) {
+    std::filesystem::remove_all(path, ignored);
+    return;
+  }
+  for (auto folder = path; folder != above; folder = folder.parent_path()) {
+    if (!std::filesystem::remove(folder, ignored)) break;
+  }
+}
+
 [[noreturn]] void end_program(const std::function<void(int)>& report, int exit_code) {
   output_mutex().lock();
   {
     std::lock_guard<std::mutex> lock(registry_mutex());
-    std::error_code ignored;
-    for (const auto& path : unfinished()) std::filesystem::remove_all(path, ignored);
+    auto& paths = unfinished();
+    for (auto path = paths.rbegin(); path != paths.rend(); ++path)
+      remove_quietly(path->first, path->second);
   }
+  if (reported_code()) std::_Exit(*reported_code());
   report(exit_code);
   std::_Exit(exit_code);
 }
@@ -43,6 +67,10 @@ std::mutex& registry_mutex() {
 std::mutex& output_mutex() {
   static auto* mutex = new std::mutex;
   return *mutex;
+}
+
+void set_reported(int exit_code) {
+  reported_code() = exit_code;
 }
 
 #ifdef _WIN32
@@ -59,6 +87,7 @@ void install_interrupt_handling(std::function<void(int)> report) {
 }
 #else
 void install_interrupt_handling(std::function<void(int)> report) {
+  std::signal(SIGPIPE, SIG_IGN);
   sigset_t signals;
   sigemptyset(&signals);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
@@ -77,22 +106,24 @@ void install_interrupt_handling(std::function<void(int)> report) {
 }
 #endif
 
-RemovedOnExit::RemovedOnExit(std::filesystem::path path) : path_(std::move(path)) {
+RemovedOnExit::RemovedOnExit(std::filesystem::path path) : RemovedOnExit(std::move(path), {}) {}
+
+RemovedOnExit::RemovedOnExit(std::filesystem::path path, std::filesystem::path above)
+    : path_(std::move(path)), above_(std::move(above)) {
   std::lock_guard<std::mutex> lock(registry_mutex());
-  unfinished().push_back(path_);
+  unfinished().emplace_back(path_, above_);
 }
 
 void RemovedOnExit::keep() {
   std::lock_guard<std::mutex> lock(registry_mutex());
   auto& paths = unfinished();
-  paths.erase(std::remove(paths.begin(), paths.end(), path_), paths.end());
+  paths.erase(std::remove(paths.begin(), paths.end(), std::pair(path_, above_)), paths.end());
   kept_ = true;
 }
 
 RemovedOnExit::~RemovedOnExit() {
   if (kept_) return;
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
+  remove_quietly(path_, above_);
   keep();
 }
 

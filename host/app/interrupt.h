@@ -3,6 +3,7 @@
 // A thread of its own waits for SIGINT, SIGTERM and SIGHUP (Ctrl-C and Ctrl-Break on Windows), so
 // that ordinary code may run in answer, whatever the other threads are doing. Whoever makes output
 // visible holds `output_mutex()` meanwhile; the interrupt takes it and never gives it back.
+// SIGPIPE is ignored: a closed pipe is an error of writing, not a death with work half done.
 #pragma once
 
 #include <filesystem>
@@ -17,12 +18,19 @@ void install_interrupt_handling(std::function<void(int exit_code)> report);
 
 std::mutex& output_mutex();
 
-// While alive, `path` (a file or a folder) is removed by an interrupt; also by the destructor
-// unless `keep()` was called. Hold `output_mutex()` for `keep()` together with the rename that
-// completes it.
+// The outcome or error is printed: an interrupt from now on ends the program with `exit_code` and
+// reports nothing. Hold `output_mutex()`.
+void set_reported(int exit_code);
+
+// While alive, `path` (a file or a folder) is removed by an interrupt, after those made later; also
+// by the destructor unless `keep()` was called. Hold `output_mutex()` for `keep()` together with
+// the rename that completes it.
 class RemovedOnExit {
  public:
   explicit RemovedOnExit(std::filesystem::path path);
+  // A new folder that others may put something into as well: it and its parents up to `above`,
+  // which stays, are removed as far as they are empty.
+  RemovedOnExit(std::filesystem::path path, std::filesystem::path above);
   ~RemovedOnExit();
   RemovedOnExit(const RemovedOnExit&) = delete;
   RemovedOnExit& operator=(const RemovedOnExit&) = delete;
@@ -31,6 +39,7 @@ class RemovedOnExit {
 
  private:
   std::filesystem::path path_;
+  std::filesystem::path above_;
   bool kept_ = false;
 };
 

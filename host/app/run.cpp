@@ -61,6 +61,13 @@ void report_error(bool json, int code, const std::string& message) {
   }
 }
 
+int fail(bool json, ExitCode code, const std::string& message) {
+  std::lock_guard<std::mutex> lock(output_mutex());
+  report_error(json, static_cast<int>(code), message);
+  set_reported(static_cast<int>(code));
+  return static_cast<int>(code);
+}
+
 // Which exit code a library exception stands for: is it the input's fault?
 ExitCode code_of(const Wrapper::TelvarException& error) {
   return dynamic_cast<const Wrapper::InvalidOperationException*>(&error) ? ExitCode::kFailed
@@ -68,33 +75,51 @@ ExitCode code_of(const Wrapper::TelvarException& error) {
 }
 
 int show(const Outcome& outcome, bool json) {
-  std::lock_guard<std::mutex> lock(output_mutex());
-  if (!print(stdout, json ? dumped(outcome.json) + "\n" : outcome.text)) {
-    report_error(false, 1, "cannot write to standard output");
-    return static_cast<int>(ExitCode::kFailed);
+  {
+    std::lock_guard<std::mutex> lock(output_mutex());
+    if (print(stdout, json ? dumped(outcome.json) + "\n" : outcome.text)) {
+      set_reported(static_cast<int>(outcome.code));
+      return static_cast<int>(outcome.code);
+    }
   }
-  return static_cast<int>(outcome.code);
+  return fail(false, ExitCode::kFailed, "cannot write to standard output");
+}
+
+// An empty value is what an unset shell variable leaves, never what was meant.
+void refuse_empty_values(CLI::App& app) {
+  const auto given = [](const std::string& value) {
+    return value.empty() ? std::string("must not be empty") : std::string();
+  };
+  for (auto* option : app.get_options()) {
+    if (option->get_items_expected_max() > 0) option->check(CLI::Validator(given, ""));
+  }
+}
+
+// CLI11 would take the argument after "--option=" for its value.
+void refuse_empty_value(const std::string& argument) {
+  const auto equals = argument.find('=');
+  if (argument.compare(0, 2, "--") == 0 && equals == argument.size() - 1) {
+    throw CLI::ValidationError(argument.substr(0, equals), "must not be empty");
+  }
 }
 
 int guarded(const Command& command, const GlobalOptions& options) {
   // Declared first: exceptions and results must go before the library they came from.
   Session session(options);
-  const auto fail = [&](ExitCode code, const std::string& message) {
+  const auto failed = [&](ExitCode code, const std::string& message) {
     session.progress.finish();
-    std::lock_guard<std::mutex> lock(output_mutex());
-    report_error(options.json, static_cast<int>(code), message);
-    return static_cast<int>(code);
+    return fail(options.json, code, message);
   };
   try {
     return show(command(session), options.json);
   } catch (const HostError& error) {
-    return fail(error.code(), error.what());
+    return failed(error.code(), error.what());
   } catch (const Wrapper::TelvarException& error) {
-    return fail(code_of(error), error.what());
+    return failed(code_of(error), error.what());
   } catch (const std::bad_alloc&) {
-    return fail(ExitCode::kFailed, "out of memory");
+    return failed(ExitCode::kFailed, "out of memory");
   } catch (const std::exception& error) {
-    return fail(ExitCode::kFailed, error.what());
+    return failed(ExitCode::kFailed, error.what());
   }
 }
 
@@ -122,16 +147,20 @@ int run(const std::vector<std::string>& arguments) {
   app.fallthrough();
   Command command;
   add_commands(app, command);
+  refuse_empty_values(app);
+  for (auto* sub : app.get_subcommands({})) refuse_empty_values(*sub);
   try {
+    for (const auto& argument : arguments) refuse_empty_value(argument);
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     if (!reversed.empty()) reversed.pop_back();  // the program's name
     app.parse(reversed);
   } catch (const CLI::CallForHelp&) {
-    print(stdout, app.help());
-    return 0;
+    Outcome help;
+    help.text = app.help();
+    help.json["help"] = help.text;
+    return show(help, options.json);
   } catch (const CLI::ParseError& error) {
-    report_error(options.json, static_cast<int>(ExitCode::kUsage), error.what());
-    return static_cast<int>(ExitCode::kUsage);
+    return fail(options.json, ExitCode::kUsage, error.what());
   }
   return guarded(command, options);
 }

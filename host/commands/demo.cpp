@@ -157,8 +157,7 @@ void add_demo(CLI::App& app, Command& command) {
       ->capture_default_str();
   sub->add_option("--root", options->root,
                   "Where usr/share/ of Debian's dataset-fashion-mnist, visp-images-data and "
-                  "jbigkit-testdata "
-                  "lies")
+                  "jbigkit-testdata lies; jbgtopbm of jbigkit-bin is run as well")
       ->capture_default_str();
   sub->add_option("--labels", options->labels,
                   "The project's examples/data, if it is not found by itself");

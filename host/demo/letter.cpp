@@ -28,7 +28,7 @@ cv::Mat read_letter(const fs::path& root, OutputFolder& out) {
     throw data_error(utf8(packed) + ": no such file; install Debian's package jbigkit-testdata");
   }
   const auto page = out.staging() / "page.pbm";
-  run_program("jbgtopbm", {packed.string(), page.string()});
+  run_program("jbgtopbm", {packed.string(), page.string()}, "jbigkit-bin");
   const auto picture = read_picture(page);
   fs::remove(page);
   return picture;

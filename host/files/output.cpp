@@ -21,6 +21,12 @@ fs::path resolved(const fs::path& path) {
   return result;
 }
 
+// "results/" and "results" are the same folder, and its place is beside it, not in it.
+fs::path resolved_folder(const fs::path& path) {
+  const auto result = resolved(path);
+  return result.has_filename() ? result : result.parent_path();
+}
+
 fs::path temporary_beside(const fs::path& path) {
   auto name = path.filename();
   return path.parent_path() / ("." + name.u8string() + ".telvar-" + process_tag());
@@ -38,6 +44,12 @@ void rename_or_throw(const fs::path& from, const fs::path& to) {
   std::error_code error;
   fs::rename(from, to, error);
   if (error) throw failure("cannot write " + utf8(to) + ": " + error.message());
+}
+
+fs::path existing_part(fs::path path) {
+  std::error_code error;
+  while (!fs::exists(path, error) && path != path.parent_path()) path = path.parent_path();
+  return path;
 }
 
 bool is_empty_folder(const fs::path& path) {
@@ -86,16 +98,20 @@ void write_file(const fs::path& path, std::string_view bytes, bool force) {
   flush_to_disk(target.parent_path());
 }
 
-OutputFolder::OutputFolder(fs::path target, bool force) : target_(resolved(target)) {
+OutputFolder::OutputFolder(fs::path target, bool force) : target_(resolved_folder(target)) {
   if (fs::exists(target_) && !fs::is_directory(target_)) {
     throw usage_error(utf8(target) + ": is a file, not a folder");
   }
   if (fs::exists(target_) && !fs::is_empty(target_) && !force) {
     throw usage_error(utf8(target) + ": exists and is not empty; give --force to write into it");
   }
+  const auto parent = target_.parent_path();
+  // Under the lock, or an interrupt could remove a folder and this would make it again.
+  std::lock_guard<std::mutex> lock(output_mutex());
+  parents_ = std::make_unique<RemovedOnExit>(parent, existing_part(parent));
   std::error_code error;
-  fs::create_directories(target_.parent_path(), error);
-  if (error) throw failure("cannot create " + utf8(target_.parent_path()) + ": " + error.message());
+  fs::create_directories(parent, error);
+  if (error) throw failure("cannot create " + utf8(parent) + ": " + error.message());
   staging_ = std::make_unique<RemovedOnExit>(temporary_beside(target_));
   fs::create_directory(staging_->path(), error);
   if (error) throw failure("cannot create " + utf8(staging_->path()) + ": " + error.message());
@@ -109,7 +125,7 @@ const fs::path& OutputFolder::staging() const {
 
 void OutputFolder::write(const fs::path& relative, std::string_view bytes) {
   const auto path = staging() / relative;
-  // Under the lock, or an interrupt could remove the folder and this would make it again.
+  // Under the lock for the same reason.
   std::lock_guard<std::mutex> lock(output_mutex());
   std::error_code error;
   fs::create_directories(path.parent_path(), error);
@@ -122,7 +138,8 @@ void OutputFolder::commit() {
     if (entry.is_regular_file()) flush_to_disk(entry.path());
   }
   std::lock_guard<std::mutex> lock(output_mutex());
-  if (is_empty_folder(target_)) fs::remove(target_);
+  std::error_code ignored;
+  if (is_empty_folder(target_)) fs::remove(target_, ignored);
   if (fs::exists(target_)) {
     replace_one_by_one();
     return;

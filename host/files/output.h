@@ -23,7 +23,8 @@ void write_file(const std::filesystem::path& path, std::string_view bytes, bool 
 
 // A folder of results. Files are written into a hidden folder beside `target`; `commit` makes them
 // visible together. Without `force` a target that exists and is not empty is refused at once; with
-// it, the new files replace those of the same name one by one and other files stay.
+// it, the new files replace those of the same name one by one and other files stay. Parents that do
+// not exist are made, and removed again if nothing comes of it.
 class OutputFolder {
  public:
   OutputFolder(std::filesystem::path target, bool force);
@@ -41,6 +42,7 @@ class OutputFolder {
   void replace_one_by_one();
 
   std::filesystem::path target_;
+  std::unique_ptr<RemovedOnExit> parents_;
   std::unique_ptr<RemovedOnExit> staging_;
 };
 
