@@ -84,7 +84,7 @@ class SegmenterBatch : public BatchTool {
       for (const auto& [category, probability] : probabilities) {
         categories_.push_back(category);
         const auto pixels = cv::countNonZero(probability >= 128);
-        const auto mask = "masks/" + file_name_of(category) + "/" + id + ".png";
+        const auto mask = "masks/" + names_.of(category) + "/" + id + ".png";
         out_.write(path_from_utf8(mask), encoded(probability, ".png"));
         row.fields.push_back(std::to_string(pixels));
         row.json["categories"][category] = {
@@ -105,6 +105,7 @@ class SegmenterBatch : public BatchTool {
  private:
   SegmenterTool tool_;
   OutputFolder& out_;
+  CategoryFileNames names_;
   std::vector<std::string> categories_;
 };
 

@@ -1,6 +1,8 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <memory>
 #include <set>
+#include <utility>
 
 #include "app/text.h"
 #include "commands/commands.h"
@@ -44,42 +46,53 @@ ProcessSettings settings_of(const Options& options, const StateFile& state) {
   return settings;
 }
 
-// The picture's name for its files in the output folder; pictures of one name get a number.
-std::string output_stem(const std::string& image, std::set<std::string>& used) {
-  const auto stem = path_from_utf8(image).stem().u8string();
-  auto name = stem;
-  for (int number = 2; !used.insert(name).second; ++number)
-    name = stem + "-" + std::to_string(number);
-  return name;
-}
+// The pictures that go into the output folder. Where one of a picture's names is taken already, all
+// of them get a number.
+class PictureWriter {
+ public:
+  explicit PictureWriter(OutputFolder& out) : out_(out) {}
 
-void write_pictures(const ProcessedItem& item, const std::string& stem, OutputFolder& out) {
-  out.write(path_from_utf8(stem + ".png"), encoded(item.annotated, ".png"));
-  for (const auto& [category, picture] : item.maps) {
-    out.write(path_from_utf8(stem + "." + file_name_of(category) + ".png"),
-              encoded(picture, ".png"));
+  void write(const ProcessedItem& item, const std::string& image) {
+    std::vector<std::pair<std::string, cv::Mat>> pictures = {{".png", item.annotated}};
+    for (const auto& [category, picture] : item.maps)
+      pictures.emplace_back("." + categories_.of(category) + ".png", picture);
+    const auto stem = path_from_utf8(image).stem().u8string();
+    auto name = stem;
+    const auto taken = [&](const auto& entry) { return used_.count(name + entry.first) != 0; };
+    for (int number = 2; std::any_of(pictures.begin(), pictures.end(), taken); ++number)
+      name = stem + "-" + std::to_string(number);
+    for (const auto& [ending, picture] : pictures) {
+      used_.insert(name + ending);
+      out_.write(path_from_utf8(name + ending), encoded(picture, ".png"));
+    }
   }
-}
+
+ private:
+  OutputFolder& out_;
+  CategoryFileNames categories_;
+  std::set<std::string> used_;
+};
 
 Outcome process(const Options& options, Session& session) {
   const auto state = read_state(path_from_utf8(options.state));
   refuse_inapplicable(options, state.tool);
   const auto settings = settings_of(options, state);
   std::unique_ptr<OutputFolder> out;
+  std::unique_ptr<PictureWriter> writer;
   if (!options.out.empty()) {
     out = std::make_unique<OutputFolder>(path_from_utf8(options.out), options.force);
+    writer = std::make_unique<PictureWriter>(*out);
   }
   const auto processor = make_processor(session, state, settings);
   Outcome outcome;
   outcome.json["tool"] = tool_name(state.tool);
   outcome.json["images"] = Json::array();
-  std::set<std::string> used;
   session.progress.start("processing", options.images.size());
   for (const auto& image : options.images) {
     session.progress.step();
     auto item = processed(*processor, image);
     if (item.failed()) outcome.code = std::max(outcome.code, item.code);
-    if (out && !item.failed()) write_pictures(item, output_stem(image, used), *out);
+    if (writer && !item.failed()) writer->write(item, image);
     outcome.text += item.text;
     outcome.json["images"].push_back(std::move(item.json));
   }
@@ -103,8 +116,8 @@ void add_process(CLI::App& app, Command& command) {
   sub->add_option("--size", options->size,
                   "ocr: nominal character size WxH; otherwise that of the training");
   add_fielding_options(*sub, options->fielding);
-  sub->add_option("--out", options->out, "Folder for annotated pictures");
-  sub->add_flag("--force", options->force, "Write into --out even if it is not empty");
+  auto* out = sub->add_option("--out", options->out, "Folder for annotated pictures");
+  sub->add_flag("--force", options->force, "Write into --out even if it is not empty")->needs(out);
   sub->add_option("image", options->images, "Pictures")->required();
   sub->footer(
       "Example:\n  telvar process --state reader.telvar --roi 120,80,0,0,400,60 --allow 0123456789 "

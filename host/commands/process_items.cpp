@@ -180,4 +180,14 @@ std::string file_name_of(const std::string& category) {
   return name == "." || name == ".." || name.empty() ? "_" : name;
 }
 
+const std::string& CategoryFileNames::of(const std::string& category) {
+  auto& name = names_[category];
+  if (!name.empty()) return name;
+  const auto plain = file_name_of(category);
+  name = plain;
+  for (int number = 2; !used_.insert(name).second; ++number)
+    name = plain + "-" + std::to_string(number);
+  return name;
+}
+
 }  // namespace telvar_host

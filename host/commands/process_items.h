@@ -5,6 +5,7 @@
 #include <memory>
 #include <opencv2/core/mat.hpp>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "app/session.h"
@@ -42,5 +43,15 @@ ProcessedItem processed(Processor& processor, const std::string& image);
 
 // A category as part of a file name: what file systems refuse becomes "_".
 std::string file_name_of(const std::string& category);
+
+// The same for a whole run: categories that become alike ("a/b", "a:b") get a number each.
+class CategoryFileNames {
+ public:
+  const std::string& of(const std::string& category);
+
+ private:
+  std::map<std::string, std::string> names_;  // by category
+  std::set<std::string> used_;
+};
 
 }  // namespace telvar_host
