@@ -50,6 +50,14 @@ class BadInput(HostTest):
             ("--size", "evaluate", "--state", state, "--data", dark, "--size", "3x4"),
             ("--height", "sort", "--points", page, "--height", "-1"),
             ("classifier", "convert", "--from", "coco", "--tool", "classifier", "--labels", page, "--out", new),
+            ("not empty", "demo", "--labels", dark, "--out", dark),
+            ("--force", "process", "--state", state, "--force", page),
+            ("--force", "evaluate", "--state", state, "--data", dark, "--force"),
+            ("--from: must not be empty", "train", "--tool", "classifier", "--data", dark, "--state", new, "--from", ""),
+            ("--roi: must not be empty", "process", "--state", reader, "--roi", "", page),
+            ("--allow: must not be empty", "process", "--state", reader, "--allow=", page),
+            ("--out: must not be empty", "evaluate", "--state", state, "--data", dark, "--out", ""),
+            ("--shard: must not be empty", "batch", "--state", state, "--data", dark, "--out", new, "--shard", ""),
         ]:
             self.refused(USAGE, named, *args)
 
@@ -144,7 +152,8 @@ class BadInput(HostTest):
         for part, error in zip(["cut off", "width 1", "no such file", ""], errors):
             self.assertIn(part, error)
         self.assertEqual(errors[3], "")
-        self.refused(BAD_DATA, "ab.jpg", "evaluate", "--state", state, "--data", self.one_picture(jpeg))
+        self.refused(BAD_DATA, "ab.jpg", "evaluate", "--state", state, "--data", self.one_picture(jpeg),
+                     "--out", f"{self.scratch}/neu/tief/")
 
     def test_masks(self):
         data = self.bright_set()

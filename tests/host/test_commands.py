@@ -1,6 +1,10 @@
 """Every command end to end, on data small enough to know the answers."""
 import csv
+import gzip
+import html
 import json
+import pathlib
+import struct
 import unittest
 
 from support import HostTest, flat, png
@@ -108,6 +112,24 @@ class SegmenterCommands(HostTest):
         self.assertEqual((found["iou"], found["mean_iou"]), ({"fleck": None, "rest": None}, None))
 
 
+    def test_categories_alike_as_file_names(self):
+        for i in range(2):
+            self.file(f"paar/images/{i}.png", flat(200 + i))
+            self.file(f"paar/masks/{i}.png", png(12, 12, lambda x, y: x % 3))
+        self.file("paar/classes.txt", "1 a/b\n2 a:b\n")
+        data = self.scratch / "paar"
+        state = self.train("segmenter", data)
+        out = self.scratch / "stapel"
+        self.ok("batch", "--state", state, "--data", data, "--out", out)
+        images = json.loads((out / "results.json").read_text("utf-8"))["images"]
+        masks = [category["mask"] for image in images for category in image["categories"].values()]
+        self.assertEqual(len({(out / mask).resolve(strict=True) for mask in masks}), 4)
+        # The second picture would take the name of the first one's mask.
+        other = self.file("0.a_b.png", flat(9))
+        self.ok("process", "--state", state, "--out", self.scratch / "aus", data / "images/0.png", other)
+        self.assertEqual(len(list((self.scratch / "aus").iterdir())), 6)
+
+
 class ReaderCommands(HostTest):
     def test_train_process_with_and_without_fielding(self):
         data = self.text_set()
@@ -212,6 +234,36 @@ class Conversion(HostTest):
         self.assertEqual(labels["images"][0]["characters"], [{"x": 12, "y": 10, "category": "Ä"}])
         state = self.train("ocr", out, "z.telvar", "--size", "15x15")
         self.assertEqual(self.ok("evaluate", "--state", state, "--data", out)["character_error_rate"], 0)
+
+
+class Demonstration(HostTest):
+    def demo(self, root, **env):
+        out = self.scratch / "schau"
+        labels = pathlib.Path(__file__).parents[2] / "examples/data"
+        done = self.run_host("demo", "--root", root, "--labels", labels, "--out", out, "--force", "--json", env=env)
+        self.assertEqual(done.code, 1, str(done))
+        found = json.loads(done.out)
+        page = (out / "report.html").read_text("utf-8")
+        for failed in (item["error"] for item in found.values() if "error" in item):
+            self.assertIn(failed, html.unescape(page))
+        return found
+
+    def test_what_is_missing_is_named_and_the_rest_done(self):
+        found = self.demo(self.scratch / "leer")
+        for tool, package in [("classifier", "dataset-fashion-mnist"), ("segmenter", "visp-images-data"),
+                              ("ocr", "jbigkit-testdata")]:
+            self.assertIn(package, found[tool]["error"])
+        for part in ("train", "t10k"):
+            labels = bytes([0, 9] * 3)
+            pixels = b"".join(bytes([30 + 180 * (label == 9) + i]) * 16 for i, label in enumerate(labels))
+            for name, header, values in [("labels-idx1", (0x801, 6), labels), ("images-idx3", (0x803, 6, 4, 4), pixels)]:
+                self.file(f"wurzel/usr/share/datasets/fashion-mnist/{part}-{name}-ubyte.gz",
+                          gzip.compress(struct.pack(f">{len(header)}I", *header) + values))
+        self.file("wurzel/usr/share/jbigkit-testdata/ccitt1.jbg", b"?")
+        found = self.demo(self.scratch / "wurzel", PATH=str(self.scratch))
+        self.assertEqual((found["classifier"]["training_images"], found["classifier"]["accuracy"]), (6, 1))
+        self.assertIn("visp-images-data", found["segmenter"]["error"])
+        self.assertIn("jbigkit-bin", found["ocr"]["error"])
 
 
 if __name__ == "__main__":

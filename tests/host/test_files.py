@@ -1,9 +1,7 @@
-"""State files, output that is whole or not there, interrupts, locales."""
+"""State files, output that is whole or not there, interrupts, streams."""
 import json
 import os
 import pty
-import re
-import shutil
 import signal
 import struct
 import subprocess
@@ -96,41 +94,32 @@ class Interrupts(HostTest):
         for i in range(400):
             self.file(f"viele/{i}.png", flat(i % 250, side=60))
         files = self.files()
-        for count in range(5):
-            process = self.start("batch", "--state", state, "--data", self.scratch / "viele", "--out",
-                                 self.scratch / "aus", "--json")
+        batch = ["batch", "--state", state, "--data", self.scratch / "viele", "--json", "--out"]
+        for count, out in enumerate(["aus", "aus/", "tief/er/aus", "tief/er/aus/", "aus"]):
+            process = self.start(*batch, f"{self.scratch}/{out}")
             seen = time.monotonic()
             # The hidden folder shows that the run has begun.
-            self.interrupted(process, lambda: len(self.files()) > len(files) and time.monotonic() > seen + 0.01 * count)
+            self.interrupted(process, lambda: any(".telvar-" in file for file in self.files())
+                             and time.monotonic() > seen + 0.01 * count)
             self.assertEqual(self.files(), files)
+        # What another run puts into the folder that this one made stays.
+        process = self.start(*batch, self.scratch / "tief/er", "--shard", "1/2")
+        self.interrupted(process, lambda: (self.scratch / "tief/er").is_dir() and self.file("tief/er/notiz.txt", "bleibt"))
+        self.assertEqual(set(self.files()) - set(files), {"tief", "tief/er", "tief/er/notiz.txt"})
+
+    def test_after_the_outcome_it_only_ends_the_program(self):
+        data = self.brightness_set()
+        self.file("licht/linger/1.png", flat(99))
+        process = self.start("train", "--tool", "classifier", "--data", data, "--state", self.scratch / "z", "--json")
+        while process.stdout.readline() not in (b"}\n", b""):
+            pass
+        os.kill(process.pid, signal.SIGINT)
+        out, _ = process.communicate(timeout=60)
+        self.assertEqual((process.returncode, out), (0, b""))
+        self.assertEqual(self.ok("inspect", "--state", self.scratch / "z")["tool"], "classifier")
 
 
 class Environment(HostTest):
-    def comma_locale(self):
-        """The environment of a German user; the stand-in library makes the process follow it."""
-        made = subprocess.run(["localedef", "-i", "de_DE", "-f", "UTF-8", self.scratch / "de_DE.UTF-8"],
-                              capture_output=True) if shutil.which("localedef") else None
-        if made is None or made.returncode != 0:
-            self.skipTest("SKIPPED: no localedef or no definition of de_DE to make a locale with")
-        return {"LC_ALL": "de_DE.UTF-8", "LOCPATH": str(self.scratch)}
-
-    def test_a_decimal_comma_changes_nothing(self):
-        env = self.comma_locale()
-        state = self.train("ocr", self.text_set(), "z.telvar", "--size", "20.5x30.25")
-        page = self.scratch / "schrift/seite.png"
-        points = self.file("punkte.csv", "0.5,10.25\n0.25,10\n")
-        for arguments in [["train", "--tool", "ocr", "--data", self.scratch / "schrift", "--size", "20.5x30.25", "--state",
-                           state, "--force"],
-                          ["process", "--state", state, "--roi", "0.5,0.25,0,0,50,50", page],
-                          ["evaluate", "--state", state, "--data", self.scratch / "schrift", "--size", "20.5x29.5"],
-                          ["sort", "--points", points, "--height", "20.5"]]:
-            for form in ([], ["--json"]):
-                plain, german = self.run_host(*arguments, *form), self.run_host(*arguments, *form, env=env)
-                self.assertEqual((plain.code, german.code), (0, 0), str(german))
-                times = r'[0-9]+\.[0-9e-]+( s\b|,?$)|median .*'  # measured, so never the same twice
-                self.assertEqual(re.sub(times, "", plain.out, flags=re.M), re.sub(times, "", german.out, flags=re.M))
-        self.assertEqual(self.ok("inspect", "--state", state)["size"], [20.5, 30.25])
-
     def test_the_progress_line_moves_on_a_terminal_only(self):
         data = self.brightness_set()
         master, slave = pty.openpty()
@@ -152,6 +141,21 @@ class Environment(HostTest):
         self.assertIn("hell", self.run_host(*arguments, "--quiet").out)
         for command in ("check", "train", "process", "batch", "evaluate", "inspect", "sort", "convert", "demo"):
             self.assertIn("Example:\n  telvar " + command, self.run_host(command, "--help").out)
+
+        shown = self.run_host("check", "--help", "--json").out
+        self.assertIn("--data", json.loads(shown)["help"])
+
+    def test_a_closed_pipe(self):
+        data = self.brightness_set()
+        train = ["train", "--tool", "classifier", "--data", data, "--state", self.scratch / "z"]
+        reader, closed = os.pipe()
+        os.close(reader)
+        done = subprocess.run(self.arguments(*train), stderr=closed, stdout=subprocess.PIPE)
+        self.assertEqual(done.returncode, 0)
+        self.assertIn(b"trained classifier", done.stdout)
+        done = subprocess.run(self.arguments("inspect", "--state", self.scratch / "z"), stdout=closed, stderr=subprocess.PIPE)
+        os.close(closed)
+        self.assertEqual((done.returncode, done.stderr), (1, b"telvar: cannot write to standard output\n"))
 
     def test_a_full_disk_is_an_error(self):
         with open("/dev/full", "wb") as full:
