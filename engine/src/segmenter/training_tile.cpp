@@ -36,6 +36,14 @@ bool any(const core::Mask& mask) {
   return std::any_of(mask.values.begin(), mask.values.end(), [](auto v) { return v != 0; });
 }
 
+/// True when one of the first `area` bits is set.
+bool any(const std::string& bits, std::size_t area) {
+  for (std::size_t i = 0; i < area; ++i) {
+    if (bit_at(bits, i)) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 const LabelPlane* find_label(const TrainingTile& tile, int category) {
@@ -146,8 +154,12 @@ TrainingTile read_tile(core::ByteReader& reader, int max_side, int categories) {
       throw core::malformed_bytes("tile: label plane of category " + std::to_string(category));
     }
     last = category;
-    tile.labels.push_back(
-        {category, std::string(reader.raw("label plane", (tile.area() + 7) / 8))});
+    LabelPlane plane{category, std::string(reader.raw("label plane", (tile.area() + 7) / 8))};
+    if (!any(plane.bits, tile.area())) {
+      throw core::malformed_bytes("tile: label plane of category " + std::to_string(category) +
+                                  " without a pixel");
+    }
+    tile.labels.push_back(std::move(plane));
   }
   return tile;
 }

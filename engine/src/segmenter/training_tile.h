@@ -25,7 +25,7 @@ struct TrainingTile {
   int depth = 1;                   // bytes a value, little endian; the largest value stands for 1
   std::string pixels;              // planar
   std::uint64_t known = 0;         // bit c: category c is labelled here, present or not
-  std::vector<LabelPlane> labels;  // categories present, ascending
+  std::vector<LabelPlane> labels;  // categories present, ascending; each has a pixel
 
   std::size_t area() const { return static_cast<std::size_t>(width) * height; }
   /// The value at an index into the planes, 0..1.

@@ -110,6 +110,11 @@ TEST(TrainingTiles, RefuseWhatTheirLimitsExclude) {
   EXPECT_NO_THROW(read(13, 3));
   EXPECT_THROW(read(12, 3), core::malformed_bytes);
   EXPECT_THROW(read(13, 2), core::malformed_bytes);
+  // A label without a pixel: only the 5 bits that no pixel has are set.
+  std::string bytes = writer.bytes();
+  bytes.replace(bytes.size() - 12, 12, std::string(11, '\0') + '\xF8');
+  core::ByteReader reader(bytes);
+  EXPECT_THROW(read_tile(reader, 13, 3), core::malformed_bytes);
 }
 
 TEST(TrainingTiles, AreCutWithTheirLabels) {
