@@ -300,8 +300,7 @@ void KernelMachine::write(core::ByteWriter& writer) const {
   }
 }
 
-KernelMachine KernelMachine::read(core::ByteReader& reader,
-                                  const std::vector<std::vector<Features>>& views, int categories) {
+KernelMachine KernelMachine::read(core::ByteReader& reader, int samples, int categories) {
   KernelMachine machine;
   machine.choice_.group_weights = reader.floats("kernel weights", kFeatureGroups);
   bool any = false;
@@ -309,14 +308,19 @@ KernelMachine KernelMachine::read(core::ByteReader& reader,
     if (weight < 0) throw core::malformed_bytes("kernel weights: a weight is negative");
     any = any || weight > 0;
   }
-  if (!any || views[0].empty()) throw core::malformed_bytes("kernel machine: nothing to weigh");
+  if (!any || samples < 1) throw core::malformed_bytes("kernel machine: nothing to weigh");
   machine.choice_.ridge = reader.f32("ridge");
   machine.offsets_ = reader.floats("kernel offsets", categories);
-  machine.coefficients_ = Matrix(static_cast<int>(views[0].size()), categories);
+  const auto wanted = static_cast<std::size_t>(samples) * categories;
+  if (wanted > reader.remaining() / 4) {
+    throw core::malformed_bytes("kernel coefficients: " + std::to_string(wanted) +
+                                " values wanted, " + std::to_string(reader.remaining()) +
+                                " bytes are left");
+  }
+  machine.coefficients_ = Matrix(samples, categories);
   for (int i = 0; i < machine.coefficients_.rows(); ++i) {
     reader.floats("kernel coefficients", machine.coefficients_.row(i), categories);
   }
-  machine.place_landmarks(views);
   return machine;
 }
 

@@ -50,12 +50,12 @@ class KernelMachine {
 
   /// The landmarks themselves are not written: they are the kept samples' features.
   void write(core::ByteWriter& writer) const;
-  /// Throws core::malformed_bytes.
-  static KernelMachine read(core::ByteReader& reader,
-                            const std::vector<std::vector<Features>>& views, int categories);
+  /// The machine lacks its landmarks until they are placed. Throws core::malformed_bytes.
+  static KernelMachine read(core::ByteReader& reader, int samples, int categories);
+  /// `views` as for `learn`.
+  void place_landmarks(const std::vector<std::vector<Features>>& views);
 
  private:
-  void place_landmarks(const std::vector<std::vector<Features>>& views);
   Matrix kernel_to(const Matrix& features, core::WorkerPool& pool) const;
 
   KernelChoice choice_;

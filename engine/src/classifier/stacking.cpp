@@ -43,6 +43,11 @@ Matrix stacked_scores(const Stacking& stacking, const Matrix& network, const Mat
     }
     float sum = 0;
     for (int c = 0; c < scores.columns(); ++c) sum += row[c] = std::exp(row[c] - best);
+    // Weights and coefficients of an artifact are finite; what they add up to may not be.
+    if (!(std::isfinite(sum) && sum > 0)) {
+      std::fill_n(row, scores.columns(), 1 / static_cast<float>(scores.columns()));
+      continue;
+    }
     for (int c = 0; c < scores.columns(); ++c) row[c] /= sum;
   }
   return scores;

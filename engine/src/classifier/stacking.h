@@ -18,7 +18,7 @@ struct Stacking {
 /// Fits on held-out outputs, samples x categories; `kernel` may be empty (no machine).
 Stacking fit_stacking(const Matrix& network, const Matrix& kernel, const std::vector<int>& labels);
 
-/// Softmax scores, samples x categories.
+/// Softmax scores, samples x categories; all alike where the weighted sum is not finite.
 Matrix stacked_scores(const Stacking& stacking, const Matrix& network, const Matrix& kernel);
 
 /// Share of samples whose best score is their label's.

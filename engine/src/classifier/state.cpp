@@ -71,13 +71,13 @@ ClassifierState read_payload(core::ByteReader& reader, core::WorkerPool& pool) {
   if (state.symmetry.turned && state.canvas.width != state.canvas.height) {
     throw core::malformed_bytes("symmetry: turned, but the canvas is not square");
   }
-  const std::uint32_t landmarks =
-      reader.count("landmarks", 0, static_cast<std::uint32_t>(state.kept.size()));
+  const auto most = std::min<std::size_t>(kMaxKept, state.kept.size());
+  const std::uint32_t landmarks = reader.count("landmarks", 0, static_cast<std::uint32_t>(most));
   state.has_kernel = landmarks > 0;
   if (state.has_kernel) {
-    state.kernel = KernelMachine::read(
-        reader, describe_views(landmarks_of(state, landmarks), state.canvas, state.symmetry, pool),
-        categories);
+    state.kernel = KernelMachine::read(reader, static_cast<int>(landmarks), categories);
+    state.kernel.place_landmarks(
+        describe_views(landmarks_of(state, landmarks), state.canvas, state.symmetry, pool));
   }
   return state;
 }

@@ -1,8 +1,9 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cmath>
 #include <cstring>
 
+#include "classifier/state.h"
 #include "core/artifact.h"
 #include "core/random.h"
 #include "pictures.h"
@@ -74,6 +75,32 @@ TEST_F(ClassifierArtifact, IsRefusedWithAValueThatIsNotFinite) {
   std::memcpy(&payload[weights + 18 + 1 + 16], &nan, 4);
   EXPECT_THROW(build(core::write_artifact(core::Tool::kClassifier, 1, payload)),
                types::invalid_training_artifact);
+}
+
+// They would be described, which takes memory and time, before their coefficients turn out to be
+// missing.
+TEST_F(ClassifierArtifact, IsRefusedWithLandmarksThatItCannotHave) {
+  core::WorkerPool pool(1);
+  classifier::ClassifierState state = classifier::read_classifier(artifact_, pool);
+  state.kept.resize(2001, state.kept[0]);
+  state.has_kernel = false;
+  const std::string plain = classifier::write_classifier(state);
+  const auto opened = core::open_artifact(plain, core::Tool::kClassifier, 1);
+  for (const auto& [landmarks, text] :
+       {std::pair(2001u, "landmarks: 2001 is outside 0..2000"),
+        std::pair(2000u, "4000 values wanted, 400 bytes are left")}) {
+    core::ByteWriter forged;
+    forged.raw(opened.payload.data(), opened.payload.size() - 4);
+    forged.u32(landmarks);
+    const std::vector<float> values(classifier::kFeatureGroups + 1 + 2 + 100, 1);
+    forged.floats(values.data(), values.size());
+    try {
+      build(core::write_artifact(core::Tool::kClassifier, 1, forged.bytes()));
+      ADD_FAILURE() << landmarks;
+    } catch (const types::invalid_training_artifact& error) {
+      EXPECT_THAT(error.what(), testing::HasSubstr(text));
+    }
+  }
 }
 
 }  // namespace

@@ -72,8 +72,9 @@ TEST(KernelMachine, LeavingOneOutIsWhatTrainingWithoutItGives) {
   core::ByteWriter writer;
   machine.write(writer);
   core::ByteReader reader(writer.bytes());
-  const KernelMachine restored = KernelMachine::read(reader, {samples}, 2);
+  KernelMachine restored = KernelMachine::read(reader, machine.samples(), 2);
   reader.finish("kernel machine");
+  restored.place_landmarks({samples});
   EXPECT_EQ(restored.scores(fresh, pool).at(0, 0), machine.scores(fresh, pool).at(0, 0));
 }
 
@@ -96,6 +97,15 @@ TEST(Stacking, PrefersTheSourceThatIsRightAndIsCalibrated) {
     confidence += *std::max_element(scores.row(i), scores.row(i) + 3) / 400;
   }
   EXPECT_NEAR(confidence, accuracy(scores, labels), 0.06);
+}
+
+TEST(Stacking, ScoresAllAlikeWhatOverflows) {
+  Matrix network(1, 4);
+  for (int c = 0; c < 4; ++c) network.at(0, c) = 1e38f * static_cast<float>(1 + c % 3);
+  for (const float weight : {3e38f, -3e38f}) {
+    const Matrix scores = stacked_scores({weight, 0}, network, Matrix());
+    for (int c = 0; c < 4; ++c) EXPECT_EQ(scores.at(0, c), 0.25f) << weight;
+  }
 }
 
 }  // namespace
