@@ -1,5 +1,6 @@
 #include "core/train_cache_store.h"
 
+#include <ios>
 #include <istream>
 #include <iterator>
 #include <ostream>
@@ -22,10 +23,19 @@ std::uint64_t cost(const CacheKey& key, const std::string& blob) {
   return key.image_id.size() + blob.size() + kEntryOverhead;
 }
 
-std::string read_all(std::istream& stream) {
-  std::string bytes(std::istreambuf_iterator<char>(stream.rdbuf()), {});
-  if (stream.bad()) throw types::read_error("train cache: the stream cannot be read");
-  return bytes;
+std::string read_all(std::istream& stream) try {
+  return std::string(std::istreambuf_iterator<char>(stream.rdbuf()), {});
+} catch (const std::ios_base::failure& error) {
+  throw types::read_error(std::string("train cache: the stream cannot be read: ") + error.what());
+}
+
+void write_all(std::ostream& stream, const std::string& bytes) try {
+  stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  stream.flush();
+  if (!stream) throw types::write_error("train cache: the stream cannot be written");
+} catch (const std::ios_base::failure& error) {  // if the stream is told to throw
+  throw types::write_error(std::string("train cache: the stream cannot be written: ") +
+                           error.what());
 }
 
 /// Everything between the header and the checksum, both verified.
@@ -112,9 +122,7 @@ void TrainCacheStore::save(std::ostream& stream) const {
     writer.blob(*entry->blob);
   }
   writer.u64(checksum(writer.bytes()));
-  stream.write(writer.bytes().data(), static_cast<std::streamsize>(writer.bytes().size()));
-  stream.flush();
-  if (!stream) throw types::write_error("train cache: the stream cannot be written");
+  write_all(stream, writer.bytes());
 }
 
 void TrainCacheStore::load(std::istream& stream) {
@@ -145,7 +153,17 @@ TrainCacheStore::Blob CacheSession::find(const CacheKey& key) {
 }
 
 void CacheSession::put(const CacheKey& key, std::string blob) {
+  if (cost(key, blob) > store_.capacity()) return;
+  bytes_ += cost(key, blob);
   changes_.emplace_back(key, std::make_shared<const std::string>(std::move(blob)));
+  while (bytes_ > store_.capacity()) drop_oldest();
+}
+
+void CacheSession::drop_oldest() {
+  while (!changes_[oldest_].second) ++oldest_;
+  auto& [key, blob] = changes_[oldest_];
+  bytes_ -= cost(key, *blob);
+  blob = nullptr;
 }
 
 void CacheSession::commit() {
@@ -157,6 +175,8 @@ void CacheSession::commit() {
     }
   }
   changes_.clear();
+  oldest_ = 0;
+  bytes_ = 0;
 }
 
 }  // namespace telvar::core

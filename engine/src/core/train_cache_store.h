@@ -41,6 +41,8 @@ class TrainCacheStore {
   TrainCacheStore(Tool tool, bool keep_images, std::uint64_t capacity);
 
   bool keep_images() const { return keep_images_; }
+  /// In bytes.
+  std::uint64_t capacity() const { return capacity_; }
   std::size_t size() const { return index_.size(); }
   /// Bytes that the entries and their keys take.
   std::uint64_t bytes() const { return bytes_; }
@@ -74,7 +76,7 @@ class TrainCacheStore {
 };
 
 /// One call's view of a cache: reads through, and changes it only when committed, so that a call
-/// that fails half-way leaves the cache as it was.
+/// that fails half-way leaves the cache as it was. Holds back no more than the cache may hold.
 class CacheSession {
  public:
   explicit CacheSession(TrainCacheStore& store) : store_(store) {}
@@ -82,10 +84,16 @@ class CacheSession {
   TrainCacheStore::Blob find(const CacheKey& key);
   void put(const CacheKey& key, std::string blob);
   void commit();
+  /// Bytes that the entries to be added and their keys take.
+  std::uint64_t bytes() const { return bytes_; }
 
  private:
+  void drop_oldest();
+
   TrainCacheStore& store_;
   std::vector<std::pair<CacheKey, TrainCacheStore::Blob>> changes_;  // null blob: used
+  std::size_t oldest_ = 0;  // no change before it has a blob
+  std::uint64_t bytes_ = 0;
 };
 
 }  // namespace telvar::core

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <sstream>
 
 #include "core/train_cache_store.h"
@@ -64,9 +65,20 @@ TEST(TrainCacheStore, RefusesEveryDamageAndKeepsItsEntries) {
   EXPECT_TRUE(target.find({"kept", 1}));
   TrainCacheStore segmenter(Tool::kSegmenter, false, kNoLimit);
   EXPECT_THROW(load_bytes(segmenter, good), types::read_error);
+}
+
+TEST(TrainCacheStore, NamesStreamsThatFail) {
+  TrainCacheStore store(Tool::kOcr, false, kNoLimit);
   std::ostringstream broken;
   broken.setstate(std::ios::badbit);
   EXPECT_THROW(store.save(broken), types::write_error);
+  std::filebuf closed;
+  std::ostream throwing(&closed);
+  throwing.exceptions(std::ios::badbit | std::ios::failbit);
+  EXPECT_THROW(store.save(throwing), types::write_error);
+  std::ifstream directory("/");
+  ASSERT_TRUE(directory);
+  EXPECT_THROW(store.load(directory), types::read_error);
 }
 
 TEST(CacheSession, ChangesNothingUntilCommitted) {
@@ -81,6 +93,20 @@ TEST(CacheSession, ChangesNothingUntilCommitted) {
   session.commit();
   EXPECT_EQ(*store.find({"c", 1}), "c");
   EXPECT_NE(saved(store), before);
+}
+
+TEST(CacheSession, HoldsBackNoMoreThanTheCacheTakes) {
+  constexpr std::uint64_t kEach = 100 + 1 + 64;
+  for (const std::uint64_t room : {0, 2}) {
+    TrainCacheStore store(Tool::kOcr, false, room * kEach);
+    CacheSession session(store);
+    for (const char* id : {"a", "b", "c"}) session.put({id, 1}, std::string(100, id[0]));
+    EXPECT_EQ(session.bytes(), room * kEach);
+    session.commit();
+    EXPECT_EQ(store.size(), room);
+    EXPECT_EQ(store.find({"c", 1}) != nullptr, room > 0);
+    EXPECT_EQ(session.bytes(), 0u);
+  }
 }
 
 TEST(Digest, SeesPixelsAndLayoutButNotPadding) {
