@@ -11,6 +11,10 @@ namespace {
 
 // A region is singular when its pixels collapse to less than this area, in image pixels.
 constexpr double kSmallestPixelArea = 1e-6;
+// Limits of a transform, so that nothing computed from it overflows: image pixels per region pixel
+// along one axis, and the distance of a corner from either axis, in image pixels.
+constexpr int kLargestScale = 1000000;
+constexpr std::int64_t kFarthestCorner = std::int64_t{1} << 31;
 
 bool channels_match_order(unsigned channels, unsigned order) {
   if (channels == 1) return order == 0;
@@ -62,18 +66,29 @@ void check_layout(const types::ImageLayout& layout, const std::string& subject) 
   }
 }
 
+struct Corners {
+  double x[4], y[4];
+};
+
+/// Where the outer corners of the region's pixels lie in the image.
+Corners corners_of(const types::AffineTransform& t, const types::Size2<unsigned>& size) {
+  const double w = size.width, h = size.height;
+  const double cx[4] = {-0.5, w - 0.5, -0.5, w - 0.5};
+  const double cy[4] = {-0.5, -0.5, h - 0.5, h - 0.5};
+  Corners corners{};
+  for (int i = 0; i < 4; ++i) {
+    corners.x[i] = t.a * cx[i] + t.b * cy[i] + t.c;
+    corners.y[i] = t.d * cx[i] + t.e * cy[i] + t.f;
+  }
+  return corners;
+}
+
 /// True when the region's image, a parallelogram, overlaps the image's rectangle of pixel centres
 /// grown by half a pixel (separating axes).
 bool overlaps(const types::AffineTransform& t, const types::Size2<unsigned>& size, double width,
               double height) {
   const double w = size.width, h = size.height;
-  const double cx[4] = {-0.5, w - 0.5, -0.5, w - 0.5};
-  const double cy[4] = {-0.5, -0.5, h - 0.5, h - 0.5};
-  double px[4], py[4];
-  for (int i = 0; i < 4; ++i) {
-    px[i] = t.a * cx[i] + t.b * cy[i] + t.c;
-    py[i] = t.d * cx[i] + t.e * cy[i] + t.f;
-  }
+  const auto [px, py] = corners_of(t, size);
   const auto [left, right] = std::minmax_element(px, px + 4);
   const auto [top, bottom] = std::minmax_element(py, py + 4);
   if (*right <= -0.5 || *left >= width - 0.5 || *bottom <= -0.5 || *top >= height - 0.5) {
@@ -107,6 +122,37 @@ void check_region_extent(const types::Size2<unsigned>& size, const std::string& 
   }
 }
 
+std::string text_of(const types::AffineTransform& t) {
+  return text("a ", t.a, ", b ", t.b, ", c ", t.c, ", d ", t.d, ", e ", t.e, ", f ", t.f);
+}
+
+void check_finite(const types::AffineTransform& t, const std::string& subject) {
+  for (const float value : {t.a, t.b, t.c, t.d, t.e, t.f}) {
+    if (!std::isfinite(value)) {
+      throw types::invalid_roi(subject + ": the region's transform is not finite: " + text_of(t));
+    }
+  }
+}
+
+void check_reach(const types::AffineTransform& t, const types::Size2<unsigned>& size,
+                 const std::string& subject) {
+  for (const float scale : {t.a, t.b, t.d, t.e}) {
+    if (std::abs(scale) > float(kLargestScale)) {
+      throw types::invalid_roi(text(subject, ": the region's transform has the value ", scale,
+                                    ", the limit is ", kLargestScale, ": ", text_of(t)));
+    }
+  }
+  const Corners corners = corners_of(t, size);
+  for (int i = 0; i < 4; ++i) {
+    const double distance = std::max(std::abs(corners.x[i]), std::abs(corners.y[i]));
+    if (distance > double(kFarthestCorner)) {
+      throw types::invalid_roi(text(subject, ": the region's corner (", corners.x[i], ", ",
+                                    corners.y[i], ") lies farther than ", kFarthestCorner,
+                                    " px from the image's origin"));
+    }
+  }
+}
+
 }  // namespace
 
 void check_image(const types::ImageView& image, const std::string& subject,
@@ -127,17 +173,14 @@ Region resolve_region(const types::ImageView& image, const types::AffineTransfor
                       const types::Size2<unsigned>& size, const std::string& subject,
                       const ImageLimits& limits) {
   const auto& t = transform;
-  for (const float value : {t.a, t.b, t.c, t.d, t.e, t.f}) {
-    if (!std::isfinite(value)) {
-      throw types::invalid_roi(subject + ": the region's transform is not finite");
-    }
-  }
+  check_finite(t, subject);
   const bool identity = t.a == 1 && t.b == 0 && t.c == 0 && t.d == 0 && t.e == 1 && t.f == 0;
   if (identity && size.width == 0 && size.height == 0) return whole_image(image);
   check_region_extent(size, subject, limits);
   if (!(std::abs(double(t.a) * t.e - double(t.b) * t.d) >= kSmallestPixelArea)) {
-    throw types::invalid_roi(subject + ": the region's transform is singular");
+    throw types::invalid_roi(subject + ": the region's transform is singular: " + text_of(t));
   }
+  check_reach(t, size, subject);
   if (!overlaps(t, size, image.layout[0], image.layout[1])) {
     throw types::invalid_roi(text(subject, ": the region lies outside the image of ",
                                   image.layout[0], " x ", image.layout[1], " px"));

@@ -25,7 +25,7 @@ struct AxisTaps {
 };
 
 int sub_samples(double step, int limit) {
-  return std::clamp(static_cast<int>(std::ceil(std::abs(step) - 1e-6)), 1, limit);
+  return static_cast<int>(std::clamp(std::ceil(std::abs(step) - 1e-6), 1.0, double(limit)));
 }
 
 /// Output o covers [o, o + 1) * extent / out of the region; region position r lies at

@@ -1,28 +1,36 @@
 #include "ocr/reading_scale.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 
 #include "telvar/exceptions.h"
 
 namespace telvar::ocr {
+namespace {
+
+std::string digits(float value) {
+  char text[32];
+  return {text, std::to_chars(text, text + sizeof text, value).ptr};
+}
+
+}  // namespace
 
 void check_nominal_size(const NominalSize& size, const std::string& subject) {
   const auto check = [&](const char* side, float value) {
-    if (!std::isfinite(value)) {
-      throw types::invalid_parameters(subject + ": the character " + side + " is not finite");
-    }
+    const std::string what = subject + ": the character " + side + " of " + digits(value);
+    if (!std::isfinite(value)) throw types::invalid_parameters(what + " pixels is not finite");
     if (value < kMinNominalSide || value > kMaxNominalSide) {
-      throw types::invalid_parameters(subject + ": the character " + side +
-                                      " must lie in 4..4096 pixels");
+      throw types::invalid_parameters(what + " pixels must lie in 4..4096 pixels");
     }
   };
   check("width", size.width);
   check("height", size.height);
   const float ratio = size.width / size.height;
   if (ratio > kMaxNominalAspect || ratio < 1 / kMaxNominalAspect) {
-    throw types::invalid_parameters(subject +
-                                    ": the character width and height differ more than 8-fold");
+    throw types::invalid_parameters(subject + ": the character width and height, " +
+                                    digits(size.width) + " x " + digits(size.height) +
+                                    " pixels, differ more than 8-fold");
   }
 }
 

@@ -63,8 +63,11 @@ TEST(ResolveRegion, NamesWhatIsWrongAndAllowsPartlyOutside) {
   EXPECT_EQ(resolve({1, 0, -5, 0, 1, -5}, {6, 6})().height, 6);
   const float nan = std::nanf("");
   using types::invalid_roi;
-  expect_error<invalid_roi>(resolve({1, 0, nan, 0, 1, 0}, {4, 4}), "not finite");
-  expect_error<invalid_roi>(resolve({1, 2, 0, 2, 4, 0}, {4, 4}), "singular");
+  expect_error<invalid_roi>(resolve({1, 0, nan, 0, 1, 0}, {4, 4}), "not finite: a 1, b 0, c nan,");
+  expect_error<invalid_roi>(resolve({1, 2, 0, 2, 4, 0}, {4, 4}), "singular: a 1, b 2, c 0, d 2,");
+  expect_error<invalid_roi>(resolve({1e38f, 0, 0, 0, 1, 0}, {100, 100}),
+                            "the value 1e+38, the limit is 1000000");
+  expect_error<invalid_roi>(resolve({1, 0, -3e9f, 0, 1, 0}, {4, 4}), "corner (-3e+09, -0.5)");
   expect_error<invalid_roi>(resolve(kIdentity, {0, 4}), "region of 0 x 4 px is empty");
   expect_error<invalid_roi>(resolve({1, 0, 1, 0, 1, 0}, {0, 0}), "empty");
   expect_error<invalid_roi>(resolve(kIdentity, {1001, 4}), "1000 px a side");
