@@ -30,22 +30,19 @@ struct Job {
 class WorkerPool::Impl {
  public:
   explicit Impl(unsigned threads) {
-    threads = threads == 0 ? available_cores() : threads;
+    threads = std::min(threads == 0 ? available_cores() : threads, kMaxPoolThreads);
+    workers_.reserve(threads);
     try {
       for (unsigned i = 1; i < threads; ++i) workers_.emplace_back([this] { serve(); });
     } catch (const std::system_error&) {
       // Out of threads: those that there are share the work.
+    } catch (...) {
+      stop();  // or the threads that run already would end the process
+      throw;
     }
   }
 
-  ~Impl() {
-    {
-      std::lock_guard<std::mutex> lock(mutex_);
-      stopping_ = true;
-    }
-    wake_.notify_all();
-    for (std::thread& worker : workers_) worker.join();
-  }
+  ~Impl() { stop(); }
 
   unsigned threads() const { return static_cast<unsigned>(workers_.size()) + 1; }
 
@@ -64,6 +61,15 @@ class WorkerPool::Impl {
   }
 
  private:
+  void stop() {
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      stopping_ = true;
+    }
+    wake_.notify_all();
+    for (std::thread& worker : workers_) worker.join();
+  }
+
   void serve() {
     const LibraryThreadScope scope;
     std::unique_lock<std::mutex> lock(mutex_);

@@ -15,10 +15,13 @@ namespace telvar::core {
 /// least 1.
 unsigned available_cores();
 
+/// The most threads of one pool.
+constexpr unsigned kMaxPoolThreads = 1024;
+
 class WorkerPool {
  public:
-  /// `threads` working threads at most, the calling one included; 0: available_cores(). If the
-  /// system refuses threads, fewer work.
+  /// `threads` working threads at most, the calling one included, and no more than kMaxPoolThreads;
+  /// 0: available_cores(). If the system refuses threads, fewer work.
   explicit WorkerPool(unsigned threads = 0);
   WorkerPool(const WorkerPool&) = delete;
   WorkerPool& operator=(const WorkerPool&) = delete;

@@ -43,6 +43,11 @@ TEST(WorkerPool, ReportsTheLowestFailingChunkAndStaysUsable) {
   EXPECT_EQ(sum, 10);
 }
 
+TEST(WorkerPool, TakesNoMoreThreadsThanItsLimit) {
+  const WorkerPool pool(4000000000u);
+  EXPECT_LE(pool.threads(), kMaxPoolThreads);
+}
+
 TEST(WorkerPool, DoesNotSpinWhileIdle) {
   WorkerPool pool(4);
   const std::clock_t before = std::clock();
