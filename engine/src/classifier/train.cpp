@@ -54,23 +54,19 @@ std::tuple<std::string, std::string> train_checked(const std::string& artifact,
   const std::vector<engine::DatasetEntry> entries = engine::parse_dataset(dataset);
   std::optional<engine::ClassifierState> before;
   if (!artifact.empty()) before = engine::read_classifier(artifact, pool);
+  const engine::ClassifierState* former = before ? &*before : nullptr;
+  engine::check_counts(entries, former);
   const int side = before ? before->canvas.thumbnail_side
                           : engine::thumbnail_side_for(static_cast<int>(entries.size()));
   core::CacheSession session(cache.impl().store);
   std::vector<engine::Thumbnail> thumbnails =
       engine::ThumbnailLoader(loader, session, pool, side).load(entries, 0, entries.size());
-  engine::Canvas canvas;
-  if (before) {
-    canvas = before->canvas;
-  } else if (!entries.empty()) {
-    canvas = engine::choose_canvas(thumbnails);
-  }
+  engine::Canvas canvas = before ? before->canvas : engine::choose_canvas(thumbnails);
   std::vector<engine::Sample> samples = place_all(thumbnails, canvas, pool);
   thumbnails = {};
-  if (!before && !entries.empty()) engine::measure_levels(canvas, samples);
+  if (!before) engine::measure_levels(canvas, samples);
   const int nets =
       before ? static_cast<int>(before->nets.size()) : engine::nets_for(samples.size());
-  const engine::ClassifierState* former = before ? &*before : nullptr;
   const engine::TrainingSet set = engine::join_samples(entries, std::move(samples), former, nets);
   const engine::TrainedClassifier trained =
       engine::train_classifier(set, canvas, former, nets, effort, pool);

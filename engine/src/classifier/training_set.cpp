@@ -38,25 +38,22 @@ std::vector<std::string> joined_categories(const std::vector<DatasetEntry>& entr
   return {ids.begin(), ids.end()};
 }
 
-void check_counts(const TrainingSet& set) {
+void check_labels(const std::vector<std::string>& categories, const std::vector<int>& labels) {
   using types::insufficient_number_of_samples;
-  if (set.from_dataset == 0) {
-    throw insufficient_number_of_samples("0 samples in the data set, the minimum is 1");
-  }
-  if (set.categories.size() < kMinCategories) {
-    throw insufficient_number_of_samples(std::to_string(set.categories.size()) +
+  if (categories.size() < kMinCategories) {
+    throw insufficient_number_of_samples(std::to_string(categories.size()) +
                                          " categories with samples, the minimum is " +
                                          std::to_string(kMinCategories));
   }
-  if (set.samples.size() < kMinSamples) {
-    throw insufficient_number_of_samples(std::to_string(set.samples.size()) +
+  if (labels.size() < kMinSamples) {
+    throw insufficient_number_of_samples(std::to_string(labels.size()) +
                                          " samples, the minimum is " + std::to_string(kMinSamples));
   }
-  std::vector<int> counts(set.categories.size());
-  for (const int label : set.labels) ++counts[label];
+  std::vector<int> counts(categories.size());
+  for (const int label : labels) ++counts[label];
   for (std::size_t c = 0; c < counts.size(); ++c) {
     if (counts[c] >= kMinSamplesPerCategory) continue;
-    throw insufficient_number_of_samples("category '" + set.categories[c] + "' has " +
+    throw insufficient_number_of_samples("category '" + categories[c] + "' has " +
                                          std::to_string(counts[c]) + " sample(s), the minimum is " +
                                          std::to_string(kMinSamplesPerCategory));
   }
@@ -129,6 +126,21 @@ int nets_for(std::size_t samples) {
   return samples > kLargeSet ? 1 : kFolds;
 }
 
+void check_counts(const std::vector<DatasetEntry>& entries, const Memory* before) {
+  if (entries.empty()) {
+    throw types::insufficient_number_of_samples("0 samples in the data set, the minimum is 1");
+  }
+  const std::vector<std::string> categories = joined_categories(entries, before);
+  std::vector<int> labels;
+  for (const auto& entry : entries) labels.push_back(index_of(categories, entry.category_id));
+  if (before != nullptr) {
+    for (const KeptSample& kept : before->kept) {
+      labels.push_back(index_of(categories, before->categories[kept.category]));
+    }
+  }
+  check_labels(categories, labels);
+}
+
 TrainingSet join_samples(const std::vector<DatasetEntry>& entries, std::vector<Sample> samples,
                          const Memory* before, int nets) {
   TrainingSet set;
@@ -160,7 +172,7 @@ TrainingSet join_samples(const std::vector<DatasetEntry>& entries, std::vector<S
       digests.push_back(sum);
     }
   }
-  check_counts(set);
+  check_labels(set.categories, set.labels);
   const auto members = by_category(set, digests);
   assign_folds(set, members, digests, nets);
   keep_some(set, members);

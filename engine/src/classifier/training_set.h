@@ -21,8 +21,13 @@ struct TrainingSet {
   std::vector<int> kept;                // indices of the samples that the artifact will keep
 };
 
-/// Joins a data set with what `before` (may be null) has kept; a sample that is in both counts
-/// once, with the data set's label. `nets`: how many folds are held out.
+/// What can be said before any image is loaded: an empty data set, too many categories, too few
+/// samples even if none were among those that `before` (may be null) has kept.
+/// Throws insufficient_number_of_samples, invalid_dataset.
+void check_counts(const std::vector<DatasetEntry>& entries, const Memory* before);
+
+/// Joins a data set that passed `check_counts` with what `before` (may be null) has kept; a sample
+/// that is in both counts once, with the data set's label. `nets`: how many folds are held out.
 /// Throws insufficient_number_of_samples, invalid_dataset.
 TrainingSet join_samples(const std::vector<DatasetEntry>& entries, std::vector<Sample> samples,
                          const Memory* before, int nets);

@@ -42,8 +42,14 @@ TEST(ClassifierTraining, NamesWhatItCannotLearnFrom) {
                                                "1 categories with samples, the minimum is 2");
   expect_error<insufficient_number_of_samples>(training(rings_and_crosses(2, 2)),
                                                "4 samples, the minimum is 5");
-  expect_error<insufficient_number_of_samples>(training(rings_and_crosses(8, 1)),
+  // Counted before an image is loaded: there are none.
+  PictureSet lonely = rings_and_crosses(8, 1), new_kind;
+  new_kind.add(2, 0, 1);
+  lonely.images.clear(), new_kind.images.clear();
+  expect_error<insufficient_number_of_samples>(training(lonely),
                                                "category 'cross' has 1 sample(s), the minimum");
+  expect_error<insufficient_number_of_samples>([&] { train(new_kind, artifact()); },
+                                               "category 'bar' has 1 sample(s), the minimum");
   PictureSet unlabelled = rings_and_crosses(4, 4);
   unlabelled.labels["0/2"] = "";
   expect_error<types::invalid_label>(training(unlabelled), "sample 'key 0/2' has no category");
