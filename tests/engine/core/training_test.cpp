@@ -125,6 +125,18 @@ TEST(Translation, NamesTheActivityAndLetsOthersPass) {
                std::out_of_range);
   EXPECT_THROW(translated("filling", [] { return torch::empty({std::int64_t{1} << 50}).numel(); }),
                std::bad_alloc);
+  // Shapes that do not fit, which oneDNN is left to find: its exception is no c10::Error.
+  const auto multiply = [] {
+    const torch::NoGradGuard no_grad;
+    return at::mkldnn_linear(torch::ones({2, 3}).to_mkldnn(), torch::ones({4, 5}));
+  };
+  try {
+    translated("multiplying", multiply);
+    FAIL();
+  } catch (const types::exception& error) {
+    EXPECT_EQ(std::string(error.what()).rfind("multiplying: oneDNN: could not create", 0), 0u)
+        << error.what();
+  }
   EXPECT_EQ(translated("counting", [] { return 3; }), 3);
 }
 
