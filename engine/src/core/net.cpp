@@ -25,6 +25,10 @@ bool is_normalisation(torch::nn::Module& module) {
 
 }  // namespace
 
+torch::nn::Conv2dOptions pointwise(int in, int out) {
+  return torch::nn::Conv2dOptions(in, out, 1).dilation(2);
+}
+
 ConvolutionBlockImpl::ConvolutionBlockImpl(const ConvolutionShape& shape)
     : shape_(shape),
       convolution_(register_module("convolution", torch::nn::Conv2d(convolution_options(shape)))),

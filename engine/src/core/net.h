@@ -1,8 +1,9 @@
 #pragma once
 
 // The building blocks that the tools' networks share. Build a network, `initialise` it, train it
-// (core/training.h), and for inference `fold_batch_norms` a copy of it. Write dense layers as 1 x 1
-// convolutions: matrix products go to whatever BLAS is installed, with its threads and settings.
+// (core/training.h), and for inference `fold_batch_norms` a copy of it. Write dense layers as
+// `pointwise` convolutions: matrix products go to whatever BLAS is installed, with its threads and
+// settings.
 
 #include <torch/torch.h>
 
@@ -40,6 +41,10 @@ class ConvolutionBlockImpl : public torch::nn::Module {
   torch::nn::BatchNorm2d norm_{nullptr};
 };
 TORCH_MODULE(ConvolutionBlock);
+
+/// Options of a 1 x 1 convolution with bias. Small batches of plain ones go to the installed BLAS;
+/// a dilation, which changes nothing about a single point, keeps them in oneDNN.
+torch::nn::Conv2dOptions pointwise(int in, int out);
 
 /// Two 3 x 3 convolution blocks beside a shortcut (a 1 x 1 one when the shape changes), summed,
 /// then ReLU.

@@ -118,10 +118,7 @@ PreparedSample prepared(const types::ImageView& view, const core::Region& region
   return sample;
 }
 
-void add_labels(const DatasetSample& sample, const core::Region& region,
-                const std::vector<std::string>& categories, PreparedSample& to) {
-  const double scale_x = static_cast<double>(to.width) / region.width;
-  const double scale_y = static_cast<double>(to.height) / region.height;
+void check_places(const DatasetSample& sample, const core::Region& region) {
   for (std::size_t i = 0; i < sample.labels.size(); ++i) {
     const RegionLabel& label = sample.labels[i];
     if (label.x < -0.5f || label.y < -0.5f || label.x > static_cast<float>(region.width) - 0.5f ||
@@ -131,6 +128,14 @@ void add_labels(const DatasetSample& sample, const core::Region& region,
                                  std::to_string(region.width) + " x " +
                                  std::to_string(region.height) + " pixels");
     }
+  }
+}
+
+void add_labels(const DatasetSample& sample, const core::Region& region,
+                const std::vector<std::string>& categories, PreparedSample& to) {
+  const double scale_x = static_cast<double>(to.width) / region.width;
+  const double scale_y = static_cast<double>(to.height) / region.height;
+  for (const RegionLabel& label : sample.labels) {
     const auto found = std::lower_bound(categories.begin(), categories.end(), label.category);
     to.labels.push_back({static_cast<int>(found - categories.begin()),
                          static_cast<float>((label.x + 0.5) * scale_x - 0.5),
@@ -172,6 +177,7 @@ PreparedSample load_sample(const DatasetSample& sample, const NominalSize& size,
       sample.has_region
           ? core::resolve_region(view, sample.transform, sample.region_size, subject, kImageLimits)
           : core::whole_image(view);
+  check_places(sample, region);
   PreparedSample result = prepared(view, region, size, sample.image_id, subject, cache);
   add_labels(sample, region, categories, result);
   return result;

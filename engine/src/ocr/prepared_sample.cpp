@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "core/sampling.h"
+#include "ocr/white_level.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::ocr {
@@ -71,13 +72,14 @@ PreparedSample prepare(const types::ImageView& image, const core::Region& region
   const PreparedExtent extent = prepared_extent(region, size, subject);
   const core::Raster gray =
       core::sample(image, region, extent.width, extent.height, core::Colour::kGray);
+  const float scale = 255 / white_level(image);
   PreparedSample sample;
   sample.width = extent.width;
   sample.height = extent.height;
   sample.aspect = size.height / size.width;
   sample.pixels.resize(gray.values.size());
-  std::transform(gray.values.begin(), gray.values.end(), sample.pixels.begin(), [](float value) {
-    return static_cast<std::uint8_t>(std::lround(std::clamp(value, 0.0f, 1.0f) * 255));
+  std::transform(gray.values.begin(), gray.values.end(), sample.pixels.begin(), [=](float value) {
+    return static_cast<std::uint8_t>(std::lround(std::clamp(value * scale, 0.0f, 255.0f)));
   });
   return sample;
 }

@@ -28,8 +28,8 @@ ReaderNetImpl::ReaderNetImpl(int categories)
       down_(register_module("down", core::ConvolutionBlock(core::ConvolutionShape{
                                         kFineChannels, kChannels, 3, 2, 1, true}))),
       body_(register_module("body", torch::nn::ModuleList())),
-      head_(register_module(
-          "head", torch::nn::Conv2d(torch::nn::Conv2dOptions(kChannels, 3 + categories, 1)))) {
+      head_(
+          register_module("head", torch::nn::Conv2d(core::pointwise(kChannels, 3 + categories)))) {
   for (const int dilation : kDilations) {
     body_->push_back(core::ConvolutionBlock(
         core::ConvolutionShape{kChannels, kChannels, 3, 1, dilation, false}));
@@ -41,7 +41,9 @@ torch::Tensor ReaderNetImpl::forward(const torch::Tensor& input) {
   for (const auto& part : *body_) {
     out = (out + part->as<core::ConvolutionBlock>()->forward(out)).relu_();
   }
-  return head_(out.is_mkldnn() ? out.to_dense() : out);
+  if (!out.is_mkldnn()) return head_(out);
+  return at::mkldnn_convolution(out, head_->weight, head_->bias, {0, 0}, {1, 1}, {1, 1}, 1)
+      .to_dense();
 }
 
 void ReaderNetImpl::initialise_head(core::Random& random) {

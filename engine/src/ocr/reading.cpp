@@ -9,6 +9,7 @@
 #include "core/weights.h"
 #include "ocr/contrast.h"
 #include "ocr/targets.h"
+#include "ocr/white_level.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::ocr {
@@ -168,9 +169,12 @@ GraySource source_of(const types::ImageView& image, const core::Region& region,
   }
   const double scale_x = width / region.width, scale_y = height / region.height;
   return {static_cast<int>(width), static_cast<int>(height),
-          [&image, region, scale_x, scale_y](int left, int top, int w, int h) {
-            return core::sample(image, window_of(region, scale_x, scale_y, left, top, w, h),
-                                core::Colour::kGray);
+          [&image, region, scale_x, scale_y, white = white_level(image)](int left, int top, int w,
+                                                                         int h) {
+            core::Raster gray = core::sample(
+                image, window_of(region, scale_x, scale_y, left, top, w, h), core::Colour::kGray);
+            for (float& value : gray.values) value /= white;
+            return gray;
           }};
 }
 

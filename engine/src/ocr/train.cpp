@@ -84,6 +84,7 @@ std::tuple<std::string, std::string> run(Request request, const types::ImageLoad
     request.prepared.push_back(
         reader::load_sample(sample, request.dataset.size, request.categories, loader, cache));
   }
+  const core::LibraryThreadScope scope;  // not around the loader, which is the host's
   core::WorkerPool pool;
   const reader::TrainingOutcome outcome = reader::train_reader(
       std::move(request.previous), request.categories, request.dataset.size,
@@ -103,7 +104,6 @@ std::tuple<std::string, std::string> train(const std::string& artifact, const st
                                            const std::string& parameters,
                                            const types::ImageLoader& loader, TrainCache& cache) {
   return core::translated("training the OCR reader", [&] {
-    const core::LibraryThreadScope scope;
     core::CacheSession session(cache.impl().store);
     auto trained = run(take_in(artifact, dataset, parameters), loader, session);
     session.commit();

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <numeric>
+#include <thread>
 
 #include "reader_pages.h"
 
@@ -119,6 +120,24 @@ TEST(Reader, PlacesAndScoresAreWhatTheMessageSays) {
   EXPECT_EQ(sample.second_value(), lowest);
 }
 
+TEST(Reader, ReadsFromSeveralThreadsAtOnceAsFromOne) {
+  std::vector<Page> pages;
+  std::vector<std::vector<std::string>> alone, beside(3);
+  for (std::uint64_t i = 0; i < 3; ++i) {
+    pages.push_back(draw_page(500 + i));
+    alone.push_back(texts(read(model(), pages.back().image)));
+  }
+  std::vector<std::thread> threads;
+  for (std::size_t i = 0; i < 3; ++i) {
+    threads.emplace_back([&, i] {
+      model().process(types::ImageView(pages[i].image), {1, 0, 3, 0, 1, 3}, {4, 4});
+      beside[i] = texts(read(model(), pages[i].image));
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(beside, alone);
+}
+
 TEST(Reader, FindsNothingOnAnEmptyPage) {
   PageStyle empty;
   empty.columns = 0;
@@ -129,15 +148,15 @@ TEST(Reader, FindsNothingOnAnEmptyPage) {
   EXPECT_EQ(sample.second_value(), 0);
 }
 
-/// The page as 16-bit RGB with padded rows.
-types::Image as_wide_colour(const types::Image& gray) {
+/// The page as 16-bit RGB with padded rows, white at 255 x `unit`.
+types::Image as_wide_colour(const types::Image& gray, int unit) {
   const unsigned width = gray.layout[0], height = gray.layout[1];
   const unsigned stride = width * 6 + 10;
   std::vector<unsigned char> bytes(std::size_t(stride) * height);
   for (unsigned y = 0; y < height; ++y) {
     auto* row = reinterpret_cast<unsigned short*>(bytes.data() + std::size_t(y) * stride);
     for (unsigned x = 0; x < 3 * width; ++x) {
-      row[x] = static_cast<unsigned short>(gray.pixels[std::size_t(y) * width + x / 3] * 257);
+      row[x] = static_cast<unsigned short>(gray.pixels[std::size_t(y) * width + x / 3] * unit);
     }
   }
   return types::Image(width, height, stride, 3, 16, 2, bytes.data());
@@ -145,7 +164,10 @@ types::Image as_wide_colour(const types::Image& gray) {
 
 TEST(Reader, ReadsSixteenBitColourAndTurnedRegions) {
   const Page page = draw_page(300);
-  EXPECT_THAT(texts(read(model(), as_wide_colour(page.image))), ElementsAreArray(page.lines));
+  for (const int unit : {257, 4}) {  // the whole range, and a camera of 10 bits
+    EXPECT_THAT(texts(read(model(), as_wide_colour(page.image, unit))),
+                ElementsAreArray(page.lines));
+  }
 
   // The page stored upside down; a region turned by half a circle puts it right.
   types::Image turned = page.image;

@@ -3,6 +3,10 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <iostream>
 #include <sstream>
 #include <thread>
 
@@ -60,6 +64,25 @@ TEST(ReaderArtifact, IsTheSameWithMoreThreadsWithACacheAndBesideAnotherTraining)
   EXPECT_EQ(train_briefly(3, cache), artifact()) << "from a filled cache";
   thread.join();
   EXPECT_EQ(beside, artifact());
+}
+
+/// Run by the next test in a process of its own.
+TEST(ReaderArtifact, DISABLED_PrintsItsDigest) {
+  std::cout << "digest " << std::hash<std::string>{}(artifact()) << std::endl;
+}
+
+TEST(ReaderArtifact, DoesNotDependOnTheEnvironment) {
+  const std::string command =
+      "OMP_NUM_THREADS=3 OMP_DYNAMIC=true OPENBLAS_NUM_THREADS=3 MKL_NUM_THREADS=3 '" +
+      std::filesystem::read_symlink("/proc/self/exe").string() +
+      "' --gtest_also_run_disabled_tests --gtest_filter='*PrintsItsDigest'";
+  std::string output;
+  FILE* child = popen(command.c_str(), "r");
+  ASSERT_NE(child, nullptr);
+  for (char line[256]; fgets(line, sizeof line, child) != nullptr;) output += line;
+  EXPECT_EQ(pclose(child), 0) << output;
+  EXPECT_THAT(output, testing::HasSubstr(
+                          "digest " + std::to_string(std::hash<std::string>{}(artifact())) + "\n"));
 }
 
 TEST(ReaderArtifact, IsReadAndWrittenWithoutAChange) {
