@@ -13,8 +13,8 @@ constexpr int kDilations[] = {1, 2, 1, 1, 2};
 constexpr float kRareCharacter = -2.5f;  // logit of about one cell in thirteen
 constexpr float kHeadDeviation = 0.01f;
 
-torch::Tensor residual(core::ConvolutionBlock& block, const torch::Tensor& input) {
-  return (input + block(input)).relu_();
+torch::Tensor residual(core::ConvolutionBlockImpl& block, const torch::Tensor& input) {
+  return block.forward(input).add_(input).relu_();
 }
 
 }  // namespace
@@ -37,9 +37,9 @@ ReaderNetImpl::ReaderNetImpl(int categories)
 }
 
 torch::Tensor ReaderNetImpl::forward(const torch::Tensor& input) {
-  torch::Tensor out = down_(residual(fine_, stem_(input)));
+  torch::Tensor out = down_(residual(*fine_, stem_(input)));
   for (const auto& part : *body_) {
-    out = (out + part->as<core::ConvolutionBlock>()->forward(out)).relu_();
+    out = residual(*part->as<core::ConvolutionBlock>(), out);
   }
   if (!out.is_mkldnn()) return head_(out);
   return at::mkldnn_convolution(out, head_->weight, head_->bias, {0, 0}, {1, 1}, {1, 1}, 1)
