@@ -5,7 +5,7 @@
 set -euo pipefail
 
 build=(g++ cmake ninja-build ccache pkg-config git ca-certificates
-       protobuf-compiler libprotobuf-dev libtorch-dev libopencv-dev libxxhash-dev
+       protobuf-compiler libprotobuf-dev libtorch-dev libdnnl-dev libopencv-dev libxxhash-dev
        libcli11-dev nlohmann-json3-dev)
 test=(libgtest-dev libgmock-dev libbenchmark-dev python3 clang-14 clang-format-14 libclang-rt-14-dev binutils
       locales chromium abigail-tools lintian dpkg-dev file doxygen)

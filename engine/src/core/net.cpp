@@ -35,13 +35,6 @@ ConvolutionBlockImpl::ConvolutionBlockImpl(const ConvolutionShape& shape)
       norm_(register_module("norm", torch::nn::BatchNorm2d(shape.out))) {}
 
 torch::Tensor ConvolutionBlockImpl::forward(const torch::Tensor& input) {
-  if (packed_.defined()) {
-    const std::int64_t padding = shape_.dilation * (shape_.kernel - 1) / 2;
-    torch::Tensor out = at::mkldnn_convolution(input, packed_, convolution_->bias,
-                                               {padding, padding}, {shape_.stride, shape_.stride},
-                                               {shape_.dilation, shape_.dilation}, 1);
-    return shape_.relu ? out.relu_() : out;
-  }
   torch::Tensor out = convolution_(input);
   if (!folded_) out = norm_(out);
   return shape_.relu ? out.relu_() : out;
@@ -50,22 +43,23 @@ torch::Tensor ConvolutionBlockImpl::forward(const torch::Tensor& input) {
 void ConvolutionBlockImpl::fold() {
   if (folded_) return;
   const torch::NoGradGuard no_grad;
-  const torch::Tensor scale = norm_->weight / (norm_->running_var + norm_->options.eps()).sqrt();
-  const torch::Tensor bias = norm_->bias - norm_->running_mean * scale;
-  const torch::Tensor weight = convolution_->weight * scale.reshape({-1, 1, 1, 1});
+  const FusedLayer folded = fused();
   convolution_ =
       replace_module("convolution", torch::nn::Conv2d(convolution_options(shape_).bias(true)));
-  convolution_->weight.copy_(weight);
-  convolution_->bias.copy_(bias);
+  convolution_->weight.copy_(folded.weight);
+  convolution_->bias.copy_(folded.bias);
   folded_ = true;
 }
 
-void ConvolutionBlockImpl::pack() {
-  TORCH_CHECK(folded_, "norms are to be folded before convolutions are packed");
-  const std::int64_t padding = shape_.dilation * (shape_.kernel - 1) / 2;
-  packed_ = at::mkldnn_reorder_conv2d_weight(convolution_->weight.detach().to_mkldnn(),
-                                             {padding, padding}, {shape_.stride, shape_.stride},
-                                             {shape_.dilation, shape_.dilation}, 1);
+FusedLayer ConvolutionBlockImpl::fused(bool residual) const {
+  FusedLayer layer{convolution_->weight, convolution_->bias, shape_.stride,
+                   shape_.dilation,      residual,           shape_.relu || residual};
+  if (folded_) return layer;
+  const torch::NoGradGuard no_grad;
+  const torch::Tensor scale = norm_->weight / (norm_->running_var + norm_->options.eps()).sqrt();
+  layer.weight = convolution_->weight * scale.reshape({-1, 1, 1, 1});
+  layer.bias = norm_->bias - norm_->running_mean * scale;
+  return layer;
 }
 
 ResidualBlockImpl::ResidualBlockImpl(int in, int out, int stride, int dilation)
@@ -103,15 +97,6 @@ void fold_batch_norms(torch::nn::Module& module) {
   for (const auto& part : module.modules()) {
     if (auto* block = part->as<ConvolutionBlock>()) block->fold();
   }
-}
-
-bool pack_convolutions(torch::nn::Module& module) {
-  if (!at::hasMKLDNN()) return false;
-  const torch::NoGradGuard no_grad;
-  for (const auto& part : module.modules()) {
-    if (auto* block = part->as<ConvolutionBlock>()) block->pack();
-  }
-  return true;
 }
 
 torch::Tensor to_tensor(const Raster& raster) {

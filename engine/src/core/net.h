@@ -7,6 +7,7 @@
 
 #include <torch/torch.h>
 
+#include "core/fused_convolutions.h"
 #include "core/random.h"
 #include "core/raster.h"
 
@@ -29,14 +30,12 @@ class ConvolutionBlockImpl : public torch::nn::Module {
   torch::Tensor forward(const torch::Tensor& input);
   /// Moves the normalisation into the convolution, for inference only. Not undone.
   void fold();
-  /// After fold(): keeps the weights in the layout that oneDNN computes in; forward then takes and
-  /// gives tensors in such a layout (`to_mkldnn`, `to_dense`), without conversions between layers.
-  void pack();
+  /// What inference computes, for a chain of such; `residual` where its input is to be added.
+  FusedLayer fused(bool residual = false) const;
 
  private:
   ConvolutionShape shape_;
   bool folded_ = false;
-  torch::Tensor packed_;  // the convolution's weights
   torch::nn::Conv2d convolution_{nullptr};
   torch::nn::BatchNorm2d norm_{nullptr};
 };
@@ -64,10 +63,6 @@ void initialise(torch::nn::Module& module, Random& random);
 
 /// Folds every ConvolutionBlock within `module`.
 void fold_batch_norms(torch::nn::Module& module);
-
-/// Packs every ConvolutionBlock within `module`, whose norms are folded and whose weights have
-/// their final type. Returns false, and does nothing, where the tensor library lacks oneDNN.
-bool pack_convolutions(torch::nn::Module& module);
 
 /// A 1 x channels x height x width tensor with its own memory.
 torch::Tensor to_tensor(const Raster& raster);

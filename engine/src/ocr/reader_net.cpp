@@ -41,9 +41,16 @@ torch::Tensor ReaderNetImpl::forward(const torch::Tensor& input) {
   for (const auto& part : *body_) {
     out = residual(*part->as<core::ConvolutionBlock>(), out);
   }
-  if (!out.is_mkldnn()) return head_(out);
-  return at::mkldnn_convolution(out, head_->weight, head_->bias, {0, 0}, {1, 1}, {1, 1}, 1)
-      .to_dense();
+  return head_(out);
+}
+
+std::vector<core::FusedLayer> ReaderNetImpl::fused() const {
+  std::vector<core::FusedLayer> layers{stem_->fused(), fine_->fused(true), down_->fused()};
+  for (const auto& part : *body_) {
+    layers.push_back(part->as<core::ConvolutionBlock>()->fused(true));
+  }
+  layers.push_back({head_->weight, head_->bias, 1, 1, false, false});
+  return layers;
 }
 
 void ReaderNetImpl::initialise_head(core::Random& random) {

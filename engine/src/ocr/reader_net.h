@@ -10,8 +10,10 @@
 
 namespace telvar::ocr {
 
-/// How far, in reading pixels, a cell's answer depends on what is around it.
-constexpr int kReaderReach = 44;
+/// How far, in reading pixels, a cell's answer depends on what is around it: 6 up to the first cells
+/// (2 of the stem, 2 of the fine layer, 2 of the step down) and 4 for each of the 7 dilations after
+/// it, in whole cells.
+constexpr int kReaderReach = 36;
 
 /// Fully convolutional: N x 1 x H x W contrast-normalised gray at reading scale, H and W multiples
 /// of kCellStride, to N x (3 + categories) x H / 4 x W / 4: the logit that a character is here, the
@@ -23,6 +25,9 @@ class ReaderNetImpl : public torch::nn::Module {
 
   /// Starts the answer at "rarely a character", so that background does not drown the first steps.
   void initialise_head(core::Random& random);
+
+  /// What forward computes of an evaluated network, for inference.
+  std::vector<core::FusedLayer> fused() const;
 
   int categories() const { return categories_; }
 

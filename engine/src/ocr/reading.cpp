@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "core/sampling.h"
-#include "core/weights.h"
 #include "ocr/contrast.h"
 #include "ocr/targets.h"
 #include "ocr/white_level.h"
@@ -114,14 +113,12 @@ bool has_bfloat16() {
 #endif
 }
 
-void read_piece(ReaderNetImpl& net, torch::ScalarType number, bool packed, const GraySource& source,
-                const Piece& piece, std::vector<CellVote>& votes) {
+void read_piece(const core::FusedConvolutions& net, const GraySource& source, const Piece& piece,
+                std::vector<CellVote>& votes) {
   const torch::InferenceMode inference;
   const Interval columns = widen(piece.columns, kReaderReach, source.width);
   const Interval rows = widen(piece.rows, kReaderReach, source.height);
-  const torch::Tensor input = input_of(source, columns, rows).to(number);
-  const torch::Tensor answer =
-      net.forward(packed ? input.to_mkldnn() : input)[0].to(torch::kFloat).contiguous();
+  const torch::Tensor answer = net(input_of(source, columns, rows))[0];
   const auto cells = answer.accessor<float, 3>();
   const float threshold = std::log(kVoteThreshold / (1 - kVoteThreshold));
   const int first_row = (piece.rows.begin - rows.begin) / kCellStride;
@@ -199,22 +196,17 @@ GraySource source_of(const PreparedSample& sample) {
           }};
 }
 
-ReadingNet::ReadingNet(ReaderNetImpl& net, Precision precision)
-    : net_(net.categories()),
-      number_(precision == Precision::kBest && has_bfloat16() ? torch::kBFloat16 : torch::kFloat) {
-  core::copy_state(net, *net_);
-  net_->eval();
-  core::fold_batch_norms(*net_);
-  net_->to(number_);
-  packed_ = core::pack_convolutions(*net_);
-}
+ReadingNet::ReadingNet(const ReaderNetImpl& net, Precision precision)
+    : categories_(net.categories()),
+      net_(net.fused(),
+           precision == Precision::kBest && has_bfloat16() ? torch::kBFloat16 : torch::kFloat) {}
 
 std::vector<CellVote> ReadingNet::votes(const GraySource& source, core::WorkerPool& pool) const {
   const std::vector<Piece> pieces = pieces_of(source);
   std::vector<std::vector<CellVote>> found(pieces.size());
   pool.run(static_cast<int>(pieces.size()), [&](int i) {
     const auto index = static_cast<std::size_t>(i);
-    read_piece(*net_, number_, packed_, source, pieces[index], found[index]);
+    read_piece(net_, source, pieces[index], found[index]);
   });
   std::vector<CellVote> votes;
   for (auto& part : found) {

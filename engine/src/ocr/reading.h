@@ -38,18 +38,17 @@ enum class Precision { kBest, kSingle };
 class ReadingNet {
  public:
   /// Copies the weights.
-  explicit ReadingNet(ReaderNetImpl& net, Precision precision = Precision::kBest);
+  explicit ReadingNet(const ReaderNetImpl& net, Precision precision = Precision::kBest);
 
-  int categories() const { return net_->categories(); }
+  int categories() const { return categories_; }
 
   /// The votes of all cells above kVoteThreshold, row by row of each piece. The pieces, and so the
   /// votes, do not depend on the number of threads. Takes about 200 MB a thread at most.
   std::vector<CellVote> votes(const GraySource& source, core::WorkerPool& pool) const;
 
  private:
-  mutable ReaderNet net_;  // forward of an evaluated module changes nothing
-  torch::ScalarType number_;
-  bool packed_;  // core::pack_convolutions
+  int categories_;
+  core::FusedConvolutions net_;
 };
 
 }  // namespace telvar::ocr

@@ -4,8 +4,7 @@
 
 #include <cmath>
 
-#include "core/net.h"
-#include "core/weights.h"
+#include "core/bytes.h"
 
 namespace telvar::core {
 namespace {
@@ -52,38 +51,6 @@ TEST(Bytes, RefuseSizesBeforeAllocating) {
                malformed_bytes);
   reader.u64("length");
   EXPECT_THROW(reader.f32("value"), malformed_bytes);
-}
-
-TEST(Weights, FillOnlyAModuleOfTheSameShape) {
-  Random random({1});
-  ResidualBlock source(2, 3, 2), same(2, 3, 2), wider(2, 4, 2);
-  initialise(*source, random);
-  ByteWriter writer;
-  write_state(writer, *source);
-  ByteReader reader(writer.bytes());
-  read_state(reader, *same);
-  reader.finish("weights");
-  for (const auto& [name, tensor] : state_of(*source)) {
-    EXPECT_TRUE(torch::equal(tensor, state_of(*same).at(name))) << name;
-  }
-  ByteReader again(writer.bytes());
-  EXPECT_THROW(read_state(again, *wider), malformed_bytes);
-}
-
-TEST(Net, FoldingKeepsTheAnswers) {
-  const torch::InferenceMode inference;
-  Random random({2});
-  ResidualBlock block(2, 3, 2);
-  initialise(*block, random);
-  for (auto& [name, tensor] : state_of(*block)) {
-    if (name.find("running_mean") != std::string::npos) torch::Tensor(tensor).fill_(0.3);
-    if (name.find("running_var") != std::string::npos) torch::Tensor(tensor).fill_(2.5);
-  }
-  block->eval();
-  const torch::Tensor input = torch::ones({1, 2, 7, 5});
-  const torch::Tensor before = block(input).clone();
-  fold_batch_norms(*block);
-  EXPECT_TRUE(torch::allclose(block(input), before, 1e-4, 1e-5));
 }
 
 }  // namespace
