@@ -10,9 +10,9 @@
 
 namespace telvar::ocr {
 
-/// How far, in reading pixels, a cell's answer depends on what is around it: 6 up to the first cells
-/// (2 of the stem, 2 of the fine layer, 2 of the step down) and 4 for each of the 7 dilations after
-/// it, in whole cells.
+/// How far, in reading pixels, a cell's answer depends on what is around it: 6 up to the first
+/// cells (2 of the stem, 2 of the fine layer, 2 of the step down) and 4 for each of the 7 dilations
+/// after it, in whole cells.
 constexpr int kReaderReach = 36;
 
 /// Fully convolutional: N x 1 x H x W contrast-normalised gray at reading scale, H and W multiples
