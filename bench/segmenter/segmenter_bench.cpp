@@ -164,7 +164,7 @@ Options parse(int argc, char** argv) {
 }
 
 void run_all(const Options& options) {
-  // One thread in every library: CPU seconds then mean the same for all.
+  // The engine works on all cores; CPU seconds are of all threads.
   cv::setNumThreads(1);
   std::printf(
       "| method | data set (training pictures) | mean IoU | training, CPU s | CPU s a "

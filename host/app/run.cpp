@@ -123,6 +123,15 @@ int guarded(const Command& command, const GlobalOptions& options) {
   }
 }
 
+/// Commands that load no library have no use for one.
+void refuse_useless_library(const CLI::App& app, const GlobalOptions& options) {
+  if (options.library.empty()) return;
+  for (const char* name : {"check", "inspect", "convert"}) {
+    if (!app.got_subcommand(name)) continue;
+    throw CLI::ValidationError("--library", std::string("means nothing to '") + name + "'");
+  }
+}
+
 }  // namespace
 
 int run(const std::vector<std::string>& arguments) {
@@ -154,6 +163,7 @@ int run(const std::vector<std::string>& arguments) {
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     if (!reversed.empty()) reversed.pop_back();  // the program's name
     app.parse(reversed);
+    refuse_useless_library(app, options);
   } catch (const CLI::CallForHelp&) {
     Outcome help;
     help.text = app.help();

@@ -36,8 +36,9 @@ def check(job):
 def main():
     compiler, *folders = sys.argv[1:]
     compilers = [compiler]
-    if shutil.which("clang++") and "clang" not in compiler and "mingw" not in compiler:
-        compilers.append("clang++")
+    clang = shutil.which("clang++-14") or shutil.which("clang++")
+    if clang and "clang" not in compiler and "mingw" not in compiler:
+        compilers.append(clang)
     includes = ["-I" + folder for folder in folders]
     headers = sorted(str(path.relative_to(folder)) for folder in map(pathlib.Path, folders)
                      for path in folder.rglob("*.h"))

@@ -45,12 +45,12 @@ TARGETS = {
 
 
 def skip(what):
-    print("skipped:", what, "not found (Debian: clang, g++-mingw-w64-x86-64-posix)")
+    print("skipped:", what, "not found (Debian: clang-14, g++-mingw-w64-x86-64-posix)")
     sys.exit(77)
 
 
 def find_tools():
-    clang = shutil.which("clang++") or skip("clang++")
+    clang = shutil.which("clang++-14") or shutil.which("clang++") or skip("clang++")
     found = sorted(glob.glob("/usr/lib/gcc/x86_64-w64-mingw32/*-posix/include/c++"))
     library = found[-1] if found else skip("mingw's C++ headers")
     folders = [library, library + "/x86_64-w64-mingw32", library + "/backward",

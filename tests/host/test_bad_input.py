@@ -216,6 +216,7 @@ class BadInput(HostTest):
             self.assertEqual(alone.returncode, NO_LIBRARY)
             self.assertIn(named, json.loads(alone.stdout)["error"]["message"])
             self.assertEqual(done.code, USAGE)
+        self.refused(USAGE, "means nothing to 'inspect'", "inspect", "--state", other, "--library", other)
 
 
 if __name__ == "__main__":

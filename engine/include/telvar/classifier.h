@@ -67,7 +67,7 @@ TELVAR_API void save(const TrainCache& cache, std::ostream& stream);
 /// Trains from `artifact` (empty: from nothing) on a serialised Dataset. Returns a serialised
 /// TrainingResult and the new artifact.
 /// Throws everything that Model's constructor and process throw, and invalid_message,
-/// invalid_dataset, insufficient_number_of_samples.
+/// invalid_label, invalid_dataset, insufficient_number_of_samples.
 TELVAR_API std::tuple<std::string, std::string> train(const std::string& artifact,
                                                       const std::string& dataset,
                                                       const std::string& parameters,

@@ -15,8 +15,9 @@ class TELVAR_API Device {
   Device& operator=(const Device&) = default;
 };
 
-/// The processor. A model built on it uses `threads` threads at most; 0 means every core that this
-/// process may use, by affinity and quota. No result depends on the number.
+/// The processor. What is built on it works on `threads` threads at most (1024 in any case), the
+/// calling one among them; each further caller at the same time adds its own. 0 means every core
+/// that this process may use, by affinity and quota. No result depends on the number.
 class TELVAR_API CpuDevice final : public Device {
  public:
   explicit CpuDevice(unsigned threads = 0);

@@ -23,7 +23,7 @@ constexpr std::uint64_t kDefaultCacheCapacity = std::uint64_t{1} << 30;
 
 struct CacheKey {
   std::string image_id;
-  std::uint64_t digest;  // of pixels, region, labels, and of how the sample is prepared
+  std::uint64_t digest;  // of the pixels and of all that the sample is prepared from
 
   bool operator<(const CacheKey& other) const {
     return digest != other.digest ? digest < other.digest : image_id < other.image_id;

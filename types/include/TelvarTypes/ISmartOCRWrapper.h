@@ -49,7 +49,8 @@ class TELVAR_TYPES_API ISmartOCRWrapper {
   /// Trains from the current state on `dataset` and installs what was learnt; images are asked from
   /// `loadImage` by their identifiers. The engine's model is built anew for the data set's size.
   /// Returns how it went.
-  /// Throws InvalidArgumentException, InvalidLabelException, the image and region exceptions, and
+  /// Throws InvalidArgumentException, InvalidLabelException, the image and region exceptions, the
+  /// artifact exceptions (a stored artifact that is damaged, of another tool or too new), and
   /// whatever `loadImage` throws; artifact and model are then as before, the train cache may have
   /// changed. If only building the model from a new artifact fails, GetData returns the new
   /// artifact while the previous model stays in use.

@@ -36,8 +36,9 @@ class TELVAR_TYPES_API ISmartSegmenterWrapper {
 
   /// Trains from the current state on `dataset` and installs what was learnt; images are asked from
   /// `loadImage`, masks from `loadMask`, by their identifiers. Returns how it went.
-  /// Throws InvalidArgumentException, the image and region exceptions, and whatever the loaders
-  /// throw; artifact and model are then as before, the train cache may have changed. If only
+  /// Throws InvalidArgumentException, the image and region exceptions, the artifact exceptions (a
+  /// stored artifact that is damaged, of another tool or too new), and whatever the loaders throw;
+  /// artifact and model are then as before, the train cache may have changed. If only
   /// building the model from a new artifact fails, GetData returns the new artifact while the
   /// previous model stays in use.
   virtual SmartSegmenter::TrainingResult Train(
