@@ -3,8 +3,8 @@
 //
 //   classifier  a category's mean brightness; scores fall with the distance from it
 //   segmenter   one category, "bright": pixels from 128 up; the artifact names the trained
-//   categories reader      finds the marks it was trained on again, wherever the pixel there is
-//   dark
+//               categories
+//   reader      finds the marks it was trained on again, wherever the pixel there is dark
 //
 // The process follows the environment's locale once the library is loaded, as under many a
 // graphical host. Training with a category "slow" sleeps for a minute after loading, with a
