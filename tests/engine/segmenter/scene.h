@@ -30,13 +30,18 @@ struct Look {
   int channels = 1;
   int bits = 8;
   bool noise = true;
+  bool hues = false;  // discs "red" and "green" that only their hue gives away
 };
 
 types::Image gray_image(int width, int height, const std::vector<unsigned char>& pixels);
 
-/// `count` scenes labelled for `categories`, of "square" and "disc".
+/// `count` scenes labelled for `categories`, of "square" and "disc", or of their hues.
 Scenes make_scenes(int count, std::uint64_t seed, const std::vector<std::string>& categories,
                    const Look& look = {});
+
+/// Scenes of two categories as regions of wider images, turned and shifted. Around the regions they
+/// repeat with the categories exchanged: what is taken from a wrong place teaches the contrary.
+Scenes in_turned_regions(const Scenes& scenes);
 
 /// Intersection over union of what a model finds, at 128, over scenes, by category.
 std::map<std::string, double> measure(const std::string& artifact, const Scenes& scenes);

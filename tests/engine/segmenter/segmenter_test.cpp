@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 #include <sched.h>
 
+#include <iostream>
 #include <sstream>
 #include <thread>
 
+#include "../support/other_environment.h"
 #include "core/artifact.h"
 #include "scene.h"
 #include "telvar/exceptions.h"
@@ -69,10 +71,8 @@ TEST_F(TrainedSegmenter, FindsWhatItWasShownInUnseenScenes) {
   EXPECT_LE(score_, 1.0F);
 }
 
-TEST_F(TrainedSegmenter, LearnsSixteenBitAndFourChannelsAlike) {
-  // The same scenes in other layouts are the same training, but for the precision of its inputs.
-  const Scenes wide = make_scenes(10, 99, {"disc", "square"}, {4, 16, true});
-  const auto iou = measure(*artifact_, wide);
+TEST_F(TrainedSegmenter, TakesOtherLayoutsThanItLearnedFrom) {
+  const auto iou = measure(*artifact_, make_scenes(10, 99, {"disc", "square"}, {4, 16, true}));
   EXPECT_GT(iou.at("disc"), 0.8);
   EXPECT_GT(iou.at("square"), 0.8);
 }
@@ -205,16 +205,14 @@ TEST_F(TrainedSegmenter, TrainsToTheSameBytesWithACacheOnOneCoreAndBesideAnother
   EXPECT_EQ(alone, *artifact_);
 }
 
-TEST_F(TrainedSegmenter, LearnsANewCategoryAndKeepsTheOldOnes) {
-  const Scenes unseen = make_scenes(10, 99, {"disc", "square"});
-  const auto [first_score, first] = train(make_scenes(6, 1, {"disc"}));
-  const double before = measure(first, unseen).at("disc");
-  // The new images have discs, too, but nobody marks them.
-  const auto [score, both] = train(make_scenes(4, 2, {"square"}), first);
-  const auto iou = measure(both, unseen);
-  EXPECT_GT(before, 0.8);
-  EXPECT_GE(iou.at("disc"), before - 0.05);
-  EXPECT_GT(iou.at("square"), 0.7);
+/// Run by the next test in a process of its own.
+TEST_F(TrainedSegmenter, DISABLED_PrintsItsDigest) {
+  std::cout << test::digest_line(*artifact_) << std::flush;
+}
+
+TEST_F(TrainedSegmenter, DoesNotDependOnTheEnvironment) {
+  EXPECT_THAT(test::printed_in_another_environment("*PrintsItsDigest"),
+              HasSubstr(test::digest_line(*artifact_)));
 }
 
 TEST_F(TrainedSegmenter, RefusesEveryDamagedArtifact) {
