@@ -115,6 +115,26 @@ TEST(Allocations, OfTheLibraryAreCounted) {
   EXPECT_GT(TotalAllocations(), created + 24);
 }
 
+TEST(WantOfMemoryAtTheEntry, LeavesTheFactoryThatTheHostHolds) {
+  ForEachAllocation([](long n, Mode mode) {
+    std::shared_ptr<Types::IWrapperFactory> factory = NewFactory();
+    const auto held = factory;
+    bool refused = false;
+    FailAllocation(n, mode);
+    try {
+      CreateWrapperFactory(factory);
+    } catch (const std::bad_alloc&) {
+      refused = true;
+    }
+    const bool failed = StopFailing();
+    EXPECT_EQ(refused, failed);
+    EXPECT_EQ(factory == held, refused);
+    EXPECT_EQ(Describe(Ocr::Create(*factory, std::make_unique<Ocr::Data>(kArtifact, kCache))),
+              kBefore);
+    return failed;
+  });
+}
+
 template <typename Tool>
 class WantOfMemory : public testing::Test {};
 using Tools = testing::Types<Ocr, Classifier, Segmenter>;
