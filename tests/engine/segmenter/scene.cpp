@@ -60,7 +60,7 @@ types::Image to_image(const Canvas& canvas, const Look& look) {
   for (std::size_t i = 0; i < canvas.values.size(); ++i) {
     for (int c = 0; c < look.channels; ++c) {
       const double value = std::clamp(canvas.values[i] + canvas.hues[i] * kChroma[c], 0.0, 255.0);
-      const auto level = static_cast<unsigned>(depth == 2 ? value * 257 : value);
+      const auto level = static_cast<unsigned>(depth == 2 ? value * 256 : value);
       for (int byte = 0; byte < depth; ++byte) {
         bytes.push_back(static_cast<unsigned char>(level >> 8 * byte));
       }
