@@ -3,13 +3,11 @@
 
 #include <gmock/gmock.h>
 
-#include <cstdio>
-#include <filesystem>
-#include <functional>
 #include <iostream>
 #include <sstream>
 #include <thread>
 
+#include "../support/other_environment.h"
 #include "core/artifact.h"
 #include "core/train_cache_store.h"
 #include "ocr/dataset.h"
@@ -68,21 +66,12 @@ TEST(ReaderArtifact, IsTheSameWithMoreThreadsWithACacheAndBesideAnotherTraining)
 
 /// Run by the next test in a process of its own.
 TEST(ReaderArtifact, DISABLED_PrintsItsDigest) {
-  std::cout << "digest " << std::hash<std::string>{}(artifact()) << std::endl;
+  std::cout << digest_line(artifact()) << std::flush;
 }
 
 TEST(ReaderArtifact, DoesNotDependOnTheEnvironment) {
-  const std::string command =
-      "OMP_NUM_THREADS=3 OMP_DYNAMIC=true OPENBLAS_NUM_THREADS=3 MKL_NUM_THREADS=3 '" +
-      std::filesystem::read_symlink("/proc/self/exe").string() +
-      "' --gtest_also_run_disabled_tests --gtest_filter='*PrintsItsDigest'";
-  std::string output;
-  FILE* child = popen(command.c_str(), "r");
-  ASSERT_NE(child, nullptr);
-  for (char line[256]; fgets(line, sizeof line, child) != nullptr;) output += line;
-  EXPECT_EQ(pclose(child), 0) << output;
-  EXPECT_THAT(output, testing::HasSubstr(
-                          "digest " + std::to_string(std::hash<std::string>{}(artifact())) + "\n"));
+  EXPECT_THAT(printed_in_another_environment("*PrintsItsDigest"),
+              testing::HasSubstr(digest_line(artifact())));
 }
 
 TEST(ReaderArtifact, IsReadAndWrittenWithoutAChange) {
