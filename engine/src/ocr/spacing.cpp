@@ -6,8 +6,9 @@
 namespace telvar::ocr {
 namespace {
 
-/// Characters may be read at 0.7 of the nominal size, and labels are set by hand.
-constexpr float kSlack = 0.65f;
+/// Characters may be read at 0.7 of the nominal size, and neither labels nor the places read are
+/// exact.
+constexpr float kSlack = 0.6f;
 /// What limits there are without any neighbours, in characters.
 constexpr float kDefault = 0.5f;
 constexpr float kLargest = 4.0f;
