@@ -40,8 +40,8 @@ Page draw_page(std::uint64_t seed, const PageStyle& style) {
   core::Random random({seed, 77});
   const float turn = style.slant * 3.14159265f / 180;
   const int width = int(style.scale * (kPitch * float(style.columns) + 50));
-  const int height = int(style.scale * (kLeading * float(style.lines) + 30) +
-                         float(width) * std::abs(std::tan(turn)));
+  const float rise = float(width) * std::tan(turn);  // negative where lines run up
+  const int height = int(style.scale * (kLeading * float(style.lines) + 30) + std::abs(rise));
   std::vector<float> ink(std::size_t(width) * std::size_t(height), 0);
   Page page;
   for (int line = 0; line < style.lines; ++line) {
@@ -51,7 +51,7 @@ Page draw_page(std::uint64_t seed, const PageStyle& style) {
       const char glyph = style.alphabet[std::size_t(random.below(int(style.alphabet.size())))];
       const float along = left + style.scale * kPitch * float(column);
       const float across = style.scale * (28 + kLeading * float(line));
-      const float x = along, y = across + along * std::tan(turn);
+      const float x = along, y = across - std::min(rise, 0.0f) + along * std::tan(turn);
       page.lines.back() += glyph;
       page.characters.push_back({std::string(1, glyph), x, y, line});
       for (int row = 0; row < 7; ++row) {
@@ -76,6 +76,20 @@ Page draw_page(std::uint64_t seed, const PageStyle& style) {
   page.image =
       types::Image(unsigned(width), unsigned(height), unsigned(width), 1, 8, 0, pixels.data());
   return page;
+}
+
+types::Image as_wide_colour(const types::Image& gray, int unit, unsigned channels) {
+  const unsigned width = gray.layout[0], height = gray.layout[1];
+  const unsigned stride = width * channels * 2 + 10;
+  std::vector<unsigned char> bytes(std::size_t(stride) * height);
+  for (unsigned y = 0; y < height; ++y) {
+    auto* row = reinterpret_cast<unsigned short*>(bytes.data() + std::size_t(y) * stride);
+    for (unsigned x = 0; x < width * channels; ++x) {
+      const int value = gray.pixels[std::size_t(y) * width + x / channels];
+      row[x] = static_cast<unsigned short>(x % channels == 3 ? 8191 * (x * y % 8) : value * unit);
+    }
+  }
+  return types::Image(width, height, stride, channels, 16, channels == 3 ? 2 : 4, bytes.data());
 }
 
 void PageSet::add(const std::string& id, const Page& page,
@@ -117,6 +131,20 @@ std::vector<std::string> texts(const msg::SampleResult& sample) {
   std::vector<std::string> result;
   for (const msg::Line& line : sample.lines()) result.push_back(line.text());
   return result;
+}
+
+double exact_lines(const qv::ocr::Model& reader, const PageStyle& style, std::uint64_t seed,
+                   int pages) {
+  int exact = 0, all = 0;
+  for (int i = 0; i < pages; ++i) {
+    const Page page = draw_page(seed + std::uint64_t(i), style);
+    const std::vector<std::string> read_lines = texts(read(reader, page.image));
+    all += int(page.lines.size());
+    for (std::size_t k = 0; k < page.lines.size() && k < read_lines.size(); ++k) {
+      exact += page.lines[k] == read_lines[k];
+    }
+  }
+  return double(exact) / all;
 }
 
 }  // namespace telvar::test

@@ -42,6 +42,10 @@ struct PageStyle {
 /// 5 x 7 dot characters on an uneven, noisy page; any of "147AHLTX".
 Page draw_page(std::uint64_t seed, const PageStyle& style = {});
 
+/// A gray page as 16-bit RGB, or as RGBA of senseless opacity, with padded rows; white at
+/// 255 x `unit`.
+types::Image as_wide_colour(const types::Image& gray, int unit, unsigned channels = 3);
+
 /// A data set under construction, and the loader for its pages.
 class PageSet {
  public:
@@ -61,6 +65,10 @@ std::string runtime_size(float width = kCharacterWidth, float height = kCharacte
 
 /// Reads a whole image.
 msg::SampleResult read(const qv::ocr::Model& model, const types::Image& image);
+
+/// The share of exactly read lines of `pages` pages drawn in `style`.
+double exact_lines(const qv::ocr::Model& reader, const PageStyle& style, std::uint64_t seed = 100,
+                   int pages = 5);
 
 std::vector<std::string> texts(const msg::SampleResult& sample);
 

@@ -1,0 +1,80 @@
+// Readers trained on images unlike the clean gray pages of the other tests.
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+
+#include "reader_pages.h"
+
+namespace telvar::test {
+namespace {
+
+qv::ocr::Model train_reader(const PageSet& set) {
+  const auto cache = qv::ocr::TrainCache::create(0);
+  const auto [answer, artifact] = qv::ocr::train("", set.dataset(), "", set.loader(), *cache);
+  return {artifact, runtime_size(), types::CpuDevice()};
+}
+
+TEST(ReaderTraining, OnBothPolaritiesReadsBoth) {
+  PageSet set;
+  PageStyle dark, bright;
+  bright.bright = true;
+  dark.columns = bright.columns = 5;
+  for (std::uint64_t page = 0; page < 4; ++page) {
+    set.add("page-" + std::to_string(page), draw_page(page, page % 2 == 0 ? dark : bright));
+  }
+  const qv::ocr::Model reader = train_reader(set);
+  EXPECT_GE(exact_lines(reader, dark, 100, 20), 0.9);
+  EXPECT_GE(exact_lines(reader, bright, 100, 20), 0.9);
+}
+
+constexpr unsigned kPictureSide = 240;
+
+/// Page pixels to picture pixels: the page turned about its centre, off the picture's.
+types::AffineTransform placed(const types::Image& page, float degrees) {
+  const float cosine = std::cos(degrees * 3.14159265f / 180);
+  const float sine = std::sin(degrees * 3.14159265f / 180);
+  const float x = float(page.layout[0] - 1) / 2, y = float(page.layout[1] - 1) / 2;
+  return {cosine, -sine, 132 - cosine * x + sine * y, sine, cosine, 109 - sine * x - cosine * y};
+}
+
+/// A picture full of copies of the page, one of which lies where `place`, a rotation, puts it.
+types::Image picture_of(const types::Image& page, const types::AffineTransform& place) {
+  const int width = int(page.layout[0]), height = int(page.layout[1]);
+  std::vector<unsigned char> pixels;
+  for (unsigned row = 0; row < kPictureSide; ++row) {
+    for (unsigned column = 0; column < kPictureSide; ++column) {
+      const float dx = float(column) - place.c, dy = float(row) - place.f;
+      const int x = int(std::lround(place.a * dx + place.d * dy)) + 4 * width;
+      const int y = int(std::lround(place.b * dx + place.e * dy)) + 4 * height;
+      pixels.push_back(page.pixels[std::size_t(y % height * width + x % width)]);
+    }
+  }
+  return types::Image(kPictureSide, kPictureSide, kPictureSide, 1, 8, 0, pixels.data());
+}
+
+TEST(ReaderTraining, OnTurnedRegionsOfThreeWideColourImagesReadsPagesThatItHasNotSeen) {
+  PageSet set;
+  const float turns[] = {33, -28, 160};
+  for (std::uint64_t i = 0; i < 3; ++i) {
+    Page page = draw_page(10 + i);
+    const types::AffineTransform place = placed(page.image, turns[i]);
+    auto& region =
+        *(*set.message.mutable_samples())[std::to_string(i)].mutable_region_of_interest();
+    region.set_width(page.image.layout[0]);
+    region.set_height(page.image.layout[1]);
+    auto& transform = *region.mutable_affine_transform();
+    transform.set_m00(place.a);
+    transform.set_m01(place.b);
+    transform.set_tx(place.c);
+    transform.set_m10(place.d);
+    transform.set_m11(place.e);
+    transform.set_ty(place.f);
+    page.image = as_wide_colour(picture_of(page.image, place), 4, 4);
+    set.add(std::to_string(i), page);
+  }
+  EXPECT_GE(exact_lines(train_reader(set), {}, 100, 20), 0.8);
+}
+
+}  // namespace
+}  // namespace telvar::test
