@@ -73,7 +73,7 @@ TEST(ReaderTraining, OnTurnedRegionsOfThreeWideColourImagesReadsPagesThatItHasNo
     page.image = as_wide_colour(picture_of(page.image, place), 4, 4);
     set.add(std::to_string(i), page);
   }
-  EXPECT_GE(exact_lines(train_reader(set), {}, 100, 20), 0.8);
+  EXPECT_GE(exact_lines(train_reader(set), {}, 100, 20), 0.9);
 }
 
 }  // namespace

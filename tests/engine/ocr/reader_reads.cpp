@@ -61,7 +61,7 @@ TEST(Reader, ReadsOtherSizesSlantsAndLayouts) {
     PageStyle style;
     style.scale = scale;
     style.slant = slant;
-    EXPECT_GE(exact_lines(model(), style, 100, 20), 0.85)
+    EXPECT_GE(exact_lines(model(), style, 100, 20), 0.9)
         << "scale " << scale << ", slant " << slant;
   }
   PageStyle large;
