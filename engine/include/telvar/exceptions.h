@@ -88,8 +88,8 @@ class TELVAR_API invalid_dataset : public exception {
   ~invalid_dataset() override;
 };
 
-/// A region that is not finite, singular, empty, too small for the tool, too large or wholly outside
-/// its image.
+/// A region that is not finite, singular, empty, too small for the tool, too large or wholly
+/// outside its image.
 class TELVAR_API invalid_roi : public exception {
  public:
   using exception::exception;

@@ -75,9 +75,8 @@ class TELVAR_TYPES_API InvalidOperationException : public TelvarException {
   ~InvalidOperationException() override;
 };
 
-/// A region that is not finite, singular, empty, too small for the tool, too large or wholly outside
-/// its image, or that
-/// cannot be applied to this type of image.
+/// A region that is not finite, singular, empty, too small for the tool, too large or wholly
+/// outside its image, or that cannot be applied to this type of image.
 class TELVAR_TYPES_API InvalidROIException : public TelvarException {
  public:
   explicit InvalidROIException(const std::string& message);

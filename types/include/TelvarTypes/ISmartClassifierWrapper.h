@@ -37,9 +37,9 @@ class TELVAR_TYPES_API ISmartClassifierWrapper {
   /// `loadImage` by their identifiers. Returns how it went.
   /// Throws InvalidArgumentException, InvalidLabelException, the image exceptions, the artifact
   /// exceptions (a stored artifact that is damaged, of another tool or too new), and whatever
-  /// `loadImage` throws; artifact and model are then as before, the train cache may have changed. If only building the
-  /// model from a new artifact fails, GetData returns the new artifact while the previous model
-  /// stays in use.
+  /// `loadImage` throws; artifact and model are then as before, the train cache may have changed.
+  /// If only building the model from a new artifact fails, GetData returns the new artifact while
+  /// the previous model stays in use.
   virtual SmartClassifier::TrainingResult Train(
       const SmartClassifier::Dataset& dataset,
       const std::function<std::shared_ptr<Image>(const std::string&)>& loadImage) = 0;

@@ -23,9 +23,9 @@ namespace Orbalt::TelvarWrapper::Types {
 /// interface. Tools stay valid after it is gone.
 ///
 /// Each function consumes `data`, which must not be null, and builds no engine model yet: a bad
-/// artifact shows at the first call that trains or processes, a bad train cache is replaced by an empty one
-/// without a word. Throws what making a train cache throws (std::bad_alloc, for example); `data` is
-/// deleted then.
+/// artifact shows at the first call that trains or processes, a bad train cache is replaced by an
+/// empty one without a word. Throws what making a train cache throws (std::bad_alloc, for example);
+/// `data` is deleted then.
 ///
 /// The order of the virtual functions is part of the binary interface.
 class TELVAR_TYPES_API IWrapperFactory {
