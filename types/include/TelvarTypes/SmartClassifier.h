@@ -77,7 +77,7 @@ struct TELVAR_TYPES_API Sample {
   /// What the image loader is asked for. Any bytes; need not be unique within a data set.
   std::string imageId;
 
-  /// The category the image belongs to. Any bytes.
+  /// The category the image belongs to. Any bytes, at least one.
   std::string categoryId;
 };
 

@@ -32,7 +32,8 @@ struct TELVAR_TYPES_API TrainDataAssignment {
   /// Vertical position of the character's centre, region pixels (image pixels without a region).
   double secondValue = 0.0;
 
-  /// The character's category, usually the character itself in UTF-8. Any bytes.
+  /// The character's category, usually the character itself in UTF-8. Any bytes, at
+  /// least one.
   std::string categoryId;
 };
 

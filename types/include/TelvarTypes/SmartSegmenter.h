@@ -84,8 +84,8 @@ struct TELVAR_TYPES_API Dataset {
   Dataset();
   TELVAR_TYPES_VALUE_OPERATIONS(Dataset);
 
-  /// The categories to learn. Any bytes; a repeated one counts once. Categories may overlap in an
-  /// image or leave pixels free.
+  /// The categories to learn. Any bytes, at least one each; a repeated one counts once. Categories
+  /// may overlap in an image or leave pixels free.
   std::vector<std::string> categories;
 
   /// The images. The order does not matter but for repeated identifiers.
