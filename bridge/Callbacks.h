@@ -11,8 +11,9 @@ using Types::ImageLoader;
 using EngineImageLoader = telvar::types::ImageLoader;
 using ResultImageWriter = telvar::types::ResultImageWriter;
 
-/// A loader for the engine that holds the host's `loader`. Each call asks the host,
-/// copies the pixels and releases the host's image. An empty `loader` throws
+/// A loader for the engine that holds the host's `loader`. Each call asks the host, copies the
+/// pixels and releases the host's image. What the host throws passes unchanged; where the engine
+/// refuses the image, the text names the identifier. An empty `loader` throws
 /// std::bad_function_call when the engine calls it.
 EngineImageLoader AdaptImageLoader(ImageLoader loader);
 

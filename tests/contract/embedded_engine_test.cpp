@@ -208,7 +208,7 @@ TYPED_TEST(EmbeddedTool, RefusesImages) {
   const auto image = [](const char* id) { return [=](auto& set) { TypeParam::Image(set) = id; }; };
   ExpectRefused<TypeParam>({
       {kImage, "image '2 channels': 2 channels; 1, 3 or 4 are possible", image("2 channels")},
-      {kImage, "a row takes 16 bytes, more than the stride", image("short rows")},
+      {kImage, "image 'short rows': image of", image("short rows")},
       {kSize, "image 'nothing': 0 x 0 px, the image is empty", image("nothing")},
   });
   const auto tool = TypeParam::Make(Artifact<TypeParam>());
