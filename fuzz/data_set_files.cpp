@@ -1,6 +1,7 @@
-// The texts that describe data sets: read, or refused as bad data.
+// The texts that describe data sets and patterns: read, or refused as bad data.
 // Input: which format (1 byte), text.
 #include "app/errors.h"
+#include "commands/fielding_options.h"
 #include "convert/annotations.h"
 #include "datasets/ocr_labels.h"
 #include "datasets/segmenter_data.h"
@@ -36,11 +37,18 @@ void read_table(const std::string& text) {
   }
 }
 
+void read_patterns(const std::string& text) {
+  for (const auto& [name, lines] : parse_patterns(text, "patterns.json").patterns) {
+    require(!lines.empty(), "a pattern has lines");
+    for (const auto& line : lines) require(!line.empty(), "a line has positions");
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Input input(data, size);
-  const int format = input.number<std::uint8_t>() % 6;
+  const int format = input.number<std::uint8_t>() % 7;
   const std::string text = input.rest();
   try {
     if (format == 0) read_labels(text);
@@ -49,6 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (format == 3) parse_classes(text, "classes.txt");
     if (format == 4) parse_coco(text, "coco.json", "/pictures");
     if (format == 5) parse_labelme(text, "picture.json", "/pictures");
+    if (format == 6) read_patterns(text);
   } catch (const HostError& error) {
     require(error.code() == ExitCode::kBadData, "what cannot be read is bad data");
   }

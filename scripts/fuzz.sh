@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the fuzz targets and runs them, one after the other.
+# Installs what is missing, builds the fuzz targets and runs them, one on each core.
 #
 #   scripts/fuzz.sh                     every target, 300 seconds each
 #   scripts/fuzz.sh 60 state_file ...   the targets named, 60 seconds each
@@ -23,16 +23,17 @@ cmake --build --preset fuzz --target "${targets[@]/#/fuzz_}" >build/fuzz/build.l
 
 # Vectors cross into libraries that are built without the sanitizer.
 export ASAN_OPTIONS=detect_container_overflow=0:allocator_may_return_null=1
-failed=0
-for target in "${targets[@]}"; do
-  found=build/fuzz/found/$target
+
+fuzz() {
+  local target=$1 seconds=$2 found=build/fuzz/found/$1
   mkdir -p "$found"
   if "build/fuzz/bin/fuzz_$target" -max_total_time="$seconds" -max_len=2048 -timeout=120 -rss_limit_mb=4000 \
     -artifact_prefix="$found/failed-" "$found" "fuzz/corpus/$target" >"$found.log" 2>&1; then
     echo "$target: $(grep -o '^Done .*' "$found.log")"
   else
     echo "$target: FAILED, see $found.log"
-    failed=1
+    return 1
   fi
-done
-exit $failed
+}
+export -f fuzz
+printf '%s\n' "${targets[@]}" | xargs -P "$(nproc)" -I{} bash -c "fuzz {} $seconds" || exit 1

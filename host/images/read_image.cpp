@@ -77,7 +77,7 @@ bool has_picture_name(const fs::path& path) {
 }
 
 cv::Mat read_picture(const fs::path& path) {
-  const auto bytes = read_file(path, std::uintmax_t{1} << 31);
+  const auto bytes = read_file(path, (std::uintmax_t{1} << 31) - 1);
   if (bytes.empty()) throw data_error(utf8(path) + ": is empty");
   if (is_jpeg(bytes) && jpeg_is_cut_off(bytes)) throw data_error(utf8(path) + ": JPEG is cut off");
   cv::Mat picture = decode(bytes, path);
