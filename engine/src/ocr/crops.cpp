@@ -134,7 +134,7 @@ std::vector<PreparedLabel> carried(const std::vector<PreparedLabel>& labels, con
   for (PreparedLabel label : labels) {
     float x, y;
     mapping.to_raster(label.x, label.y, x, y);
-    if (x < 0 || y < 0 || x >= kRasterWidth || y >= kRasterHeight) continue;
+    if (!(x >= 0 && y >= 0 && x < kRasterWidth && y < kRasterHeight)) continue;
     label.x = x - elastic.x(x, y) - kMargin;
     label.y = y - elastic.y(x, y) - kMargin;
     result.push_back(label);

@@ -1,13 +1,13 @@
 #include "ocr/dataset.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <map>
 #include <optional>
 #include <set>
 
 #include "core/train_cache_store.h"
+#include "ocr/number_text.h"
 #include "ocr/reader_limits.h"
 #include "telvar/exceptions.h"
 #include "telvar_msg/ocr_training.pb.h"
@@ -16,11 +16,6 @@ namespace telvar::ocr {
 namespace {
 
 namespace msg = telvar_msg::qv::ocr;
-
-std::string text_of(float value) {
-  char text[32];
-  return {text, std::to_chars(text, text + sizeof text, value).ptr};
-}
 
 std::string place_of(const std::string& key, std::size_t label) {
   return "sample '" + key + "', label " + std::to_string(label);
@@ -44,6 +39,11 @@ DatasetSample convert(const std::string& key, const msg::Sample& message) {
 }
 
 void check_labels(const DatasetSample& sample, const std::set<std::string>& listed) {
+  if (sample.labels.size() > kMaxSampleLabels) {
+    throw types::invalid_dataset("sample '" + sample.key + "' has " +
+                                 std::to_string(sample.labels.size()) + " labels, at most " +
+                                 std::to_string(kMaxSampleLabels) + " are possible");
+  }
   for (std::size_t i = 0; i < sample.labels.size(); ++i) {
     const RegionLabel& label = sample.labels[i];
     if (label.category.empty()) {
@@ -96,7 +96,7 @@ std::optional<PreparedSample> cached_sample(const std::string& blob, const Prepa
     PreparedSample sample = read_sample(reader, 1);
     reader.finish("prepared sample");
     const bool fits = sample.width == extent.width && sample.height == extent.height;
-    if (fits && sample.labels.empty()) return sample;
+    if (fits && sample.labels.empty() && sample.unlabelled.empty()) return sample;
   } catch (const core::malformed_bytes&) {
   }
   return std::nullopt;
@@ -131,15 +131,21 @@ void check_places(const DatasetSample& sample, const core::Region& region) {
   }
 }
 
+/// A place on the far edge, or brought there by rounding, counts to the last pixel: a Window is
+/// half-open.
+float within(double place, int extent) {
+  const float edge = static_cast<float>(extent) - 0.5f;
+  return std::min(static_cast<float>(place), std::nextafter(edge, 0.0f));
+}
+
 void add_labels(const DatasetSample& sample, const core::Region& region,
                 const std::vector<std::string>& categories, PreparedSample& to) {
   const double scale_x = static_cast<double>(to.width) / region.width;
   const double scale_y = static_cast<double>(to.height) / region.height;
   for (const RegionLabel& label : sample.labels) {
-    const auto found = std::lower_bound(categories.begin(), categories.end(), label.category);
-    to.labels.push_back({static_cast<int>(found - categories.begin()),
-                         static_cast<float>((label.x + 0.5) * scale_x - 0.5),
-                         static_cast<float>((label.y + 0.5) * scale_y - 0.5)});
+    to.labels.push_back({index_of(label.category, categories),
+                         within((label.x + 0.5) * scale_x - 0.5, to.width),
+                         within((label.y + 0.5) * scale_y - 0.5, to.height)});
   }
 }
 

@@ -34,7 +34,8 @@ struct LabelledDataset {
 };
 
 /// Parses and checks what can be checked without the images. Throws invalid_message,
-/// invalid_parameters (size), invalid_dataset (category not listed, too many or too long),
+/// invalid_parameters (size), invalid_dataset (category not listed, too many or too long, too many
+/// labels in a sample),
 /// invalid_label (no category, position not finite).
 LabelledDataset read_dataset(const std::string& message);
 

@@ -1,6 +1,7 @@
 #include "ocr/exemplars.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "ocr/exemplar_limits.h"
 
@@ -20,18 +21,23 @@ class Choice {
     for (const Candidate& candidate : candidates) of(waiting_, candidate).push_back(candidate);
   }
 
-  /// One of the category shown least; null when none waits.
-  const Candidate* next() const {
-    const std::vector<Candidate>* best = nullptr;
+  /// One of the category shown least, the first of several; none when none waits.
+  std::optional<Candidate> take() {
+    std::vector<Candidate>* best = nullptr;
     int least = 0;
     for (std::size_t k = 0; k < waiting_.size(); ++k) {
       if (waiting_[k].empty() || (best != nullptr && shown_[k] >= least)) continue;
       best = &waiting_[k];
       least = shown_[k];
     }
-    return best == nullptr ? nullptr : &best->back();
+    if (best == nullptr) return std::nullopt;
+    const Candidate taken = best->back();
+    best->pop_back();
+    ++of(shown_, taken);
+    return taken;
   }
 
+  /// All that waits in the window comes along.
   void show(const PreparedSample* sample, const Window& window) {
     for (std::size_t k = 0; k < waiting_.size(); ++k) {
       auto& waiting = waiting_[k];
@@ -44,9 +50,9 @@ class Choice {
   }
 
  private:
-  static std::vector<Candidate>& of(std::vector<std::vector<Candidate>>& lists,
-                                    const Candidate& candidate) {
-    return lists[static_cast<std::size_t>(candidate.label.category)];
+  template <class Value>
+  static Value& of(std::vector<Value>& by_category, const Candidate& candidate) {
+    return by_category[static_cast<std::size_t>(candidate.label.category)];
   }
   std::vector<std::vector<Candidate>> waiting_;
   std::vector<int> shown_;
@@ -64,8 +70,8 @@ std::vector<PreparedSample> choose_exemplars(const std::vector<const PreparedSam
   Choice choice(candidates, categories);
   std::vector<PreparedSample> exemplars;
   while (exemplars.size() < static_cast<std::size_t>(kMaxExemplars)) {
-    const Candidate* next = choice.next();
-    if (next == nullptr) break;
+    const std::optional<Candidate> next = choice.take();
+    if (!next) break;
     const PreparedSample* sample = next->sample;
     const Window window =
         window_around(*sample, next->label.x, next->label.y, kExemplarWidth, kExemplarHeight);

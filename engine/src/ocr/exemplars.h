@@ -7,8 +7,10 @@
 
 namespace telvar::ocr {
 
-/// Cut-outs that together show every category about equally often, at most kMaxExemplars of them;
-/// labels and unlabelled places come along. Depends on its arguments alone.
+/// Cut-outs, each around a label of the category that the ones before show least often, until all
+/// labels are shown or there are kMaxExemplars: rare categories come first, and of very many
+/// categories those with the highest indexes may get none. Whatever labels and unlabelled places
+/// stand in a cut-out come along. Depends on its arguments alone.
 std::vector<PreparedSample> choose_exemplars(const std::vector<const PreparedSample*>& samples,
                                              int categories, core::Random& random);
 

@@ -11,7 +11,6 @@ namespace telvar::ocr {
 namespace {
 
 constexpr std::uint32_t kMaxSide = 1u << 24;
-constexpr std::uint32_t kMaxLabels = 1u << 20;
 
 void write_labels(core::ByteWriter& writer, const std::vector<PreparedLabel>& labels) {
   writer.u32(static_cast<std::uint32_t>(labels.size()));
@@ -22,9 +21,11 @@ void write_labels(core::ByteWriter& writer, const std::vector<PreparedLabel>& la
   }
 }
 
-std::vector<PreparedLabel> read_labels(core::ByteReader& reader, std::uint32_t categories) {
+/// Places outside `whole` are malformed.
+std::vector<PreparedLabel> read_labels(core::ByteReader& reader, std::uint32_t categories,
+                                       const Window& whole) {
   constexpr std::size_t kLabelBytes = 12;
-  const std::uint32_t count = reader.count("label count", 0, kMaxLabels);
+  const std::uint32_t count = reader.count("label count", 0, kMaxSampleLabels);
   if (reader.remaining() / kLabelBytes < count) {
     throw core::malformed_bytes("the labels end early");
   }
@@ -33,6 +34,9 @@ std::vector<PreparedLabel> read_labels(core::ByteReader& reader, std::uint32_t c
     label.category = static_cast<int>(reader.count("label category", 0, categories - 1));
     label.x = reader.f32("label x");
     label.y = reader.f32("label y");
+    if (!whole.contains(label.x, label.y)) {
+      throw core::malformed_bytes("a label lies outside its sample");
+    }
   }
   return labels;
 }
@@ -49,6 +53,11 @@ std::vector<PreparedLabel> inside(const std::vector<PreparedLabel>& labels, cons
 }
 
 }  // namespace
+
+int index_of(const std::string& category, const std::vector<std::string>& categories) {
+  const auto found = std::lower_bound(categories.begin(), categories.end(), category);
+  return static_cast<int>(found - categories.begin());
+}
 
 PreparedExtent prepared_extent(const core::Region& region, const NominalSize& size,
                                const std::string& subject) {
@@ -85,8 +94,9 @@ PreparedSample prepare(const types::ImageView& image, const core::Region& region
 }
 
 bool Window::contains(float x, float y) const {
-  const float u = x - static_cast<float>(left) + 0.5f, v = y - static_cast<float>(top) + 0.5f;
-  return u >= 0 && v >= 0 && u < static_cast<float>(width) && v < static_cast<float>(height);
+  const float u = x - static_cast<float>(left), v = y - static_cast<float>(top);
+  return u >= -0.5f && v >= -0.5f && u < static_cast<float>(width) - 0.5f &&
+         v < static_cast<float>(height) - 0.5f;
 }
 
 Window window_around(const PreparedSample& sample, float x, float y, int width, int height) {
@@ -134,8 +144,9 @@ PreparedSample read_sample(core::ByteReader& reader, std::uint32_t categories) {
   const std::uint64_t count = std::uint64_t(sample.width) * std::uint64_t(sample.height);
   const std::string_view pixels = reader.raw("sample pixels", count);
   sample.pixels.assign(pixels.begin(), pixels.end());
-  sample.labels = read_labels(reader, categories);
-  sample.unlabelled = read_labels(reader, categories);
+  const Window whole{0, 0, sample.width, sample.height};
+  sample.labels = read_labels(reader, categories, whole);
+  sample.unlabelled = read_labels(reader, categories, whole);
   return sample;
 }
 

@@ -15,6 +15,9 @@ namespace telvar::ocr {
 /// The most prepared pixels that one sample may have.
 constexpr std::uint64_t kMaxPreparedPixels = std::uint64_t{1} << 26;
 
+/// The most labels that one sample may have; more than characters find room in it.
+constexpr std::uint32_t kMaxSampleLabels = 1u << 16;
+
 /// A labelled character: its centre in region pixels, and its category.
 struct RegionLabel {
   std::string category;
@@ -29,6 +32,9 @@ struct PreparedLabel {
   float y = 0;
 };
 
+/// Index of a category among ascending ones that hold it.
+int index_of(const std::string& category, const std::vector<std::string>& categories);
+
 /// Gray pixels 0..255, row by row, with what is known about them.
 struct PreparedSample {
   int width = 0;
@@ -37,7 +43,7 @@ struct PreparedSample {
   /// the nominal character, so turning the image needs it.
   float aspect = 1;
   std::vector<std::uint8_t> pixels;
-  std::vector<PreparedLabel> labels;
+  std::vector<PreparedLabel> labels;  // in the window that is the whole sample
   /// Centres of what looks like characters without labels; they teach nothing.
   std::vector<PreparedLabel> unlabelled;
 };
@@ -58,6 +64,7 @@ PreparedSample prepare(const types::ImageView& image, const core::Region& region
 /// A rectangle of prepared pixels.
 struct Window {
   int left, top, width, height;
+  /// Half-open: pixel centres being at integers, from left - 0.5 to less than left + width - 0.5.
   bool contains(float x, float y) const;
 };
 
@@ -69,7 +76,8 @@ PreparedSample cut_out(const PreparedSample& sample, const Window& window);
 
 void write_sample(core::ByteWriter& writer, const PreparedSample& sample);
 
-/// Reads what write_sample wrote. Throws malformed_bytes; category indices lie below `categories`.
+/// Reads what write_sample wrote. Throws malformed_bytes; category indices lie below `categories`,
+/// all places within the sample.
 PreparedSample read_sample(core::ByteReader& reader, std::uint32_t categories);
 
 }  // namespace telvar::ocr

@@ -56,10 +56,7 @@ SampleRefs Job::refs(bool with_held_back) const {
 std::vector<int> positions(const std::vector<std::string>& from,
                            const std::vector<std::string>& to) {
   std::vector<int> result;
-  for (const std::string& category : from) {
-    result.push_back(
-        static_cast<int>(std::lower_bound(to.begin(), to.end(), category) - to.begin()));
-  }
+  for (const std::string& category : from) result.push_back(index_of(category, to));
   return result;
 }
 

@@ -1,24 +1,15 @@
 #include "ocr/reading_scale.h"
 
-#include <algorithm>
-#include <charconv>
 #include <cmath>
 
+#include "ocr/number_text.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::ocr {
-namespace {
-
-std::string digits(float value) {
-  char text[32];
-  return {text, std::to_chars(text, text + sizeof text, value).ptr};
-}
-
-}  // namespace
 
 void check_nominal_size(const NominalSize& size, const std::string& subject) {
   const auto check = [&](const char* side, float value) {
-    const std::string what = subject + ": the character " + side + " of " + digits(value);
+    const std::string what = subject + ": the character " + side + " of " + text_of(value);
     if (!std::isfinite(value)) throw types::invalid_parameters(what + " pixels is not finite");
     if (value < kMinNominalSide || value > kMaxNominalSide) {
       throw types::invalid_parameters(what + " pixels must lie in 4..4096 pixels");
@@ -29,7 +20,7 @@ void check_nominal_size(const NominalSize& size, const std::string& subject) {
   const float ratio = size.width / size.height;
   if (ratio > kMaxNominalAspect || ratio < 1 / kMaxNominalAspect) {
     throw types::invalid_parameters(subject + ": the character width and height, " +
-                                    digits(size.width) + " x " + digits(size.height) +
+                                    text_of(size.width) + " x " + text_of(size.height) +
                                     " pixels, differ more than 8-fold");
   }
 }

@@ -52,7 +52,10 @@ Request take_in(const std::string& artifact, const std::string& dataset,
   check_parameters(parameters);
   Request request;
   request.dataset = reader::read_dataset(dataset);
-  if (!artifact.empty()) request.previous = reader::read_reader_state(artifact);
+  if (!artifact.empty()) {
+    const core::LibraryThreadScope scope;
+    request.previous = reader::read_reader_state(artifact);
+  }
   for (const auto& sample : request.dataset.samples) request.labels += sample.labels.size();
   if (request.labels < reader::kMinLabels) {
     throw types::insufficient_number_of_samples(

@@ -59,6 +59,13 @@ TEST(ReaderErrors, OfDataSets) {
       "2 labelled characters, at least 3");
   expect_untrainable<types::insufficient_number_of_samples>([](auto& d) { d.clear_samples(); },
                                                             "0 labelled characters");
+  expect_untrainable<types::invalid_dataset>(
+      [](auto& d) {
+        for (int i = 0; i < 65536; ++i) {
+          *sample(d).add_characters() = sample(d).characters(0);
+        }
+      },
+      "sample 'page' has 65548 labels, at most 65536");
   expect_untrainable<types::invalid_dataset>([](auto& d) { d.clear_categories(); },
                                              "not among the data set's categories");
 }
@@ -73,6 +80,7 @@ TEST(ReaderErrors, OfLabels) {
   expect_untrainable<types::invalid_label>(place(kNotANumber, 5), "sample 'page', label 3");
   expect_untrainable<types::invalid_label>(place(5, 1e6f), "label 3: (5, 1e+06) lies outside");
   expect_untrainable<types::invalid_label>(place(-1, 5), "outside the region of 170 x 98 pixels");
+  expect_untrainable<types::invalid_label>(place(169.6f, 5), "(169.6, 5) lies outside");
   expect_untrainable<types::invalid_label>(
       [](auto& d) { sample(d).mutable_characters(3)->clear_category_id(); }, "no category");
 }

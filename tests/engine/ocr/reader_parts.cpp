@@ -4,11 +4,14 @@
 
 #include <cmath>
 
+#include "core/train_cache_store.h"
 #include "ocr/contrast.h"
+#include "ocr/dataset.h"
 #include "ocr/decoding.h"
 #include "ocr/exemplar_limits.h"
 #include "ocr/exemplars.h"
 #include "ocr/targets.h"
+#include "reader_pages.h"
 
 namespace telvar::ocr {
 namespace {
@@ -125,6 +128,29 @@ TEST(Exemplars, ShowEveryCategoryWithinTheLimit) {
     for (const PreparedLabel& label : exemplar.labels) rare += label.category == 1;
   }
   EXPECT_GE(rare, 10) << "all of the rare category";
+}
+
+TEST(Exemplars, ShowLabelsOnTheEdgesOfTheRegionOnce) {
+  test::Page page = test::draw_page(1);
+  const auto right = float(page.image.layout[0]) - 0.5f, foot = float(page.image.layout[1]) - 0.5f;
+  page.characters = {{"A", right, foot, 0}, {"A", -0.5f, -0.5f, 0}};
+  test::PageSet set;
+  set.add("page", page);
+  const LabelledDataset dataset = read_dataset(set.dataset());
+  core::TrainCacheStore none(core::Tool::kOcr, false, 0);
+  core::CacheSession session(none);
+  PreparedSample sample =
+      load_sample(dataset.samples[0], dataset.size, dataset.categories, set.loader(), session);
+  const auto shown = [&] {
+    core::Random random({1});
+    std::size_t labels = 0;
+    const auto exemplars = choose_exemplars({&sample}, 1, random);
+    for (const PreparedSample& exemplar : exemplars) labels += exemplar.labels.size();
+    return std::pair(exemplars.size(), labels);
+  };
+  EXPECT_EQ(shown(), std::pair(std::size_t{2}, std::size_t{2}));
+  sample.labels[0].x = float(sample.width);
+  EXPECT_EQ(shown().first, 2u) << "outside its own cut-out";
 }
 
 }  // namespace

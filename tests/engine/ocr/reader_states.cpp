@@ -118,6 +118,24 @@ TEST(ReaderArtifact, IsRefusedWhenItsChecksumHoldsButItsValuesDoNot) {
   }
 }
 
+TEST(ReaderArtifact, IsRefusedWhenAnExemplarsLabelLiesOutsideIt) {
+  const auto changed = [](const auto& change) {
+    ocr::ReaderState state = ocr::read_reader_state(artifact());
+    ocr::PreparedSample& exemplar = state.exemplars.at(0);
+    exemplar.unlabelled = {{0, 5, 5}};
+    change(exemplar);
+    return ocr::write_reader_state(state);
+  };
+  EXPECT_NO_THROW(ocr::read_reader_state(changed([](const auto&) {})));
+  for (const float place : {3e38f, -2147483648.0f, -0.6f, float(ocr::kExemplarWidth) - 0.5f}) {
+    const std::string what = std::to_string(place);
+    expect_refused<types::invalid_training_artifact>(
+        changed([=](auto& exemplar) { exemplar.labels.at(0).x = place; }), "label x " + what);
+    expect_refused<types::invalid_training_artifact>(
+        changed([=](auto& exemplar) { exemplar.unlabelled[0].y = place; }), "place y " + what);
+  }
+}
+
 TEST(ReaderCache, ComesBackFromAStreamAndReportsATroubledOne) {
   const auto cache = qv::ocr::TrainCache::create(~0ull);
   std::stringstream stream;
