@@ -8,6 +8,7 @@
 
 #include "app/errors.h"
 #include "app/text.h"
+#include "files/input.h"
 #include "files/output.h"
 
 namespace telvar_host {
@@ -94,6 +95,10 @@ std::string serialised(const StateFile& state) {
   return bytes + state.artifact + state.train_cache;
 }
 
+std::size_t serialised_size(const StateFile& state) {
+  return kHeader + state.artifact.size() + state.train_cache.size();
+}
+
 StateFile parse_state(std::string_view bytes, const std::string& name) {
   check_header(bytes, name);
   const auto tool = number_at<std::uint32_t>(bytes, 12);
@@ -125,7 +130,15 @@ StateFile parse_state(std::string_view bytes, const std::string& name) {
 }
 
 StateFile read_state(const std::filesystem::path& path) {
-  return parse_state(read_file(path), utf8(path));
+  InputFile file(path);
+  auto bytes = file.read(kHeader);
+  check_header(bytes, utf8(path));
+  const auto artifact = number_at<std::uint64_t>(bytes, 24);
+  const auto cache = number_at<std::uint64_t>(bytes, 40);
+  constexpr std::uint64_t kLimit = std::uint64_t{1} << 34;
+  // One byte more than announced shows that there are more.
+  if (artifact < kLimit && cache < kLimit) bytes += file.read(artifact + cache + 1);
+  return parse_state(bytes, utf8(path));
 }
 
 void write_state(const std::filesystem::path& path, const StateFile& state, bool force) {

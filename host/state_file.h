@@ -32,12 +32,15 @@ struct StateFile {
 };
 
 std::string serialised(const StateFile& state);
+// Bytes of the file.
+std::size_t serialised_size(const StateFile& state);
 
 // Throws data_error "NAME: ..." saying which part is damaged: the magic, the version, the header,
 // the tool, the size, the length of the file, the artifact or the train cache. Nothing is allocated
 // before the lengths agree with the bytes there are.
 StateFile parse_state(std::string_view bytes, const std::string& name);
 
+// The header is checked before the rest is read. Artifact and train cache are below 16 GiB each.
 StateFile read_state(const std::filesystem::path& path);
 void write_state(const std::filesystem::path& path, const StateFile& state, bool force);
 

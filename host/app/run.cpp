@@ -57,7 +57,7 @@ void report_error(bool json, int code, const std::string& message) {
     const Json error = {{"code", code}, {"kind", kind_name(code)}, {"message", message}};
     print(stdout, dumped(Json{{"error", error}}) + "\n");
   } else {
-    print(stderr, "telvar: " + message + "\n");
+    print(own_stderr(), "telvar: " + message + "\n");
   }
 }
 
@@ -101,6 +101,15 @@ void refuse_empty_value(const std::string& argument) {
   if (argument.compare(0, 2, "--") == 0 && equals == argument.size() - 1) {
     throw CLI::ValidationError(argument.substr(0, equals), "must not be empty");
   }
+}
+
+// CLI11 asks for a command first, even where one was meant and misspelt.
+std::string explained(const CLI::App& app, const CLI::ParseError& error) {
+  const auto unknown = app.remaining();
+  const std::string hint = "; telvar --help lists the commands";
+  if (!app.get_subcommands().empty()) return error.what();
+  if (!unknown.empty()) return "'" + unknown.front() + "' is no command" + hint;
+  return error.what() + hint;
 }
 
 int guarded(const Command& command, const GlobalOptions& options) {
@@ -152,6 +161,7 @@ int run(const std::vector<std::string>& arguments) {
       "--library", options.library,
       "The TelvarWrappers library; otherwise looked for beside the program, in ../lib, and by "
       "the system's rules");
+  app.set_version_flag("--version", TELVAR_HOST_VERSION, "Print the program's version and exit");
   app.require_subcommand(1);
   app.fallthrough();
   Command command;
@@ -164,13 +174,18 @@ int run(const std::vector<std::string>& arguments) {
     if (!reversed.empty()) reversed.pop_back();  // the program's name
     app.parse(reversed);
     refuse_useless_library(app, options);
+  } catch (const CLI::CallForVersion&) {
+    Outcome version;
+    version.text = "telvar " TELVAR_HOST_VERSION "\n";
+    version.json["version"] = TELVAR_HOST_VERSION;
+    return show(version, options.json);
   } catch (const CLI::CallForHelp&) {
     Outcome help;
     help.text = app.help();
     help.json["help"] = help.text;
     return show(help, options.json);
   } catch (const CLI::ParseError& error) {
-    return fail(options.json, ExitCode::kUsage, error.what());
+    return fail(options.json, ExitCode::kUsage, explained(app, error));
   }
   return guarded(command, options);
 }

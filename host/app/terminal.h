@@ -1,12 +1,26 @@
 // The terminal and the command line of the platform.
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
 namespace telvar_host {
 
 bool stderr_is_terminal();
+
+// Standard error for the program's own texts: not affected by `SilencedLibraries`.
+std::FILE* own_stderr();
+
+// While one is alive, what libraries print on standard error is lost. Picture decoders print there
+// what their results say as well. One at a time.
+class SilencedLibraries {
+ public:
+  SilencedLibraries();
+  ~SilencedLibraries();
+  SilencedLibraries(const SilencedLibraries&) = delete;
+  SilencedLibraries& operator=(const SilencedLibraries&) = delete;
+};
 
 // Makes standard output take bytes as they are (UTF-8, no line end translation).
 void prepare_console();

@@ -118,14 +118,12 @@ std::size_t display_width(std::string_view utf8) {
 
 std::string padded(std::string_view text, std::size_t width) {
   std::string out;
-  std::size_t used = 0;
-  while (!text.empty() && used < width) {
-    const auto length = sequence_length(text) == 0 ? 1 : sequence_length(text);
-    out.append(text.substr(0, length));
-    text.remove_prefix(length);
-    ++used;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    out += byte < 0x20 || byte == 0x7F ? "\xEF\xBF\xBD" : std::string(1, c);
   }
-  return out.append(width - used, ' ');
+  const auto used = display_width(out);
+  return used < width ? out.append(width - used, ' ') : out;
 }
 
 std::string html_escaped(std::string_view text) {

@@ -28,7 +28,8 @@ std::u32string code_points(std::string_view utf8);
 std::string utf8_of(char32_t point);
 // The number of UTF-8 code points, for column widths.
 std::size_t display_width(std::string_view utf8);
-// `text` cut or padded with spaces to `width` code points.
+// `text` with spaces up to `width` code points, for a column of a table: longer text stays whole,
+// control characters (a line end in a name) become U+FFFD.
 std::string padded(std::string_view text, std::size_t width);
 
 std::string html_escaped(std::string_view text);

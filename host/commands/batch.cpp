@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <memory>
 
 #include "app/text.h"
@@ -6,7 +7,6 @@
 #include "commands/commands.h"
 #include "datasets/layout.h"
 #include "files/output.h"
-#include "images/read_image.h"
 #include "state_file.h"
 
 namespace fs = std::filesystem;
@@ -42,11 +42,26 @@ Shard parse_shard(const std::string& text) {
   return {static_cast<std::size_t>(*index), static_cast<std::size_t>(*count)};
 }
 
-// The pictures of a folder; of a segmenter's data set only images/, not the masks.
+// Of a segmenter's data set, or a part of it, only images/, not the masks.
+std::vector<fs::path> picture_folders(const fs::path& folder) {
+  std::vector<fs::path> folders;
+  for (const auto& part : parts_for(folder, Purpose::kAll)) {
+    if (!is_folder(part.folder / "images") || !is_folder(part.folder / "masks")) return {folder};
+    folders.push_back(part.folder / "images");
+  }
+  return folders;
+}
+
 std::vector<BatchItem> items_in(const fs::path& folder, const Shard& shard) {
-  if (!fs::is_directory(folder)) throw data_error(utf8(folder) + ": no such folder");
-  const bool has_masks = fs::is_directory(folder / "images") && fs::is_directory(folder / "masks");
-  const auto files = pictures_below(has_masks ? folder / "images" : folder);
+  require_folder(folder);
+  Problems problems;
+  std::vector<fs::path> files;
+  for (const auto& below : picture_folders(folder)) {
+    const auto pictures = pictures_below(below, problems);
+    files.insert(files.end(), pictures.begin(), pictures.end());
+  }
+  problems.throw_if_any();
+  std::sort(files.begin(), files.end());
   if (files.empty()) throw data_error(utf8(folder) + ": holds no pictures");
   std::vector<BatchItem> items;
   for (std::size_t i = shard.index - 1; i < files.size(); i += shard.count) {

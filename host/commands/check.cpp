@@ -25,16 +25,32 @@ Audit audit(ToolKind tool, const std::filesystem::path& data, Progress& progress
   return audit_segmenter(data, progress);
 }
 
+std::string lines_of(const Problems& problems) {
+  std::string text;
+  for (const auto& problem : problems.list())
+    text += "  " + problem.path + ": " + problem.why + "\n";
+  return text;
+}
+
 std::string text_of(const Audit& found) {
-  std::string text = std::to_string(found.images) + " pictures\n";
+  std::string text = counted(found.images, "picture") + "\n";
   for (const auto& [category, count] : found.counts) {
     text += "  " + padded(category, 24) + " " + std::to_string(count) + "\n";
   }
-  if (found.problems.empty()) return text + "no problems found\n";
-  text += std::to_string(found.problems.list().size()) + " problems:\n";
-  for (const auto& problem : found.problems.list())
-    text += "  " + problem.path + ": " + problem.why + "\n";
+  const auto& problems = found.problems;
+  text +=
+      problems.empty() ? "no problems found\n" : counted(problems.list().size(), "problem") + ":\n";
+  text += lines_of(problems);
+  if (!found.unused.empty()) text += "not used:\n" + lines_of(found.unused);
   return text;
+}
+
+Json json_of(const Problems& problems) {
+  auto list = Json::array();
+  for (const auto& problem : problems.list()) {
+    list.push_back({{"path", problem.path}, {"kind", problem.kind}, {"why", problem.why}});
+  }
+  return list;
 }
 
 Outcome check(const Options& options, Session& session) {
@@ -47,11 +63,8 @@ Outcome check(const Options& options, Session& session) {
   outcome.json["ok"] = found.problems.empty();
   outcome.json["images"] = found.images;
   outcome.json["counts"] = found.counts;
-  outcome.json["problems"] = Json::array();
-  for (const auto& problem : found.problems.list()) {
-    outcome.json["problems"].push_back(
-        {{"path", problem.path}, {"kind", problem.kind}, {"why", problem.why}});
-  }
+  outcome.json["problems"] = json_of(found.problems);
+  outcome.json["unused"] = json_of(found.unused);
   outcome.text = text_of(found);
   outcome.code = found.problems.empty() ? ExitCode::kOk : ExitCode::kBadData;
   return outcome;

@@ -6,6 +6,7 @@
 #include "commands/commands.h"
 #include "convert/annotations.h"
 #include "datasets/layout.h"
+#include "files/input.h"
 #include "files/output.h"
 
 namespace fs = std::filesystem;
@@ -35,7 +36,7 @@ std::vector<AnnotatedPicture> read_labelme(const Options& options) {
         "--images does not apply to labelme files, which name their pictures themselves");
   }
   const auto folder = path_from_utf8(options.labels);
-  if (!fs::is_directory(folder)) throw data_error(options.labels + ": no such folder");
+  require_folder(folder);
   std::vector<fs::path> files;
   for (const auto& entry : fs::directory_iterator(folder)) {
     if (entry.path().extension() == ".json") files.push_back(entry.path());
@@ -65,7 +66,7 @@ Outcome convert(const Options& options) {
   Outcome outcome;
   outcome.json = {{"out", options.out}, {"images", pictures.size()}};
   outcome.text =
-      std::to_string(pictures.size()) + " pictures with their labels in " + options.out + "\n";
+      counted(pictures.size(), "picture") + " with labels in " + options.out + "\n";
   return outcome;
 }
 

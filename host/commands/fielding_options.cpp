@@ -4,7 +4,7 @@
 
 #include "app/text.h"
 #include "datasets/json_reader.h"
-#include "files/output.h"
+#include "files/input.h"
 
 namespace telvar_host {
 namespace {

@@ -3,21 +3,19 @@
 
 #include "app/text.h"
 #include "commands/commands.h"
-#include "files/output.h"
 #include "state_file.h"
 
 namespace telvar_host {
 namespace {
 
 Outcome inspect(const std::string& file) {
-  const auto bytes = read_file(path_from_utf8(file));
-  const auto state = parse_state(bytes, file);
+  const auto state = read_state(path_from_utf8(file));
   Outcome outcome;
   auto& json = outcome.json;
   json["state"] = file;
   json["tool"] = tool_name(state.tool);
   json["format_version"] = 1;
-  json["bytes"] = bytes.size();
+  json["bytes"] = serialised_size(state);
   if (state.tool == ToolKind::kOcr) json["size"] = {state.size.width, state.size.height};
   json["artifact_bytes"] = state.artifact.size();
   json["train_cache_bytes"] = state.train_cache.size();

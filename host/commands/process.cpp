@@ -52,7 +52,8 @@ class PictureWriter {
  public:
   explicit PictureWriter(OutputFolder& out) : out_(out) {}
 
-  void write(const ProcessedItem& item, const std::string& image) {
+  // Returns the names.
+  Json write(const ProcessedItem& item, const std::string& image) {
     std::vector<std::pair<std::string, cv::Mat>> pictures = {{".png", item.annotated}};
     for (const auto& [category, picture] : item.maps)
       pictures.emplace_back("." + categories_.of(category) + ".png", picture);
@@ -61,11 +62,16 @@ class PictureWriter {
     const auto taken = [&](const auto& entry) { return used_.count(name + entry.first) != 0; };
     for (int number = 2; std::any_of(pictures.begin(), pictures.end(), taken); ++number)
       name = stem + "-" + std::to_string(number);
+    auto names = Json::array();
     for (const auto& [ending, picture] : pictures) {
       used_.insert(name + ending);
       out_.write(path_from_utf8(name + ending), encoded(picture, ".png"));
+      names.push_back(name + ending);
     }
+    return names;
   }
+
+  bool empty() const { return used_.empty(); }
 
  private:
   OutputFolder& out_;
@@ -92,12 +98,12 @@ Outcome process(const Options& options, Session& session) {
     session.progress.step();
     auto item = processed(*processor, image);
     if (item.failed()) outcome.code = std::max(outcome.code, item.code);
-    if (writer && !item.failed()) writer->write(item, image);
+    if (writer && !item.failed()) item.json["pictures"] = writer->write(item, image);
     outcome.text += item.text;
     outcome.json["images"].push_back(std::move(item.json));
   }
   session.progress.finish();
-  if (out) {
+  if (out && !writer->empty()) {
     out->commit();
     outcome.json["out"] = options.out;
     outcome.text += "annotated pictures in " + options.out + "\n";

@@ -8,9 +8,15 @@
 #include "app/text.h"
 #include "images/annotate.h"
 #include "images/read_image.h"
+#include "tools/classifier_tool.h"
+#include "tools/segmenter_tool.h"
 
 namespace telvar_host {
 namespace {
+
+std::string with_percent(const std::string& name, double share) {
+  return name + "  " + fixed(100 * share, 1) + " %";
+}
 
 class ClassifierProcessor : public Processor {
  public:
@@ -30,7 +36,8 @@ class ClassifierProcessor : public Processor {
       item.text +=
           "  " + padded(scores[i].categoryId, 24) + " " + fixed(100 * scores[i].score, 1) + " %\n";
     }
-    item.annotated = drawn_category(picture, best);
+    item.annotated = captioned(drawn_large(picture),
+                               {{with_percent(best.categoryId, best.score), category_colour(0)}});
     return item;
   }
 
@@ -47,6 +54,7 @@ class SegmenterProcessor : public Processor {
     ProcessedItem item;
     item.maps = tool_.process(picture, settings_.region);
     item.json["categories"] = Json::object();
+    std::vector<Caption> captions;
     for (const auto& [category, probability] : item.maps) {
       const cv::Mat found = probability >= 128;
       const auto pixels = cv::countNonZero(found);
@@ -56,8 +64,9 @@ class SegmenterProcessor : public Processor {
                                            {"mean_probability", cv::mean(probability)[0] / 255}};
       item.text += "  " + padded(category, 24) + " " + std::to_string(pixels) + " pixels, " +
                    fixed(100 * share, 2) + " %\n";
+      captions.push_back({with_percent(category, share), category_colour(captions.size())});
     }
-    item.annotated = drawn_segments(picture, item.maps, settings_.region);
+    item.annotated = captioned(drawn_segments(picture, item.maps, settings_.region), captions);
     return item;
   }
 
@@ -83,14 +92,17 @@ class ReaderProcessor : public Processor {
     item.json["lowest_score"] = reading.lowest_score;
     item.json["characters"] = characters_json(reading);
     item.json["lines"] = Json::array();
+    std::vector<Caption> captions;
     for (const auto& line : reading.lines) {
       item.json["lines"].push_back({{"text", line.text}, {"characters", line.characters}});
       item.text +=
           "  " + padded(fixed(100 * lowest(reading, line), 0) + " %", 6) + line.text + "\n";
+      captions.push_back({line.text, category_colour(captions.size())});
     }
     if (reading.lines.empty()) item.text = "  nothing read\n";
     if (!reading.pattern.empty()) item.text += "  pattern " + reading.pattern + "\n";
-    item.annotated = drawn_reading(picture, reading, settings_.region, settings_.size);
+    item.annotated =
+        captioned(drawn_reading(picture, reading, settings_.region, settings_.size), captions);
     return item;
   }
 
@@ -127,13 +139,19 @@ ProcessedItem failed_item(ExitCode code, const std::string& why) {
   return item;
 }
 
+// The item already says which file it is about.
+std::string without_prefix(const std::string& text, const std::string& prefix) {
+  return text.compare(0, prefix.size(), prefix) == 0 ? text.substr(prefix.size()) : text;
+}
+
 ProcessedItem attempt(Processor& processor, const std::string& image) {
   namespace Wrapper = Orbalt::TelvarWrapper;
+  const auto path = path_from_utf8(image);
   try {
-    return processor.process(read_picture(path_from_utf8(image)));
+    return processor.process(read_picture(path));
   } catch (const HostError& error) {
     if (error.code() != ExitCode::kBadData) throw;
-    return failed_item(ExitCode::kBadData, error.what());
+    return failed_item(ExitCode::kBadData, without_prefix(error.what(), utf8(path) + ": "));
   } catch (const Wrapper::InvalidTrainingArtifactException&) {
     throw;  // true of every picture
   } catch (const Wrapper::UnsupportedTrainingArtifactVersionException&) {

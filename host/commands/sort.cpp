@@ -7,7 +7,7 @@
 #include "app/text.h"
 #include "commands/commands.h"
 #include "datasets/tables.h"
-#include "files/output.h"
+#include "files/input.h"
 #include "tools/reader_tool.h"
 
 namespace telvar_host {

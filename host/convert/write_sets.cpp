@@ -9,6 +9,7 @@
 #include "commands/process_items.h"
 #include "convert/annotations.h"
 #include "datasets/ocr_labels.h"
+#include "files/input.h"
 #include "images/read_image.h"
 
 namespace fs = std::filesystem;
@@ -67,6 +68,13 @@ void fill_shape(cv::Mat& mask, const Shape& shape, const std::string& file) {
   fill_runs(mask, shape, file);
 }
 
+void require_any_label(const std::vector<AnnotatedPicture>& pictures) {
+  for (const auto& picture : pictures) {
+    if (!picture.shapes.empty()) return;
+  }
+  throw data_error(utf8(pictures.front().file) + ": has no labels, nor has any other picture");
+}
+
 void require_labels(const AnnotatedPicture& picture) {
   for (const auto& shape : picture.shapes) {
     if (trimmed(shape.category).empty()) {
@@ -100,9 +108,19 @@ std::string unique_name(const fs::path& file, std::set<std::string>& used) {
   return stem;
 }
 
+// Returns where in `out` the picture is.
+fs::path copy_picture(const fs::path& file, const cv::Mat& pixels, const std::string& target,
+                      OutputFolder& out) {
+  const bool kept = has_picture_name(file);
+  const auto copy = path_from_utf8(target + (kept ? file.extension().u8string() : ".png"));
+  out.write(copy, kept ? read_file(file) : encoded(pixels, ".png"));
+  return copy;
+}
+
 }  // namespace
 
 void write_segmenter_set(const std::vector<AnnotatedPicture>& pictures, OutputFolder& out) {
+  require_any_label(pictures);
   std::set<std::string> used;
   MaskFolders folders;
   for (const auto& picture : pictures) {
@@ -115,8 +133,7 @@ void write_segmenter_set(const std::vector<AnnotatedPicture>& pictures, OutputFo
       if (mask.empty()) mask = cv::Mat::zeros(pixels.size(), CV_8U);
       fill_shape(mask, shape, utf8(picture.file));
     }
-    out.write(path_from_utf8("images/" + name + picture.file.extension().u8string()),
-              read_file(picture.file));
+    copy_picture(picture.file, pixels, "images/" + name, out);
     for (const auto& [category, mask] : masks) {
       out.write(path_from_utf8(folders.of(category, picture.file) + name + ".png"),
                 encoded(mask, ".png"));
@@ -125,14 +142,14 @@ void write_segmenter_set(const std::vector<AnnotatedPicture>& pictures, OutputFo
 }
 
 void write_reader_set(const std::vector<AnnotatedPicture>& pictures, OutputFolder& out) {
+  require_any_label(pictures);
   std::set<std::string> used;
   OcrData data;
   for (const auto& picture : pictures) {
     require_labels(picture);
-    read_picture(picture.file);
+    const auto pixels = read_picture(picture.file);
     OcrItem item;
-    item.file =
-        path_from_utf8(unique_name(picture.file, used) + picture.file.extension().u8string());
+    item.file = copy_picture(picture.file, pixels, unique_name(picture.file, used), out);
     for (const auto& shape : picture.shapes) {
       if (!shape.box) {
         throw data_error(utf8(picture.file) + ": a label '" + shape.category + "' has no box");
@@ -142,7 +159,6 @@ void write_reader_set(const std::vector<AnnotatedPicture>& pictures, OutputFolde
                                  box.y + box.height / 2 - (box.height > 0 ? 0.5 : 0),
                                  shape.category});
     }
-    out.write(item.file, read_file(picture.file));
     data.items.push_back(std::move(item));
   }
   out.write("labels.json", labels_json(data, ""));

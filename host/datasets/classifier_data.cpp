@@ -6,8 +6,7 @@
 #include "app/errors.h"
 #include "app/text.h"
 #include "datasets/tables.h"
-#include "files/output.h"
-#include "images/read_image.h"
+#include "files/input.h"
 
 namespace fs = std::filesystem;
 
@@ -18,7 +17,7 @@ bool is_header(const Row& row) {
   return row.size() == 2 && trimmed(row[0]) == "file" && trimmed(row[1]) == "category";
 }
 
-void read_list(const fs::path& list, const fs::path& root, ClassifierData& data,
+void read_list(const fs::path& list, const fs::path& root, bool for_training, ClassifierData& data,
                Problems& problems) {
   const auto rows = parse_csv(read_file(list), utf8(list));
   std::set<std::string> seen;
@@ -26,8 +25,8 @@ void read_list(const fs::path& list, const fs::path& root, ClassifierData& data,
     if (i == 0 && is_header(rows[i])) continue;
     if (rows[i].size() != 2) {
       problems.add(utf8(list), "malformed",
-                   "record " + std::to_string(i + 1) + " has " + std::to_string(rows[i].size()) +
-                       " fields; expected file,category");
+                   "record " + std::to_string(i + 1) + " has " + counted(rows[i].size(), "field") +
+                       "; expected file,category");
       continue;
     }
     const auto file = list.parent_path() / path_from_utf8(rows[i][0]);
@@ -35,23 +34,27 @@ void read_list(const fs::path& list, const fs::path& root, ClassifierData& data,
     const auto category = trimmed(rows[i][1]);
     if (category.empty()) {
       problems.add(utf8(file), "empty_label", "has an empty category in " + utf8(list));
-    } else if (!fs::is_regular_file(file)) {
+    } else if (!is_file(file)) {
       problems.add(utf8(file), "missing", "is listed in " + utf8(list) + " but does not exist");
     } else if (!seen.insert(id).second) {
       problems.add(utf8(file), "duplicate", "is listed twice in " + utf8(list));
     } else {
-      data.items.push_back({id, file, category});
+      data.items.push_back({id, file, category, for_training});
     }
   }
 }
 
-void read_folders(const fs::path& folder, const fs::path& root, ClassifierData& data,
+void read_folders(const Part& part, const fs::path& root, ClassifierData& data,
                   Problems& problems) {
-  for (const auto& category : folders_in(folder)) {
-    const auto pictures = pictures_below(category);
-    if (pictures.empty()) problems.add(utf8(category), "empty_category", "holds no pictures");
+  for (const auto& category : entries_in(part.folder, problems).folders) {
+    const auto found = problems.list().size();
+    const auto pictures = pictures_below(category, problems);
+    const bool whole = problems.list().size() == found;
+    if (whole && pictures.empty())
+      problems.add(utf8(category), "empty_category", "holds no pictures");
     for (const auto& file : pictures) {
-      data.items.push_back({identifier(file, root), file, category.filename().u8string()});
+      data.items.push_back(
+          {identifier(file, root), file, category.filename().u8string(), part.for_training});
     }
   }
 }
@@ -61,10 +64,11 @@ void read_folders(const fs::path& folder, const fs::path& root, ClassifierData& 
 ClassifierData read_classifier_data(const fs::path& source, Purpose purpose, Problems& problems) {
   ClassifierData data;
   for (const auto& part : parts_for(source, purpose)) {
-    if (fs::is_regular_file(part)) {
-      read_list(part, part.parent_path(), data, problems);
-    } else if (fs::exists(part / "labels.csv")) {
-      read_list(part / "labels.csv", source, data, problems);
+    const auto list = part.folder / "labels.csv";
+    if (is_file(part.folder)) {
+      read_list(part.folder, part.folder.parent_path(), true, data, problems);
+    } else if (is_file(list)) {
+      read_list(list, source, part.for_training, data, problems);
     } else {
       read_folders(part, source, data, problems);
     }

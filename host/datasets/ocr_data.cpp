@@ -6,7 +6,7 @@
 #include "app/errors.h"
 #include "app/text.h"
 #include "datasets/ocr_labels.h"
-#include "files/output.h"
+#include "files/input.h"
 
 namespace fs = std::filesystem;
 
@@ -36,11 +36,11 @@ void check_marks(OcrItem& item, Problems& problems) {
 }
 
 OcrData read_part(const fs::path& part) {
-  if (fs::exists(part / "labels.json")) {
+  if (is_file(part / "labels.json")) {
     return parse_labels_json(read_file(part / "labels.json", 1U << 30), utf8(part / "labels.json"),
                              part);
   }
-  if (fs::exists(part / "chars.tsv")) return read_label_tables(part);
+  if (is_file(part / "chars.tsv")) return read_label_tables(part);
   throw data_error(utf8(part) + ": has neither labels.json nor chars.tsv");
 }
 
@@ -60,18 +60,19 @@ OcrData read_ocr_data(const fs::path& folder, Purpose purpose, Problems& problem
   OcrData data;
   std::map<std::string, int> uses;
   for (const auto& part : parts_for(folder, purpose)) {
-    if (!fs::is_directory(part)) throw data_error(utf8(part) + ": is a file, not a folder");
-    auto read = read_part(part);
-    require_same_size(data.size, read.size, part);
+    require_folder(part.folder);
+    auto read = read_part(part.folder);
+    require_same_size(data.size, read.size, part.folder);
     if (read.size.is_set()) data.size = read.size;
     for (auto& item : read.items) {
-      if (!fs::is_regular_file(item.file)) {
+      if (!is_file(item.file)) {
         problems.add(utf8(item.file), "missing", "is labelled but does not exist");
         continue;
       }
       item.id = identifier(item.file, folder);
       const int use = ++uses[item.id];
       if (use > 1) item.id += "#" + std::to_string(use);
+      item.for_training = part.for_training;
       check_marks(item, problems);
       data.items.push_back(std::move(item));
     }
@@ -81,14 +82,18 @@ OcrData read_ocr_data(const fs::path& folder, Purpose purpose, Problems& problem
   return data;
 }
 
-NominalSize parse_size(const std::string& text) {
+std::optional<NominalSize> size_from(const std::string& text) {
   const auto parts = split(text, 'x');
   const auto width = parts.size() == 2 ? parse_number(parts[0]) : std::nullopt;
   const auto height = parts.size() == 2 ? parse_number(parts[1]) : std::nullopt;
-  if (!width || !height || *width <= 0 || *height <= 0 || *width > 1e6 || *height > 1e6) {
-    throw usage_error("--size " + text + ": expected WxH, two numbers above 0");
-  }
-  return {static_cast<float>(*width), static_cast<float>(*height)};
+  if (!width || !height || *width <= 0 || *height <= 0 || *width > 1e6 || *height > 1e6) return {};
+  return NominalSize{static_cast<float>(*width), static_cast<float>(*height)};
+}
+
+NominalSize parse_size(const std::string& text) {
+  const auto size = size_from(text);
+  if (!size) throw usage_error("--size " + text + ": expected WxH, two numbers above 0");
+  return *size;
 }
 
 }  // namespace telvar_host

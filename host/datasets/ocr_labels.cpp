@@ -8,8 +8,7 @@
 #include "app/text.h"
 #include "datasets/json_reader.h"
 #include "datasets/tables.h"
-#include "files/output.h"
-#include "images/read_image.h"
+#include "files/input.h"
 
 namespace fs = std::filesystem;
 
@@ -17,6 +16,7 @@ namespace telvar_host {
 namespace {
 
 NominalSize read_size(const JsonValue& value) {
+  if (value.size() != 2) throw value.error("expected [w, h]");
   const NominalSize size{static_cast<float>(value.at(0).number()),
                          static_cast<float>(value.at(1).number())};
   if (!size.is_set() || size.width > 1e6F || size.height > 1e6F) {
@@ -57,7 +57,7 @@ OcrItem read_item(const JsonValue& value, const fs::path& root) {
 
 CharacterMark read_mark(const NamedTable& table, std::size_t row) {
   const std::string label = table.has("category") ? "category" : "char";
-  CharacterMark mark{0, 0, table.at(row, label)};
+  CharacterMark mark{0, 0, trimmed(table.at(row, label))};
   if (table.has("x0")) {
     // x1 and y1 lie one pixel behind the box.
     mark.x = (table.number(row, "x0") + table.number(row, "x1") - 1) / 2;
@@ -71,12 +71,20 @@ CharacterMark read_mark(const NamedTable& table, std::size_t row) {
 
 // The picture of tables without a column `file`: the only one there is.
 fs::path only_picture(const fs::path& folder) {
-  const auto pictures = pictures_in(folder);
+  Problems lost;
+  const auto pictures = entries_in(folder, lost).pictures;
   if (pictures.size() != 1) {
     throw data_error(utf8(folder) + ": holds " + std::to_string(pictures.size()) +
                      " pictures; chars.tsv needs a column 'file' then");
   }
   return pictures.front();
+}
+
+NominalSize read_size(const fs::path& file) {
+  const auto text = trimmed(read_file(file, 1024));
+  const auto size = size_from(text);
+  if (!size) throw data_error(utf8(file) + ": '" + text + "': expected WxH, two numbers above 0");
+  return *size;
 }
 
 std::string picture_of(const NamedTable& table, std::size_t row, const std::string& only) {
@@ -119,7 +127,7 @@ OcrData read_label_tables(const fs::path& folder) {
   for (std::size_t row = 0; row < characters.rows(); ++row) {
     items[picture_of(characters, row, only)].characters.push_back(read_mark(characters, row));
   }
-  if (fs::exists(folder / "lines.tsv")) {
+  if (is_file(folder / "lines.tsv")) {
     const NamedTable lines(read_file(folder / "lines.tsv", 1U << 28), utf8(folder / "lines.tsv"));
     for (std::size_t row = 0; row < lines.rows(); ++row) {
       items[picture_of(lines, row, only)].lines.push_back(lines.at(row, "text"));
@@ -130,9 +138,7 @@ OcrData read_label_tables(const fs::path& folder) {
     item.partial = has_unmarked_letters(item);
     data.items.push_back(std::move(item));
   }
-  if (fs::exists(folder / "size.txt")) {
-    data.size = parse_size(trimmed(read_file(folder / "size.txt", 1024)));
-  }
+  if (is_file(folder / "size.txt")) data.size = read_size(folder / "size.txt");
   return data;
 }
 

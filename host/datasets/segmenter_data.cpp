@@ -5,7 +5,7 @@
 
 #include "app/errors.h"
 #include "app/text.h"
-#include "files/output.h"
+#include "files/input.h"
 #include "images/read_image.h"
 
 namespace fs = std::filesystem;
@@ -15,9 +15,9 @@ namespace {
 
 using ByStem = std::map<std::string, fs::path>;
 
-ByStem by_stem(const fs::path& folder, Problems& problems) {
+ByStem by_stem(const std::vector<fs::path>& pictures, Problems& problems) {
   ByStem found;
-  for (const auto& file : pictures_in(folder)) {
+  for (const auto& file : pictures) {
     const auto [entry, fresh] = found.emplace(file.stem().u8string(), file);
     if (!fresh) {
       problems.add(utf8(file), "duplicate", "has the same name as " + utf8(entry->second));
@@ -28,7 +28,7 @@ ByStem by_stem(const fs::path& folder, Problems& problems) {
 
 fs::path classes_file(const fs::path& part) {
   for (const auto& candidate : {part / "classes.txt", part.parent_path() / "classes.txt"}) {
-    if (fs::exists(candidate)) return candidate;
+    if (is_file(candidate)) return candidate;
   }
   return {};
 }
@@ -42,12 +42,12 @@ void report_masks_without_picture(const ByStem& masks, const ByStem& pictures, P
 }
 
 // masks/<category>/NAME.png
-void add_category_folders(const fs::path& masks, const ByStem& pictures,
+void add_category_folders(const std::vector<fs::path>& folders, const ByStem& pictures,
                           std::map<std::string, SegmenterItem>& items,
                           std::set<std::string>& categories, Problems& problems) {
-  for (const auto& folder : folders_in(masks)) {
+  for (const auto& folder : folders) {
     const auto category = folder.filename().u8string();
-    const auto files = by_stem(folder, problems);
+    const auto files = by_stem(entries_in(folder, problems).pictures, problems);
     if (files.empty()) {
       problems.add(utf8(folder), "empty_category", "holds no masks");
       continue;
@@ -63,15 +63,14 @@ void add_category_folders(const fs::path& masks, const ByStem& pictures,
 }
 
 // masks/NAME.png with class indexes
-void add_index_masks(const fs::path& masks, const std::map<int, std::string>& classes,
+void add_index_masks(const ByStem& files, const std::map<int, std::string>& classes,
                      const ByStem& pictures, std::map<std::string, SegmenterItem>& items,
                      Problems& problems) {
-  const auto files = by_stem(masks, problems);
   report_masks_without_picture(files, pictures, problems);
   for (auto& [stem, item] : items) {
     const auto mask = files.find(stem);
     if (mask == files.end()) {
-      problems.add(utf8(item.file), "missing_mask", "has no mask " + utf8(masks / (stem + ".png")));
+      problems.add(utf8(item.file), "missing_mask", "has no mask masks/" + stem + ".png");
       continue;
     }
     for (const auto& [index, name] : classes) item.masks[name] = {mask->second, index};
@@ -79,8 +78,9 @@ void add_index_masks(const fs::path& masks, const std::map<int, std::string>& cl
 }
 
 void require_layout(const fs::path& part) {
+  require_folder(part);
   for (const auto* name : {"images", "masks"}) {
-    if (!fs::is_directory(part / name)) {
+    if (!is_folder(part / name)) {
       throw data_error(utf8(part) + ": has no folder " + name +
                        "/; expected images/ with masks/<category>/NAME.png, or masks/NAME.png and "
                        "classes.txt");
@@ -88,22 +88,26 @@ void require_layout(const fs::path& part) {
   }
 }
 
-void read_part(const fs::path& part, const fs::path& root, SegmenterData& data,
+void read_part(const Part& part, const fs::path& root, SegmenterData& data,
                std::set<std::string>& categories, Problems& problems) {
-  require_layout(part);
-  const auto pictures = by_stem(part / "images", problems);
+  require_layout(part.folder);
+  const auto pictures = by_stem(entries_in(part.folder / "images", problems).pictures, problems);
   std::map<std::string, SegmenterItem> items;
-  for (const auto& [stem, file] : pictures) items[stem] = {identifier(file, root), file, {}};
-  if (pictures_in(part / "masks").empty()) {
-    add_category_folders(part / "masks", pictures, items, categories, problems);
+  for (const auto& [stem, file] : pictures) {
+    items[stem] = {identifier(file, root), file, {}, part.for_training};
+  }
+  const auto masks = entries_in(part.folder / "masks", problems);
+  if (masks.pictures.empty()) {
+    add_category_folders(masks.folders, pictures, items, categories, problems);
   } else {
-    const auto classes = classes_file(part);
+    const auto classes = classes_file(part.folder);
     if (classes.empty()) {
-      throw data_error(utf8(part) + ": masks/ holds class indexes but there is no classes.txt");
+      throw data_error(utf8(part.folder) +
+                       ": masks/ holds class indexes but there is no classes.txt");
     }
     data.classes = parse_classes(read_file(classes, 1 << 20), utf8(classes));
     for (const auto& entry : data.classes) categories.insert(entry.second);
-    add_index_masks(part / "masks", data.classes, pictures, items, problems);
+    add_index_masks(by_stem(masks.pictures, problems), data.classes, pictures, items, problems);
   }
   for (auto& entry : items) data.items.push_back(std::move(entry.second));
 }
@@ -119,7 +123,9 @@ SegmenterData read_segmenter_data(const fs::path& source, Purpose purpose, Probl
   if (data.items.empty() && problems.empty()) {
     throw data_error(utf8(source) + ": holds no pictures in images/");
   }
-  if (categories.empty()) throw data_error(utf8(source) + ": masks/ holds no masks");
+  if (categories.empty() && problems.empty()) {
+    throw data_error(utf8(source) + ": masks/ holds no masks");
+  }
   data.categories.assign(categories.begin(), categories.end());
   std::sort(data.items.begin(), data.items.end(),
             [](const auto& a, const auto& b) { return a.id < b.id; });

@@ -2,6 +2,7 @@
 #include "app/text.h"
 #include "datasets/layout.h"
 #include "demo/demo_sets.h"
+#include "files/input.h"
 #include "images/read_image.h"
 
 namespace fs = std::filesystem;
@@ -13,8 +14,11 @@ void write_discs(const DemoSources& sources, const std::string& folder, OutputFo
   const auto labels = sources.labels / "segmenter_discs";
   for (const std::string part : {"train", "test"}) {
     const auto masks = labels / part / "masks";
-    if (!fs::is_directory(masks)) throw data_error(utf8(masks) + ": no such folder");
-    for (const auto& mask : pictures_in(masks)) {
+    require_folder(masks);
+    Problems lost;
+    const auto entries = entries_in(masks, lost);
+    lost.throw_if_any();
+    for (const auto& mask : entries.pictures) {
       const auto name = mask.stem().u8string();
       const auto frame = frames / ("image." + name + ".pgm");
       if (!fs::exists(frame)) {

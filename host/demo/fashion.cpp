@@ -6,6 +6,7 @@
 #include "app/errors.h"
 #include "app/text.h"
 #include "demo/demo_sets.h"
+#include "files/input.h"
 #include "images/read_image.h"
 
 namespace fs = std::filesystem;

@@ -7,6 +7,7 @@
 #include "datasets/ocr_labels.h"
 #include "datasets/tables.h"
 #include "demo/demo_sets.h"
+#include "files/input.h"
 #include "files/run_program.h"
 #include "images/read_image.h"
 

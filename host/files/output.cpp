@@ -2,6 +2,8 @@
 
 #include <fstream>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 #include "app/errors.h"
 #include "app/interrupt.h"
@@ -27,9 +29,13 @@ fs::path resolved_folder(const fs::path& path) {
   return result.has_filename() ? result : result.parent_path();
 }
 
+// Hidden, on the same file system as `path`.
+fs::path temporary_in(const fs::path& folder, const fs::path& path) {
+  return folder / ("." + path.filename().u8string() + ".telvar-" + process_tag());
+}
+
 fs::path temporary_beside(const fs::path& path) {
-  auto name = path.filename();
-  return path.parent_path() / ("." + name.u8string() + ".telvar-" + process_tag());
+  return temporary_in(path.parent_path(), path);
 }
 
 void write_new_file(const fs::path& path, std::string_view bytes) {
@@ -38,6 +44,14 @@ void write_new_file(const fs::path& path, std::string_view bytes) {
   stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   stream.close();
   if (!stream) throw failure("cannot write " + utf8(path) + " (disk full?)");
+}
+
+// Nobody else may read it at any time.
+void write_private_file(const fs::path& path, std::string_view bytes) {
+  write_new_file(path, "");
+  std::error_code refused_by_the_file_system;
+  fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write, refused_by_the_file_system);
+  write_new_file(path, bytes);
 }
 
 void rename_or_throw(const fs::path& from, const fs::path& to) {
@@ -52,32 +66,12 @@ fs::path existing_part(fs::path path) {
   return path;
 }
 
-bool is_empty_folder(const fs::path& path) {
-  return fs::is_directory(path) && fs::is_empty(path);
-}
-
-}  // namespace
-
-std::string read_file(const fs::path& path, std::uintmax_t limit) {
-  std::error_code error;
-  if (!fs::exists(path, error)) throw data_error(utf8(path) + ": no such file");
-  if (fs::is_directory(path, error)) throw data_error(utf8(path) + ": is a folder, not a file");
-  const auto size = fs::file_size(path, error);
-  if (error) throw data_error(utf8(path) + ": cannot be read: " + error.message());
-  if (size > limit) {
-    throw data_error(utf8(path) + ": " + std::to_string(size) + " bytes, more than the limit of " +
-                     std::to_string(limit));
-  }
-  std::ifstream stream(path, std::ios::binary);
-  std::string bytes(static_cast<std::size_t>(size), '\0');
-  stream.read(bytes.data(), static_cast<std::streamsize>(size));
-  if (!stream) throw data_error(utf8(path) + ": cannot be read");
-  return bytes;
-}
-
-void require_writable_file(const fs::path& path, bool force) {
+void require_replaceable(const fs::path& path, bool force) {
   const auto target = resolved(path);
   if (fs::is_directory(target)) throw usage_error(utf8(path) + ": is a folder, not a file");
+  if (fs::exists(target) && !fs::is_regular_file(target)) {
+    throw usage_error(utf8(path) + ": is a device or a pipe, not a file");
+  }
   if (fs::exists(target) && !force) {
     throw usage_error(utf8(path) + ": exists; give --force to replace it");
   }
@@ -86,33 +80,51 @@ void require_writable_file(const fs::path& path, bool force) {
   }
 }
 
+}  // namespace
+
+void require_writable_file(const fs::path& path, bool force) {
+  require_replaceable(path, force);
+  const RemovedOnExit trial(temporary_beside(resolved(path)));
+  // Under the lock, or an interrupt could remove the file and this would make it again.
+  std::lock_guard<std::mutex> lock(output_mutex());
+  write_new_file(trial.path(), "");
+}
+
 void write_file(const fs::path& path, std::string_view bytes, bool force) {
-  require_writable_file(path, force);
+  require_replaceable(path, force);
   const auto target = resolved(path);
   RemovedOnExit temporary(temporary_beside(target));
-  write_new_file(temporary.path(), bytes);
-  flush_to_disk(temporary.path());
   std::lock_guard<std::mutex> lock(output_mutex());
+  if (fs::exists(target)) {
+    write_private_file(temporary.path(), bytes);
+    std::error_code refused_by_the_file_system;
+    fs::permissions(temporary.path(), fs::status(target).permissions(), refused_by_the_file_system);
+  } else {
+    write_new_file(temporary.path(), bytes);
+  }
+  flush_to_disk(temporary.path());
   rename_or_throw(temporary.path(), target);
   temporary.keep();
   flush_to_disk(target.parent_path());
 }
 
-OutputFolder::OutputFolder(fs::path target, bool force) : target_(resolved_folder(target)) {
-  if (fs::exists(target_) && !fs::is_directory(target_)) {
+OutputFolder::OutputFolder(fs::path target, bool force)
+    : target_(resolved_folder(target)), force_(force) {
+  const bool there = fs::exists(target_);
+  if (there && !fs::is_directory(target_)) {
     throw usage_error(utf8(target) + ": is a file, not a folder");
   }
-  if (fs::exists(target_) && !fs::is_empty(target_) && !force) {
+  if (there && !fs::is_empty(target_) && !force) {
     throw usage_error(utf8(target) + ": exists and is not empty; give --force to write into it");
   }
-  const auto parent = target_.parent_path();
+  const auto parent = there ? target_ : target_.parent_path();
   // Under the lock, or an interrupt could remove a folder and this would make it again.
   std::lock_guard<std::mutex> lock(output_mutex());
   parents_ = std::make_unique<RemovedOnExit>(parent, existing_part(parent));
   std::error_code error;
   fs::create_directories(parent, error);
   if (error) throw failure("cannot create " + utf8(parent) + ": " + error.message());
-  staging_ = std::make_unique<RemovedOnExit>(temporary_beside(target_));
+  staging_ = std::make_unique<RemovedOnExit>(temporary_in(parent, target_));
   fs::create_directory(staging_->path(), error);
   if (error) throw failure("cannot create " + utf8(staging_->path()) + ": " + error.message());
 }
@@ -138,10 +150,8 @@ void OutputFolder::commit() {
     if (entry.is_regular_file()) flush_to_disk(entry.path());
   }
   std::lock_guard<std::mutex> lock(output_mutex());
-  std::error_code ignored;
-  if (is_empty_folder(target_)) fs::remove(target_, ignored);
   if (fs::exists(target_)) {
-    replace_one_by_one();
+    move_one_by_one();
     return;
   }
   rename_or_throw(staging(), target_);
@@ -149,15 +159,24 @@ void OutputFolder::commit() {
   flush_to_disk(target_.parent_path());
 }
 
-void OutputFolder::replace_one_by_one() {
+void OutputFolder::move_one_by_one() {
+  std::vector<std::pair<fs::path, fs::path>> moves;
   for (const auto& entry : fs::recursive_directory_iterator(staging())) {
+    if (entry.is_directory()) continue;
     const auto destination = target_ / entry.path().lexically_relative(staging());
-    if (entry.is_directory()) {
-      fs::create_directories(destination);
-    } else {
-      rename_or_throw(entry.path(), destination);
+    if (!force_ && fs::exists(destination)) {
+      throw failure(utf8(destination) +
+                    ": was written by another program meanwhile; give --force to replace it");
     }
+    moves.emplace_back(entry.path(), destination);
   }
+  for (const auto& [from, to] : moves) {
+    std::error_code error;
+    fs::create_directories(to.parent_path(), error);
+    if (error) throw failure("cannot create " + utf8(to.parent_path()) + ": " + error.message());
+    rename_or_throw(from, to);
+  }
+  flush_to_disk(target_);
 }
 
 }  // namespace telvar_host

@@ -1,6 +1,7 @@
 #include "images/annotate.h"
 
 #include <algorithm>
+#include <array>
 #include <opencv2/imgproc.hpp>
 
 #include "app/text.h"
@@ -102,15 +103,12 @@ cv::Mat drawn_reading(const cv::Mat& picture, const Reading& reading,
   return canvas;
 }
 
-cv::Mat drawn_category(const cv::Mat& picture, const CategoryScore& best) {
+cv::Mat drawn_large(const cv::Mat& picture) {
+  constexpr int kShortSide = 224, kLongSide = 2048;
   cv::Mat canvas = displayable(picture);
-  const int scale = std::max(1, 224 / std::max(1, std::min(canvas.cols, canvas.rows)));
+  const auto [least, most] = std::minmax(canvas.cols, canvas.rows);
+  const int scale = std::max(1, std::min(kShortSide / least, kLongSide / most));
   if (scale > 1) cv::resize(canvas, canvas, {}, scale, scale, cv::INTER_NEAREST);
-  const auto text = ascii(best.categoryId) + " " + fixed(100 * best.score, 1) + " %";
-  constexpr int kBand = 28;
-  cv::copyMakeBorder(canvas, canvas, 0, kBand, 0, 0, cv::BORDER_CONSTANT, cv::Scalar::all(30));
-  cv::putText(canvas, text, {6, canvas.rows - 9}, cv::FONT_HERSHEY_SIMPLEX, 0.5,
-              cv::Scalar::all(255), 1, cv::LINE_AA);
   return canvas;
 }
 
@@ -131,6 +129,30 @@ cv::Mat drawn_segments(const cv::Mat& picture, const Probabilities& probabilitie
   }
   draw_region(canvas, region);
   return canvas;
+}
+
+cv::Mat captioned(const cv::Mat& canvas, const std::vector<Caption>& captions) {
+  constexpr int kLine = 22, kMargin = 6, kSquare = 10, kFont = cv::FONT_HERSHEY_SIMPLEX;
+  constexpr double kScale = 0.5;
+  constexpr int kTextLeft = 2 * kMargin + kSquare;
+  int width = canvas.cols;
+  for (const auto& caption : captions) {
+    const auto text = cv::getTextSize(ascii(caption.text), kFont, kScale, 1, nullptr);
+    width = std::max(width, kTextLeft + text.width + kMargin);
+  }
+  cv::Mat shown;
+  const int band = static_cast<int>(captions.size()) * kLine + kMargin;
+  cv::copyMakeBorder(canvas, shown, 0, band, 0, width - canvas.cols, cv::BORDER_CONSTANT,
+                     cv::Scalar::all(30));
+  int baseline = canvas.rows + kLine - kMargin / 2;
+  for (const auto& caption : captions) {
+    cv::rectangle(shown, {kMargin, baseline - kSquare, kSquare, kSquare}, caption.colour,
+                  cv::FILLED);
+    cv::putText(shown, ascii(caption.text), {kTextLeft, baseline}, kFont, kScale,
+                cv::Scalar::all(255), 1, cv::LINE_AA);
+    baseline += kLine;
+  }
+  return shown;
 }
 
 }  // namespace telvar_host

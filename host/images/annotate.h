@@ -1,13 +1,12 @@
 // Drawing results onto pictures.
 #pragma once
 
-#include <array>
 #include <opencv2/core/mat.hpp>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "datasets/region.h"
-#include "tools/classifier_tool.h"
 #include "tools/reader_tool.h"
 #include "tools/segmenter_tool.h"
 
@@ -18,16 +17,25 @@ cv::Scalar category_colour(std::size_t index);
 // The same as "#rrggbb".
 std::string category_css(std::size_t index);
 
-// The picture with a frame and a dot for each character, and the region if there is one. Boxes have
-// the nominal size; the text itself is not drawn, since fonts here know ASCII only.
+// The picture with a frame and a dot for each character, a colour a line, and the region if there
+// is one. Boxes have the nominal size.
 cv::Mat drawn_reading(const cv::Mat& picture, const Reading& reading,
                       const std::optional<Region>& region, const NominalSize& size);
 
-// The picture, enlarged if tiny, above a band that names the best category (ASCII letters only).
-cv::Mat drawn_category(const cv::Mat& picture, const CategoryScore& best);
+// The picture in 8 bits and colour, enlarged if tiny.
+cv::Mat drawn_large(const cv::Mat& picture);
 
 // Each category's pixels of at least half probability tinted and outlined in its colour.
 cv::Mat drawn_segments(const cv::Mat& picture, const Probabilities& probabilities,
                        const std::optional<Region>& region);
+
+struct Caption {
+  std::string text;  // UTF-8
+  cv::Scalar colour;
+};
+
+// `canvas` above a dark band with a line for each caption and its colour in front. The band is as
+// wide as its texts. The font knows ASCII alone: other characters show as "?".
+cv::Mat captioned(const cv::Mat& canvas, const std::vector<Caption>& captions);
 
 }  // namespace telvar_host

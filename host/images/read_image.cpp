@@ -6,8 +6,9 @@
 #include <opencv2/imgproc.hpp>
 
 #include "app/errors.h"
+#include "app/terminal.h"
 #include "app/text.h"
-#include "files/output.h"
+#include "files/input.h"
 
 namespace fs = std::filesystem;
 
@@ -19,6 +20,10 @@ std::string lower_extension(const fs::path& path) {
   std::transform(extension.begin(), extension.end(), extension.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   return extension;
+}
+
+bool is_one_of(const std::string& value, std::initializer_list<const char*> list) {
+  return std::find(list.begin(), list.end(), value) != list.end();
 }
 
 bool is_jpeg(const std::string& bytes) {
@@ -60,6 +65,7 @@ cv::Mat decode(const std::string& bytes, const fs::path& path) {
   // Orientation tags are common in JPEG only, and OpenCV applies them only without UNCHANGED.
   const int flags =
       is_jpeg(bytes) ? cv::IMREAD_ANYCOLOR | cv::IMREAD_ANYDEPTH : cv::IMREAD_UNCHANGED;
+  const SilencedLibraries silence;
   try {
     return cv::imdecode(buffer, flags);
   } catch (const cv::Exception& error) {
@@ -70,10 +76,13 @@ cv::Mat decode(const std::string& bytes, const fs::path& path) {
 }  // namespace
 
 bool has_picture_name(const fs::path& path) {
-  static const std::vector<std::string> kExtensions = {".png", ".jpg", ".jpeg", ".tif", ".tiff",
-                                                       ".bmp", ".pgm", ".ppm",  ".pbm", ".pnm"};
-  return std::find(kExtensions.begin(), kExtensions.end(), lower_extension(path)) !=
-         kExtensions.end();
+  return is_one_of(lower_extension(path), {".png", ".jpg", ".jpeg", ".tif", ".tiff", ".bmp", ".pgm",
+                                           ".ppm", ".pbm", ".pnm"});
+}
+
+bool has_foreign_picture_name(const fs::path& path) {
+  return is_one_of(lower_extension(path), {".gif", ".webp", ".heic", ".heif", ".avif", ".jp2",
+                                           ".jxl", ".exr", ".hdr", ".tga", ".dng", ".svg"});
 }
 
 cv::Mat read_picture(const fs::path& path) {
@@ -103,19 +112,6 @@ std::string encoded(const cv::Mat& picture, const std::string& extension) {
 cv::Mat decoded(const std::string& bytes) {
   const cv::Mat buffer(1, static_cast<int>(bytes.size()), CV_8U, const_cast<char*>(bytes.data()));
   return cv::imdecode(buffer, cv::IMREAD_UNCHANGED);
-}
-
-std::vector<fs::path> pictures_below(const fs::path& folder) {
-  std::vector<fs::path> found;
-  for (auto entry = fs::recursive_directory_iterator(folder); entry != fs::end(entry); ++entry) {
-    const bool hidden = entry->path().filename().u8string().front() == '.';
-    if (hidden && entry->is_directory()) entry.disable_recursion_pending();
-    if (!hidden && entry->is_regular_file() && has_picture_name(entry->path())) {
-      found.push_back(entry->path());
-    }
-  }
-  std::sort(found.begin(), found.end());
-  return found;
 }
 
 cv::Mat displayable(const cv::Mat& picture) {
