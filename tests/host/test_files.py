@@ -65,6 +65,46 @@ class StateFiles(HostTest):
         self.assertEqual((state.read_bytes(), self.files()), (before, files))
 
 
+class Places(HostTest):
+    """Where output goes is tried before the work and left as it was beside the output."""
+
+    def test_states(self):
+        train = ["train", "--tool", "classifier", "--data", self.brightness_set(), "--force", "--state"]
+        os.mkfifo(self.scratch / "rohr")
+        for place, code, text in [(self.scratch / "rohr", 2, "is a device or a pipe"),
+                                  ("/proc/zustand", 1, "cannot create"), (self.scratch, 2, "is a folder")]:
+            done = self.run_host(*train, place)
+            self.assertEqual(done.code, code, str(done))
+            self.assertIn(text, done.err)
+            self.assertNotIn("pictures", done.err)  # not even loaded
+        state = self.file("geheim", b"")
+        state.chmod(0o600)
+        self.ok(*train, state)
+        self.assertEqual(state.stat().st_mode & 0o777, 0o600)
+        self.assertNotIn(".telvar-", "".join(self.files()))
+
+    def test_folders(self):
+        state = self.train("classifier", self.brightness_set())
+        for i in range(400):
+            self.file(f"viele/{i}.png", flat(i % 250, side=60))
+        out = self.scratch / "aus"
+        out.mkdir(mode=0o750)
+        before = out.stat()
+        batch = ["batch", "--state", state, "--data", self.scratch / "viele", "--out", out]
+        process = self.start(*batch)
+        while not list(out.iterdir()):
+            self.assertIsNone(process.poll(), "ended by itself")
+        foreign = self.file("aus/results.csv", "fremd")
+        self.assertEqual(self.run_host(*batch).code, 2)
+        _, err = process.communicate(timeout=60)
+        self.assertEqual(process.returncode, 1)
+        self.assertIn(b"results.csv: was written by another program", err)
+        self.assertEqual((foreign.read_text(), [foreign]), ("fremd", list(out.iterdir())))
+        foreign.unlink()
+        self.ok(*batch)
+        self.assertEqual((out.stat().st_ino, out.stat().st_mode), (before.st_ino, before.st_mode))
+
+
 class Interrupts(HostTest):
     def interrupted(self, process, when):
         deadline = time.monotonic() + 60
@@ -139,6 +179,10 @@ class Environment(HostTest):
         self.assertIn("6 pictures", self.run_host(*arguments).err)
         self.assertEqual(self.run_host(*arguments, "--quiet").err, "")
         self.assertIn("hell", self.run_host(*arguments, "--quiet").out)
+        self.file("licht/hell/halb.png", flat(9, side=90)[:-30])
+        self.assertEqual(self.run_host(*arguments, "--quiet").err, "")  # nothing of the decoder's
+        points = self.run_host("sort", "--height", 20, "--points", "/dev/stdin", stdin=b"5,5\n40,5\n")
+        self.assertEqual(points.code, 0, str(points))
         for command in ("check", "train", "process", "batch", "evaluate", "inspect", "sort", "convert", "demo"):
             self.assertIn("Example:\n  telvar " + command, self.run_host(command, "--help").out)
 
