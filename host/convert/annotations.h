@@ -36,6 +36,9 @@ std::vector<AnnotatedPicture> parse_coco(const std::string& text, const std::str
 AnnotatedPicture parse_labelme(const std::string& text, const std::string& name,
                                const std::filesystem::path& folder);
 
+// Both writers copy pictures as they are, and those of kinds that data sets do not hold as PNG.
+// Both throw data_error when no picture has a label.
+
 // A segmenter's data set: images/ with masks/CATEGORY/NAME.png. Throws data_error naming the
 // picture for an empty category, one whose folder would be another's, a shape without an outline,
 // and runs for a picture of another size.

@@ -27,7 +27,15 @@ std::vector<cv::Point2d> read_polygon(const JsonValue& list) {
   return points;
 }
 
+// Only readers need boxes, and only segmenters outlines: what is null, or a box that is cut short,
+// is missed when the data set is written.
+std::optional<cv::Rect2d> read_box(const JsonValue& box) {
+  if (!box.raw().is_array() || box.size() != 4) return {};
+  return cv::Rect2d(box.at(0).number(), box.at(1).number(), box.at(2).number(), box.at(3).number());
+}
+
 void read_outline(const JsonValue& segmentation, Shape& shape) {
+  if (segmentation.raw().is_null()) return;
   if (segmentation.raw().is_array()) {
     for (std::size_t i = 0; i < segmentation.size(); ++i) {
       shape.polygons.push_back(read_polygon(segmentation.at(i)));
@@ -59,11 +67,7 @@ Shape read_shape(const JsonValue& annotation, const std::map<double, std::string
   const auto category = categories.find(id.number());
   if (category == categories.end()) throw id.error("names no category");
   shape.category = category->second;
-  if (annotation.has("bbox")) {
-    const auto box = annotation.at("bbox");
-    shape.box =
-        cv::Rect2d(box.at(0).number(), box.at(1).number(), box.at(2).number(), box.at(3).number());
-  }
+  if (annotation.has("bbox")) shape.box = read_box(annotation.at("bbox"));
   if (annotation.has("segmentation")) read_outline(annotation.at("segmentation"), shape);
   return shape;
 }

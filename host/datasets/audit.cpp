@@ -1,5 +1,6 @@
 #include "datasets/audit.h"
 
+#include <algorithm>
 #include <opencv2/core.hpp>
 #include <set>
 #include <unordered_map>
@@ -9,6 +10,7 @@
 
 #include "app/errors.h"
 #include "app/text.h"
+#include "datasets/unused.h"
 #include "images/read_image.h"
 
 namespace fs = std::filesystem;
@@ -57,26 +59,56 @@ class PictureCheck {
   std::unordered_map<std::uint64_t, fs::path> seen_;
 };
 
-using Examples = std::map<std::string, fs::path>;  // a file of each category
+// Counts the samples of each category: all of them, and those that training takes.
+class Tally {
+ public:
+  explicit Tally(Audit& audit) : audit_(audit) {}
 
-void report_single_samples(Audit& audit, const Examples& examples, const std::string& what) {
-  for (const auto& [category, count] : audit.counts) {
-    if (count != 1) continue;
-    audit.problems.add(utf8(examples.at(category)), "single_sample",
-                       "is the only " + what + " of the category '" + category + "'");
+  template <typename Item>
+  void add(const std::string& category, const Item& item) {
+    ++audit_.counts[category];
+    if (!item.for_training) return;
+    auto& training = training_[category];
+    ++training.count;
+    training.file = item.file;
   }
+
+  std::size_t training_categories() const { return training_.size(); }
+
+  void report_single_samples(const std::string& what) const {
+    for (const auto& [category, training] : training_) {
+      if (training.count != 1) continue;
+      audit_.problems.add(utf8(training.file), "single_sample",
+                          "is the only " + what + " to train '" + category + "' with");
+    }
+  }
+
+ private:
+  struct Training {
+    std::size_t count = 0;
+    fs::path file;  // of one of them
+  };
+
+  Audit& audit_;
+  std::map<std::string, Training> training_;
+};
+
+// `used` lacks what has a problem.
+void report_rest(const fs::path& source, std::vector<fs::path> used, Audit& audit) {
+  for (const auto& problem : audit.problems.list()) used.push_back(path_from_utf8(problem.path));
+  report_unused(source, used, audit.unused);
 }
 
 void check_mask_values(const cv::Mat& mask, const SegmenterData& data, const std::string& path,
                        Problems& problems) {
   cv::Mat known = mask == 0;
   for (const auto& entry : data.classes) known |= mask == entry.first;
-  const int unknown = mask.rows * mask.cols - cv::countNonZero(known);
+  const auto unknown = mask.total() - static_cast<std::size_t>(cv::countNonZero(known));
   if (unknown == 0) return;
   double value = 0;
   cv::minMaxLoc(mask, nullptr, &value, nullptr, nullptr, known == 0);
   problems.add(path, "mask_value",
-               "has " + std::to_string(unknown) + " pixels of no class in classes.txt, such as " +
+               "has " + counted(unknown, "pixel") + " of no class in classes.txt, such as " +
                    std::to_string(static_cast<int>(value)));
 }
 
@@ -107,33 +139,32 @@ cv::Mat open_mask(const fs::path& file, const cv::Size& expected, const Segmente
 }
 
 void check_masks(const SegmenterItem& item, const cv::Size& size, const SegmenterData& data,
-                 Audit& audit, Examples& examples) {
+                 Tally& tally, Problems& problems) {
   std::map<fs::path, cv::Mat> masks;
   for (const auto& [category, source] : item.masks) {
     if (masks.count(source.file) == 0) {
-      masks[source.file] = open_mask(source.file, size, data, audit.problems);
+      masks[source.file] = open_mask(source.file, size, data, problems);
     }
     const auto& mask = masks[source.file];
     if (mask.empty()) continue;
     const cv::Mat belongs = source.class_index ? cv::Mat(mask == *source.class_index) : mask;
-    if (cv::countNonZero(belongs) == 0) continue;
-    ++audit.counts[category];
-    examples.emplace(category, item.file);
+    if (cv::countNonZero(belongs) > 0) tally.add(category, item);
   }
 }
 
-void check_marks(const OcrItem& item, const cv::Mat& picture, Audit& audit, Examples& examples) {
+void check_marks(const OcrItem& item, const cv::Mat& picture, Tally& tally, Problems& problems) {
   std::set<std::pair<double, double>> places;
   for (const auto& mark : item.characters) {
-    ++audit.counts[mark.category];
-    examples.emplace(mark.category, item.file);
+    tally.add(mark.category, item);
     const auto place = "(" + fixed(mark.x, 1) + ", " + fixed(mark.y, 1) + ")";
     if (!places.emplace(mark.x, mark.y).second) {
-      audit.problems.add(utf8(item.file), "duplicate", "has two labels at " + place);
+      problems.add(utf8(item.file), "duplicate", "has two labels at " + place);
     }
-    if (!picture.empty() && (mark.x > picture.cols - 0.5 || mark.y > picture.rows - 0.5)) {
-      audit.problems.add(utf8(item.file), "outside",
-                         "has the label '" + mark.category + "' outside the picture, at " + place);
+    const bool outside = std::min(mark.x, mark.y) < -0.5 || mark.x > picture.cols - 0.5 ||
+                         mark.y > picture.rows - 0.5;
+    if (outside && !picture.empty()) {
+      problems.add(utf8(item.file), "outside",
+                   "has the label '" + mark.category + "' outside the picture, at " + place);
     }
   }
 }
@@ -142,30 +173,38 @@ void check_marks(const OcrItem& item, const cv::Mat& picture, Audit& audit, Exam
 
 Audit audit_classifier(const fs::path& source, Progress& progress) {
   Audit audit;
-  Examples examples;
+  Tally tally(audit);
   const auto data = read_classifier_data(source, Purpose::kAll, audit.problems);
   PictureCheck pictures(audit.problems, progress);
+  std::vector<fs::path> used;
   progress.start("checking", data.items.size());
   for (const auto& item : data.items) {
-    ++audit.counts[item.category];
-    examples.emplace(item.category, item.file);
+    tally.add(item.category, item);
     pictures.open(item.file);
+    used.push_back(item.file);
   }
   audit.images = data.items.size();
-  report_single_samples(audit, examples, "picture");
+  tally.report_single_samples("picture");
+  if (tally.training_categories() == 1) {
+    audit.problems.add(utf8(source), "single_category", "holds one category; training needs two");
+  }
+  report_rest(source, std::move(used), audit);
   return audit;
 }
 
 Audit audit_segmenter(const fs::path& source, Progress& progress) {
   Audit audit;
-  Examples examples;
+  Tally tally(audit);
   const auto data = read_segmenter_data(source, Purpose::kAll, audit.problems);
   for (const auto& category : data.categories) audit.counts[category] = 0;
   PictureCheck pictures(audit.problems, progress);
+  std::vector<fs::path> used;
   progress.start("checking", data.items.size());
   for (const auto& item : data.items) {
     const auto picture = pictures.open(item.file);
-    check_masks(item, picture.size(), data, audit, examples);
+    check_masks(item, picture.size(), data, tally, audit.problems);
+    used.push_back(item.file);
+    for (const auto& mask : item.masks) used.push_back(mask.second.file);
   }
   audit.images = data.items.size();
   for (const auto& [category, count] : audit.counts) {
@@ -174,29 +213,33 @@ Audit audit_segmenter(const fs::path& source, Progress& progress) {
                          "no mask shows the category '" + category + "'");
     }
   }
-  report_single_samples(audit, examples, "picture");
+  tally.report_single_samples("picture");
+  report_rest(source, std::move(used), audit);
   return audit;
 }
 
 Audit audit_ocr(const fs::path& source, Progress& progress) {
   Audit audit;
-  Examples examples;
+  Tally tally(audit);
   const auto data = read_ocr_data(source, Purpose::kAll, audit.problems);
   PictureCheck pictures(audit.problems, progress);
+  std::vector<fs::path> used;
   progress.start("checking", data.items.size());
   std::map<fs::path, cv::Mat> opened;  // one picture may have several labelled regions
   for (const auto& item : data.items) {
     if (opened.count(item.file) == 0) {
       opened.clear();
       opened[item.file] = pictures.open(item.file);
+      used.push_back(item.file);
     }
     if (item.characters.empty() && item.lines.empty()) {
       audit.problems.add(utf8(item.file), "empty_label", "has neither characters nor text");
     }
-    check_marks(item, opened[item.file], audit, examples);
+    check_marks(item, opened[item.file], tally, audit.problems);
   }
   audit.images = data.items.size();
-  report_single_samples(audit, examples, "place with a character");
+  tally.report_single_samples("place with a character");
+  report_rest(source, std::move(used), audit);
   return audit;
 }
 

@@ -17,11 +17,14 @@ struct Audit {
   // Per category: pictures of it (classifier, segmenter) or marks of it (ocr).
   std::map<std::string, std::size_t> counts;
   Problems problems;
+  // Pictures, and links to folders, that lie in the folder but are not used: no fault by itself.
+  Problems unused;
 };
 
 // Each reads the data set's structure, then opens every file: unreadable pictures, pictures that
 // are the same pixel by pixel, masks of another size or with unknown values, marks outside the
-// picture, and categories with one sample. Throws data_error when there is no such data set at all.
+// picture, and categories with one sample to train on. Throws data_error when there is no such data
+// set at all.
 Audit audit_classifier(const std::filesystem::path& data, Progress& progress);
 Audit audit_segmenter(const std::filesystem::path& data, Progress& progress);
 Audit audit_ocr(const std::filesystem::path& data, Progress& progress);

@@ -14,6 +14,7 @@ struct ClassifierItem {
   std::string id;  // path relative to the data set
   std::filesystem::path file;
   std::string category;
+  bool for_training = true;
 };
 
 struct ClassifierData {

@@ -35,7 +35,7 @@ JsonValue JsonValue::at(const std::string& key) const {
 }
 
 JsonValue JsonValue::at(std::size_t index) const {
-  if (index >= size()) throw error("has " + std::to_string(size()) + " entries; more are needed");
+  if (index >= size()) throw error("has no entry " + std::to_string(index));
   return {(*value_)[index], name_, place_ + "[" + std::to_string(index) + "]"};
 }
 

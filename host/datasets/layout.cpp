@@ -17,27 +17,28 @@ bool is_hidden(const fs::path& path) {
 
 // A category may itself be called "train" or "test": those folders hold pictures and nothing else.
 bool is_part(const fs::path& folder) {
-  if (!fs::is_directory(folder)) return false;
+  if (!is_folder(folder)) return false;
   for (const auto* labels : {"labels.json", "labels.csv", "chars.tsv"}) {
-    if (fs::exists(folder / labels)) return true;
+    if (is_file(folder / labels)) return true;
   }
-  return !folders_in(folder).empty();
+  Problems lost;  // reported when the part is read
+  return !entries_in(folder, lost).folders.empty() || !lost.empty();
 }
 
 }  // namespace
 
-std::vector<fs::path> parts_for(const fs::path& folder, Purpose purpose) {
-  if (!fs::exists(folder)) throw data_error(utf8(folder) + ": no such folder");
-  if (!fs::is_directory(folder)) return {folder};
-  const auto train = folder / "train";
-  const auto test = folder / "test";
-  if (!is_part(train) && !is_part(test)) return {folder};
-  std::vector<fs::path> parts;
-  if (purpose != Purpose::kEvaluate && is_part(train)) parts.push_back(train);
-  if (purpose != Purpose::kTrain && is_part(test)) parts.push_back(test);
+std::vector<Part> parts_for(const fs::path& source, Purpose purpose) {
+  if (is_file(source)) return {{source}};
+  require_folder(source);
+  const auto train = source / "train";
+  const auto test = source / "test";
+  if (!is_part(train) && !is_part(test)) return {{source}};
+  std::vector<Part> parts;
+  if (purpose != Purpose::kEvaluate && is_part(train)) parts.push_back({train});
+  if (purpose != Purpose::kTrain && is_part(test)) parts.push_back({test, false});
   if (parts.empty()) {
     throw data_error(
-        utf8(folder) + ": has no " +
+        utf8(source) + ": has no " +
         (purpose == Purpose::kTrain ? "train/ to train from" : "test/ to evaluate on"));
   }
   return parts;
@@ -50,22 +51,61 @@ std::string identifier(const fs::path& path, const fs::path& root) {
   return utf8(inside.empty() ? path : inside);
 }
 
-std::vector<fs::path> folders_in(const fs::path& folder) {
-  std::vector<fs::path> found;
-  for (const auto& entry : fs::directory_iterator(folder)) {
-    if (entry.is_directory() && !is_hidden(entry.path())) found.push_back(entry.path());
+bool is_file(const fs::path& path) {
+  std::error_code lost;
+  return fs::is_regular_file(path, lost);
+}
+
+bool is_folder(const fs::path& path) {
+  std::error_code lost;
+  return fs::is_directory(path, lost);
+}
+
+void require_folder(const fs::path& path) {
+  if (is_folder(path)) return;
+  std::error_code lost;
+  const bool there = fs::exists(path, lost);
+  throw data_error(utf8(path) + (there ? ": is a file, not a folder" : ": no such folder"));
+}
+
+Entries entries_in(const fs::path& folder, Problems& problems) {
+  Entries found;
+  std::error_code error, lost;
+  for (fs::directory_iterator at(folder, error), end; !error && at != end; at.increment(error)) {
+    const auto& path = at->path();
+    if (is_hidden(path)) continue;
+    const bool there = fs::exists(path, lost);
+    if (is_folder(path)) {
+      found.folders.push_back(path);
+    } else if (has_picture_name(path) && (is_file(path) || !there)) {
+      found.pictures.push_back(path);
+    } else if (there) {
+      found.others.push_back(path);
+    } else {
+      problems.add(utf8(path), "unreadable", "is a link that leads nowhere");
+    }
   }
-  std::sort(found.begin(), found.end());
+  if (error) problems.add(utf8(folder), "unreadable", "cannot be listed: " + error.message());
+  for (auto* paths : {&found.folders, &found.pictures, &found.others}) {
+    std::sort(paths->begin(), paths->end());
+  }
   return found;
 }
 
-std::vector<fs::path> pictures_in(const fs::path& folder) {
-  std::vector<fs::path> found;
-  for (const auto& entry : fs::directory_iterator(folder)) {
-    if (entry.is_regular_file() && !is_hidden(entry.path()) && has_picture_name(entry.path())) {
-      found.push_back(entry.path());
-    }
+void visit_below(const fs::path& folder, Problems& problems,
+                 const std::function<void(const Entries&)>& visit) {
+  const auto entries = entries_in(folder, problems);
+  visit(entries);
+  for (const auto& below : entries.folders) {
+    if (!fs::is_symlink(below)) visit_below(below, problems, visit);
   }
+}
+
+std::vector<fs::path> pictures_below(const fs::path& folder, Problems& problems) {
+  std::vector<fs::path> found;
+  visit_below(folder, problems, [&](const Entries& entries) {
+    found.insert(found.end(), entries.pictures.begin(), entries.pictures.end());
+  });
   std::sort(found.begin(), found.end());
   return found;
 }

@@ -2,8 +2,11 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
+
+#include "datasets/problems.h"
 
 namespace telvar_host {
 
@@ -11,18 +14,43 @@ namespace telvar_host {
 // evaluation test/, a check both.
 enum class Purpose { kTrain, kEvaluate, kAll };
 
-// The folders to read for `purpose`. Throws data_error when `folder` does not exist or lacks the
-// part.
-std::vector<std::filesystem::path> parts_for(const std::filesystem::path& folder, Purpose purpose);
+struct Part {
+  std::filesystem::path folder;  // or a list of files
+  bool for_training = true;      // false only for test/
+};
+
+// What to read of `source` for `purpose`. Throws data_error when there is no such folder or file,
+// or it lacks the part.
+std::vector<Part> parts_for(const std::filesystem::path& source, Purpose purpose);
 
 // `path` relative to `root`, UTF-8 with forward slashes: the image identifier in every tool. The
 // path as it is where no relative one exists (another drive), or for an empty `root`.
 std::string identifier(const std::filesystem::path& path, const std::filesystem::path& root);
 
-// Sub-folders, sorted by name, hidden ones skipped.
-std::vector<std::filesystem::path> folders_in(const std::filesystem::path& folder);
+// False also for what cannot be looked at, such as a link to itself.
+bool is_file(const std::filesystem::path& path);
+bool is_folder(const std::filesystem::path& path);
 
-// Pictures directly in `folder`, sorted by name.
-std::vector<std::filesystem::path> pictures_in(const std::filesystem::path& folder);
+// Throws data_error "PATH: no such folder", or "... is a file, not a folder".
+void require_folder(const std::filesystem::path& path);
+
+// What lies directly in a folder, each sorted by name.
+struct Entries {
+  std::vector<std::filesystem::path> folders;
+  std::vector<std::filesystem::path> pictures;  // by their names; reading tells what they are
+  std::vector<std::filesystem::path> others;
+};
+
+// Hidden entries are skipped. A folder that cannot be listed, and links that lead nowhere, go to
+// `problems`, except those with the name of a picture: they are pictures that cannot be read.
+Entries entries_in(const std::filesystem::path& folder, Problems& problems);
+
+// The same for `folder` and every folder below it. Links to folders are listed, but not followed.
+void visit_below(const std::filesystem::path& folder, Problems& problems,
+                 const std::function<void(const Entries&)>& visit);
+
+// Every picture below `folder`, sorted by path.
+std::vector<std::filesystem::path> pictures_below(const std::filesystem::path& folder,
+                                                  Problems& problems);
 
 }  // namespace telvar_host

@@ -27,6 +27,7 @@ struct OcrItem {
   std::vector<CharacterMark> characters;  // reading order as far as the file has it
   std::vector<std::string> lines;         // true text, top to bottom; may be unknown (empty)
   bool partial = false;                   // only some of the region's characters are marked
+  bool for_training = true;
 
   // A mark's centre in region pixels (image pixels without a region).
   std::pair<double, double> in_region(const CharacterMark& mark) const;
@@ -41,7 +42,9 @@ struct OcrData {
 // Throws data_error when there are no labels or a file is malformed, naming file and place.
 OcrData read_ocr_data(const std::filesystem::path& folder, Purpose purpose, Problems& problems);
 
-// "WxH" with W, H > 0. Throws usage_error.
+// "WxH", two numbers above 0 and at most 1e6; or nothing.
+std::optional<NominalSize> size_from(const std::string& text);
+// The same of the option --size. Throws usage_error.
 NominalSize parse_size(const std::string& text);
 
 }  // namespace telvar_host

@@ -6,11 +6,14 @@
 
 namespace telvar_host {
 
+std::string counted(std::size_t count, const std::string& thing) {
+  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
 void Problems::throw_if_any() const {
   if (empty()) return;
   constexpr std::size_t kShown = 10;
-  std::string text = "the data set has " + std::to_string(list_.size()) + " bad entr" +
-                     (list_.size() == 1 ? "y" : "ies") + ": ";
+  std::string text = "the data set has " + counted(list_.size(), "fault") + ": ";
   for (std::size_t i = 0; i < std::min(kShown, list_.size()); ++i) {
     text += (i == 0 ? "" : "; ") + list_[i].path + ": " + list_[i].why;
   }

@@ -1,10 +1,14 @@
 // What is wrong with a data set, file by file.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace telvar_host {
+
+// "1 picture", "2 pictures".
+std::string counted(std::size_t count, const std::string& thing);
 
 struct Problem {
   std::string path;  // as the user can open it

@@ -24,6 +24,7 @@ struct SegmenterItem {
   std::string id;
   std::filesystem::path file;
   std::map<std::string, MaskSource> masks;  // by category; none means none of it in the picture
+  bool for_training = true;
 };
 
 struct SegmenterData {

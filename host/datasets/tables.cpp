@@ -4,6 +4,7 @@
 
 #include "app/errors.h"
 #include "app/text.h"
+#include "datasets/problems.h"
 
 namespace telvar_host {
 namespace {
@@ -67,13 +68,13 @@ NamedTable::NamedTable(std::string_view text, std::string name) : name_(std::mov
   if (lines.empty()) throw data_error(name_ + ": is empty; a header line is expected");
   header_ = split(lines[0], '\t');
   for (std::size_t i = 1; i < lines.size(); ++i) {
-    auto row = split(lines[i], '\t');
-    if (row.size() != header_.size()) {
-      throw data_error(name_ + ": line " + std::to_string(i + 1) + ": " +
-                       std::to_string(row.size()) + " fields, the header has " +
-                       std::to_string(header_.size()));
+    if (trimmed(lines[i]).empty()) continue;
+    rows_.push_back(split(lines[i], '\t'));
+    lines_.push_back(i + 1);
+    if (rows_.back().size() != header_.size()) {
+      throw data_error(where(rows_.size() - 1) + ": " + counted(rows_.back().size(), "field") +
+                       ", the header has " + std::to_string(header_.size()));
     }
-    rows_.push_back(std::move(row));
   }
 }
 
@@ -98,7 +99,7 @@ double NamedTable::number(std::size_t row, const std::string& column) const {
 }
 
 std::string NamedTable::where(std::size_t row) const {
-  return name_ + ": line " + std::to_string(row + 2);
+  return name_ + ": line " + std::to_string(lines_[row]);
 }
 
 }  // namespace telvar_host

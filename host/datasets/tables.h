@@ -16,7 +16,8 @@ using Row = std::vector<std::string>;
 std::vector<Row> parse_csv(std::string_view text, const std::string& name);
 std::string csv_field(const std::string& value);
 
-// A table whose first line names its columns, separated by tabs, fields as they stand.
+// A table whose first line names its columns, separated by tabs, fields as they stand. Blank lines
+// are skipped.
 class NamedTable {
  public:
   // Throws data_error when there is no header, or a row has another number of fields.
@@ -34,6 +35,7 @@ class NamedTable {
   std::string name_;
   Row header_;
   std::vector<Row> rows_;
+  std::vector<std::size_t> lines_;  // of the rows, counted from 1
 };
 
 }  // namespace telvar_host

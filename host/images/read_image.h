@@ -4,12 +4,13 @@
 #include <filesystem>
 #include <opencv2/core/mat.hpp>
 #include <string>
-#include <vector>
 
 namespace telvar_host {
 
 // Whether the name ends like a picture this program reads: PNG, JPEG, TIFF, BMP, PNM (any case).
 bool has_picture_name(const std::filesystem::path& path);
+// The same for kinds that it does not read in data sets: GIF, WebP, HEIF, ...
+bool has_foreign_picture_name(const std::filesystem::path& path);
 
 // Pixels as stored: 8 or 16 bit, 1, 3 (BGR) or 4 (BGRA) channels. JPEG orientation tags are
 // applied. Throws data_error naming the file: unreadable, cut off, or of another pixel type.
@@ -19,9 +20,6 @@ cv::Mat read_picture(const std::filesystem::path& path);
 std::string encoded(const cv::Mat& picture, const std::string& extension);
 // What `encoded` was given, as far as the format keeps it.
 cv::Mat decoded(const std::string& bytes);
-
-// Every picture below `folder`, sorted by path; hidden files and folders are skipped.
-std::vector<std::filesystem::path> pictures_below(const std::filesystem::path& folder);
 
 // 8-bit BGR for looking at: 16-bit values are scaled down, gray is spread, alpha is dropped.
 cv::Mat displayable(const cv::Mat& picture);

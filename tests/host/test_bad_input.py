@@ -77,8 +77,11 @@ class BadInput(HostTest):
         for name, labels in [("json", "{"), ("feld", '{"images": [{"file": "a.png", "colour": 1}]}'),
                              ("zahl", '{"images": [{"file": "a.png", "characters": [{"x": "1"}]}]}'),
                              ("marke", '{"images": [{"file": "a.png", "characters": [{"x": 1, "colour": 1}]}]}'),
-                             ("bereich", '{"images": [{"file": "a.png", "roi": [0, 0, 0, 0, 0, 4]}]}')]:
+                             ("bereich", '{"images": [{"file": "a.png", "roi": [0, 0, 0, 0, 0, 4]}]}'),
+                             ("drei", '{"size": [1, 2, 3], "images": []}')]:
             self.file(f"{name}/labels.json", labels)
+        self.file("tab/chars.tsv", "file\tchar\tx\ty\n")
+        self.file("tab/size.txt", "12\n")
         state = self.scratch / "z.telvar"
         for named, tool, data in [
             (nowhere, "classifier", nowhere), (empty, "classifier", empty), (nowhere, "segmenter", nowhere),
@@ -92,6 +95,9 @@ class BadInput(HostTest):
             ("images[0].characters[0].x", "ocr", self.scratch / "zahl"),
             ("images[0].characters[0]: unknown key 'colour'", "ocr", self.scratch / "marke"),
             ("images[0].roi", "ocr", self.scratch / "bereich"),
+            ("size: expected [w, h]", "ocr", self.scratch / "drei"),
+            ("tab/size.txt: '12'", "ocr", self.scratch / "tab"),
+            ("size.txt: is a file, not a folder", "segmenter", self.scratch / "tab/size.txt"),
         ]:
             self.refused(BAD_DATA, named, "check", "--tool", tool, "--data", data)
             self.refused(BAD_DATA, named, "train", "--tool", tool, "--data", data, "--state", state)
@@ -103,6 +109,11 @@ class BadInput(HostTest):
         self.file("k/a/halb.png", flat(60)[:-30])
         self.file("k/b/einzeln.png", flat(70))
         (self.scratch / "k/c").mkdir()
+        for link, target in ("ring", "ring"), ("a/ring.png", "ring.png"), ("a/weg.png", "nirgends.png"):
+            (self.scratch / "k" / link).symlink_to(target)
+        # Two more of "a", but only to evaluate on.
+        for i, name in enumerate(["train/a/eins", "train/b/1", "train/b/2", "test/a/3", "test/a/4"]):
+            self.file(f"t/{name}.png", flat(5 * i))
         # "x" and " x" are one category, of two pictures.
         self.file("l/labels.csv", "file, category\nda.png,x\nfehlt.png,x\nda.png,\n./da.png,x\nzwei.png, x\n")
         self.file("l/da.png", flat(1))
@@ -121,16 +132,21 @@ class BadInput(HostTest):
         content["images"][0]["characters"] += [{"x": 15, "y": 15, "category": ""},
                                                {"x": 15, "y": 15, "category": "A"},
                                                {"x": 900, "y": 15, "category": "A"}]
+        content["images"] += [{"file": "seite.png", "roi": [-9, -9, 0, 0, 50, 50],
+                               "characters": [{"x": x, "y": 9, "category": "A"} for x in (-5, 5)]}]
         labels.write_text(json.dumps(content), "utf-8")
         for tool, data, expected in [
             ("classifier", "k", [("gut.png", "duplicate"), ("leer.png", "unreadable"), ("halb.png", "unreadable"),
+                                 ("ring", "unreadable"), ("ring.png", "unreadable"), ("weg.png", "unreadable"),
                                  ("einzeln.png", "single_sample"), ("c", "empty_category")]),
-            ("classifier", "l", [("fehlt.png", "missing"), ("da.png", "empty_label"), ("da.png", "duplicate")]),
+            ("classifier", "l", [("fehlt.png", "missing"), ("da.png", "empty_label"), ("da.png", "duplicate"),
+                                 ("l", "single_category")]),
+            ("classifier", "t", [("eins.png", "single_sample")]),
             ("segmenter", "s", [("0.png", "mask_size"), ("1.png", "mask_channels"),
                                 ("allein.png", "mask_without_image"), ("2.png", "single_sample")]),
             ("segmenter", "i", [("b.png", "missing_mask"), ("a.png", "mask_value"), ("a.png", "single_sample")]),
             ("ocr", "o", [("seite.png", kind) for kind in
-                          ("empty_label", "duplicate", "outside", *["single_sample"] * 3)]),
+                          ("empty_label", "duplicate", "outside", "outside", *["single_sample"] * 3)]),
         ]:
             with self.subTest(data):
                 done = self.run_host("check", "--tool", tool, "--data", self.scratch / data, "--json")
@@ -138,8 +154,31 @@ class BadInput(HostTest):
                 found = [(p["path"].rsplit("/", 1)[-1], p["kind"]) for p in json.loads(done.out)["problems"]]
                 self.assertEqual(sorted(found), sorted(expected))
                 plain = self.run_host("check", "--tool", tool, "--data", self.scratch / data)
+                self.assertIn(f"\n{len(expected)} problem{'s' if len(expected) > 1 else ''}:\n", plain.out)
                 for name, _ in expected:
                     self.assertIn(name, plain.out)
+
+    def test_check_notes_what_is_not_used(self):
+        light = self.brightness_set()
+        self.file("licht/hell/tier.GIF", b"?")
+        self.file("licht/lose.png", flat(9))
+        (light / "hell/mehr").symlink_to(light / "dunkel é")
+        self.brightness_set("satz/train")
+        self.brightness_set("satz/test", dark=(33, ), light=())
+        self.file("satz/hell/daneben.png", flat(9))
+        for i in (1, 2):
+            self.file(f"index/images/{i}.png", flat(9 * i))
+            self.file(f"index/masks/{i}.png", png(12, 12, lambda x, y: x % 2))
+        self.file("index/masks/teil/1.png", flat(9))
+        self.file("index/classes.txt", "1 teil\n")
+        for tool, data, expected in [("classifier", "licht", ["hell/mehr", "hell/tier.GIF", "lose.png"]),
+                                     ("classifier", "satz", ["hell/daneben.png"]),
+                                     ("segmenter", "index", ["masks/teil/1.png"])]:
+            with self.subTest(data):
+                found = self.ok("check", "--tool", tool, "--data", self.scratch / data)
+                self.assertEqual(sorted(note["path"] for note in found["unused"]),
+                                 [str(self.scratch / data / name) for name in expected])
+                self.assertTrue(found["ok"])
 
     def test_pictures(self):
         state = self.train("classifier", self.brightness_set())
@@ -181,14 +220,19 @@ class BadInput(HostTest):
             ("bild.png: has a shape with an empty label", "ocr", square, [""], "bild.png"),
             ("'a/b' and 'a:b' would both lie in masks/a_b", "segmenter", square, ["a/b", "a:b"], "bild.png"),
             ("bild.png: a label 'A' has no box", "ocr", square, ["A"], "bild.png"),
+            ("bild.png: a label 'A' has no outline", "segmenter", None, ["A"], "bild.png"),
+            ("bild.png: has no labels", "segmenter", square, [], "bild.png"),
         ]:
             labels.write_text(json.dumps({
                 "images": [{"id": 4, "file_name": picture}],
                 "categories": [{"id": i, "name": name} for i, name in enumerate(names)],
-                "annotations": [{"image_id": 4, "category_id": i, "segmentation": outline} for i in range(len(names))],
+                "annotations": [{"image_id": 4, "category_id": i, "bbox": [], "segmentation": outline}
+                                for i in range(len(names))],
             }), "utf-8")
             self.refused(BAD_DATA, named, "convert", "--from", "coco", "--tool", tool, "--labels", labels,
                          "--out", self.scratch / "neu")
+        self.refused(BAD_DATA, f"{labels}: is a file, not a folder", "convert", "--from", "labelme", "--tool", "ocr",
+                     "--labels", labels, "--out", self.scratch / "neu")
         labels.write_text("{", "utf-8")
         for source, where in ("coco", labels), ("labelme", labels.parent):
             self.refused(BAD_DATA, f"{labels}: is no valid JSON", "convert", "--from", source, "--tool", "ocr",

@@ -54,11 +54,12 @@ class ClassifierCommands(HostTest):
         for value in range(0, 250, 25):
             self.file(f"alle/tief/{value}.png", flat(value))
         self.file("alle/kaputt.png", b"no picture")
+        (pictures / "ring.png").symlink_to("ring.png")
         done = self.run_host("batch", "--state", state, "--data", pictures, "--out", self.scratch / "ganz", "--json")
-        self.assertEqual((done.code, json.loads(done.out)["failed"]), (3, 1), str(done))
+        self.assertEqual((done.code, json.loads(done.out)["failed"]), (3, 2), str(done))
         with open(self.scratch / "ganz/results.csv", newline="", encoding="utf-8") as stream:
             whole = {row["file"]: row for row in csv.DictReader(stream)}
-        self.assertEqual(len(whole), 11)
+        self.assertEqual(len(whole), 12)
         self.assertIn("kaputt.png", whole["kaputt.png"]["error"])
         self.assertEqual(whole["tief/225.png"]["category"], "hell")
         shards = []
@@ -85,6 +86,11 @@ class SegmenterCommands(HostTest):
         out = self.scratch / "stapel"
         self.ok("batch", "--state", state, "--data", data, "--out", out)
         self.assertEqual(len(list(out.glob("masks/fleck/images/*.png"))), 3)
+        for part in "train", "test":
+            self.bright_set(f"ganz/{part}")
+        self.ok("batch", "--state", state, "--data", self.scratch / "ganz", "--out", out, "--force")
+        self.assertEqual(len(list(out.glob("masks/fleck/t*/images/*.png"))), 6)
+        self.assertEqual(json.loads((out / "results.json").read_text("utf-8"))["images"][5]["file"], "train/images/2.png")
 
     def test_index_masks(self):
         for i in range(2):
@@ -197,10 +203,12 @@ class ReaderCommands(HostTest):
 
     def test_tables_with_boxes(self):
         self.file("tab/seite.png", png(60, 60, lambda x, y: 0 if (x, y) in {(15, 15), (35, 15)} else 255))
-        self.file("tab/chars.tsv", "x0\ty0\tx1\ty1\tchar\n10\t5\t21\t26\tA\n30\t5\t41\t26\tB\n")
+        self.file("tab/chars.tsv", "x0\ty0\tx1\ty1\tchar\n10\t5\t21\t26\tA\n\n30\t5\t41\t26\t B\n")
         self.file("tab/lines.tsv", "text\nAB\n")
         self.file("tab/size.txt", "20x30\n")
         data = self.scratch / "tab"
+        checked = self.run_host("check", "--tool", "ocr", "--data", data, "--json")
+        self.assertEqual(json.loads(checked.out)["counts"], {"A": 1, "B": 1})
         found = self.ok("evaluate", "--state", self.train("ocr", data), "--data", data)
         self.assertEqual((found["character_error_rate"], found["exact_line_rate"]), (0, 1))
 
@@ -212,18 +220,24 @@ class ReaderCommands(HostTest):
 
 class Conversion(HostTest):
     def test_coco_polygons_and_runs_become_masks(self):
-        self.file("c/bild.png", png(10, 8, lambda x, y: 250 if 2 <= x < 6 and 1 <= y < 4 else 9))
-        square = {"segmentation": [[2, 1, 6, 1, 6, 4, 2, 4]], "bbox": [2, 1, 4, 3]}
+        # Without the ending of a picture it is written as PNG.
+        self.file("c/bild", png(10, 8, lambda x, y: 250 if 2 <= x < 6 and 1 <= y < 4 else 9))
+        square = {"segmentation": [[2, 1, 6, 1, 6, 4, 2, 4]], "bbox": [2, 1]}
         runs = {"segmentation": {"counts": [17, 3, 5, 3, 5, 3, 5, 3, 36], "size": [8, 10]}, "bbox": [2, 1, 4, 3]}
         for name, shape in (("polygon", square), ("runs", runs)):
             with self.subTest(name):
-                labels = {"images": [{"id": 4, "file_name": "bild.png"}], "categories": [{"id": 9, "name": "teil"}],
+                labels = {"images": [{"id": 4, "file_name": "bild"}], "categories": [{"id": 9, "name": "teil"}],
                           "annotations": [{"image_id": 4, "category_id": 9, **shape}]}
                 source = self.file("c/labels.json", json.dumps(labels))
                 out = self.scratch / name
                 self.ok("convert", "--from", "coco", "--tool", "segmenter", "--labels", source, "--out", out)
                 state = self.train("segmenter", out, f"{name}.telvar")
                 self.assertEqual(self.ok("evaluate", "--state", state, "--data", out)["iou"], {"teil": 1})
+        labels["annotations"][0].update(segmentation=None, bbox=[2, 1, 4, 3])
+        source = self.file("c/labels.json", json.dumps(labels))
+        self.ok("convert", "--from", "coco", "--tool", "ocr", "--labels", source, "--out", self.scratch / "leser")
+        written = json.loads((self.scratch / "leser/labels.json").read_text("utf-8"))["images"]
+        self.assertEqual(written, [{"file": "bild.png", "characters": [{"x": 3.5, "y": 2, "category": "teil"}]}])
 
     def test_labelme_boxes_become_characters(self):
         self.file("l/seite.png", png(40, 30, lambda x, y: 0 if (x, y) == (12, 10) else 255))
