@@ -15,6 +15,11 @@ namespace telvar::ocr {
 /// The most reading pixels that one region may have: 2^26, about 116,000 nominal characters.
 constexpr std::uint64_t kMaxReadingPixels = std::uint64_t{1} << 26;
 
+/// The most category scores that the votes for one region may have: 1 GiB of them. With the votes
+/// of the eight or nine cells around each, 1000 categories allow 30,000 characters; up to 60 allow
+/// whatever there is.
+constexpr std::uint64_t kMaxVoteScores = std::uint64_t{1} << 28;
+
 /// Gray pixels at reading scale, fetched window by window.
 struct GraySource {
   int width = 0;
@@ -43,7 +48,8 @@ class ReadingNet {
   int categories() const { return categories_; }
 
   /// The votes of all cells above kVoteThreshold, row by row of each piece. The pieces, and so the
-  /// votes, do not depend on the number of threads. Takes about 200 MB a thread at most.
+  /// votes, do not depend on the number of threads. Takes about 200 MB a thread at most with 40
+  /// categories, and the votes. Throws invalid_image_size beyond kMaxVoteScores.
   std::vector<CellVote> votes(const GraySource& source, core::WorkerPool& pool) const;
 
  private:
