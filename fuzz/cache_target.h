@@ -35,11 +35,11 @@ inline std::pair<core::CacheKey, std::string> only_entry(const core::TrainCacheS
 template <typename Train>
 void try_cache(core::Tool tool, Input input, Train train) {
   static const std::unique_ptr<core::TrainCacheStore> sound = [&] {
-    auto store = std::make_unique<core::TrainCacheStore>(tool, false, 1 << 20);
+    auto store = std::make_unique<core::TrainCacheStore>(tool, 1 << 20);
     train(*store);
     return store;
   }();
-  core::TrainCacheStore store(tool, false, 1 << 20);
+  core::TrainCacheStore store(tool, 1 << 20);
   const int kind = input.number<std::uint8_t>() % 3;
   if (kind == 1) {
     auto [key, blob] = only_entry(*sound);

@@ -42,8 +42,8 @@ class TELVAR_API Model {
 /// once.
 class TELVAR_API TrainCache {
  public:
-  /// An empty cache of the documented default capacity; `keep_images`: whether raw images are kept
-  /// beside the prepared samples.
+  /// An empty cache of the documented default capacity. `keep_images` has no effect: prepared
+  /// samples are kept, raw images never.
   static std::unique_ptr<TrainCache> create(bool keep_images);
 
   TrainCache(const TrainCache&) = delete;
@@ -58,7 +58,7 @@ class TELVAR_API TrainCache {
   std::unique_ptr<Impl> impl_;
 };
 
-/// Replaces the contents of `cache`. Throws read_error; the cache may then be partly loaded.
+/// Replaces the contents of `cache`. Throws read_error; do not rely on what the cache then holds.
 TELVAR_API void load(TrainCache& cache, std::istream& stream);
 
 /// Throws write_error.

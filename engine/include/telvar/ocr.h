@@ -64,7 +64,7 @@ class TELVAR_API TrainCache {
   std::unique_ptr<Impl> impl_;
 };
 
-/// Replaces the contents of `cache`. Throws read_error; the cache may then be partly loaded.
+/// Replaces the contents of `cache`. Throws read_error; do not rely on what the cache then holds.
 TELVAR_API void load(TrainCache& cache, std::istream& stream);
 
 /// Throws write_error.

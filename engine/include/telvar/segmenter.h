@@ -46,7 +46,7 @@ class TELVAR_API Model {
 class TELVAR_API TrainCache {
  public:
   /// An empty cache of at most `capacity` bytes; 2^64 - 1 is the documented default limit.
-  /// `keep_images`: whether raw images are kept beside the prepared samples.
+  /// `keep_images` has no effect: prepared samples are kept, raw images never.
   static std::unique_ptr<TrainCache> create(bool keep_images, unsigned long long capacity);
 
   TrainCache(const TrainCache&) = delete;
@@ -61,7 +61,7 @@ class TELVAR_API TrainCache {
   std::unique_ptr<Impl> impl_;
 };
 
-/// Replaces the contents of `cache`. Throws read_error; the cache may then be partly loaded.
+/// Replaces the contents of `cache`. Throws read_error; do not rely on what the cache then holds.
 TELVAR_API void load(TrainCache& cache, std::istream& stream);
 
 /// Throws write_error.

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "classifier/dense.h"
 #include "telvar_msg/classification.pb.h"
 
 namespace telvar::classifier {

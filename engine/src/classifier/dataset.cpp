@@ -36,6 +36,15 @@ void sort_by_key(std::vector<DatasetEntry>& entries) {
             [](const auto& a, const auto& b) { return a.key < b.key; });
 }
 
+core::CacheKey cache_key(const std::string& image_id, const types::ImageView& image, int max_side) {
+  constexpr std::uint32_t kPreparation = 1;  // raise when `make_thumbnail` changes what it makes
+  core::ByteWriter key;
+  key.u32(kPreparation);
+  key.u64(core::digest_of(image));
+  key.u32(static_cast<std::uint32_t>(max_side));
+  return {image_id, core::checksum(key.bytes())};
+}
+
 struct Pending {
   std::size_t index;
   types::Image image;
@@ -110,11 +119,11 @@ std::vector<Thumbnail> ThumbnailLoader::load(const std::vector<DatasetEntry>& en
     const DatasetEntry& entry = entries[i];
     types::Image image = loader_(entry.image_id);
     const types::ImageView view(image);
-    core::check_image(view, "sample '" + entry.key + "', image '" + entry.image_id + "'");
-    core::CacheKey key{entry.image_id, core::digest_of(view) + static_cast<unsigned>(max_side_)};
+    core::check_image(image, "sample '" + entry.key + "', image '" + entry.image_id + "'");
+    core::CacheKey key = cache_key(entry.image_id, view, max_side_);
     if (const auto cached = cache_.find(key)) {
       try {
-        thumbnails[i - first] = decode(*cached);
+        thumbnails[i - first] = decode(*cached, view, max_side_);
         continue;
       } catch (const core::malformed_bytes&) {
         // An entry that is of no use costs time, nothing else: reduce the image anew.

@@ -59,9 +59,7 @@ void dots(const Matrix& a, int i0, int i1, const Matrix& b, int j0, int j1, int 
       if (rows == kTile && columns == kTile) {
         dot_tile(a.row(i), a.stride(), b.row(j), b.stride(), padded(length), out);
       } else {
-        // Repeats the first row where the tile sticks out.
-        dot_tile(a.row(i), rows == kTile ? a.stride() : 0, b.row(j),
-                 columns == kTile ? b.stride() : 0, padded(length), out);
+        // A tile that would stick out: pair by pair.
         for (int r = 0; r < rows; ++r) {
           for (int c = 0; c < columns; ++c) {
             float single[kTile * kTile];

@@ -123,16 +123,6 @@ std::vector<float> pixels_of(const core::Raster& raster) {
   return core::resize(raster, width, height).values;
 }
 
-core::Raster luma(const core::Raster& raster) {
-  if (raster.channels == 1) return raster;
-  core::Raster gray(raster.width, raster.height, 1);
-  for (std::size_t i = 0; i < gray.values.size(); ++i) {
-    gray.values[i] =
-        0.299f * raster.plane(0)[i] + 0.587f * raster.plane(1)[i] + 0.114f * raster.plane(2)[i];
-  }
-  return gray;
-}
-
 /// Local binary patterns of eight neighbours (Ojala et al., 2002): a bin for each uniform pattern,
 /// one for all others; square roots of shares.
 void append_patterns(const core::Raster& gray, int radius, std::vector<float>& out) {
@@ -163,7 +153,7 @@ void append_patterns(const core::Raster& gray, int radius, std::vector<float>& o
 }
 
 std::vector<float> texture_of(const core::Raster& raster, const Gradients& gradients) {
-  const core::Raster gray = luma(raster);
+  const core::Raster gray = core::to_gray(raster);
   std::vector<float> texture;
   append_patterns(gray, 1, texture);
   append_patterns(gray, 2, texture);

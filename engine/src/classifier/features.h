@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "classifier/canvas.h"
-#include "classifier/dense.h"
 
 namespace telvar::classifier {
 

@@ -3,34 +3,17 @@
 // A kernel ridge classifier on the features of the kept samples: strong when samples are few.
 //
 // Scores f(x) = sum_i k(x, x_i) a_i with k = exp(-sum_g w_g |x_g - y_g|^2) over the feature groups
-// g; a = (K + ridge I)^-1 Y. Groups, width and ridge are chosen by leave-one-out error, which has a
-// closed form (Rifkin and Lippert, 2007).
+// g; a = (K + ridge I)^-1 Y.
 
 #include <vector>
 
+#include "classifier/dense.h"
 #include "classifier/features.h"
+#include "classifier/kernel_choice.h"
 #include "core/bytes.h"
 #include "core/worker_pool.h"
 
 namespace telvar::classifier {
-
-/// How the feature groups are weighed, and how smooth the answer is.
-struct KernelChoice {
-  std::vector<float> group_weights;  // per group, of squared distances; width included
-  float ridge = 0;
-};
-
-/// The choice with the lowest leave-one-out error. A few hundred samples are enough.
-KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vector<int>& labels,
-                           int categories, core::WorkerPool& pool);
-
-/// For each list of changed copies of the samples: the share that a machine gets right which knows
-/// all samples but the copy's own.
-std::vector<double> accuracies_of_copies(const KernelChoice& choice,
-                                         const std::vector<Features>& samples,
-                                         const std::vector<int>& labels, int categories,
-                                         const std::vector<std::vector<Features>>& copies,
-                                         core::WorkerPool& pool);
 
 class KernelMachine {
  public:

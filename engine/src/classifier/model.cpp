@@ -1,8 +1,12 @@
+#include <algorithm>
+#include <cmath>
+#include <optional>
 #include <utility>
 
 #include "classifier/answers.h"
 #include "classifier/state.h"
 #include "core/exception_translation.h"
+#include "core/messages.h"
 #include "core/regions.h"
 #include "core/sampling.h"
 #include "telvar/classifier.h"
@@ -24,8 +28,9 @@ types::Image cut_out(const types::ImageView& image, const core::Region& region) 
   std::vector<unsigned char> pixels(raster.values.size() * bytes);
   for (std::size_t i = 0; i < raster.plane_size(); ++i) {
     for (unsigned c = 0; c < channels; ++c) {
-      const auto level =
-          static_cast<std::uint16_t>(raster.plane(static_cast<int>(c))[i] * white + 0.5f);
+      // The weights of a mean of many samples may add up to a little more than 1.
+      const float value = std::min(raster.plane(static_cast<int>(c))[i], 1.0f);
+      const auto level = static_cast<std::uint16_t>(value * white + 0.5f);
       unsigned char* out = pixels.data() + (i * channels + c) * bytes;
       if (bytes == 1) {
         *out = static_cast<unsigned char>(level);
@@ -39,16 +44,21 @@ types::Image cut_out(const types::ImageView& image, const core::Region& region) 
                       channels, 8 * bytes, colour ? 2 : 0, pixels.data());
 }
 
-bool is_whole(const types::ImageView& image, const core::Region& region) {
+/// The region's pixels where they lie, if it is a rectangle of the image's own pixels.
+std::optional<types::ImageView> find_in(const types::ImageView& image, const core::Region& region) {
   const auto& t = region.transform;
-  return t.a == 1 && t.b == 0 && t.c == 0 && t.d == 0 && t.e == 1 && t.f == 0 &&
-         region.width == static_cast<int>(image.layout[0]) &&
-         region.height == static_cast<int>(image.layout[1]);
-}
-
-unsigned threads_of(const types::Device& device) {
-  const auto* cpu = dynamic_cast<const types::CpuDevice*>(&device);
-  return cpu == nullptr ? 0 : cpu->threads();
+  const auto [width, height, stride, channels, bits, order] = image.layout;
+  const auto fits = [](float first, int extent, unsigned side) {
+    return first >= 0 && first == std::floor(first) && double(first) + extent <= side;
+  };
+  const bool upright = t.a == 1 && t.b == 0 && t.d == 0 && t.e == 1;
+  if (!upright || !fits(t.c, region.width, width) || !fits(t.f, region.height, height)) {
+    return std::nullopt;
+  }
+  return types::ImageView(static_cast<unsigned>(region.width), static_cast<unsigned>(region.height),
+                          stride, channels, bits, order,
+                          image.pixels + static_cast<std::size_t>(t.f) * stride +
+                              static_cast<std::size_t>(t.c) * channels * (bits / 8));
 }
 
 }  // namespace
@@ -69,13 +79,13 @@ class Model::Impl {
     const engine::Matrix scores = engine::scores_of(state_, {&sample}, pool_);
     telvar_msg::qv::classification::Result result;
     *result.mutable_sample() = engine::sample_result(state_.categories, scores.row(0));
-    return result.SerializeAsString();
+    return core::serialised(result, "classifying an image");
   }
 
  private:
   engine::Thumbnail thumbnail_of(const types::ImageView& image, const core::Region& region) const {
     const int side = state_.canvas.thumbnail_side;
-    if (is_whole(image, region)) return engine::make_thumbnail(image, side);
+    if (const auto pixels = find_in(image, region)) return engine::make_thumbnail(*pixels, side);
     const types::Image cut = cut_out(image, region);
     return engine::make_thumbnail(types::ImageView(cut), side);
   }
@@ -90,8 +100,9 @@ Model::Model(const std::string& artifact, const std::string& runtime_parameters,
     throw types::invalid_parameters("the classifier takes no run-time parameters, " +
                                     std::to_string(runtime_parameters.size()) + " bytes given");
   }
-  impl_ = core::translated("building the classifier",
-                           [&] { return std::make_unique<Impl>(artifact, threads_of(device)); });
+  impl_ = core::translated("building the classifier", [&] {
+    return std::make_unique<Impl>(artifact, core::threads_of(device));
+  });
 }
 
 Model::~Model() = default;

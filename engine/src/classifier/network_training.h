@@ -14,7 +14,7 @@ namespace telvar::classifier {
 struct NetworkTask {
   const std::vector<Sample>* samples;
   const std::vector<int>* labels;
-  std::vector<int> members;  // indices of the samples to learn from
+  std::vector<int> members;  // indices of the samples to learn from, at least one
   Canvas canvas;
   Symmetry symmetry;
   int categories;

@@ -3,7 +3,7 @@
 #include "classifier/state.h"
 #include "classifier/train_cache.h"
 #include "core/exception_translation.h"
-#include "core/library_threads.h"
+#include "core/messages.h"
 #include "telvar/classifier.h"
 
 namespace telvar::qv::classifier {
@@ -31,7 +31,6 @@ void process_batch(const engine::ClassifierState& state,
 
 std::string process_checked(const std::string& artifact, const std::string& dataset,
                             const types::ImageLoader& loader, TrainCache& cache) {
-  const core::LibraryThreadScope scope;
   core::WorkerPool pool;
   engine::ClassifierState state = engine::read_classifier(artifact, pool);
   engine::prepare_for_answers(state);
@@ -44,15 +43,16 @@ std::string process_checked(const std::string& artifact, const std::string& data
     process_batch(state, entries, first, thumbnails.load(entries, first, last), pool, result);
   }
   session.commit();
-  return result.SerializeAsString();
+  return core::serialised(result, "classifying a batch");
 }
 
 }  // namespace
 
 std::string process(const std::string& artifact, const std::string& dataset,
                     const types::ImageLoader& loader, TrainCache& cache) {
-  return core::translated("classifying a batch",
-                          [&] { return process_checked(artifact, dataset, loader, cache); });
+  return core::translated("classifying a batch", [&] {
+    return process_checked(artifact, dataset, core::passing(loader), cache);
+  });
 }
 
 }  // namespace telvar::qv::classifier

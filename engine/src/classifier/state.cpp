@@ -151,12 +151,26 @@ Matrix mean_logits(const ClassifierState& state, const std::vector<const Sample*
   return mean;
 }
 
+Matrix kernel_scores(const ClassifierState& state, const std::vector<const Sample*>& samples,
+                     core::WorkerPool& pool) {
+  constexpr std::size_t kBlock = 1024;  // of about 36 kB: features and a row of the kernel
+  Matrix scores(static_cast<int>(samples.size()), static_cast<int>(state.categories.size()));
+  for (std::size_t first = 0; first < samples.size(); first += kBlock) {
+    const std::vector<const Sample*> block(
+        samples.begin() + first, samples.begin() + std::min(samples.size(), first + kBlock));
+    const Matrix found = state.kernel.scores(describe_all(block, state.canvas, pool), pool);
+    for (int i = 0; i < found.rows(); ++i) {
+      std::copy_n(found.row(i), found.columns(), scores.row(static_cast<int>(first) + i));
+    }
+  }
+  return scores;
+}
+
 Matrix scores_of(const ClassifierState& state, const std::vector<const Sample*>& samples,
                  core::WorkerPool& pool) {
+  const core::LibraryThreadScope scope;
   Matrix kernel;
-  if (state.has_kernel) {
-    kernel = state.kernel.scores(describe_all(samples, state.canvas, pool), pool);
-  }
+  if (state.has_kernel) kernel = kernel_scores(state, samples, pool);
   return stacked_scores(state.stacking, mean_logits(state, samples, pool), kernel);
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "classifier/canvas.h"
+#include "classifier/dense.h"
 #include "classifier/kernel_machine.h"
 #include "classifier/memory.h"
 #include "classifier/stacking.h"
@@ -47,6 +48,11 @@ std::vector<std::vector<Features>> describe_views(const std::vector<const Sample
 /// The mean of the networks' logits.
 Matrix mean_logits(const ClassifierState& state, const std::vector<const Sample*>& samples,
                    core::WorkerPool& pool);
+
+/// The kernel machine's scores, samples x categories. Works in blocks, so that beside the scores
+/// its memory does not grow with the number of samples.
+Matrix kernel_scores(const ClassifierState& state, const std::vector<const Sample*>& samples,
+                     core::WorkerPool& pool);
 
 /// Calibrated scores, samples x categories.
 Matrix scores_of(const ClassifierState& state, const std::vector<const Sample*>& samples,

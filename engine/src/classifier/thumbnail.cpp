@@ -23,29 +23,24 @@ bool shows_colour(const core::Raster& raster) {
   return sum > kColourfulness * static_cast<double>(count);
 }
 
-core::Raster gray_of(const core::Raster& colour) {
-  core::Raster gray(colour.width, colour.height, 1);
-  for (std::size_t i = 0; i < gray.values.size(); ++i) {
-    gray.values[i] =
-        0.299f * colour.plane(0)[i] + 0.587f * colour.plane(1)[i] + 0.114f * colour.plane(2)[i];
-  }
-  return gray;
-}
-
 int shrunk(unsigned side, double scale) {
   return std::max(1, static_cast<int>(std::lround(side * scale)));
 }
 
 }  // namespace
 
-Thumbnail make_thumbnail(const types::ImageView& image, int max_side) {
+types::Size2<int> thumbnail_extent(const types::ImageView& image, int max_side) {
   const unsigned longest = std::max(image.layout[0], image.layout[1]);
   const double scale = std::min(1.0, static_cast<double>(max_side) / longest);
+  return {shrunk(image.layout[0], scale), shrunk(image.layout[1], scale)};
+}
+
+Thumbnail make_thumbnail(const types::ImageView& image, int max_side) {
+  const auto extent = thumbnail_extent(image, max_side);
   const bool colour = core::has_colour(image);
-  core::Raster raster = core::sample(image, core::whole_image(image),
-                                     shrunk(image.layout[0], scale), shrunk(image.layout[1], scale),
+  core::Raster raster = core::sample(image, core::whole_image(image), extent.width, extent.height,
                                      colour ? core::Colour::kRgb : core::Colour::kGray);
-  if (colour && !shows_colour(raster)) raster = gray_of(raster);
+  if (colour && !shows_colour(raster)) raster = core::to_gray(raster);
   Thumbnail thumbnail;
   thumbnail.width = raster.width;
   thumbnail.height = raster.height;
@@ -54,7 +49,8 @@ Thumbnail make_thumbnail(const types::ImageView& image, int max_side) {
   const float white = thumbnail.bits == 8 ? 255.0f : 65535.0f;
   core::ByteWriter writer;
   for (const float value : raster.values) {
-    const auto level = static_cast<std::uint16_t>(std::lround(value * white));
+    // The weights of a mean of many samples may add up to a little more than 1.
+    const auto level = static_cast<std::uint16_t>(std::lround(std::min(value, 1.0f) * white));
     thumbnail.bits == 8 ? writer.u8(static_cast<std::uint8_t>(level)) : writer.u16(level);
   }
   thumbnail.pixels = writer.take();
@@ -90,20 +86,24 @@ std::string encode(const Thumbnail& thumbnail) {
   return writer.take();
 }
 
-Thumbnail decode(std::string_view bytes) {
+Thumbnail decode(std::string_view bytes, const types::ImageView& image, int max_side) {
+  const auto extent = thumbnail_extent(image, max_side);
   core::ByteReader reader(bytes);
   Thumbnail thumbnail;
-  thumbnail.width = static_cast<int>(reader.count("width", 1, 4096));
-  thumbnail.height = static_cast<int>(reader.count("height", 1, 4096));
+  thumbnail.width = static_cast<int>(reader.u32("width"));
+  thumbnail.height = static_cast<int>(reader.u32("height"));
   thumbnail.channels = reader.u8("channels");
   thumbnail.bits = reader.u8("bits");
   thumbnail.pixels = reader.blob("pixels");
   reader.finish("thumbnail");
-  const bool known = (thumbnail.channels == 1 || thumbnail.channels == 3) &&
-                     (thumbnail.bits == 8 || thumbnail.bits == 16);
+  const bool fits =
+      thumbnail.width == extent.width && thumbnail.height == extent.height &&
+      thumbnail.bits == static_cast<int>(image.layout[4]) &&
+      (thumbnail.channels == 1 || (thumbnail.channels == 3 && core::has_colour(image)));
+  if (!fits) throw core::malformed_bytes("thumbnail of another image");
   const std::size_t size = static_cast<std::size_t>(thumbnail.width) * thumbnail.height *
                            thumbnail.channels * (thumbnail.bits / 8);
-  if (!known || thumbnail.pixels.size() != size) throw core::malformed_bytes("thumbnail");
+  if (thumbnail.pixels.size() != size) throw core::malformed_bytes("thumbnail");
   return thumbnail;
 }
 

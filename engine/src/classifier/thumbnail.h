@@ -24,12 +24,15 @@ struct Thumbnail {
   float peak() const;
 };
 
-/// Shrinks a checked image until neither side exceeds `max_side`, with its aspect ratio; smaller
-/// images stay as they are.
+/// The extent of a thumbnail: shrunk until neither side exceeds `max_side`, with the image's aspect
+/// ratio; smaller images stay as they are.
+types::Size2<int> thumbnail_extent(const types::ImageView& image, int max_side);
+
+/// Shrinks a checked image.
 Thumbnail make_thumbnail(const types::ImageView& image, int max_side);
 
 std::string encode(const Thumbnail& thumbnail);
-/// Throws core::malformed_bytes.
-Thumbnail decode(std::string_view bytes);
+/// Throws core::malformed_bytes, also for a thumbnail of another extent or depth than `image` has.
+Thumbnail decode(std::string_view bytes, const types::ImageView& image, int max_side);
 
 }  // namespace telvar::classifier

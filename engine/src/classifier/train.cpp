@@ -6,6 +6,7 @@
 #include "classifier/trainer.h"
 #include "core/exception_translation.h"
 #include "core/library_threads.h"
+#include "core/messages.h"
 #include "telvar/classifier.h"
 
 namespace telvar::qv::classifier {
@@ -48,7 +49,6 @@ std::tuple<std::string, std::string> train_checked(const std::string& artifact,
                                                    const std::string& parameters,
                                                    const types::ImageLoader& loader,
                                                    TrainCache& cache) {
-  const core::LibraryThreadScope scope;
   core::WorkerPool pool;
   const int effort = engine::parse_effort(parameters);
   const std::vector<engine::DatasetEntry> entries = engine::parse_dataset(dataset);
@@ -61,6 +61,7 @@ std::tuple<std::string, std::string> train_checked(const std::string& artifact,
   core::CacheSession session(cache.impl().store);
   std::vector<engine::Thumbnail> thumbnails =
       engine::ThumbnailLoader(loader, session, pool, side).load(entries, 0, entries.size());
+  const core::LibraryThreadScope scope;  // not around the loader, which is the host's
   engine::Canvas canvas = before ? before->canvas : engine::choose_canvas(thumbnails);
   std::vector<engine::Sample> samples = place_all(thumbnails, canvas, pool);
   thumbnails = {};
@@ -71,7 +72,7 @@ std::tuple<std::string, std::string> train_checked(const std::string& artifact,
   const engine::TrainedClassifier trained =
       engine::train_classifier(set, canvas, former, nets, effort, pool);
   const messages::TrainingResult result = result_of(trained, set, entries, pool);
-  std::tuple<std::string, std::string> answer(result.SerializeAsString(),
+  std::tuple<std::string, std::string> answer(core::serialised(result, "training the classifier"),
                                               engine::write_classifier(trained.state));
   session.commit();
   return answer;
@@ -83,7 +84,7 @@ std::tuple<std::string, std::string> train(const std::string& artifact, const st
                                            const std::string& parameters,
                                            const types::ImageLoader& loader, TrainCache& cache) {
   return core::translated("training the classifier", [&] {
-    return train_checked(artifact, dataset, parameters, loader, cache);
+    return train_checked(artifact, dataset, parameters, core::passing(loader), cache);
   });
 }
 

@@ -5,8 +5,8 @@ namespace telvar::qv::classifier {
 TrainCache::TrainCache(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 TrainCache::~TrainCache() = default;
 
-std::unique_ptr<TrainCache> TrainCache::create(bool keep_images) {
-  return std::unique_ptr<TrainCache>(new TrainCache(std::make_unique<Impl>(keep_images)));
+std::unique_ptr<TrainCache> TrainCache::create(bool) {
+  return std::unique_ptr<TrainCache>(new TrainCache(std::make_unique<Impl>()));
 }
 
 void load(TrainCache& cache, std::istream& stream) {

@@ -9,10 +9,7 @@ namespace telvar::qv::classifier {
 
 class TrainCache::Impl {
  public:
-  explicit Impl(bool keep_images)
-      : store(core::Tool::kClassifier, keep_images, ~std::uint64_t{0}) {}
-
-  core::TrainCacheStore store;
+  core::TrainCacheStore store{core::Tool::kClassifier, ~std::uint64_t{0}};
 };
 
 }  // namespace telvar::qv::classifier

@@ -27,6 +27,17 @@ std::shared_ptr<NetworkImpl> first_weights(const TrainingSet& set, const Canvas&
   return net;
 }
 
+/// The samples outside a network's fold. An artifact may have had them all held out; then there is
+/// no use in holding out any.
+std::vector<int> members_for(const TrainingSet& set, int number) {
+  std::vector<int> members, all;
+  for (std::size_t i = 0; i < set.samples.size(); ++i) {
+    all.push_back(static_cast<int>(i));
+    if (set.folds[i] != number) members.push_back(static_cast<int>(i));
+  }
+  return members.empty() ? all : members;
+}
+
 /// Every network learns from the samples outside its fold, side by side.
 void train_networks(const TrainingSet& set, const ClassifierState* before, int nets, int effort,
                     core::WorkerPool& pool, ClassifierState& state) {
@@ -41,9 +52,7 @@ void train_networks(const TrainingSet& set, const ClassifierState* before, int n
     task.effort = effort;
     task.goes_on = before != nullptr;
     task.seed = kSeed + static_cast<std::uint64_t>(number);
-    for (std::size_t i = 0; i < set.samples.size(); ++i) {
-      if (set.folds[i] != number) task.members.push_back(static_cast<int>(i));
-    }
+    task.members = members_for(set, number);
     state.nets[number] = first_weights(set, state.canvas, before, number);
     train_network(state.nets[number], task, pool);
   });
@@ -135,10 +144,7 @@ Matrix train_kernel(const TrainingSet& set, const std::vector<int>& held_out,
   for (const int i : held_out) {
     if (landmark[i] < 0) others.push_back(i);
   }
-  const Matrix plain =
-      others.empty()
-          ? Matrix()
-          : state.kernel.scores(describe_all(pointers(set, others), state.canvas, pool), pool);
+  const Matrix plain = kernel_scores(state, pointers(set, others), pool);
   Matrix out(static_cast<int>(held_out.size()), categories);
   int next = 0;
   for (int row = 0; row < out.rows(); ++row) {

@@ -1,6 +1,7 @@
 #include "classifier/training_set.h"
 
 #include <algorithm>
+#include <deque>
 #include <map>
 #include <set>
 #include <tuple>
@@ -78,7 +79,8 @@ std::vector<std::vector<int>> by_category(const TrainingSet& set,
 }
 
 /// A category of which everything is kept is dealt out evenly, and the folds are remembered; of a
-/// larger one the digest decides, so that a sample never changes its fold.
+/// larger one the digest decides, so that a sample never changes its fold. Equal samples take
+/// turns: all in one fold would leave its network nothing to learn from, or none to be judged by.
 void assign_folds(TrainingSet& set, const std::vector<std::vector<int>>& members,
                   const std::vector<std::uint64_t>& digests, int nets) {
   const std::size_t limit = keep_limit(set.categories.size());
@@ -87,14 +89,16 @@ void assign_folds(TrainingSet& set, const std::vector<std::vector<int>>& members
     for (const int i : members[c]) {
       if (set.folds[i] != kNoFold && set.folds[i] < nets) ++sizes[set.folds[i]];
     }
+    std::uint64_t turn = 0;
     for (std::size_t k = 0; k < members[c].size(); ++k) {
       int& fold = set.folds[members[c][k]];
       const std::uint64_t digest = digests[members[c][k]];
+      turn = k > 0 && digest == digests[members[c][k - 1]] ? turn + 1 : digest;
       if (fold != kNoFold) continue;
       if (nets == 1) {
-        fold = digest % kHeldOutShare == 0 ? 0 : 1;
+        fold = turn % kHeldOutShare == 0 ? 0 : 1;
       } else if (members[c].size() > limit) {
-        fold = static_cast<int>(digest % nets);
+        fold = static_cast<int>(turn % nets);
       } else {
         // Equal counts are broken from another place for each category.
         int best = static_cast<int>(c % nets);
@@ -149,7 +153,7 @@ TrainingSet join_samples(const std::vector<DatasetEntry>& entries, std::vector<S
   set.from_dataset = set.samples.size();
   set.folds.assign(set.samples.size(), kNoFold);
   std::vector<std::uint64_t> digests;
-  std::map<std::uint64_t, std::vector<int>> present;
+  std::map<std::uint64_t, std::deque<int>> present;
   for (std::size_t i = 0; i < entries.size(); ++i) {
     set.labels.push_back(index_of(set.categories, entries[i].category_id));
     digests.push_back(digest(set.samples[i]));
@@ -163,7 +167,10 @@ TrainingSet join_samples(const std::vector<DatasetEntry>& entries, std::vector<S
       const std::uint64_t sum = digest(kept.pixels);
       const auto same = present.find(sum);
       if (same != present.end()) {
-        for (const int i : same->second) set.folds[i] = kept.fold;
+        std::deque<int>& unclaimed = same->second;
+        if (unclaimed.empty()) continue;
+        set.folds[unclaimed.front()] = kept.fold;
+        unclaimed.pop_front();
         continue;
       }
       set.samples.push_back(kept.pixels);

@@ -27,8 +27,8 @@ struct TrainingSet {
 void check_counts(const std::vector<DatasetEntry>& entries, const Memory* before);
 
 /// Joins a data set that passed `check_counts` with what `before` (may be null) has kept; a sample
-/// that is in both counts once, with the data set's label. `nets`: how many folds are held out.
-/// Throws insufficient_number_of_samples, invalid_dataset.
+/// that is in both counts once, with the data set's label and the fold that it had. `nets`: how
+/// many folds are held out. Throws insufficient_number_of_samples, invalid_dataset.
 TrainingSet join_samples(const std::vector<DatasetEntry>& entries, std::vector<Sample> samples,
                          const Memory* before, int nets);
 

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "core/worker_pool.h"
+#include "telvar/exceptions.h"
 
 #if defined(__linux__)
 #include <sched.h>
@@ -96,6 +97,12 @@ unsigned available_cores() {
   const double cores =
       std::min(static_cast<double>(cores_by_affinity()), std::ceil(cores_by_quota()));
   return static_cast<unsigned>(std::max(1.0, cores));
+}
+
+unsigned threads_of(const types::Device& device) {
+  const auto* cpu = dynamic_cast<const types::CpuDevice*>(&device);
+  if (cpu == nullptr) throw types::invalid_parameters("device: only the CPU is known");
+  return cpu->threads();
 }
 
 }  // namespace telvar::core

@@ -101,6 +101,14 @@ class SpareParts {
 
 }  // namespace
 
+bool computes_bfloat16() {
+#if defined(__x86_64__) && defined(__GNUC__)
+  return __builtin_cpu_supports("avx512bf16") && __builtin_cpu_supports("avx512vl");
+#else
+  return false;
+#endif
+}
+
 struct FusedConvolutions::Chain {
   dnnl::engine engine{dnnl::engine::kind::cpu, 0};
   memory::data_type number;

@@ -11,6 +11,9 @@
 
 namespace telvar::core {
 
+/// Whether the processor multiplies bfloat16 numbers itself; elsewhere they would be slow.
+bool computes_bfloat16();
+
 struct FusedLayer {
   torch::Tensor weight;  // out x in x k x k floats, k odd
   torch::Tensor bias;    // out floats

@@ -6,7 +6,8 @@ namespace telvar::core {
 
 /// While it lives, tensor, BLAS and OpenMP work of the calling thread stays on that thread, and
 /// numbers too small to be normal count as zero, whatever the host or the environment set. Restores
-/// both. Put one around every use of the tensor library outside WorkerPool::run.
+/// both. Put one around every use of the tensor library outside WorkerPool::run,
+/// and none around a host's callback.
 class LibraryThreadScope {
  public:
   LibraryThreadScope();

@@ -6,9 +6,6 @@
 namespace telvar::core {
 namespace {
 
-// Luma weights of ITU-R BT.601.
-constexpr float kRedWeight = 0.299f, kGreenWeight = 0.587f, kBlueWeight = 0.114f;
-
 template <class Value>
 float value_at(const unsigned char* row, std::size_t index) {
   Value value;  // copied: rows of 16-bit images need not be aligned
@@ -34,7 +31,7 @@ void convert(const unsigned char* row, unsigned channels, bool blue_first, int c
     const float g = value_at<Value>(row, at + 1) * scale;
     const float b = value_at<Value>(row, at + blue) * scale;
     if (colour == Colour::kGray) {
-      planes[0][i] = kRedWeight * r + kGreenWeight * g + kBlueWeight * b;
+      planes[0][i] = luma(r, g, b);
     } else {
       planes[0][i] = r;
       planes[1][i] = g;

@@ -16,6 +16,13 @@ constexpr int channel_count(Colour colour) {
   return colour == Colour::kGray ? 1 : 3;
 }
 
+/// By the weights of ITU-R BT.601.
+template <class Number>
+constexpr Number luma(Number red, Number green, Number blue) {
+  return static_cast<Number>(0.299) * red + static_cast<Number>(0.587) * green +
+         static_cast<Number>(0.114) * blue;
+}
+
 /// Planar pixels, values 0..1, channels x height x width (red, green, blue when colour).
 struct Raster {
   Raster() = default;

@@ -162,6 +162,15 @@ void check_image(const types::ImageView& image, const std::string& subject,
   if (image.pixels == nullptr) throw types::invalid_image(subject + ": the pixels are missing");
 }
 
+void check_image(const types::Image& image, const std::string& subject, const ImageLimits& limits) {
+  check_image(types::ImageView(image), subject, limits);
+  const std::uint64_t bytes = std::uint64_t{image.layout[2]} * image.layout[1];
+  if (image.pixels.size() < bytes) {
+    throw types::invalid_image(
+        text(subject, ": the layout asks for ", bytes, " bytes, there are ", image.pixels.size()));
+  }
+}
+
 Region whole_image(const types::ImageView& image) {
   Region region;
   region.width = static_cast<int>(image.layout[0]);
@@ -190,6 +199,16 @@ Region resolve_region(const types::ImageView& image, const types::AffineTransfor
   region.width = static_cast<int>(size.width);
   region.height = static_cast<int>(size.height);
   return region;
+}
+
+Region part_of(const Region& region, int x, int y, int width, int height) {
+  Region part = region;
+  types::AffineTransform& t = part.transform;
+  t.c += t.a * x + t.b * y;
+  t.f += t.d * x + t.e * y;
+  part.width = width;
+  part.height = height;
+  return part;
 }
 
 bool has_colour(const types::ImageView& image) {

@@ -31,6 +31,11 @@ struct Region {
 void check_image(const types::ImageView& image, const std::string& subject,
                  const ImageLimits& limits = {});
 
+/// The same for an image that owns its pixels, whose layout anybody may have changed: invalid_image
+/// also when it has fewer bytes than row stride x height.
+void check_image(const types::Image& image, const std::string& subject,
+                 const ImageLimits& limits = {});
+
 /// The region of a checked image; size (0, 0) with the identity is the whole image.
 /// Throws invalid_roi, naming the values: not finite, singular, an extent of zero or beyond the
 /// limits, wholly outside, |a|, |b|, |d| or |e| above 1e6, a corner farther than 2^31 px.
@@ -40,6 +45,9 @@ Region resolve_region(const types::ImageView& image, const types::AffineTransfor
 
 /// The whole of a checked image.
 Region whole_image(const types::ImageView& image);
+
+/// The rectangle at (x, y) of a region, in region pixels.
+Region part_of(const Region& region, int x, int y, int width, int height);
 
 /// True when the image carries colour channels (3 or 4).
 bool has_colour(const types::ImageView& image);

@@ -12,6 +12,10 @@ namespace {
 // it is enough to bring the widest image down to 8 pixels.
 constexpr int kMaxAxisSamples = 4096;
 constexpr int kMaxPlaneSamples = 64;
+// A turned region that reaches far beyond its image repeats the edge there, over and over. So many
+// sub-samples an output pixel, and so many for each image pixel in reach, are always granted; one
+// that lies within its image wants no more, unless it is sheared to a splinter.
+constexpr double kGrantedSamples = 64, kGrantedPerImagePixel = 16;
 
 /// How each output position of one axis mixes source positions first .. first + count - 1.
 struct AxisTaps {
@@ -189,6 +193,23 @@ Box touched_box(const types::AffineTransform& t, int out_width, int out_height, 
   return {x, y, high(right, width) - x + 1, high(bottom, height) - y + 1};
 }
 
+struct SampleGrid {
+  int x, y;
+};
+
+/// How many sub-samples a pixel takes along each side.
+SampleGrid sample_grid(const types::AffineTransform& t, const Box& box, int out_width,
+                       int out_height) {
+  const SampleGrid wanted{sub_samples(std::hypot(t.a, t.d), kMaxPlaneSamples),
+                          sub_samples(std::hypot(t.b, t.e), kMaxPlaneSamples)};
+  const double share = double(box.width) * box.height / (double(out_width) * out_height);
+  const double granted = std::max(kGrantedSamples, kGrantedPerImagePixel * share);
+  const double excess = wanted.x * wanted.y / granted;
+  if (excess <= 1) return wanted;
+  return {std::max(1, static_cast<int>(wanted.x / std::sqrt(excess))),
+          std::max(1, static_cast<int>(wanted.y / std::sqrt(excess)))};
+}
+
 template <class Inside>
 Mask nearest(const types::AffineTransform& t, int out_width, int out_height, int width, int height,
              const Inside& inside) {
@@ -218,9 +239,8 @@ Raster sample(const types::ImageView& image, const Region& region, int out_width
   const Raster source = crop(image, box.x, box.y, box.width, box.height, colour);
   t.c -= static_cast<float>(box.x);
   t.f -= static_cast<float>(box.y);
-  return warp_mean(source, t, out_width, out_height,
-                   sub_samples(std::hypot(t.a, t.d), kMaxPlaneSamples),
-                   sub_samples(std::hypot(t.b, t.e), kMaxPlaneSamples));
+  const SampleGrid grid = sample_grid(t, box, out_width, out_height);
+  return warp_mean(source, t, out_width, out_height, grid.x, grid.y);
 }
 
 Raster sample(const types::ImageView& image, const Region& region, Colour colour) {
@@ -250,6 +270,15 @@ Mask warp(const Mask& source, const types::AffineTransform& to_source, int out_w
           int out_height) {
   return nearest(to_source, out_width, out_height, source.width, source.height,
                  [&](int x, int y) { return source.at(y, x) != 0; });
+}
+
+Raster to_gray(const Raster& source) {
+  if (source.channels == 1) return source;
+  Raster gray(source.width, source.height, 1);
+  for (std::size_t i = 0; i < gray.values.size(); ++i) {
+    gray.values[i] = luma(source.plane(0)[i], source.plane(1)[i], source.plane(2)[i]);
+  }
+  return gray;
 }
 
 Raster resize(const Raster& source, int out_width, int out_height) {

@@ -11,7 +11,7 @@ namespace telvar::core {
 
 /// Samples a region bilinearly; edge pixels repeat. When the output is coarser than the image, an
 /// output pixel is the mean of evenly spread bilinear samples, so that nothing aliases. Colour to
-/// gray by the luma weights of ITU-R BT.601; alpha is ignored; gray to colour repeats the plane.
+/// gray by `luma`; alpha is ignored; gray to colour repeats the plane.
 Raster sample(const types::ImageView& image, const Region& region, int out_width, int out_height,
               Colour colour);
 
@@ -30,6 +30,9 @@ Raster warp(const Raster& source, const types::AffineTransform& to_source, int o
 /// `warp` for masks: nearest pixel, outside 0.
 Mask warp(const Mask& source, const types::AffineTransform& to_source, int out_width,
           int out_height);
+
+/// One plane of luma; a gray raster as it is.
+Raster to_gray(const Raster& source);
 
 /// Another size, anti-aliased like `sample`.
 Raster resize(const Raster& source, int out_width, int out_height);

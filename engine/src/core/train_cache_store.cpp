@@ -29,14 +29,21 @@ std::string read_all(std::istream& stream) try {
   throw types::read_error(std::string("train cache: the stream cannot be read: ") + error.what());
 }
 
-void write_all(std::ostream& stream, const std::string& bytes) try {
-  stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  stream.flush();
-  if (!stream) throw types::write_error("train cache: the stream cannot be written");
-} catch (const std::ios_base::failure& error) {  // if the stream is told to throw
-  throw types::write_error(std::string("train cache: the stream cannot be written: ") +
-                           error.what());
-}
+/// Writes to a stream and sums what it writes: a cache is too large to be held once more.
+class SummingWriter {
+ public:
+  explicit SummingWriter(std::ostream& stream) : stream_(stream) { XXH3_64bits_reset(&sum_); }
+
+  void write(std::string_view bytes) {
+    XXH3_64bits_update(&sum_, bytes.data(), bytes.size());
+    stream_.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  }
+  std::uint64_t sum() const { return XXH3_64bits_digest(&sum_); }
+
+ private:
+  std::ostream& stream_;
+  XXH3_state_t sum_;
+};
 
 /// Everything between the header and the checksum, both verified.
 std::string_view checked_entries(std::string_view bytes, Tool tool) {
@@ -74,10 +81,8 @@ std::uint64_t digest_of(const types::ImageView& image) {
   return XXH3_64bits_digest(&state);
 }
 
-TrainCacheStore::TrainCacheStore(Tool tool, bool keep_images, std::uint64_t capacity)
-    : tool_(tool),
-      keep_images_(keep_images),
-      capacity_(capacity == ~std::uint64_t{0} ? kDefaultCacheCapacity : capacity) {}
+TrainCacheStore::TrainCacheStore(Tool tool, std::uint64_t capacity)
+    : tool_(tool), capacity_(capacity == ~std::uint64_t{0} ? kDefaultCacheCapacity : capacity) {}
 
 TrainCacheStore::Blob TrainCacheStore::find(const CacheKey& key) const {
   const auto found = index_.find(key);
@@ -89,6 +94,10 @@ void TrainCacheStore::touch(const CacheKey& key) {
   if (found != index_.end()) entries_.splice(entries_.begin(), entries_, found->second);
 }
 
+bool TrainCacheStore::has_room_for(const CacheKey& key, const std::string& blob) const {
+  return key.image_id.size() <= kMaxImageId && cost(key, blob) <= capacity_;
+}
+
 void TrainCacheStore::put(const CacheKey& key, Blob blob) {
   const auto found = index_.find(key);
   if (found != index_.end()) {
@@ -96,7 +105,7 @@ void TrainCacheStore::put(const CacheKey& key, Blob blob) {
     entries_.erase(found->second);
     index_.erase(found);
   }
-  if (cost(key, *blob) > capacity_) return;
+  if (!has_room_for(key, *blob)) return;
   bytes_ += cost(key, *blob);
   entries_.push_front({key, std::move(blob)});
   index_[key] = entries_.begin();
@@ -110,24 +119,35 @@ void TrainCacheStore::drop_oldest() {
   entries_.pop_back();
 }
 
-void TrainCacheStore::save(std::ostream& stream) const {
-  ByteWriter writer;
-  writer.raw(kMagic.data(), kMagic.size());
-  writer.u32(kVersion);
-  writer.u32(static_cast<std::uint32_t>(tool_));
-  writer.u64(entries_.size());
-  for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
-    writer.text(entry->key.image_id);
-    writer.u64(entry->key.digest);
-    writer.blob(*entry->blob);
+void TrainCacheStore::save(std::ostream& stream) const try {
+  SummingWriter out(stream);
+  ByteWriter header;
+  header.raw(kMagic.data(), kMagic.size());
+  header.u32(kVersion);
+  header.u32(static_cast<std::uint32_t>(tool_));
+  header.u64(entries_.size());
+  out.write(header.bytes());
+  for (auto entry = entries_.rbegin(); entry != entries_.rend() && stream; ++entry) {
+    ByteWriter head;
+    head.text(entry->key.image_id);
+    head.u64(entry->key.digest);
+    head.u64(entry->blob->size());
+    out.write(head.bytes());
+    out.write(*entry->blob);
   }
-  writer.u64(checksum(writer.bytes()));
-  write_all(stream, writer.bytes());
+  ByteWriter sum;
+  sum.u64(out.sum());
+  out.write(sum.bytes());
+  stream.flush();
+  if (!stream) throw types::write_error("train cache: the stream cannot be written");
+} catch (const std::ios_base::failure& error) {  // if the stream is told to throw
+  throw types::write_error(std::string("train cache: the stream cannot be written: ") +
+                           error.what());
 }
 
 void TrainCacheStore::load(std::istream& stream) {
   if (!stream) throw types::read_error("train cache: the stream cannot be read");
-  TrainCacheStore loaded(tool_, keep_images_, capacity_);
+  TrainCacheStore loaded(tool_, capacity_);
   try {
     const std::string bytes = read_all(stream);
     ByteReader reader(checked_entries(bytes, tool_));
@@ -153,7 +173,7 @@ TrainCacheStore::Blob CacheSession::find(const CacheKey& key) {
 }
 
 void CacheSession::put(const CacheKey& key, std::string blob) {
-  if (cost(key, blob) > store_.capacity()) return;
+  if (!store_.has_room_for(key, blob)) return;
   bytes_ += cost(key, blob);
   changes_.emplace_back(key, std::make_shared<const std::string>(std::move(blob)));
   while (bytes_ > store_.capacity()) drop_oldest();

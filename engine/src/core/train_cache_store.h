@@ -38,9 +38,8 @@ class TrainCacheStore {
  public:
   using Blob = std::shared_ptr<const std::string>;
 
-  TrainCacheStore(Tool tool, bool keep_images, std::uint64_t capacity);
+  TrainCacheStore(Tool tool, std::uint64_t capacity);
 
-  bool keep_images() const { return keep_images_; }
   /// In bytes.
   std::uint64_t capacity() const { return capacity_; }
   std::size_t size() const { return index_.size(); }
@@ -51,10 +50,13 @@ class TrainCacheStore {
   Blob find(const CacheKey& key) const;
   /// Marks an entry as just used.
   void touch(const CacheKey& key);
-  /// Adds or replaces an entry; one larger than the capacity is left out.
+  /// Whether there is room for an entry; not beyond the capacity, nor with an image identifier that
+  /// `load` would refuse.
+  bool has_room_for(const CacheKey& key, const std::string& blob) const;
+  /// Adds or replaces an entry; one that there is no room for is left out.
   void put(const CacheKey& key, Blob blob);
 
-  /// Throws write_error.
+  /// Throws write_error; the stream may then hold a part, which `load` refuses.
   void save(std::ostream& stream) const;
   /// Replaces all entries. Throws read_error: damaged, truncated, of another tool or version; the
   /// entries are then unchanged.
@@ -68,7 +70,6 @@ class TrainCacheStore {
   void drop_oldest();
 
   Tool tool_;
-  bool keep_images_;
   std::uint64_t capacity_;
   std::uint64_t bytes_ = 0;
   std::list<Entry> entries_;  // most recently used first

@@ -91,6 +91,15 @@ class Trainer {
     return mean;
   }
 
+  /// A gradient of the last step may have overflowed, which no further loss shows.
+  void check_finite() const {
+    for (const torch::Tensor& tensor : state()) {
+      if (!tensor.isfinite().all().item<bool>()) {
+        throw types::exception("training diverged: a weight is not finite after the last step");
+      }
+    }
+  }
+
   /// Everything that the trained network consists of.
   std::vector<torch::Tensor> state() const {
     std::vector<torch::Tensor> tensors = parameters_;
@@ -196,6 +205,7 @@ void train_modules(torch::nn::Module& master,
     if (observer) observer(step, value);
   }
   average.install();
+  trainer.check_finite();
   master.eval();
   for (const auto& replica : replicas) replica->eval();
 }

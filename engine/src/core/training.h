@@ -52,7 +52,8 @@ using ModuleLoss =
 using StepObserver = std::function<void(int step, double loss)>;
 
 /// Trains `master` in place; `replicas` are plan.chunks further modules of the same shape. The
-/// modules are left in evaluation mode. Throws types::exception when the loss is not finite.
+/// modules are left in evaluation mode. Throws types::exception when a loss or a trained weight is
+/// not finite.
 void train_modules(torch::nn::Module& master,
                    const std::vector<std::shared_ptr<torch::nn::Module>>& replicas,
                    const ModuleLoss& loss, const TrainingPlan& plan, WorkerPool& pool,

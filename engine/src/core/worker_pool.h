@@ -3,17 +3,23 @@
 // A few own threads that wait on a condition variable, never spinning. No result depends on their
 // number: callers split work into chunks whose number does not depend on it.
 //
-//   WorkerPool pool(device.threads());
+//   WorkerPool pool(threads_of(device));
 //   pool.run(chunks, [&](int chunk) { ... });
 
 #include <functional>
 #include <memory>
+
+#include "telvar/device.h"
 
 namespace telvar::core {
 
 /// The number of cores that this process may use, by affinity mask and control-group quota; at
 /// least 1.
 unsigned available_cores();
+
+/// The threads that a device grants; 0: as many as there are available_cores. Throws
+/// invalid_parameters for any device but the CPU.
+unsigned threads_of(const types::Device& device);
 
 /// The most threads of one pool.
 constexpr unsigned kMaxPoolThreads = 1024;

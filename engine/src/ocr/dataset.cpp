@@ -178,7 +178,7 @@ PreparedSample load_sample(const DatasetSample& sample, const NominalSize& size,
   const std::string subject = "image '" + sample.image_id + "'";
   const types::Image image = loader(sample.image_id);
   const types::ImageView view(image);
-  core::check_image(view, subject, kImageLimits);
+  core::check_image(image, subject, kImageLimits);
   const core::Region region =
       sample.has_region
           ? core::resolve_region(view, sample.transform, sample.region_size, subject, kImageLimits)

@@ -28,11 +28,6 @@ reader::NominalSize runtime_size(const std::string& message) {
   return size;
 }
 
-unsigned threads_of(const types::Device& device) {
-  const auto* cpu = dynamic_cast<const types::CpuDevice*>(&device);
-  return cpu == nullptr ? 0 : cpu->threads();
-}
-
 }  // namespace
 
 class Model::Impl {
@@ -74,7 +69,7 @@ Model::Model(const std::string& artifact, const std::string& runtime_parameters,
         const core::LibraryThreadScope scope;
         reader::ReaderState state = reader::read_reader_state(artifact);
         return std::make_unique<Impl>(std::move(state), runtime_size(runtime_parameters),
-                                      threads_of(device));
+                                      core::threads_of(device));
       })) {}
 
 Model::~Model() = default;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
+#include "core/messages.h"
 #include "ocr/lines.h"
 #include "telvar_msg/ocr_result.pb.h"
 
@@ -67,7 +68,7 @@ std::string write_result(std::vector<FoundCharacter> characters,
   sample.set_second_value(lowest);
   result.mutable_processing_time()->set_seconds(time.count() / 1'000'000'000);
   result.mutable_processing_time()->set_nanos(static_cast<int>(time.count() % 1'000'000'000));
-  return result.SerializeAsString();
+  return core::serialised(result, "reading an image");
 }
 
 }  // namespace telvar::ocr

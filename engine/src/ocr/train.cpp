@@ -4,6 +4,7 @@
 
 #include "core/exception_translation.h"
 #include "core/library_threads.h"
+#include "core/messages.h"
 #include "ocr/dataset.h"
 #include "ocr/reader_training.h"
 #include "ocr/train_cache.h"
@@ -98,7 +99,8 @@ std::tuple<std::string, std::string> run(Request request, const types::ImageLoad
   const std::chrono::nanoseconds time = std::chrono::steady_clock::now() - start;
   result.mutable_training_duration()->set_seconds(time.count() / 1'000'000'000);
   result.mutable_training_duration()->set_nanos(static_cast<int>(time.count() % 1'000'000'000));
-  return {result.SerializeAsString(), reader::write_reader_state(outcome.state)};
+  return {core::serialised(result, "training the OCR reader"),
+          reader::write_reader_state(outcome.state)};
 }
 
 }  // namespace
@@ -108,7 +110,7 @@ std::tuple<std::string, std::string> train(const std::string& artifact, const st
                                            const types::ImageLoader& loader, TrainCache& cache) {
   return core::translated("training the OCR reader", [&] {
     core::CacheSession session(cache.impl().store);
-    auto trained = run(take_in(artifact, dataset, parameters), loader, session);
+    auto trained = run(take_in(artifact, dataset, parameters), core::passing(loader), session);
     session.commit();
     return trained;
   });

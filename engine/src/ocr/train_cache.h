@@ -7,7 +7,7 @@ namespace telvar::qv::ocr {
 
 class TrainCache::Impl {
  public:
-  explicit Impl(std::uint64_t capacity) : store(core::Tool::kOcr, false, capacity) {}
+  explicit Impl(std::uint64_t capacity) : store(core::Tool::kOcr, capacity) {}
 
   core::TrainCacheStore store;
 };

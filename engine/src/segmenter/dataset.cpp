@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/messages.h"
 #include "segmenter/limits.h"
 #include "telvar/exceptions.h"
 #include "telvar_msg/common.pb.h"
@@ -111,11 +112,11 @@ void check_training_parameters(const std::string& parameters) {
 std::string write_training_result(float score) {
   msg::TrainingResult result;
   result.set_score(score);
-  return result.SerializeAsString();
+  return core::serialised(result, "training a segmenter");
 }
 
 std::string write_result() {
-  return msg::Result().SerializeAsString();
+  return core::serialised(msg::Result(), "segmenting");
 }
 
 }  // namespace telvar::segmenter

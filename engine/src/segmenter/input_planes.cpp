@@ -68,10 +68,8 @@ std::vector<float> blur(const float* in, int width, int height, float sigma) {
 void fill_luma(const InputSpec& spec, const float* pixels, std::size_t area, float* out) {
   const float scale = 1.0F / spec.deviation;
   for (std::size_t i = 0; i < area; ++i) {
-    // The luma weights of ITU-R BT.601, as in core/sampling.h.
     const float luma =
-        spec.colour ? 0.299F * pixels[i] + 0.587F * pixels[area + i] + 0.114F * pixels[2 * area + i]
-                    : pixels[i];
+        spec.colour ? core::luma(pixels[i], pixels[area + i], pixels[2 * area + i]) : pixels[i];
     out[i] = (luma - spec.mean) * scale;
   }
 }

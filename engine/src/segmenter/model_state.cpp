@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "core/artifact.h"
+#include "core/library_threads.h"
 #include "core/weights.h"
 #include "segmenter/exemplars.h"
 #include "segmenter/limits.h"
@@ -69,6 +70,7 @@ std::string write_model(const ModelState& model) {
 
 ModelState read_model(const std::string& artifact) {
   const auto opened = core::open_artifact(artifact, core::Tool::kSegmenter, kVersion);
+  const core::LibraryThreadScope scope;
   return core::parse_payload(core::Tool::kSegmenter, opened.payload, read_payload);
 }
 

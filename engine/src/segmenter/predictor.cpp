@@ -37,29 +37,11 @@ std::vector<float> padded(const float* planes, int count, int width, int height,
   return out;
 }
 
-core::Region piece_of(const core::Region& region, const TileSpan& x, const TileSpan& y) {
-  core::Region piece = region;
-  types::AffineTransform& t = piece.transform;
-  t.c += t.a * x.begin + t.b * y.begin;
-  t.f += t.d * x.begin + t.e * y.begin;
-  piece.width = x.size;
-  piece.height = y.size;
-  return piece;
-}
-
 /// A second, empty image beside one so small that the tensor library would otherwise leave its fast
 /// convolutions for an installed BLAS, whose settings would then decide the last bits.
 std::int64_t batch_for(int width, int height) {
   constexpr std::int64_t kSmallArea = 256 * 256;
   return std::int64_t{width} * height < kSmallArea ? 2 : 1;
-}
-
-bool computes_bfloat16() {
-#if defined(__x86_64__) && defined(__GNUC__)
-  return __builtin_cpu_supports("avx512bf16") != 0;
-#else
-  return false;
-#endif
 }
 
 }  // namespace
@@ -68,7 +50,7 @@ void prepare_for_prediction(SegmentationNet& net) {
   const torch::NoGradGuard no_grad;
   net.eval();
   core::fold_batch_norms(net);
-  if (computes_bfloat16()) net.to(torch::kBFloat16);
+  if (core::computes_bfloat16()) net.to(torch::kBFloat16);
 }
 
 Probabilities predict_piece(SegmentationNet& net, const InputSpec& spec, const float* pixels,
@@ -99,7 +81,8 @@ std::vector<types::Image> predict_region(SegmentationNet& net, const InputSpec& 
     for (std::size_t first = 0; first < plan.columns.size(); first += kPiecesAtOnce) {
       std::vector<Probabilities> pieces(std::min(kPiecesAtOnce, plan.columns.size() - first));
       pool.run(static_cast<int>(pieces.size()), [&](int i) {
-        const core::Region piece = piece_of(region, plan.columns[first + i], plan.rows[row]);
+        const TileSpan &x = plan.columns[first + i], &y = plan.rows[row];
+        const core::Region piece = core::part_of(region, x.begin, y.begin, x.size, y.size);
         const core::Raster pixels = core::sample(image, piece, spec.source());
         pieces[i] = predict_piece(net, spec, pixels.values.data(), piece.width, piece.height);
       });

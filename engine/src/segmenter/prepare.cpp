@@ -30,7 +30,7 @@ void check_mask(const types::Image& mask, const types::Image& image, const std::
                                  " pixels, but its image has " +
                                  size_text(image.layout[0], image.layout[1]));
   }
-  core::check_image(types::ImageView(mask), subject, kImageLimits);
+  core::check_image(mask, subject, kImageLimits);
 }
 
 LoadedSample load_sample(const SampleRequest& request, const TrainingRequest& dataset,
@@ -67,16 +67,6 @@ core::CacheKey cache_key(const SampleRequest& request, const LoadedSample& sampl
   return {request.image_id, core::checksum(key.bytes())};
 }
 
-core::Region part_of(const core::Region& region, const TileSpan& x, const TileSpan& y) {
-  core::Region part = region;
-  types::AffineTransform& t = part.transform;
-  t.c += t.a * x.begin + t.b * y.begin;
-  t.f += t.d * x.begin + t.e * y.begin;
-  part.width = x.size;
-  part.height = y.size;
-  return part;
-}
-
 TrainingTile sample_tile(const LoadedSample& sample, const core::Region& part) {
   std::vector<core::Mask> masks(sample.masks.size());
   for (std::size_t c = 0; c < masks.size(); ++c) {
@@ -102,7 +92,7 @@ std::vector<core::Region> choose_parts(const LoadedSample& sample) {
   std::vector<core::Region> parts;
   for (const TileSpan& y : even_spans(sample.image.region.height, kTileSide)) {
     for (const TileSpan& x : even_spans(sample.image.region.width, kTileSide)) {
-      parts.push_back(part_of(sample.image.region, x, y));
+      parts.push_back(core::part_of(sample.image.region, x.begin, y.begin, x.size, y.size));
     }
   }
   if (parts.size() <= kMaxTilesPerSample) return parts;
@@ -161,7 +151,7 @@ LoadedImage load_image(const SampleRequest& request, const types::ImageLoader& l
   LoadedImage loaded{loader(request.image_id), {}};
   const types::ImageView view(loaded.image);
   const std::string subject = request.name + ", image '" + request.image_id + "'";
-  core::check_image(view, subject, kImageLimits);
+  core::check_image(loaded.image, subject, kImageLimits);
   loaded.region = core::resolve_region(view, request.region.transform, request.region.size, subject,
                                        kImageLimits);
   return loaded;

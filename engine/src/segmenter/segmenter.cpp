@@ -21,18 +21,12 @@ namespace {
 
 namespace impl = telvar::segmenter;
 
-unsigned threads_of(const types::Device& device) {
-  const auto* cpu = dynamic_cast<const types::CpuDevice*>(&device);
-  if (cpu == nullptr) throw types::invalid_parameters("segmenter: only the CPU device is known");
-  return cpu->threads();
-}
-
 /// A model ready to segment: normalisation folded into the weights.
 class Segmenter {
  public:
   Segmenter(const std::string& artifact, unsigned threads) : pool_(threads) {
-    const core::LibraryThreadScope scope;
     state_ = impl::read_model(artifact);
+    const core::LibraryThreadScope scope;
     state_.exemplars.clear();
     impl::prepare_for_prediction(*state_.net);
   }
@@ -82,15 +76,14 @@ void check_occurrences(const std::vector<impl::PreparedSample>& samples,
 class Model::Impl {
  public:
   Impl(const std::string& artifact, const types::Device& device)
-      : segmenter(artifact, threads_of(device)) {}
+      : segmenter(artifact, core::threads_of(device)) {}
 
   Segmenter segmenter;
 };
 
 class TrainCache::Impl {
  public:
-  Impl(bool keep_images, unsigned long long capacity)
-      : store(core::Tool::kSegmenter, keep_images, capacity) {}
+  explicit Impl(unsigned long long capacity) : store(core::Tool::kSegmenter, capacity) {}
 
   core::TrainCacheStore store;
 };
@@ -122,8 +115,8 @@ TrainCache::TrainCache(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 
 TrainCache::~TrainCache() = default;
 
-std::unique_ptr<TrainCache> TrainCache::create(bool keep_images, unsigned long long capacity) {
-  return std::unique_ptr<TrainCache>(new TrainCache(std::make_unique<Impl>(keep_images, capacity)));
+std::unique_ptr<TrainCache> TrainCache::create(bool, unsigned long long capacity) {
+  return std::unique_ptr<TrainCache>(new TrainCache(std::make_unique<Impl>(capacity)));
 }
 
 void load(TrainCache& cache, std::istream& stream) {
@@ -140,7 +133,6 @@ std::tuple<std::string, std::string> train(const std::string& artifact, const st
                                            const types::ImageLoader& mask_loader, TrainCache& cache,
                                            const types::ResultImageWriter&) {
   return core::translated("training a segmenter", [&] {
-    const core::LibraryThreadScope scope;
     std::optional<impl::ModelState> base;
     if (!artifact.empty()) base = impl::read_model(artifact);
     impl::check_training_parameters(parameters);
@@ -150,7 +142,9 @@ std::tuple<std::string, std::string> train(const std::string& artifact, const st
         base.has_value() ? base->categories : std::vector<std::string>{};
     const auto categories = joined(old, request.categories);
     core::CacheSession session(cache.impl().store);
-    auto samples = impl::prepare_samples(request, categories, loader, mask_loader, session);
+    auto samples = impl::prepare_samples(request, categories, core::passing(loader),
+                                         core::passing(mask_loader), session);
+    const core::LibraryThreadScope scope;  // not around the loaders, which are the host's
     check_occurrences(samples, categories, old);
     core::WorkerPool pool;
     const auto trained = impl::train_model(base.has_value() ? &*base : nullptr, categories,
@@ -167,11 +161,13 @@ std::string process(const std::string& artifact, const std::string& dataset,
                     TrainCache&) {
   return core::translated("segmenting a batch", [&] {
     const Segmenter segmenter(artifact, 0);
+    const types::ImageLoader load = core::passing(loader);
+    const types::ResultImageWriter write = core::passing(writer);
     for (const impl::SampleRequest& request : impl::parse_batch_dataset(dataset)) {
-      const impl::LoadedImage loaded = impl::load_image(request, loader);
+      const impl::LoadedImage loaded = impl::load_image(request, load);
       auto images = segmenter.segment(types::ImageView(loaded.image), loaded.region);
       for (auto& [category, image] : images) {
-        writer(std::move(image), request.image_id, category);
+        write(std::move(image), request.image_id, category);
       }
     }
     return impl::write_result();

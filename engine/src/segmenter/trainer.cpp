@@ -52,8 +52,8 @@ InputSpec measure_input(const Tiles& tiles) {
     for (std::size_t i = 0; i < area; ++i) {
       const double luma = tile->channels == 1
                               ? tile->value(i)
-                              : 0.299 * tile->value(i) + 0.587 * tile->value(area + i) +
-                                    0.114 * tile->value(2 * area + i);
+                              : core::luma<double>(tile->value(i), tile->value(area + i),
+                                                   tile->value(2 * area + i));
       sum += luma;
       squares += luma * luma;
     }

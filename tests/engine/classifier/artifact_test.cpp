@@ -15,17 +15,18 @@ namespace {
 class ClassifierArtifact : public testing::Test {
  protected:
   static void SetUpTestSuite() {
-    PictureSet set;
-    set.add(0, 0, 3);
-    set.add(1, 0, 3);
-    artifact_ = train(set, "", 1).artifact;
+    training_.add(0, 0, 3);
+    training_.add(1, 0, 3);
+    artifact_ = train(training_, "", 1).artifact;
   }
   static void build(const std::string& bytes) {
     const engine::Model model(bytes, "", types::CpuDevice(1));
   }
+  static PictureSet training_;
   static std::string artifact_;
 };
 
+PictureSet ClassifierArtifact::training_;
 std::string ClassifierArtifact::artifact_;
 
 TEST_F(ClassifierArtifact, IsRefusedWithAnyByteChangedOrMissing) {
@@ -75,6 +76,13 @@ TEST_F(ClassifierArtifact, IsRefusedWithAValueThatIsNotFinite) {
   std::memcpy(&payload[weights + 18 + 1 + 16], &nan, 4);
   EXPECT_THROW(build(core::write_artifact(core::Tool::kClassifier, 1, payload)),
                types::invalid_training_artifact);
+}
+
+TEST_F(ClassifierArtifact, IsGoneOnFromThoughItHeldEverythingOut) {
+  core::WorkerPool pool(1);
+  classifier::ClassifierState state = classifier::read_classifier(artifact_, pool);
+  for (auto& kept : state.kept) kept.fold = 0;
+  build(train(training_, classifier::write_classifier(state), 1).artifact);
 }
 
 // They would be described, which takes memory and time, before their coefficients turn out to be

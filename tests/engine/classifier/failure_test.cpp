@@ -2,6 +2,7 @@
 
 #include <sstream>
 
+#include "../support/host_state.h"
 #include "pictures.h"
 #include "telvar/exceptions.h"
 
@@ -60,6 +61,9 @@ TEST(ClassifierTraining, NamesWhatItCannotLearnFrom) {
   PictureSet wrong_image = rings_and_crosses(4, 4);
   wrong_image.images["1/3"].layout[3] = 2;
   expect_error<types::invalid_image>(training(wrong_image), "sample 'key 1/3', image '1/3'");
+  PictureSet short_image = rings_and_crosses(4, 4);
+  short_image.images["1/3"].pixels.resize(10);
+  expect_error<types::invalid_image>(training(short_image), "image '1/3': the layout asks for");
 }
 
 TEST(ClassifierTraining, RefusesMessagesAndParameters) {
@@ -83,6 +87,10 @@ TEST(ClassifierTraining, RefusesMessagesAndParameters) {
       [&] { engine::process(artifact(), "\xFF\xFF", set.loader(), *cache); }, "batch");
   expect_error<types::invalid_parameters>(
       [] { engine::Model(artifact(), "x", types::CpuDevice()); }, "run-time parameters");
+  const class : public types::Device {
+  } unknown;
+  expect_error<types::invalid_parameters>([&] { engine::Model(artifact(), "", unknown); },
+                                          "only the CPU is known");
 }
 
 TEST(ClassifierTraining, LetsTheLoadersExceptionPassAndLeavesTheCache) {
@@ -98,6 +106,18 @@ TEST(ClassifierTraining, LetsTheLoadersExceptionPassAndLeavesTheCache) {
   expect_error<std::out_of_range>(training, "disk gone");
   engine::save(*cache, after);
   EXPECT_EQ(before.str(), after.str());
+}
+
+TEST(ClassifierTraining, CallsTheLoaderAsTheHostHasSetItsThread) {
+  const PictureSet set = rings_and_crosses(3, 3);
+  auto cache = engine::TrainCache::create(false);
+  const HostState host;
+  const auto loader = [&](const std::string& id) {
+    EXPECT_TRUE(HostState::is_kept());
+    return set.images.at(id);
+  };
+  engine::train(artifact(), set.dataset(), parameters(1), loader, *cache);
+  engine::process(artifact(), set.batch(), loader, *cache);
 }
 
 TEST(ClassifierModel, NamesBadImagesAndRegions) {

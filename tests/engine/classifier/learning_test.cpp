@@ -64,6 +64,14 @@ TEST(Classifier, LearnsFromFiveImages) {
   EXPECT_GE(accuracy(trained.artifact, pictures(2, 100, 20)), 0.8);
 }
 
+TEST(Classifier, IsOfTwoMindsAboutImagesThatAreAllAlike) {
+  PictureSet black = pictures(2, 0, 4);
+  for (auto& item : black.images) {
+    item.second = types::Image(28, 28, 28, 1, 8, 0, std::vector<unsigned char>(28 * 28).data());
+  }
+  EXPECT_NEAR(accuracy(train(black).artifact, black), 0.5, 1e-6);
+}
+
 TEST(Classifier, GivesOneScorePerCategoryThatSumToOne) {
   const PictureSet training = pictures(3, 0, 6);
   const Trained trained = train(training);
@@ -100,6 +108,15 @@ TEST(Classifier, AnswersAboutARegionAsAboutThatImageAlone) {
       model.process(types::ImageView(ring), {1, 0, 0, 0, 1, 0}, types::Size2<unsigned>(0, 0));
   EXPECT_EQ(model.process(image, {1, 0, 30, 0, 1, 20}, types::Size2<unsigned>(w, h)), whole);
   EXPECT_EQ(model.process(image, {0, -1, 180, 1, 0, 50}, types::Size2<unsigned>(w, h)), whole);
+}
+
+TEST(Classifier, SeesWhiteWhereManySamplesMakeAPixel) {
+  const Trained trained = train(pictures(2, 0, 6, 1, 16), "", 1);
+  const engine::Model model(trained.artifact, "", types::CpuDevice());
+  const std::vector<unsigned char> pixels(600 * 600 * 2, 255);
+  const types::ImageView image(600, 600, 1200, 1, 16, 0, pixels.data());
+  const std::string white = model.process(image, {1, 0, 0, 0, 1, 0}, {16, 16});
+  EXPECT_EQ(model.process(image, {24, -7, 110, 7, 24, 5}, {16, 16}), white);
 }
 
 TEST(Classifier, TakesImagesOfOnePixelAndOfExtremeAspect) {

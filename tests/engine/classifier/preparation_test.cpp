@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "classifier/canvas.h"
 #include "classifier/symmetry.h"
 #include "classifier/training_set.h"
@@ -82,16 +84,21 @@ std::vector<Sample> numbered(int count) {
   return all;
 }
 
+Memory memory_of(const TrainingSet& set) {
+  Memory memory;
+  memory.categories = set.categories;
+  for (const int i : set.kept) {
+    memory.kept.push_back({set.labels[i], set.folds[i], set.samples[i]});
+  }
+  return memory;
+}
+
 TEST(TrainingSet, DealsFoldsEvenlyAndRemembersThem) {
   const TrainingSet first = join_samples(entries(16), numbered(16), nullptr, 4);
   std::vector<int> counts(8);
   for (int i = 0; i < 16; ++i) ++counts[first.labels[i] * 4 + first.folds[i]];
   for (const int count : counts) EXPECT_EQ(count, 2);
-  Memory memory;
-  memory.categories = first.categories;
-  for (const int i : first.kept) {
-    memory.kept.push_back({first.labels[i], first.folds[i], first.samples[i]});
-  }
+  const Memory memory = memory_of(first);
   // Half of the old samples come again, one under another label, and new ones beside them.
   auto again = entries(24);
   again[1].category_id = "even";
@@ -103,6 +110,36 @@ TEST(TrainingSet, DealsFoldsEvenlyAndRemembersThem) {
   EXPECT_EQ(second.from_dataset, 16u);
   EXPECT_EQ(second.labels[1], 0);
   for (int i = 0; i < 8; ++i) EXPECT_EQ(second.folds[i], first.folds[i]);
+}
+
+TEST(TrainingSet, DealsEqualSamplesToAllFolds) {
+  // More of each category than is kept: 20 of 100.
+  constexpr int kCategories = 100, kEach = 21;
+  std::vector<DatasetEntry> all;
+  for (int i = 0; i < kCategories * kEach; ++i) {
+    all.push_back({std::to_string(i), "", std::to_string(i % kCategories)});
+  }
+  const std::vector<Sample> equal(all.size(), Sample(Canvas().sample_size(), 7));
+  for (const auto& [nets, share] : {std::pair(4, 4), {1, 20}}) {
+    const TrainingSet first = join_samples(all, equal, nullptr, nets);
+    const Memory memory = memory_of(first);
+    const TrainingSet second = join_samples(all, equal, &memory, nets);
+    for (const TrainingSet* set : {&first, &second}) {
+      const auto held_out = std::count(set->folds.begin(), set->folds.end(), 0);
+      EXPECT_NEAR(held_out, kCategories * kEach / share, kCategories) << nets;
+    }
+  }
+}
+
+TEST(Thumbnail, IsTakenFromTheCacheForItsOwnImageOnly) {
+  const std::vector<unsigned char> pixels(200 * 100 * 3);
+  const types::ImageView image(200, 100, 600, 3, 8, 2, pixels.data());
+  EXPECT_EQ(decode(encode(make_thumbnail(image, 64)), image, 64).height, 32);
+  EXPECT_EQ(decode(encode(flat(64, 32, 3, 8, 9)), image, 64).channels, 3);
+  for (const Thumbnail& other :
+       {flat(96, 48, 1, 8, 9), flat(32, 64, 1, 8, 9), flat(64, 32, 1, 16, 9)}) {
+    EXPECT_THROW(decode(encode(other), image, 64), core::malformed_bytes);
+  }
 }
 
 }  // namespace

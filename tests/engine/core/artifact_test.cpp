@@ -5,6 +5,8 @@
 #include <cmath>
 
 #include "core/bytes.h"
+#include "core/messages.h"
+#include "telvar_msg/common.pb.h"
 
 namespace telvar::core {
 namespace {
@@ -51,6 +53,18 @@ TEST(Bytes, RefuseSizesBeforeAllocating) {
                malformed_bytes);
   reader.u64("length");
   EXPECT_THROW(reader.f32("value"), malformed_bytes);
+}
+
+TEST(Message, NamesSizeAndLimitWhenItIsTooLarge) {
+  telvar_msg::common::Dataset dataset;
+  (*dataset.mutable_samples())["key"].set_image_id("image");
+  EXPECT_EQ(serialised(dataset, "batch", 16), dataset.SerializeAsString());
+  try {
+    serialised(dataset, "batch", 15);
+    FAIL();
+  } catch (const types::exception& error) {
+    EXPECT_STREQ(error.what(), "batch: a message of 16 bytes, the limit is 15");
+  }
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ void load_bytes(TrainCacheStore& store, const std::string& bytes) {
 }
 
 TEST(TrainCacheStore, DropsTheLeastRecentlyUsedFirst) {
-  TrainCacheStore store(Tool::kClassifier, false, 3 * (100 + 1 + 64));
+  TrainCacheStore store(Tool::kClassifier, 3 * (100 + 1 + 64));
   for (const char* id : {"a", "b", "c"}) store.put({id, 1}, blob(std::string(100, id[0])));
   store.touch({"a", 1});
   store.put({"d", 1}, blob(std::string(100, 'd')));
@@ -39,21 +39,31 @@ TEST(TrainCacheStore, DropsTheLeastRecentlyUsedFirst) {
   EXPECT_EQ(store.bytes(), 3u * 165);
 }
 
+TEST(TrainCacheStore, LeavesOutIdentifiersThatItCouldNotLoad) {
+  TrainCacheStore store(Tool::kClassifier, kNoLimit), other(Tool::kClassifier, 0);
+  CacheSession session(store);
+  for (const std::size_t size : {1 << 20, (1 << 20) + 1})
+    session.put({std::string(size, 'x'), 1}, "");
+  session.commit();
+  EXPECT_EQ(store.size(), 1u);
+  EXPECT_NO_THROW(load_bytes(other, saved(store)));
+}
+
 TEST(TrainCacheStore, SurvivesSavingAndLoadingInOrder) {
-  TrainCacheStore store(Tool::kOcr, false, kNoLimit);
+  TrainCacheStore store(Tool::kOcr, kNoLimit);
   store.put({std::string("with\0zero", 9), 7}, blob("first"));
   store.put({"", 8}, blob(""));
-  TrainCacheStore other(Tool::kOcr, false, kNoLimit);
+  TrainCacheStore other(Tool::kOcr, kNoLimit);
   load_bytes(other, saved(store));
   EXPECT_EQ(*other.find({std::string("with\0zero", 9), 7}), "first");
   EXPECT_EQ(saved(other), saved(store));
 }
 
 TEST(TrainCacheStore, RefusesEveryDamageAndKeepsItsEntries) {
-  TrainCacheStore store(Tool::kOcr, false, kNoLimit);
+  TrainCacheStore store(Tool::kOcr, kNoLimit);
   store.put({"image", 7}, blob("entry"));
   const std::string good = saved(store);
-  TrainCacheStore target(Tool::kOcr, false, kNoLimit);
+  TrainCacheStore target(Tool::kOcr, kNoLimit);
   target.put({"kept", 1}, blob("kept"));
   for (std::size_t i = 0; i < good.size(); ++i) {
     std::string bad = good;
@@ -63,12 +73,12 @@ TEST(TrainCacheStore, RefusesEveryDamageAndKeepsItsEntries) {
   }
   EXPECT_THROW(load_bytes(target, good + "x"), types::read_error);
   EXPECT_TRUE(target.find({"kept", 1}));
-  TrainCacheStore segmenter(Tool::kSegmenter, false, kNoLimit);
+  TrainCacheStore segmenter(Tool::kSegmenter, kNoLimit);
   EXPECT_THROW(load_bytes(segmenter, good), types::read_error);
 }
 
 TEST(TrainCacheStore, NamesStreamsThatFail) {
-  TrainCacheStore store(Tool::kOcr, false, kNoLimit);
+  TrainCacheStore store(Tool::kOcr, kNoLimit);
   std::ostringstream broken;
   broken.setstate(std::ios::badbit);
   EXPECT_THROW(store.save(broken), types::write_error);
@@ -82,7 +92,7 @@ TEST(TrainCacheStore, NamesStreamsThatFail) {
 }
 
 TEST(CacheSession, ChangesNothingUntilCommitted) {
-  TrainCacheStore store(Tool::kOcr, false, kNoLimit);
+  TrainCacheStore store(Tool::kOcr, kNoLimit);
   store.put({"a", 1}, blob("a"));
   store.put({"b", 1}, blob("b"));
   const std::string before = saved(store);
@@ -98,7 +108,7 @@ TEST(CacheSession, ChangesNothingUntilCommitted) {
 TEST(CacheSession, HoldsBackNoMoreThanTheCacheTakes) {
   constexpr std::uint64_t kEach = 100 + 1 + 64;
   for (const std::uint64_t room : {0, 2}) {
-    TrainCacheStore store(Tool::kOcr, false, room * kEach);
+    TrainCacheStore store(Tool::kOcr, room * kEach);
     CacheSession session(store);
     for (const char* id : {"a", "b", "c"}) session.put({id, 1}, std::string(100, id[0]));
     EXPECT_EQ(session.bytes(), room * kEach);

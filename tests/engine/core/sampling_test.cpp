@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <ctime>
 #include <limits>
 
 #include "telvar/exceptions.h"
@@ -51,6 +52,11 @@ TEST(CheckImage, NamesWhatIsWrong) {
   expect_error<invalid_image>(check(9, 9, 53, 3, 16, 1), "a row of 54 bytes");
   expect_error<invalid_image>(
       [] { check_image(ImageView(9, 9, 9, 1, 8, 0, nullptr), "image 'x'"); }, "missing");
+  types::Image image(10, 10, 10, 1, 8, 0, pixels.data());
+  check_image(image, "image 'x'");
+  image.layout[1] = 11;
+  expect_error<invalid_image>([&] { check_image(image, "image 'x'"); },
+                              "image 'x': the layout asks for 110 bytes, there are 100");
 }
 
 TEST(ResolveRegion, NamesWhatIsWrongAndAllowsPartlyOutside) {
@@ -158,6 +164,20 @@ TEST(Sample, DoesNotAliasWhenShrinking) {
   Raster raster(4, 1, 1);
   raster.values = {0, 1, 2, 3};
   EXPECT_THAT(resize(raster, 2, 1).values, Pointwise(FloatNear(1e-6f), {0.5f, 2.5f}));
+}
+
+TEST(Sample, TakesNoMoreSamplesOfARepeatedEdgeThanOfAnImage) {
+  const std::vector<unsigned char> white(64, 255);
+  const ImageView image(8, 8, 8, 1, 8, 0, white.data());
+  const auto seconds = [&](float step) {
+    const std::clock_t start = std::clock();
+    const Region region =
+        resolve_region(image, AffineTransform(step, -1, 0, 1, step, 0), Size(300, 300), "image");
+    EXPECT_THAT(sample(image, region, Colour::kGray).values, testing::Each(FloatNear(1, 1e-5f)));
+    return std::clock() - start;
+  };
+  const auto fine = seconds(7.5f);
+  EXPECT_LT(seconds(60), 4 * fine);  // 58 times the samples, if all were taken
 }
 
 TEST(SampleMask, TakesTheNearestPixelAndNothingOutside) {

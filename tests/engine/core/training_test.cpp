@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <omp.h>
 
+#include <dnnl.hpp>
 #include <thread>
 
 #include "core/exception_translation.h"
@@ -111,6 +112,34 @@ TEST(Training, StopsWhenTheLossIsNotFinite) {
                    },
                    plan, pool),
                types::exception);
+}
+
+TEST(Training, ReportsWeightsThatTheLastStepLost) {
+  WorkerPool pool(1);
+  TrainingPlan plan;
+  plan.steps = 1;
+  auto net = std::make_shared<StripeNetImpl>();
+  EXPECT_THROW(train<StripeNetImpl>(
+                   net, [] { return std::make_shared<StripeNetImpl>(); },
+                   [](StripeNetImpl& replica, int, int, Random&) {
+                     return (0 * replica.head->weight).sum().sqrt();  // 0, of infinite slope
+                   },
+                   plan, pool),
+               types::exception);
+}
+
+TEST(Translation, LetsWhateverLeavesACallbackPass) {
+  const std::function<int(const std::string&)> loader = [](const std::string& id) -> int {
+    if (id == "torch") TORCH_CHECK(false, "the host's own");
+    if (id == "oneDNN") throw dnnl::error(dnnl_out_of_memory, "the host's own");
+    throw std::out_of_range("host");
+  };
+  const auto call = [&](const char* id) {
+    translated("loading", [&] { return passing(loader)(id); });
+  };
+  EXPECT_THROW(call("torch"), c10::Error);
+  EXPECT_THROW(call("oneDNN"), dnnl::error);
+  EXPECT_THROW(call("none"), std::out_of_range);
 }
 
 TEST(Translation, NamesTheActivityAndLetsOthersPass) {

@@ -137,7 +137,7 @@ TEST(Exemplars, ShowLabelsOnTheEdgesOfTheRegionOnce) {
   test::PageSet set;
   set.add("page", page);
   const LabelledDataset dataset = read_dataset(set.dataset());
-  core::TrainCacheStore none(core::Tool::kOcr, false, 0);
+  core::TrainCacheStore none(core::Tool::kOcr, 0);
   core::CacheSession session(none);
   PreparedSample sample =
       load_sample(dataset.samples[0], dataset.size, dataset.categories, set.loader(), session);

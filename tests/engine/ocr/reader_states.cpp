@@ -47,14 +47,14 @@ std::string train_briefly(unsigned threads, core::TrainCacheStore& store) {
 
 const std::string& artifact() {
   static const std::string bytes = [] {
-    core::TrainCacheStore none(core::Tool::kOcr, false, 0);
+    core::TrainCacheStore none(core::Tool::kOcr, 0);
     return train_briefly(1, none);
   }();
   return bytes;
 }
 
 TEST(ReaderArtifact, IsTheSameWithMoreThreadsWithACacheAndBesideAnotherTraining) {
-  core::TrainCacheStore cache(core::Tool::kOcr, false, 1 << 24), other(core::Tool::kOcr, false, 0);
+  core::TrainCacheStore cache(core::Tool::kOcr, 1 << 24), other(core::Tool::kOcr, 0);
   EXPECT_EQ(train_briefly(2, cache), artifact());
   EXPECT_EQ(cache.size(), 9u);
   std::string beside;

@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "../support/host_state.h"
 #include "scene.h"
 #include "telvar/exceptions.h"
 
@@ -96,6 +97,8 @@ TEST(Training, RefusesBadImagesAndRegionsNamingTheSample) {
   expect_refusals<types::invalid_image>({
       {"contradictory layout", [](Scenes& s) { first_image(s).layout[2] = 5; }, "sample 'scene-1-"},
       {"contradictory mask layout", [](Scenes& s) { first_mask(s).layout[3] = 2; }, "mask 'scene"},
+      {"too few pixels", [](Scenes& s) { first_image(s).pixels.resize(9); }, "there are 9"},
+      {"too few mask pixels", [](Scenes& s) { first_mask(s).pixels.resize(9); }, "there are 9"},
   });
   expect_refusals<types::invalid_image_size>({
       {"empty", [](Scenes& s) { first_image(s) = types::Image(); }, "sample 'scene-1-"},
@@ -127,7 +130,9 @@ TEST(Training, PassesALoadersExceptionAndLeavesTheCache) {
   std::ostringstream before, after;
   save(*cache, before);
   int calls = 0;
+  const test::HostState host;
   const auto loader = [&](const std::string& id) {
+    EXPECT_TRUE(test::HostState::is_kept());
     if (++calls == 3) throw std::out_of_range("no such file");
     return scenes.images.at(id);
   };

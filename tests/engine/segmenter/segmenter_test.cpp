@@ -7,6 +7,7 @@
 #include <sstream>
 #include <thread>
 
+#include "../support/host_state.h"
 #include "../support/other_environment.h"
 #include "core/artifact.h"
 #include "scene.h"
@@ -157,13 +158,19 @@ TEST_F(TrainedSegmenter, WritesABatchInOrderOnTheCallersThread) {
     for (const char* category : {"disc", "square"}) expected.push_back(id + ":" + category);
   }
   const auto caller = std::this_thread::get_id();
+  const test::HostState host;
+  const auto loader = [&](const std::string& id) {
+    EXPECT_TRUE(test::HostState::is_kept());
+    return scenes_->images.at(id);
+  };
   const auto writer = [&](types::Image&& image, const std::string& id, const std::string& name) {
     EXPECT_EQ(std::this_thread::get_id(), caller);
+    EXPECT_TRUE(test::HostState::is_kept());
     EXPECT_EQ(image.pixels, segment(scenes_->images.at(id), kIdentity, {0, 0}).at(name).pixels);
     written.push_back(id + ":" + name);
     return id;
   };
-  seg::process(*artifact_, batch.SerializeAsString(), scenes_->loader(), writer, *cache_);
+  seg::process(*artifact_, batch.SerializeAsString(), loader, writer, *cache_);
   EXPECT_EQ(written, expected);
   EXPECT_THROW(seg::process(*artifact_, "\xFF", scenes_->loader(), writer, *cache_),
                types::invalid_message);

@@ -1,0 +1,129 @@
+#include "classifier/kernel_choice.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "classifier/kernel_algebra.h"
+
+namespace telvar::classifier {
+namespace {
+
+// Shares of the groups in the squared distance: coarse and fine shape, pixels, texture, colour.
+constexpr float kMixes[][kFeatureGroups] = {
+    {.50f, .50f, 0, 0, 0},          {.35f, .35f, .30f, 0, 0},       {.20f, .20f, .60f, 0, 0},
+    {.25f, .25f, .20f, .15f, .15f}, {.15f, .15f, .10f, .30f, .30f}, {0, 0, 0, .5f, .5f}};
+constexpr float kWidths[] = {0.4f, 0.8f, 1.6f};  // of the mean squared distance, inverted
+constexpr float kRidges[] = {0.01f, 0.1f, 0.5f};
+
+/// Squared leave-one-out error, and the share of samples that it gets wrong.
+double held_out_error(const Matrix& held_out, const Matrix& targets,
+                      const std::vector<int>& labels) {
+  double squared = 0, wrong = 0;
+  for (int i = 0; i < targets.rows(); ++i) {
+    const float* row = held_out.row(i);
+    wrong += std::max_element(row, row + targets.columns()) - row != labels[i];
+    for (int c = 0; c < targets.columns(); ++c) {
+      const double difference = row[c] - targets.at(i, c);
+      squared += difference * difference;
+    }
+  }
+  return (squared + wrong) / targets.rows();
+}
+
+/// The mean squared distance within each group; 0 for a group that does not vary.
+std::vector<Matrix> group_distances(const std::vector<Features>& samples, Weights& scales,
+                                    core::WorkerPool& pool) {
+  std::vector<Matrix> all;
+  for (int g = 0; g < kFeatureGroups; ++g) {
+    Weights single(kFeatureGroups);
+    single[g] = 1;
+    const Matrix features = weighted(samples, single);
+    const std::vector<float> squares = squares_of(features);
+    all.push_back(distances(features, squares, features, squares, pool));
+    double sum = 0;
+    const int n = all.back().rows();
+    for (int i = 0; i < n; ++i) {
+      for (int j = 0; j < n; ++j) sum += all.back().at(i, j);
+    }
+    const double mean = sum / (static_cast<double>(n) * std::max(1, n - 1));
+    scales.push_back(mean > 1e-9 ? static_cast<float>(1 / mean) : 0.0f);
+  }
+  return all;
+}
+
+}  // namespace
+
+KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vector<int>& labels,
+                           int categories, core::WorkerPool& pool) {
+  Weights scales, offsets;
+  const std::vector<Matrix> groups = group_distances(samples, scales, pool);
+  const Matrix targets = targets_of(labels, categories, offsets);
+  // Samples that are all alike leave nothing to choose, but a machine must weigh something.
+  KernelChoice best{Weights(kFeatureGroups, 1.0f), kRidges[1]};
+  double best_error = std::numeric_limits<double>::max();
+  for (const auto& mix : kMixes) {
+    float total = 0;
+    for (int g = 0; g < kFeatureGroups; ++g) total += scales[g] > 0 ? mix[g] : 0;
+    if (!(total > 0)) continue;
+    for (const float width : kWidths) {
+      KernelChoice choice{Weights(kFeatureGroups), 0};
+      Matrix kernel(targets.rows(), targets.rows());
+      for (int g = 0; g < kFeatureGroups; ++g) {
+        choice.group_weights[g] = width * mix[g] / total * scales[g];
+        for (int i = 0; i < kernel.rows() && choice.group_weights[g] > 0; ++i) {
+          for (int j = 0; j < kernel.rows(); ++j) {
+            kernel.at(i, j) += choice.group_weights[g] * groups[g].at(i, j);
+          }
+        }
+      }
+      to_kernel(kernel, pool);
+      for (const float ridge : kRidges) {
+        Solution solution;
+        if (!solve(kernel, ridge, targets, pool, solution)) continue;
+        const double error = held_out_error(solution.held_out, targets, labels);
+        choice.ridge = ridge;
+        if (error < best_error) best = choice, best_error = error;
+      }
+    }
+  }
+  return best;
+}
+
+std::vector<double> accuracies_of_copies(const KernelChoice& choice,
+                                         const std::vector<Features>& samples,
+                                         const std::vector<int>& labels, int categories,
+                                         const std::vector<std::vector<Features>>& copies,
+                                         core::WorkerPool& pool) {
+  const Matrix features = weighted(samples, choice.group_weights);
+  const std::vector<float> squares = squares_of(features);
+  Matrix kernel = distances(features, squares, features, squares, pool);
+  to_kernel(kernel, pool);
+  Weights offsets;
+  const Matrix targets = targets_of(labels, categories, offsets);
+  const Solution solution = solve_surely(kernel, choice.ridge, targets, pool);
+  const Matrix inverse = product_transposed(solution.inverse, solution.inverse, pool);
+  std::vector<double> accuracies;
+  for (const auto& list : copies) {
+    const Matrix changed = weighted(list, choice.group_weights);
+    Matrix similarity = distances(changed, squares_of(changed), features, squares, pool);
+    to_kernel(similarity, pool);
+    double right = 0;
+    for (int i = 0; i < similarity.rows(); ++i) {
+      // Without sample i, coefficient j is a_j - G_ij a_i / G_ii, G the inverse.
+      float overlap = 0;
+      for (int j = 0; j < similarity.rows(); ++j) overlap += similarity.at(i, j) * inverse.at(i, j);
+      std::vector<float> scores = offsets;
+      for (int c = 0; c < categories; ++c) {
+        for (int j = 0; j < similarity.rows(); ++j) {
+          scores[c] += similarity.at(i, j) * solution.coefficients.at(j, c);
+        }
+        scores[c] -= overlap * solution.coefficients.at(i, c) / inverse.at(i, i);
+      }
+      right += std::max_element(scores.begin(), scores.end()) - scores.begin() == labels[i];
+    }
+    accuracies.push_back(right / similarity.rows());
+  }
+  return accuracies;
+}
+
+}  // namespace telvar::classifier

@@ -1,0 +1,31 @@
+#pragma once
+
+// Groups, width and ridge of a kernel machine, chosen by leave-one-out error, which has a closed
+// form (Rifkin and Lippert, 2007).
+
+#include <vector>
+
+#include "classifier/features.h"
+#include "core/worker_pool.h"
+
+namespace telvar::classifier {
+
+/// How the feature groups are weighed, and how smooth the answer is.
+struct KernelChoice {
+  std::vector<float> group_weights;  // per group, of squared distances; width included
+  float ridge = 0;
+};
+
+/// The choice with the lowest leave-one-out error. A few hundred samples are enough.
+KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vector<int>& labels,
+                           int categories, core::WorkerPool& pool);
+
+/// For each list of changed copies of the samples: the share that a machine gets right which knows
+/// all samples but the copy's own.
+std::vector<double> accuracies_of_copies(const KernelChoice& choice,
+                                         const std::vector<Features>& samples,
+                                         const std::vector<int>& labels, int categories,
+                                         const std::vector<std::vector<Features>>& copies,
+                                         core::WorkerPool& pool);
+
+}  // namespace telvar::classifier
