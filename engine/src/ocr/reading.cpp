@@ -1,6 +1,7 @@
 #include "ocr/reading.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <optional>
 #include <utility>
@@ -104,15 +105,6 @@ std::optional<CellVote> vote_of(const torch::TensorAccessor<float, 3>& answer, i
   return vote;
 }
 
-/// Whether the processor multiplies bfloat16 numbers itself; elsewhere they would be slow.
-bool has_bfloat16() {
-#if defined(__GNUC__) && defined(__x86_64__)
-  return __builtin_cpu_supports("avx512bf16") && __builtin_cpu_supports("avx512vl");
-#else
-  return false;
-#endif
-}
-
 void read_piece(const core::FusedConvolutions& net, const GraySource& source, const Piece& piece,
                 std::vector<CellVote>& votes) {
   const torch::InferenceMode inference;
@@ -198,15 +190,22 @@ GraySource source_of(const PreparedSample& sample) {
 
 ReadingNet::ReadingNet(const ReaderNetImpl& net, Precision precision)
     : categories_(net.categories()),
-      net_(net.fused(),
-           precision == Precision::kBest && has_bfloat16() ? torch::kBFloat16 : torch::kFloat) {}
+      net_(net.fused(), precision == Precision::kBest && core::computes_bfloat16()
+                            ? torch::kBFloat16
+                            : torch::kFloat) {}
 
 std::vector<CellVote> ReadingNet::votes(const GraySource& source, core::WorkerPool& pool) const {
   const std::vector<Piece> pieces = pieces_of(source);
   std::vector<std::vector<CellVote>> found(pieces.size());
+  std::atomic<std::uint64_t> scores{0};
   pool.run(static_cast<int>(pieces.size()), [&](int i) {
     const auto index = static_cast<std::size_t>(i);
     read_piece(net_, source, pieces[index], found[index]);
+    scores += found[index].size() * static_cast<std::uint64_t>(categories_);
+    if (scores > kMaxVoteScores) {
+      throw types::invalid_image_size("the region holds more characters than can be read with " +
+                                      std::to_string(categories_) + " categories at once");
+    }
   });
   std::vector<CellVote> votes;
   for (auto& part : found) {
