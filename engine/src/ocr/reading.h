@@ -15,8 +15,8 @@ namespace telvar::ocr {
 /// The most reading pixels that one region may have: 2^26, about 116,000 nominal characters.
 constexpr std::uint64_t kMaxReadingPixels = std::uint64_t{1} << 26;
 
-/// The most category scores that the votes for one region may have: 1 GiB of them. With the votes
-/// of the eight or nine cells around each, 1000 categories allow 30,000 characters; up to 60 allow
+/// The most category scores that the votes for one region may have: 1 GiB of them. About 16
+/// cells vote for a character, so that 1000 categories allow 17,000 characters; up to 60 allow
 /// whatever there is.
 constexpr std::uint64_t kMaxVoteScores = std::uint64_t{1} << 28;
 
