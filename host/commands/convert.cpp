@@ -65,8 +65,7 @@ Outcome convert(const Options& options) {
   out.commit();
   Outcome outcome;
   outcome.json = {{"out", options.out}, {"images", pictures.size()}};
-  outcome.text =
-      counted(pictures.size(), "picture") + " with labels in " + options.out + "\n";
+  outcome.text = counted(pictures.size(), "picture") + " with labels in " + options.out + "\n";
   return outcome;
 }
 
