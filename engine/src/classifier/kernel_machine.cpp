@@ -6,36 +6,42 @@
 
 namespace telvar::classifier {
 
-void KernelMachine::place_landmarks(const std::vector<std::vector<Features>>& views) {
-  for (const auto& view : views) {
-    landmarks_.push_back(weighted(view, choice_.group_weights));
-    squares_.push_back(squares_of(landmarks_.back()));
-  }
+void KernelMachine::place_landmarks(const std::vector<Features>& samples) {
+  landmarks_ = weighted(samples, choice_.group_weights);
+  squares_ = squares_of(landmarks_);
 }
 
-Matrix KernelMachine::kernel_to(const Matrix& features, core::WorkerPool& pool) const {
-  const std::vector<float> squares = squares_of(features);
-  Matrix mean(features.rows(), landmarks_[0].rows());
-  for (std::size_t v = 0; v < landmarks_.size(); ++v) {
-    Matrix kernel = distances(features, squares, landmarks_[v], squares_[v], pool);
-    to_kernel(kernel, pool);
-    for (int i = 0; i < mean.rows(); ++i) {
-      for (int j = 0; j < mean.columns(); ++j) {
-        mean.at(i, j) += kernel.at(i, j) / static_cast<float>(landmarks_.size());
-      }
+Matrix KernelMachine::kernel_of(const std::vector<Features>& all_views, int views,
+                                core::WorkerPool& pool) const {
+  const Matrix features = weighted(all_views, choice_.group_weights);
+  Matrix kernel = distances(features, squares_of(features), landmarks_, squares_, pool);
+  to_kernel(kernel, pool);
+  if (views == 1) return kernel;
+  Matrix mean(kernel.rows() / views, kernel.columns());
+  for (int row = 0; row < kernel.rows(); ++row) {
+    float* sum = mean.row(row % mean.rows());
+    for (int j = 0; j < kernel.columns(); ++j) {
+      sum[j] += kernel.at(row, j) / static_cast<float>(views);
     }
   }
   return mean;
 }
 
-KernelMachine KernelMachine::learn(const KernelChoice& choice,
-                                   const std::vector<std::vector<Features>>& views,
+KernelMachine KernelMachine::learn(const KernelChoice& choice, const std::vector<Features>& samples,
+                                   int views, const ViewsOf& views_of,
                                    const std::vector<int>& labels, int categories,
                                    core::WorkerPool& pool, Matrix& held_out) {
   KernelMachine machine;
   machine.choice_ = choice;
-  machine.place_landmarks(views);
-  Matrix kernel = machine.kernel_to(machine.landmarks_[0], pool);
+  machine.place_landmarks(samples);
+  const int count = static_cast<int>(samples.size());
+  const int block = std::max(1, kKernelBlockRows / views);
+  Matrix kernel(count, count);
+  for (int first = 0; first < count; first += block) {
+    const int last = std::min(count, first + block);
+    const Matrix rows = machine.kernel_of(views_of(first, last), views, pool);
+    for (int i = first; i < last; ++i) std::copy_n(rows.row(i - first), count, kernel.row(i));
+  }
   for (int i = 0; i < kernel.rows(); ++i) {
     // Views on a grid are not exactly each other's images.
     for (int j = 0; j < i; ++j) {
@@ -52,8 +58,9 @@ KernelMachine KernelMachine::learn(const KernelChoice& choice,
   return machine;
 }
 
-Matrix KernelMachine::scores(const std::vector<Features>& samples, core::WorkerPool& pool) const {
-  const Matrix kernel = kernel_to(weighted(samples, choice_.group_weights), pool);
+Matrix KernelMachine::scores(const std::vector<Features>& all_views, int views,
+                             core::WorkerPool& pool) const {
+  const Matrix kernel = kernel_of(all_views, views, pool);
   Matrix scores(kernel.rows(), coefficients_.columns());
   for (int i = 0; i < scores.rows(); ++i) {
     std::copy(offsets_.begin(), offsets_.end(), scores.row(i));

@@ -76,8 +76,7 @@ ClassifierState read_payload(core::ByteReader& reader, core::WorkerPool& pool) {
   state.has_kernel = landmarks > 0;
   if (state.has_kernel) {
     state.kernel = KernelMachine::read(reader, static_cast<int>(landmarks), categories);
-    state.kernel.place_landmarks(
-        describe_views(landmarks_of(state, landmarks), state.canvas, state.symmetry, pool));
+    state.kernel.place_landmarks(describe_all(landmarks_of(state, landmarks), state.canvas, pool));
   }
   return state;
 }
@@ -115,25 +114,23 @@ void prepare_for_answers(ClassifierState& state) {
 
 std::vector<Features> describe_all(const std::vector<const Sample*>& samples, const Canvas& canvas,
                                    core::WorkerPool& pool, int view) {
-  constexpr int kBlock = 32;
-  const int count = static_cast<int>(samples.size());
-  std::vector<Features> features(samples.size());
-  pool.run((count + kBlock - 1) / kBlock, [&](int block) {
-    for (int i = block * kBlock; i < std::min(count, (block + 1) * kBlock); ++i) {
-      features[i] = describe(view_of(*samples[i], canvas, view), canvas);
+  return describe_views(samples, canvas, {view}, pool);
+}
+
+std::vector<Features> describe_views(const std::vector<const Sample*>& samples,
+                                     const Canvas& canvas, const std::vector<int>& views,
+                                     core::WorkerPool& pool) {
+  constexpr std::size_t kBlock = 32;
+  const std::size_t blocks = (samples.size() + kBlock - 1) / kBlock;
+  std::vector<Features> features(views.size() * samples.size());
+  pool.run(static_cast<int>(views.size() * blocks), [&](int task) {
+    const std::size_t view = task / blocks, first = task % blocks * kBlock;
+    for (std::size_t i = first; i < std::min(samples.size(), first + kBlock); ++i) {
+      features[view * samples.size() + i] =
+          describe(view_of(*samples[i], canvas, views[view]), canvas);
     }
   });
   return features;
-}
-
-std::vector<std::vector<Features>> describe_views(const std::vector<const Sample*>& samples,
-                                                  const Canvas& canvas, const Symmetry& symmetry,
-                                                  core::WorkerPool& pool) {
-  std::vector<std::vector<Features>> views;
-  for (const int view : views_of(symmetry)) {
-    views.push_back(describe_all(samples, canvas, pool, view));
-  }
-  return views;
 }
 
 Matrix mean_logits(const ClassifierState& state, const std::vector<const Sample*>& samples,
@@ -153,12 +150,14 @@ Matrix mean_logits(const ClassifierState& state, const std::vector<const Sample*
 
 Matrix kernel_scores(const ClassifierState& state, const std::vector<const Sample*>& samples,
                      core::WorkerPool& pool) {
-  constexpr std::size_t kBlock = 1024;  // of about 36 kB: features and a row of the kernel
+  const std::vector<int> views = views_of(state.symmetry);
+  const std::size_t most = kKernelBlockRows / views.size();
   Matrix scores(static_cast<int>(samples.size()), static_cast<int>(state.categories.size()));
-  for (std::size_t first = 0; first < samples.size(); first += kBlock) {
+  for (std::size_t first = 0; first < samples.size(); first += most) {
     const std::vector<const Sample*> block(
-        samples.begin() + first, samples.begin() + std::min(samples.size(), first + kBlock));
-    const Matrix found = state.kernel.scores(describe_all(block, state.canvas, pool), pool);
+        samples.begin() + first, samples.begin() + std::min(samples.size(), first + most));
+    const Matrix found = state.kernel.scores(describe_views(block, state.canvas, views, pool),
+                                             static_cast<int>(views.size()), pool);
     for (int i = 0; i < found.rows(); ++i) {
       std::copy_n(found.row(i), found.columns(), scores.row(static_cast<int>(first) + i));
     }

@@ -40,10 +40,10 @@ void prepare_for_answers(ClassifierState& state);
 std::vector<Features> describe_all(const std::vector<const Sample*>& samples, const Canvas& canvas,
                                    core::WorkerPool& pool, int view = 0);
 
-/// `describe_all` for each of the views that are alike.
-std::vector<std::vector<Features>> describe_views(const std::vector<const Sample*>& samples,
-                                                  const Canvas& canvas, const Symmetry& symmetry,
-                                                  core::WorkerPool& pool);
+/// `describe_all` for each of the views, one after the other.
+std::vector<Features> describe_views(const std::vector<const Sample*>& samples,
+                                     const Canvas& canvas, const std::vector<int>& views,
+                                     core::WorkerPool& pool);
 
 /// The mean of the networks' logits.
 Matrix mean_logits(const ClassifierState& state, const std::vector<const Sample*>& samples,

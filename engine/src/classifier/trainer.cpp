@@ -12,7 +12,6 @@ namespace {
 
 constexpr std::uint64_t kSeed = 0x636C617373u;
 constexpr int kProbeSamples = 500;
-constexpr int kMaxViews = 4000;  // of landmarks, in all
 // A symmetry is believed when its copies are right this often, compared with the samples.
 constexpr double kAsWell = 0.93;
 constexpr std::size_t kFewestToJudge = 40;
@@ -131,14 +130,19 @@ Matrix train_kernel(const TrainingSet& set, const std::vector<int>& held_out,
                     const KernelChoice& choice, core::WorkerPool& pool, ClassifierState& state) {
   const int categories = static_cast<int>(set.categories.size());
   std::vector<int> landmarks = set.kept, labels;
-  const std::size_t views = views_of(state.symmetry).size();
-  landmarks.resize(std::min(landmarks.size(), std::min<std::size_t>(kMaxKept, kMaxViews / views)));
+  landmarks.resize(std::min<std::size_t>(landmarks.size(), kMaxKept));
   for (const int i : landmarks) labels.push_back(set.labels[i]);
+  const std::vector<const Sample*> samples = pointers(set, landmarks);
+  const std::vector<int> views = views_of(state.symmetry);
+  const auto in_views = [&](int first, int last) {
+    return describe_views({samples.begin() + first, samples.begin() + last}, state.canvas, views,
+                          pool);
+  };
   Matrix left_out;
   state.has_kernel = true;
-  state.kernel = KernelMachine::learn(
-      choice, describe_views(pointers(set, landmarks), state.canvas, state.symmetry, pool), labels,
-      categories, pool, left_out);
+  state.kernel = KernelMachine::learn(choice, describe_all(samples, state.canvas, pool),
+                                      static_cast<int>(views.size()), in_views, labels, categories,
+                                      pool, left_out);
   std::vector<int> landmark(set.samples.size(), -1), others;
   for (std::size_t k = 0; k < landmarks.size(); ++k) landmark[landmarks[k]] = static_cast<int>(k);
   for (const int i : held_out) {
