@@ -32,10 +32,10 @@ void restore_denormals(unsigned) {}
 }  // namespace
 
 LibraryThreadScope::LibraryThreadScope() {
+  threads_ = omp_get_max_threads();
   // The first question on a thread makes the tensor library set its own default there, which would
   // otherwise undo ours later.
   at::get_num_threads();
-  threads_ = omp_get_max_threads();
   omp_set_num_threads(1);
   control_ = flush_denormals();
 }
