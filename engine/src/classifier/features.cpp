@@ -1,18 +1,18 @@
 #include "classifier/features.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdint>
 
+#include "classifier/feature_layout.h"
 #include "core/sampling.h"
 
 namespace telvar::classifier {
 namespace {
 
-constexpr int kOrientations = 9;  // over half a turn (Dalal and Triggs, 2005)
 constexpr float kClip = 0.2f;
 constexpr float kPi = 3.14159265f;
-constexpr int kCoarseCells = 4, kFineCells = 7;  // along the longer side
-constexpr int kPixelSide = 14;
 
 core::Raster to_raster(const Sample& sample, const Canvas& canvas) {
   core::Raster raster(canvas.width, canvas.height, canvas.channels);
@@ -46,39 +46,55 @@ Gradients gradients_of(const core::Raster& raster) {
   return gradients;
 }
 
-struct Grid {
-  int columns, rows;
+/// A value between the centres of two bins counts in both: `high_share` of it in bin low + 1.
+struct Mix {
+  int low;
+  float high_share;
 };
 
-Grid grid_for(const core::Raster& raster, int cells) {
-  const double longest = std::max(raster.width, raster.height);
-  return {std::max(2, static_cast<int>(std::lround(cells * raster.width / longest))),
-          std::max(2, static_cast<int>(std::lround(cells * raster.height / longest)))};
+Mix mix_at(float position) {
+  const float low = std::floor(position - 0.5f);
+  return {static_cast<int>(low), position - 0.5f - low};
 }
 
-/// Orientation histograms of cells, mixed linearly in place and orientation.
+/// For every pixel of a side: which of its cells it counts in. Numbered from 1, so that there is
+/// one more beyond either end.
+std::vector<Mix> mixes_along(int pixels, int cells) {
+  std::vector<Mix> mixes;
+  const float scale = static_cast<float>(cells) / static_cast<float>(pixels);
+  for (int i = 0; i < pixels; ++i) {
+    mixes.push_back(mix_at((static_cast<float>(i) + 0.5f) * scale + 1));
+  }
+  return mixes;
+}
+
+void add_to_cell(float* cell, const Mix& turn, float weight) {
+  const int low = turn.low < 0 ? kOrientations - 1 : turn.low;
+  const int high = turn.low + 1 == kOrientations ? 0 : turn.low + 1;
+  cell[low] += (1 - turn.high_share) * weight;
+  cell[high] += turn.high_share * weight;
+}
+
+/// Orientation histograms of cells, mixed linearly in place and orientation, in a frame of one cell
+/// to be left out.
 std::vector<float> cell_histograms(const core::Raster& raster, const Gradients& gradients,
                                    const Grid& grid) {
-  std::vector<float> cells(static_cast<std::size_t>(grid.columns) * grid.rows * kOrientations);
-  for (int y = 0; y < raster.height; ++y) {
-    const float v = (y + 0.5f) * grid.rows / raster.height - 0.5f;
-    const int row = static_cast<int>(std::floor(v));
-    for (int x = 0; x < raster.width; ++x) {
-      const float u = (x + 0.5f) * grid.columns / raster.width - 0.5f;
-      const int column = static_cast<int>(std::floor(u));
-      const std::size_t at = static_cast<std::size_t>(y) * raster.width + x;
-      const float turn = gradients.orientation[at] - 0.5f;
-      const int bin = static_cast<int>(std::floor(turn));
-      for (int k = 0; k < 8; ++k) {
-        const int c = column + (k & 1), r = row + (k >> 1 & 1), b = bin + (k >> 2);
-        if (c < 0 || r < 0 || c >= grid.columns || r >= grid.rows) continue;
-        const float weight = (k & 1 ? u - column : 1 - (u - column)) *
-                             (k & 2 ? v - row : 1 - (v - row)) *
-                             (k & 4 ? turn - bin : 1 - (turn - bin));
-        const int wrapped = (b + kOrientations) % kOrientations;
-        cells[(static_cast<std::size_t>(r) * grid.columns + c) * kOrientations + wrapped] +=
-            weight * gradients.magnitude[at];
-      }
+  const std::vector<Mix> across = mixes_along(raster.width, grid.columns);
+  const std::vector<Mix> down = mixes_along(raster.height, grid.rows);
+  const std::size_t stride = static_cast<std::size_t>(grid.columns + 2) * kOrientations;
+  std::vector<float> cells(stride * (grid.rows + 2));
+  std::size_t at = 0;
+  for (const Mix& row : down) {
+    for (const Mix& column : across) {
+      const Mix turn = mix_at(gradients.orientation[at]);
+      const float high = row.high_share * gradients.magnitude[at];
+      const float low = gradients.magnitude[at] - high;
+      float* const cell = cells.data() + stride * row.low + column.low * kOrientations;
+      add_to_cell(cell, turn, low * (1 - column.high_share));
+      add_to_cell(cell + kOrientations, turn, low * column.high_share);
+      add_to_cell(cell + stride, turn, high * (1 - column.high_share));
+      add_to_cell(cell + stride + kOrientations, turn, high * column.high_share);
+      ++at;
     }
   }
   return cells;
@@ -97,15 +113,16 @@ void normalise_block(float* values, int count) {
   }
 }
 
-/// Overlapping blocks of 2 x 2 cells.
-std::vector<float> shape_of(const core::Raster& raster, const Gradients& gradients, int cells) {
-  const Grid grid = grid_for(raster, cells);
+/// Histograms of oriented gradients (Dalal and Triggs, 2005).
+std::vector<float> shape_of(const core::Raster& raster, const Gradients& gradients,
+                            const Grid& grid) {
   const std::vector<float> histograms = cell_histograms(raster, gradients, grid);
   std::vector<float> shape;
-  for (int r = 0; r + 1 < grid.rows; ++r) {
-    for (int c = 0; c + 1 < grid.columns; ++c) {
+  for (int r = 1; r < grid.rows; ++r) {
+    for (int c = 1; c < grid.columns; ++c) {
       for (int k = 0; k < 4; ++k) {
-        const std::size_t cell = static_cast<std::size_t>(r + k / 2) * grid.columns + c + k % 2;
+        const std::size_t cell =
+            static_cast<std::size_t>(r + k / 2) * (grid.columns + 2) + c + k % 2;
         const float* from = histograms.data() + cell * kOrientations;
         shape.insert(shape.end(), from, from + kOrientations);
       }
@@ -115,64 +132,70 @@ std::vector<float> shape_of(const core::Raster& raster, const Gradients& gradien
   return shape;
 }
 
-std::vector<float> pixels_of(const core::Raster& raster) {
-  const double longest = std::max(raster.width, raster.height);
-  const int width = std::max(1, static_cast<int>(std::lround(kPixelSide * raster.width / longest)));
-  const int height =
-      std::max(1, static_cast<int>(std::lround(kPixelSide * raster.height / longest)));
-  return core::resize(raster, width, height).values;
+/// The bin of a pattern; bit k: neighbour k is brighter.
+constexpr int pattern_of(unsigned code) {
+  int ends = 0, ones = 0, start = 0;
+  for (int k = 0; k < 8; ++k) {
+    const bool bit = code >> k & 1, before = code >> ((k + 7) % 8) & 1;
+    ends += bit != before;
+    ones += bit;
+    if (bit && !before) start = k;
+  }
+  if (ends > 2) return kSeveralRuns;
+  return ones == 0 ? kNoneBrighter : ones == 8 ? kAllBrighter : run_pattern(ones, start);
+}
+
+constexpr std::array<std::uint8_t, 256> all_patterns() {
+  std::array<std::uint8_t, 256> bins{};
+  for (unsigned code = 0; code < 256; ++code) {
+    bins[code] = static_cast<std::uint8_t>(pattern_of(code));
+  }
+  return bins;
 }
 
 /// Local binary patterns of eight neighbours (Ojala et al., 2002): a bin for each uniform pattern,
 /// one for all others; square roots of shares.
 void append_patterns(const core::Raster& gray, int radius, std::vector<float>& out) {
-  static const int kDx[8] = {1, 1, 0, -1, -1, -1, 0, 1}, kDy[8] = {0, 1, 1, 1, 0, -1, -1, -1};
-  std::vector<float> counts(8 * 8 + 3);  // by number of ones and start; then all 0, all 1, others
+  static constexpr int kDx[8] = {1, 1, 0, -1, -1, -1, 0, 1}, kDy[8] = {0, 1, 1, 1, 0, -1, -1, -1};
+  static constexpr std::array<std::uint8_t, 256> kBins = all_patterns();
   constexpr float kNoise = 0.01f;
+  std::ptrdiff_t neighbours[8];
+  for (int k = 0; k < 8; ++k) neighbours[k] = radius * (kDy[k] * gray.width + kDx[k]);
+  std::array<int, kPatterns> counts{};
   float total = 1e-6f;
   for (int y = radius; y + radius < gray.height; ++y) {
     for (int x = radius; x + radius < gray.width; ++x) {
+      const float* const pixel = gray.plane(0) + static_cast<std::size_t>(y) * gray.width + x;
+      const float level = *pixel + kNoise;
       unsigned code = 0;
-      for (int k = 0; k < 8; ++k) {
-        const float value = gray.at(0, y + radius * kDy[k], x + radius * kDx[k]);
-        if (value > gray.at(0, y, x) + kNoise) code |= 1u << k;
-      }
-      int changes = 0, ones = 0, start = 0;
-      for (int k = 0; k < 8; ++k) {
-        const bool bit = code >> k & 1, before = code >> ((k + 7) % 8) & 1;
-        changes += bit != before;
-        ones += bit;
-        if (bit && !before) start = k;
-      }
-      const int bin = changes > 2 ? 66 : ones == 0 ? 64 : ones == 8 ? 65 : 8 * ones + start;
-      counts[bin] += 1;
+      for (int k = 0; k < 8; ++k) code |= (pixel[neighbours[k]] > level ? 1u : 0u) << k;
+      ++counts[kBins[code]];
       total += 1;
     }
   }
-  for (const float count : counts) out.push_back(std::sqrt(count / total));
+  for (const int count : counts) out.push_back(std::sqrt(static_cast<float>(count) / total));
 }
 
 std::vector<float> texture_of(const core::Raster& raster, const Gradients& gradients) {
   const core::Raster gray = core::to_gray(raster);
   std::vector<float> texture;
-  append_patterns(gray, 1, texture);
-  append_patterns(gray, 2, texture);
-  std::vector<float> turns(kOrientations + 8);
+  for (const int radius : kPatternRadii) append_patterns(gray, radius, texture);
+  float turns[kOrientations] = {}, strengths[kStrengths] = {};
   for (std::size_t i = 0; i < gradients.magnitude.size(); ++i) {
-    turns[static_cast<int>(gradients.orientation[i]) % kOrientations] += gradients.magnitude[i];
+    add_to_cell(turns, mix_at(gradients.orientation[i]), gradients.magnitude[i]);
     const int strength = static_cast<int>(gradients.magnitude[i] * 12);
-    turns[kOrientations + std::min(strength, 7)] += 0.1f;
+    strengths[std::min(strength, kStrengths - 1)] += 0.1f;
   }
-  for (const float sum : turns) {
-    texture.push_back(std::sqrt(sum / static_cast<float>(gradients.magnitude.size())));
-  }
+  const auto count = static_cast<float>(gradients.magnitude.size());
+  for (const float sum : turns) texture.push_back(std::sqrt(sum / count));
+  for (const float sum : strengths) texture.push_back(std::sqrt(sum / count));
   return texture;
 }
 
 /// A soft histogram over 4 x 4 x 4 colours; square roots of shares.
 std::vector<float> colour_of(const core::Raster& raster) {
   if (raster.channels == 1) return {};
-  std::vector<float> colours(64);
+  std::vector<float> colours(kColours);
   const std::size_t count = raster.plane_size();
   for (std::size_t i = 0; i < count; ++i) {
     float position[3];
@@ -202,8 +225,11 @@ std::vector<float> colour_of(const core::Raster& raster) {
 Features describe(const Sample& sample, const Canvas& canvas) {
   const core::Raster raster = to_raster(sample, canvas);
   const Gradients gradients = gradients_of(raster);
-  return {shape_of(raster, gradients, kCoarseCells), shape_of(raster, gradients, kFineCells),
-          pixels_of(raster), texture_of(raster, gradients), colour_of(raster)};
+  const Grid pixels = coarse_pixels(canvas);
+  return {shape_of(raster, gradients, coarse_cells(canvas)),
+          shape_of(raster, gradients, fine_cells(canvas)),
+          core::resize(raster, pixels.columns, pixels.rows).values, texture_of(raster, gradients),
+          colour_of(raster)};
 }
 
 }  // namespace telvar::classifier

@@ -22,6 +22,26 @@ Matrix weighted(const std::vector<Features>& samples, const Weights& weights) {
   return matrix;
 }
 
+std::vector<int> column_order(const FeatureOrder& order, const Weights& weights) {
+  std::vector<int> columns;
+  for (int g = 0; g < kFeatureGroups; ++g) {
+    if (!(weights[g] > 0)) continue;
+    const int first = static_cast<int>(columns.size());
+    for (const int from : order[g]) columns.push_back(first + from);
+  }
+  return columns;
+}
+
+Matrix reordered(const Matrix& matrix, const std::vector<int>& order) {
+  Matrix out(matrix.rows(), matrix.columns());
+  for (int i = 0; i < out.rows(); ++i) {
+    const float* const from = matrix.row(i);
+    float* const to = out.row(i);
+    for (int k = 0; k < out.columns(); ++k) to[k] = from[order[k]];
+  }
+  return out;
+}
+
 std::vector<float> squares_of(const Matrix& matrix) {
   std::vector<float> squares;
   for (int i = 0; i < matrix.rows(); ++i) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "classifier/dense.h"
+#include "classifier/feature_views.h"
 #include "classifier/features.h"
 #include "core/worker_pool.h"
 
@@ -14,6 +15,12 @@ using Weights = std::vector<float>;
 
 /// All groups side by side, scaled so that squared distances add up as weighted.
 Matrix weighted(const std::vector<Features>& samples, const Weights& weights);
+
+/// Where the columns of `weighted` come from in a view.
+std::vector<int> column_order(const FeatureOrder& order, const Weights& weights);
+
+/// The same rows with column i taken from column order[i].
+Matrix reordered(const Matrix& matrix, const std::vector<int>& order);
 
 /// Of the rows' lengths.
 std::vector<float> squares_of(const Matrix& matrix);

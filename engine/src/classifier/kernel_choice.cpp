@@ -89,11 +89,11 @@ KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vect
   return best;
 }
 
-std::vector<double> accuracies_of_copies(const KernelChoice& choice,
-                                         const std::vector<Features>& samples,
-                                         const std::vector<int>& labels, int categories,
-                                         const std::vector<std::vector<Features>>& copies,
-                                         core::WorkerPool& pool) {
+std::vector<double> accuracies_in_views(const KernelChoice& choice,
+                                        const std::vector<Features>& samples,
+                                        const std::vector<int>& labels, int categories,
+                                        const std::vector<FeatureOrder>& views,
+                                        core::WorkerPool& pool) {
   const Matrix features = weighted(samples, choice.group_weights);
   const std::vector<float> squares = squares_of(features);
   Matrix kernel = distances(features, squares, features, squares, pool);
@@ -103,9 +103,9 @@ std::vector<double> accuracies_of_copies(const KernelChoice& choice,
   const Solution solution = solve_surely(kernel, choice.ridge, targets, pool);
   const Matrix inverse = product_transposed(solution.inverse, solution.inverse, pool);
   std::vector<double> accuracies;
-  for (const auto& list : copies) {
-    const Matrix changed = weighted(list, choice.group_weights);
-    Matrix similarity = distances(changed, squares_of(changed), features, squares, pool);
+  for (const FeatureOrder& view : views) {
+    const Matrix seen = reordered(features, column_order(view, choice.group_weights));
+    Matrix similarity = distances(seen, squares, features, squares, pool);
     to_kernel(similarity, pool);
     double right = 0;
     for (int i = 0; i < similarity.rows(); ++i) {

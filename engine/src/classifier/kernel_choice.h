@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "classifier/feature_views.h"
 #include "classifier/features.h"
 #include "core/worker_pool.h"
 
@@ -20,12 +21,12 @@ struct KernelChoice {
 KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vector<int>& labels,
                            int categories, core::WorkerPool& pool);
 
-/// For each list of changed copies of the samples: the share that a machine gets right which knows
-/// all samples but the copy's own.
-std::vector<double> accuracies_of_copies(const KernelChoice& choice,
-                                         const std::vector<Features>& samples,
-                                         const std::vector<int>& labels, int categories,
-                                         const std::vector<std::vector<Features>>& copies,
-                                         core::WorkerPool& pool);
+/// For each view: the share of the samples that is recognised in it by a machine that knows all of
+/// them but the one.
+std::vector<double> accuracies_in_views(const KernelChoice& choice,
+                                        const std::vector<Features>& samples,
+                                        const std::vector<int>& labels, int categories,
+                                        const std::vector<FeatureOrder>& views,
+                                        core::WorkerPool& pool);
 
 }  // namespace telvar::classifier

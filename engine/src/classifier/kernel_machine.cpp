@@ -6,48 +6,41 @@
 
 namespace telvar::classifier {
 
-void KernelMachine::place_landmarks(const std::vector<Features>& samples) {
+void KernelMachine::place_landmarks(const std::vector<Features>& samples,
+                                    const std::vector<FeatureOrder>& views) {
   landmarks_ = weighted(samples, choice_.group_weights);
   squares_ = squares_of(landmarks_);
+  orders_.clear();
+  for (const FeatureOrder& view : views) {
+    orders_.push_back(column_order(view, choice_.group_weights));
+  }
 }
 
-Matrix KernelMachine::kernel_of(const std::vector<Features>& all_views, int views,
+Matrix KernelMachine::kernel_of(const std::vector<Features>& samples,
                                 core::WorkerPool& pool) const {
-  const Matrix features = weighted(all_views, choice_.group_weights);
-  Matrix kernel = distances(features, squares_of(features), landmarks_, squares_, pool);
-  to_kernel(kernel, pool);
-  if (views == 1) return kernel;
-  Matrix mean(kernel.rows() / views, kernel.columns());
-  for (int row = 0; row < kernel.rows(); ++row) {
-    float* sum = mean.row(row % mean.rows());
-    for (int j = 0; j < kernel.columns(); ++j) {
-      sum[j] += kernel.at(row, j) / static_cast<float>(views);
+  const Matrix features = weighted(samples, choice_.group_weights);
+  const std::vector<float> squares = squares_of(features);
+  Matrix mean(features.rows(), landmarks_.rows());
+  for (const std::vector<int>& order : orders_) {
+    Matrix kernel = distances(reordered(features, order), squares, landmarks_, squares_, pool);
+    to_kernel(kernel, pool);
+    for (int i = 0; i < mean.rows(); ++i) {
+      for (int j = 0; j < mean.columns(); ++j) {
+        mean.at(i, j) += kernel.at(i, j) / static_cast<float>(orders_.size());
+      }
     }
   }
   return mean;
 }
 
 KernelMachine KernelMachine::learn(const KernelChoice& choice, const std::vector<Features>& samples,
-                                   int views, const ViewsOf& views_of,
+                                   const std::vector<FeatureOrder>& views,
                                    const std::vector<int>& labels, int categories,
                                    core::WorkerPool& pool, Matrix& held_out) {
   KernelMachine machine;
   machine.choice_ = choice;
-  machine.place_landmarks(samples);
-  const int count = static_cast<int>(samples.size());
-  const int block = std::max(1, kKernelBlockRows / views);
-  Matrix kernel(count, count);
-  for (int first = 0; first < count; first += block) {
-    const int last = std::min(count, first + block);
-    const Matrix rows = machine.kernel_of(views_of(first, last), views, pool);
-    for (int i = first; i < last; ++i) std::copy_n(rows.row(i - first), count, kernel.row(i));
-  }
-  for (int i = 0; i < kernel.rows(); ++i) {
-    // Views on a grid are not exactly each other's images.
-    for (int j = 0; j < i; ++j) {
-      kernel.at(i, j) = kernel.at(j, i) = 0.5f * (kernel.at(i, j) + kernel.at(j, i));
-    }
-  }
+  machine.place_landmarks(samples, views);
+  const Matrix kernel = machine.kernel_of(samples, pool);
   const Matrix targets = targets_of(labels, categories, machine.offsets_);
   Solution solution = solve_surely(kernel, choice.ridge, targets, pool);
   machine.coefficients_ = std::move(solution.coefficients);
@@ -58,9 +51,8 @@ KernelMachine KernelMachine::learn(const KernelChoice& choice, const std::vector
   return machine;
 }
 
-Matrix KernelMachine::scores(const std::vector<Features>& all_views, int views,
-                             core::WorkerPool& pool) const {
-  const Matrix kernel = kernel_of(all_views, views, pool);
+Matrix KernelMachine::scores(const std::vector<Features>& samples, core::WorkerPool& pool) const {
+  const Matrix kernel = kernel_of(samples, pool);
   Matrix scores(kernel.rows(), coefficients_.columns());
   for (int i = 0; i < scores.rows(); ++i) {
     std::copy(offsets_.begin(), offsets_.end(), scores.row(i));

@@ -5,10 +5,10 @@
 // Scores f(x) = sum_i k(x, x_i) a_i with k = exp(-sum_g w_g |x_g - y_g|^2) over the feature groups
 // g; a = (K + ridge I)^-1 Y.
 
-#include <functional>
 #include <vector>
 
 #include "classifier/dense.h"
+#include "classifier/feature_views.h"
 #include "classifier/features.h"
 #include "classifier/kernel_choice.h"
 #include "core/bytes.h"
@@ -16,27 +16,19 @@
 
 namespace telvar::classifier {
 
-/// All views of a block of samples that is described and compared at a time; a row takes about
-/// 36 kB with its features.
-constexpr int kKernelBlockRows = 1024;
-
-/// The kernel of two samples is the mean over the first one's views that mean the same: as over
-/// those of the second, since views undo each other.
+/// The kernel of two samples is the mean over the views of the first one that mean the same. That
+/// is the mean over the views of the second as well, since views undo each other and only change
+/// the order of the features.
 class KernelMachine {
  public:
-  /// The features of samples first .. last - 1 in each of the views, view by view; the samples
-  /// themselves are the first view.
-  using ViewsOf = std::function<std::vector<Features>(int first, int last)>;
-
-  /// Learns from samples with a category index each (below `categories`). `views_of` is asked for
-  /// blocks of them, so that all views of all samples never take memory at once. `held_out` takes
-  /// the leave-one-out scores, samples x categories.
+  /// Learns from samples with a category index each (below `categories`), alike in `views`.
+  /// `held_out` takes the leave-one-out scores, samples x categories.
   static KernelMachine learn(const KernelChoice& choice, const std::vector<Features>& samples,
-                             int views, const ViewsOf& views_of, const std::vector<int>& labels,
+                             const std::vector<FeatureOrder>& views, const std::vector<int>& labels,
                              int categories, core::WorkerPool& pool, Matrix& held_out);
 
-  /// Scores, samples x categories, of samples given view by view.
-  Matrix scores(const std::vector<Features>& all_views, int views, core::WorkerPool& pool) const;
+  /// Scores, samples x categories.
+  Matrix scores(const std::vector<Features>& samples, core::WorkerPool& pool) const;
 
   int samples() const { return coefficients_.rows(); }
 
@@ -44,17 +36,19 @@ class KernelMachine {
   void write(core::ByteWriter& writer) const;
   /// The machine lacks its landmarks until they are placed. Throws core::malformed_bytes.
   static KernelMachine read(core::ByteReader& reader, int samples, int categories);
-  /// The samples that were learned.
-  void place_landmarks(const std::vector<Features>& samples);
+  /// The samples that were learned, and the views in which they are alike.
+  void place_landmarks(const std::vector<Features>& samples,
+                       const std::vector<FeatureOrder>& views);
 
  private:
-  Matrix kernel_of(const std::vector<Features>& all_views, int views, core::WorkerPool& pool) const;
+  Matrix kernel_of(const std::vector<Features>& samples, core::WorkerPool& pool) const;
 
   KernelChoice choice_;
-  Matrix landmarks_;            // samples x weighted features
-  std::vector<float> squares_;  // of the landmarks' lengths
-  Matrix coefficients_;         // samples x categories
-  std::vector<float> offsets_;  // per category
+  Matrix landmarks_;                      // samples x weighted features
+  std::vector<float> squares_;            // of the landmarks' lengths
+  std::vector<std::vector<int>> orders_;  // of the weighted features, in each view
+  Matrix coefficients_;                   // samples x categories
+  std::vector<float> offsets_;            // per category
 };
 
 }  // namespace telvar::classifier

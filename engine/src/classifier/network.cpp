@@ -41,7 +41,9 @@ NetworkImpl::NetworkImpl(const Canvas& canvas, int categories) {
 }
 
 torch::Tensor NetworkImpl::features(const torch::Tensor& input) {
-  return body_->forward(input).mean({2, 3}, true);
+  const torch::Tensor planes =
+      is_training() ? core::plain(body_->forward(core::blocked(input))) : body_->forward(input);
+  return planes.mean({2, 3}, true);
 }
 
 torch::Tensor NetworkImpl::forward(const torch::Tensor& input) {

@@ -10,6 +10,17 @@
 namespace telvar::classifier {
 namespace {
 
+/// How sets of one size are learned.
+struct Regime {
+  int chunk_size;
+  double peak_rate;
+  float strength;  // of the augmentation
+};
+
+constexpr Regime kSmallSets{16, 4e-3, 1.0f};
+// Large sets show most variations themselves, and each sample is seen a few times only.
+constexpr Regime kLargeSets{32, 8e-3, 0.25f};
+
 constexpr int kChunks = 2;
 constexpr double kSmoothing = 0.05;
 constexpr double kGoingOnShare = 0.2;  // of the steps from nothing
@@ -18,18 +29,18 @@ constexpr double kGoingOnRate = 0.4;   // of the rate from nothing
 /// How many samples a training from nothing draws, of so many. Measured: more buys little.
 double draws_for(double members) {
   if (members <= kLargeSet) return 6400 * std::sqrt(members / 100);
-  return 150000 * std::pow(members / kLargeSet, 0.43);
+  return 150000 * std::pow(members / kLargeSet, 0.29);
 }
 
-core::TrainingPlan plan_for(const NetworkTask& task, int chunk_size) {
+core::TrainingPlan plan_for(const NetworkTask& task, const Regime& regime) {
   core::TrainingPlan plan;
   plan.chunks = kChunks;
   plan.seed = task.seed;
   double draws = draws_for(static_cast<double>(std::max<std::size_t>(task.members.size(), 20))) *
                  task.effort / kNormalEffort;
   if (task.goes_on) draws *= kGoingOnShare;
-  plan.steps = std::max(10, static_cast<int>(draws / (kChunks * chunk_size)));
-  plan.peak_rate = task.goes_on ? 4e-3 * kGoingOnRate : 4e-3;
+  plan.steps = std::max(10, static_cast<int>(draws / (kChunks * regime.chunk_size)));
+  plan.peak_rate = task.goes_on ? regime.peak_rate * kGoingOnRate : regime.peak_rate;
   plan.weight_decay = 0.05;
   plan.average_decay = 0.98;
   return plan;
@@ -70,11 +81,9 @@ torch::Tensor smoothed_loss(const torch::Tensor& logits, const torch::Tensor& la
 
 void train_network(const std::shared_ptr<NetworkImpl>& net, const NetworkTask& task,
                    core::WorkerPool& pool) {
-  const bool large = task.members.size() > kLargeSet;
-  const int chunk_size = large ? 32 : 16;
-  // Large sets show most variations themselves, and each sample is seen a few times only.
-  const float strength = large ? 0.5f : 1.0f;
-  const core::TrainingPlan plan = plan_for(task, chunk_size);
+  const Regime& regime = task.members.size() > kLargeSet ? kLargeSets : kSmallSets;
+  const int chunk_size = regime.chunk_size;
+  const core::TrainingPlan plan = plan_for(task, regime);
   const std::vector<int> order =
       drawing_order(task, static_cast<std::size_t>(plan.steps) * kChunks * chunk_size);
   const auto chunk_loss = [&](NetworkImpl& replica, int step, int chunk, core::Random& random) {
@@ -84,7 +93,7 @@ void train_network(const std::shared_ptr<NetworkImpl>& net, const NetworkTask& t
     const std::size_t first = (static_cast<std::size_t>(step) * kChunks + chunk) * chunk_size;
     for (int i = 0; i < chunk_size; ++i) {
       const int index = order[first + i];
-      augment((*task.samples)[index], task.canvas, task.symmetry, strength, random,
+      augment((*task.samples)[index], task.canvas, task.symmetry, regime.strength, random,
               input.data_ptr<float>() + task.canvas.sample_size() * i);
       labels.data_ptr<std::int64_t>()[i] = (*task.labels)[index];
     }

@@ -76,7 +76,8 @@ ClassifierState read_payload(core::ByteReader& reader, core::WorkerPool& pool) {
   state.has_kernel = landmarks > 0;
   if (state.has_kernel) {
     state.kernel = KernelMachine::read(reader, static_cast<int>(landmarks), categories);
-    state.kernel.place_landmarks(describe_all(landmarks_of(state, landmarks), state.canvas, pool));
+    state.kernel.place_landmarks(describe_all(landmarks_of(state, landmarks), state.canvas, pool),
+                                 orders_in_views(state.canvas, views_of(state.symmetry)));
   }
   return state;
 }
@@ -113,21 +114,13 @@ void prepare_for_answers(ClassifierState& state) {
 }
 
 std::vector<Features> describe_all(const std::vector<const Sample*>& samples, const Canvas& canvas,
-                                   core::WorkerPool& pool, int view) {
-  return describe_views(samples, canvas, {view}, pool);
-}
-
-std::vector<Features> describe_views(const std::vector<const Sample*>& samples,
-                                     const Canvas& canvas, const std::vector<int>& views,
-                                     core::WorkerPool& pool) {
+                                   core::WorkerPool& pool) {
   constexpr std::size_t kBlock = 32;
-  const std::size_t blocks = (samples.size() + kBlock - 1) / kBlock;
-  std::vector<Features> features(views.size() * samples.size());
-  pool.run(static_cast<int>(views.size() * blocks), [&](int task) {
-    const std::size_t view = task / blocks, first = task % blocks * kBlock;
+  std::vector<Features> features(samples.size());
+  pool.run(static_cast<int>((samples.size() + kBlock - 1) / kBlock), [&](int block) {
+    const std::size_t first = block * kBlock;
     for (std::size_t i = first; i < std::min(samples.size(), first + kBlock); ++i) {
-      features[view * samples.size() + i] =
-          describe(view_of(*samples[i], canvas, views[view]), canvas);
+      features[i] = describe(*samples[i], canvas);
     }
   });
   return features;
@@ -150,14 +143,12 @@ Matrix mean_logits(const ClassifierState& state, const std::vector<const Sample*
 
 Matrix kernel_scores(const ClassifierState& state, const std::vector<const Sample*>& samples,
                      core::WorkerPool& pool) {
-  const std::vector<int> views = views_of(state.symmetry);
-  const std::size_t most = kKernelBlockRows / views.size();
+  constexpr std::size_t kBlock = 1024;
   Matrix scores(static_cast<int>(samples.size()), static_cast<int>(state.categories.size()));
-  for (std::size_t first = 0; first < samples.size(); first += most) {
+  for (std::size_t first = 0; first < samples.size(); first += kBlock) {
     const std::vector<const Sample*> block(
-        samples.begin() + first, samples.begin() + std::min(samples.size(), first + most));
-    const Matrix found = state.kernel.scores(describe_views(block, state.canvas, views, pool),
-                                             static_cast<int>(views.size()), pool);
+        samples.begin() + first, samples.begin() + std::min(samples.size(), first + kBlock));
+    const Matrix found = state.kernel.scores(describe_all(block, state.canvas, pool), pool);
     for (int i = 0; i < found.rows(); ++i) {
       std::copy_n(found.row(i), found.columns(), scores.row(static_cast<int>(first) + i));
     }

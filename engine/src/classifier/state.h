@@ -36,14 +36,9 @@ ClassifierState read_classifier(const std::string& artifact, core::WorkerPool& p
 /// Makes the networks faster; the state can then answer, but neither be trained on nor written.
 void prepare_for_answers(ClassifierState& state);
 
-/// The features of many samples, each seen in this view.
+/// The features of many samples.
 std::vector<Features> describe_all(const std::vector<const Sample*>& samples, const Canvas& canvas,
-                                   core::WorkerPool& pool, int view = 0);
-
-/// `describe_all` for each of the views, one after the other.
-std::vector<Features> describe_views(const std::vector<const Sample*>& samples,
-                                     const Canvas& canvas, const std::vector<int>& views,
-                                     core::WorkerPool& pool);
+                                   core::WorkerPool& pool);
 
 /// The mean of the networks' logits.
 Matrix mean_logits(const ClassifierState& state, const std::vector<const Sample*>& samples,

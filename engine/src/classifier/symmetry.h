@@ -2,10 +2,11 @@
 
 // Which mirrored and turned views of a picture mean the same: parts and textures lie any way, but
 // letters do not.
+//
+// A view is a number from 0 to 7: the picture mirrored (left and right exchanged) if it has a 4 in
+// it, then turned clockwise by (number & 3) quarters. Odd quarters need a square picture.
 
 #include <vector>
-
-#include "classifier/canvas.h"
 
 namespace telvar::classifier {
 
@@ -15,11 +16,14 @@ struct Symmetry {
   bool turned = false;    // about the centre, by any angle
 };
 
-/// The views that are alike, as numbers for `view_of`; the first is 0, the picture itself.
+/// The views that are alike; the first is 0, the picture itself.
 std::vector<int> views_of(const Symmetry& symmetry);
 
-/// A sample turned by (view & 3) quarters of a turn after being mirrored when view & 4. Quarter
-/// turns of 90 and 270 degrees need a square canvas.
-Sample view_of(const Sample& sample, const Canvas& canvas, int view);
+struct Place {
+  int x, y;
+};
+
+/// Where the picture has what the view shows at `place`, both on a grid of columns x rows.
+Place place_before(int view, Place place, int columns, int rows);
 
 }  // namespace telvar::classifier

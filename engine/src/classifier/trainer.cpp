@@ -100,17 +100,14 @@ Probe probe_of(const TrainingSet& set) {
   return probe;
 }
 
-/// Mirrored or turned copies that are recognised as well as the samples themselves belong to the
-/// same categories.
-Symmetry find_symmetry(const Probe& probe, const Canvas& canvas, const KernelChoice& choice,
-                       int categories, core::WorkerPool& pool) {
+/// Samples that are recognised mirrored or turned as well as they are lie any way.
+Symmetry find_symmetry(const Probe& probe, const std::vector<Features>& features,
+                       const Canvas& canvas, const KernelChoice& choice, int categories,
+                       core::WorkerPool& pool) {
   const bool square = canvas.width == canvas.height;
-  std::vector<std::vector<Features>> copies;
-  for (const int view : {0, 4, 2, 1, 3}) {
-    if (view % 2 == 0 || square) copies.push_back(describe_all(probe.samples, canvas, pool, view));
-  }
-  const std::vector<double> right =
-      accuracies_of_copies(choice, copies[0], probe.labels, categories, copies, pool);
+  const std::vector<int> views = square ? std::vector<int>{0, 4, 2, 1, 3} : std::vector<int>{0, 4};
+  const std::vector<double> right = accuracies_in_views(choice, features, probe.labels, categories,
+                                                        orders_in_views(canvas, views), pool);
   Symmetry symmetry;
   if (probe.samples.size() < kFewestToJudge || right[0] < 1.0 / categories + kClearlyBetter) {
     return symmetry;
@@ -133,16 +130,11 @@ Matrix train_kernel(const TrainingSet& set, const std::vector<int>& held_out,
   landmarks.resize(std::min<std::size_t>(landmarks.size(), kMaxKept));
   for (const int i : landmarks) labels.push_back(set.labels[i]);
   const std::vector<const Sample*> samples = pointers(set, landmarks);
-  const std::vector<int> views = views_of(state.symmetry);
-  const auto in_views = [&](int first, int last) {
-    return describe_views({samples.begin() + first, samples.begin() + last}, state.canvas, views,
-                          pool);
-  };
   Matrix left_out;
   state.has_kernel = true;
   state.kernel = KernelMachine::learn(choice, describe_all(samples, state.canvas, pool),
-                                      static_cast<int>(views.size()), in_views, labels, categories,
-                                      pool, left_out);
+                                      orders_in_views(state.canvas, views_of(state.symmetry)),
+                                      labels, categories, pool, left_out);
   std::vector<int> landmark(set.samples.size(), -1), others;
   for (std::size_t k = 0; k < landmarks.size(); ++k) landmark[landmarks[k]] = static_cast<int>(k);
   for (const int i : held_out) {
@@ -172,9 +164,9 @@ TrainedClassifier train_classifier(const TrainingSet& set, const Canvas& canvas,
   }
   const int categories = static_cast<int>(set.categories.size());
   const Probe probe = probe_of(set);
-  const KernelChoice choice =
-      choose_kernel(describe_all(probe.samples, canvas, pool), probe.labels, categories, pool);
-  state.symmetry = find_symmetry(probe, canvas, choice, categories, pool);
+  const std::vector<Features> probed = describe_all(probe.samples, canvas, pool);
+  const KernelChoice choice = choose_kernel(probed, probe.labels, categories, pool);
+  state.symmetry = find_symmetry(probe, probed, canvas, choice, categories, pool);
   train_networks(set, before, nets, effort, pool, state);
   std::vector<int> held_out, labels;
   for (std::size_t i = 0; i < set.samples.size(); ++i) {

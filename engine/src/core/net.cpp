@@ -29,6 +29,14 @@ torch::nn::Conv2dOptions pointwise(int in, int out) {
   return torch::nn::Conv2dOptions(in, out, 1).dilation(2);
 }
 
+torch::Tensor blocked(const torch::Tensor& input) {
+  return at::hasMKLDNN() ? input.to_mkldnn() : input;
+}
+
+torch::Tensor plain(const torch::Tensor& input) {
+  return input.is_mkldnn() ? input.to_dense() : input;
+}
+
 ConvolutionBlockImpl::ConvolutionBlockImpl(const ConvolutionShape& shape)
     : shape_(shape),
       convolution_(register_module("convolution", torch::nn::Conv2d(convolution_options(shape)))),

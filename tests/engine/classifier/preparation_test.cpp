@@ -1,10 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <utility>
 
 #include "classifier/canvas.h"
-#include "classifier/symmetry.h"
+#include "classifier/feature_views.h"
+#include "classifier/features.h"
 #include "classifier/training_set.h"
+#include "core/random.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::classifier {
@@ -57,17 +61,67 @@ TEST(Place, KeepsTheAspectRatioAndRepeatsEdges) {
   EXPECT_EQ(sample[27 * 28 + 27], 0);
 }
 
-TEST(Symmetry, ViewsFormAGroup) {
-  Canvas canvas;
-  Sample sample(canvas.sample_size());
-  for (std::size_t i = 0; i < sample.size(); ++i) sample[i] = static_cast<std::uint8_t>(i * i / 7);
-  EXPECT_EQ(views_of({true, true}).size(), 8u);
-  EXPECT_EQ(view_of(view_of(sample, canvas, 1), canvas, 3), sample);
-  EXPECT_EQ(view_of(view_of(sample, canvas, 1), canvas, 1), view_of(sample, canvas, 2));
-  for (const int view : {4, 5, 6, 7}) {
-    EXPECT_EQ(view_of(view_of(sample, canvas, view), canvas, view), sample) << view;
+/// Calls `from(x, y)` for the place of the picture that comes to each place.
+template <class From>
+Sample moved(const Sample& sample, const Canvas& canvas, From from) {
+  Sample out;
+  for (int c = 0; c < canvas.channels; ++c) {
+    for (int y = 0; y < canvas.height; ++y) {
+      for (int x = 0; x < canvas.width; ++x) {
+        const auto [u, v] = from(x, y);
+        out.push_back(sample[canvas.plane_size() * c + std::size_t(v) * canvas.width + u]);
+      }
+    }
   }
-  EXPECT_EQ(view_of(sample, canvas, 4)[0], sample[27]);
+  return out;
+}
+
+Sample mirrored(const Sample& sample, const Canvas& canvas) {
+  return moved(sample, canvas, [&](int x, int y) { return std::pair(canvas.width - 1 - x, y); });
+}
+
+Sample turned_half(const Sample& sample, const Canvas& canvas) {
+  return moved(sample, canvas, [&](int x, int y) {
+    return std::pair(canvas.width - 1 - x, canvas.height - 1 - y);
+  });
+}
+
+/// Clockwise by a quarter; needs a square canvas.
+Sample turned_quarter(const Sample& sample, const Canvas& canvas) {
+  return moved(sample, canvas, [&](int x, int y) { return std::pair(y, canvas.width - 1 - x); });
+}
+
+TEST(FeatureViews, AreWhatTheMirroredAndTurnedPictureGives) {
+  for (const auto& [width, height, channels] :
+       {std::array{28, 28, 1}, std::array{96, 96, 3}, std::array{52, 20, 1}}) {
+    Canvas canvas;
+    canvas.width = width, canvas.height = height, canvas.channels = channels;
+    core::Random random({11});
+    Sample sample;
+    for (std::size_t i = 0; i < canvas.sample_size(); ++i) {
+      // Flat parts, slopes along the axes and noise.
+      const int kind = static_cast<int>(i % width) / 9 % 3;
+      sample.push_back(static_cast<std::uint8_t>(kind == 0   ? 90
+                                                 : kind == 1 ? i % width * 2
+                                                             : random.below(256)));
+    }
+    const Features features = describe(sample, canvas);
+    for (int view = 0; view < 8; ++view) {
+      if (view % 2 == 1 && width != height) continue;
+      Sample seen = view & 4 ? mirrored(sample, canvas) : sample;
+      if (view & 2) seen = turned_half(seen, canvas);
+      if (view & 1) seen = turned_quarter(seen, canvas);
+      const Features expected = describe(seen, canvas);
+      const FeatureOrder order = order_in_view(canvas, view);
+      for (int g = 0; g < kFeatureGroups; ++g) {
+        ASSERT_EQ(order[g].size(), expected[g].size()) << g;
+        for (std::size_t i = 0; i < expected[g].size(); ++i) {
+          ASSERT_NEAR(features[g][order[g][i]], expected[g][i], 1e-4)
+              << width << " px, view " << view << ", group " << g << ", value " << i;
+        }
+      }
+    }
+  }
 }
 
 std::vector<DatasetEntry> entries(int count) {

@@ -1,0 +1,85 @@
+#include "classifier/feature_views.h"
+
+#include <iterator>
+#include <numeric>
+
+#include "classifier/feature_layout.h"
+#include "classifier/symmetry.h"
+
+namespace telvar::classifier {
+namespace {
+
+/// The orientation that the view turns into this one.
+int orientation_before(int view, int orientation) {
+  if (view & 1) orientation += kOrientations / 2;
+  orientation %= kOrientations;
+  return view & 4 ? kOrientations - 1 - orientation : orientation;
+}
+
+std::vector<int> shape_order(int view, const Grid& cells) {
+  const int columns = cells.columns - 1, rows = cells.rows - 1;
+  std::vector<int> order;
+  for (int y = 0; y < rows; ++y) {
+    for (int x = 0; x < columns; ++x) {
+      const Place block = place_before(view, {x, y}, columns, rows);
+      for (int k = 0; k < 4; ++k) {
+        const Place cell = place_before(view, {k % 2, k / 2}, 2, 2);
+        const int from = (block.y * columns + block.x) * 4 + cell.y * 2 + cell.x;
+        for (int o = 0; o < kOrientations; ++o) {
+          order.push_back(from * kOrientations + orientation_before(view, o));
+        }
+      }
+    }
+  }
+  return order;
+}
+
+std::vector<int> pixel_order(int view, const Grid& pixels, int channels) {
+  std::vector<int> order;
+  for (int c = 0; c < channels; ++c) {
+    for (int y = 0; y < pixels.rows; ++y) {
+      for (int x = 0; x < pixels.columns; ++x) {
+        const Place from = place_before(view, {x, y}, pixels.columns, pixels.rows);
+        order.push_back((c * pixels.rows + from.y) * pixels.columns + from.x);
+      }
+    }
+  }
+  return order;
+}
+
+/// A quarter turn moves a run of neighbours by two; mirroring exchanges its ends.
+int pattern_before(int view, int pattern) {
+  const int length = pattern / 8, start = pattern % 8;
+  if (length == 0 || length == 8) return pattern;
+  const int turned = start + 8 - 2 * (view & 3);
+  return run_pattern(length, (view & 4 ? 5 + 24 - turned - length : turned) % 8);
+}
+
+std::vector<int> texture_order(int view) {
+  std::vector<int> order;
+  for (std::size_t k = 0; k < std::size(kPatternRadii); ++k) {
+    const int first = static_cast<int>(order.size());
+    for (int p = 0; p < kPatterns; ++p) order.push_back(first + pattern_before(view, p));
+  }
+  const int first = static_cast<int>(order.size());
+  for (int o = 0; o < kOrientations; ++o) order.push_back(first + orientation_before(view, o));
+  for (int s = 0; s < kStrengths; ++s) order.push_back(first + kOrientations + s);
+  return order;
+}
+
+}  // namespace
+
+FeatureOrder order_in_view(const Canvas& canvas, int view) {
+  std::vector<int> colours(canvas.channels == 1 ? 0 : kColours);
+  std::iota(colours.begin(), colours.end(), 0);
+  return {shape_order(view, coarse_cells(canvas)), shape_order(view, fine_cells(canvas)),
+          pixel_order(view, coarse_pixels(canvas), canvas.channels), texture_order(view), colours};
+}
+
+std::vector<FeatureOrder> orders_in_views(const Canvas& canvas, const std::vector<int>& views) {
+  std::vector<FeatureOrder> orders;
+  for (const int view : views) orders.push_back(order_in_view(canvas, view));
+  return orders;
+}
+
+}  // namespace telvar::classifier
