@@ -63,6 +63,12 @@ Matrix distances(const Matrix& a, const std::vector<float>& a_squares, const Mat
   return out;
 }
 
+void add_scaled(Matrix& sum, const Matrix& other, float factor) {
+  for (int i = 0; i < sum.rows(); ++i) {
+    for (int j = 0; j < sum.columns(); ++j) sum.at(i, j) += factor * other.at(i, j);
+  }
+}
+
 void to_kernel(Matrix& distances, core::WorkerPool& pool) {
   constexpr int kRows = 64;
   pool.run((distances.rows() + kRows - 1) / kRows, [&](int block) {

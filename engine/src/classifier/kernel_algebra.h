@@ -29,6 +29,9 @@ std::vector<float> squares_of(const Matrix& matrix);
 Matrix distances(const Matrix& a, const std::vector<float>& a_squares, const Matrix& b,
                  const std::vector<float>& b_squares, core::WorkerPool& pool);
 
+/// Adds `factor` times `other`.
+void add_scaled(Matrix& sum, const Matrix& other, float factor);
+
 /// exp(-distance), in place.
 void to_kernel(Matrix& distances, core::WorkerPool& pool);
 

@@ -30,33 +30,59 @@ double held_out_error(const Matrix& held_out, const Matrix& targets,
   return (squared + wrong) / targets.rows();
 }
 
-/// The mean squared distance within each group; 0 for a group that does not vary.
-std::vector<Matrix> group_distances(const std::vector<Features>& samples, Weights& scales,
-                                    core::WorkerPool& pool) {
-  std::vector<Matrix> all;
+/// One over the mean of the squared distances; 0 where samples do not differ.
+float scale_of(const Matrix& distances) {
+  double sum = 0;
+  const int n = distances.rows();
+  for (int i = 0; i < n; ++i) {
+    for (int j = 0; j < n; ++j) sum += distances.at(i, j);
+  }
+  const double mean = sum / (static_cast<double>(n) * std::max(1, n - 1));
+  return mean > 1e-9 ? static_cast<float>(1 / mean) : 0.0f;
+}
+
+/// What the samples seen in one view are from the samples, by group.
+using GroupDistances = std::vector<Matrix>;
+
+GroupDistances group_distances(const std::vector<Features>& samples, const FeatureOrder& view,
+                               core::WorkerPool& pool) {
+  GroupDistances all;
   for (int g = 0; g < kFeatureGroups; ++g) {
     Weights single(kFeatureGroups);
     single[g] = 1;
     const Matrix features = weighted(samples, single);
     const std::vector<float> squares = squares_of(features);
-    all.push_back(distances(features, squares, features, squares, pool));
-    double sum = 0;
-    const int n = all.back().rows();
-    for (int i = 0; i < n; ++i) {
-      for (int j = 0; j < n; ++j) sum += all.back().at(i, j);
-    }
-    const double mean = sum / (static_cast<double>(n) * std::max(1, n - 1));
-    scales.push_back(mean > 1e-9 ? static_cast<float>(1 / mean) : 0.0f);
+    all.push_back(distances(reordered(features, column_order(view, single)), squares, features,
+                            squares, pool));
   }
   return all;
+}
+
+/// The mean over the views.
+Matrix kernel_of(const std::vector<GroupDistances>& views, const Weights& weights,
+                 core::WorkerPool& pool) {
+  const int count = views[0][0].rows();
+  Matrix mean(count, count);
+  for (const GroupDistances& groups : views) {
+    Matrix kernel(count, count);
+    for (int g = 0; g < kFeatureGroups; ++g) {
+      if (weights[g] > 0) add_scaled(kernel, groups[g], weights[g]);
+    }
+    to_kernel(kernel, pool);
+    add_scaled(mean, kernel, 1 / static_cast<float>(views.size()));
+  }
+  return mean;
 }
 
 }  // namespace
 
 KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vector<int>& labels,
-                           int categories, core::WorkerPool& pool) {
+                           int categories, const std::vector<FeatureOrder>& views,
+                           core::WorkerPool& pool) {
+  std::vector<GroupDistances> seen;
+  for (const FeatureOrder& view : views) seen.push_back(group_distances(samples, view, pool));
   Weights scales, offsets;
-  const std::vector<Matrix> groups = group_distances(samples, scales, pool);
+  for (const Matrix& group : seen[0]) scales.push_back(scale_of(group));
   const Matrix targets = targets_of(labels, categories, offsets);
   // Samples that are all alike leave nothing to choose, but a machine must weigh something.
   KernelChoice best{Weights(kFeatureGroups, 1.0f), kRidges[1]};
@@ -67,16 +93,10 @@ KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vect
     if (!(total > 0)) continue;
     for (const float width : kWidths) {
       KernelChoice choice{Weights(kFeatureGroups), 0};
-      Matrix kernel(targets.rows(), targets.rows());
       for (int g = 0; g < kFeatureGroups; ++g) {
         choice.group_weights[g] = width * mix[g] / total * scales[g];
-        for (int i = 0; i < kernel.rows() && choice.group_weights[g] > 0; ++i) {
-          for (int j = 0; j < kernel.rows(); ++j) {
-            kernel.at(i, j) += choice.group_weights[g] * groups[g].at(i, j);
-          }
-        }
       }
-      to_kernel(kernel, pool);
+      const Matrix kernel = kernel_of(seen, choice.group_weights, pool);
       for (const float ridge : kRidges) {
         Solution solution;
         if (!solve(kernel, ridge, targets, pool, solution)) continue;

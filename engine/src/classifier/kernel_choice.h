@@ -17,9 +17,11 @@ struct KernelChoice {
   float ridge = 0;
 };
 
-/// The choice with the lowest leave-one-out error. A few hundred samples are enough.
+/// The choice with the lowest leave-one-out error for samples that are alike in `views`. A few
+/// hundred samples are enough.
 KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vector<int>& labels,
-                           int categories, core::WorkerPool& pool);
+                           int categories, const std::vector<FeatureOrder>& views,
+                           core::WorkerPool& pool);
 
 /// For each view: the share of the samples that is recognised in it by a machine that knows all of
 /// them but the one.

@@ -24,11 +24,7 @@ Matrix KernelMachine::kernel_of(const std::vector<Features>& samples,
   for (const std::vector<int>& order : orders_) {
     Matrix kernel = distances(reordered(features, order), squares, landmarks_, squares_, pool);
     to_kernel(kernel, pool);
-    for (int i = 0; i < mean.rows(); ++i) {
-      for (int j = 0; j < mean.columns(); ++j) {
-        mean.at(i, j) += kernel.at(i, j) / static_cast<float>(orders_.size());
-      }
-    }
+    add_scaled(mean, kernel, 1 / static_cast<float>(orders_.size()));
   }
   return mean;
 }

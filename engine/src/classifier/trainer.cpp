@@ -165,8 +165,13 @@ TrainedClassifier train_classifier(const TrainingSet& set, const Canvas& canvas,
   const int categories = static_cast<int>(set.categories.size());
   const Probe probe = probe_of(set);
   const std::vector<Features> probed = describe_all(probe.samples, canvas, pool);
-  const KernelChoice choice = choose_kernel(probed, probe.labels, categories, pool);
+  const auto choose = [&] {
+    return choose_kernel(probed, probe.labels, categories,
+                         orders_in_views(canvas, views_of(state.symmetry)), pool);
+  };
+  KernelChoice choice = choose();
   state.symmetry = find_symmetry(probe, probed, canvas, choice, categories, pool);
+  if (state.symmetry.mirrored || state.symmetry.turned) choice = choose();
   train_networks(set, before, nets, effort, pool, state);
   std::vector<int> held_out, labels;
   for (std::size_t i = 0; i < set.samples.size(); ++i) {

@@ -70,9 +70,9 @@ TEST(KernelMachine, LeavingOneOutIsWhatTrainingWithoutItGives) {
   for (int i = 0; i < 40; ++i) labels.push_back(i % 2);
   const std::vector<Features> samples = clouds(labels, 3), fresh = clouds(labels, 4);
   const std::vector<FeatureOrder> views = as_they_are_and_backwards();
-  const KernelChoice choice = choose_kernel(samples, labels, 2, pool);
   for (const std::size_t alike : {1, 2}) {
     const std::vector<FeatureOrder> first(views.begin(), views.begin() + alike);
+    const KernelChoice choice = choose_kernel(samples, labels, 2, first, pool);
     Matrix held_out;
     const KernelMachine machine =
         KernelMachine::learn(choice, samples, first, labels, 2, pool, held_out);
