@@ -19,16 +19,16 @@ constexpr int kTile = 4;
 constexpr int kLanes = 16;
 constexpr int kBlock = 64;
 
-/// out[4 i + j] = dot product of row i of a and row j of b over `length` values, a multiple of 16.
-TELVAR_WIDEST void dot_tile(const float* a, std::size_t a_stride, const float* b,
-                            std::size_t b_stride, std::size_t length, float* out) {
+/// out[4 i + j] = dot product of a[i] and b[j] over `length` values, a multiple of 16.
+TELVAR_WIDEST void dot_tile(const float* const* a, const float* const* b, std::size_t length,
+                            float* out) {
   typedef float Lanes __attribute__((vector_size(kLanes * sizeof(float)), aligned(4)));
   Lanes sums[kTile][kTile] = {};
   for (std::size_t k = 0; k < length; k += kLanes) {
     Lanes left[kTile], right[kTile];
     for (int i = 0; i < kTile; ++i) {
-      std::memcpy(&left[i], a + i * a_stride + k, sizeof(Lanes));
-      std::memcpy(&right[i], b + i * b_stride + k, sizeof(Lanes));
+      std::memcpy(&left[i], a[i] + k, sizeof(Lanes));
+      std::memcpy(&right[i], b[i] + k, sizeof(Lanes));
     }
     for (int i = 0; i < kTile; ++i) {
       for (int j = 0; j < kTile; ++j) sums[i][j] += left[i] * right[j];
@@ -47,29 +47,25 @@ std::size_t padded(int length) {
   return (static_cast<std::size_t>(length) + 15) / 16 * 16;
 }
 
+/// The rows of a tile; beyond the last one, that one again.
+void point_at(const Matrix& matrix, int first, int last, const float** rows) {
+  for (int i = 0; i < kTile; ++i) rows[i] = matrix.row(std::min(first + i, last - 1));
+}
+
 /// Calls take(i, j, dot) for rows i of a in [i0, i1) and rows j of b in [j0, j1), over the first
 /// `length` columns; beyond it, up to the next multiple of 16, one of the factors must be zero.
 template <class Take>
 void dots(const Matrix& a, int i0, int i1, const Matrix& b, int j0, int j1, int length,
           const Take& take) {
+  const float *left[kTile], *right[kTile];
   float out[kTile * kTile];
   for (int i = i0; i < i1; i += kTile) {
+    point_at(a, i, i1, left);
     for (int j = j0; j < j1; j += kTile) {
-      const int rows = std::min(kTile, i1 - i), columns = std::min(kTile, j1 - j);
-      if (rows == kTile && columns == kTile) {
-        dot_tile(a.row(i), a.stride(), b.row(j), b.stride(), padded(length), out);
-      } else {
-        // A tile that would stick out: pair by pair.
-        for (int r = 0; r < rows; ++r) {
-          for (int c = 0; c < columns; ++c) {
-            float single[kTile * kTile];
-            dot_tile(a.row(i + r), 0, b.row(j + c), 0, padded(length), single);
-            out[r * kTile + c] = single[0];
-          }
-        }
-      }
-      for (int r = 0; r < rows; ++r) {
-        for (int c = 0; c < columns; ++c) take(i + r, j + c, out[r * kTile + c]);
+      point_at(b, j, j1, right);
+      dot_tile(left, right, padded(length), out);
+      for (int r = 0; r < std::min(kTile, i1 - i); ++r) {
+        for (int c = 0; c < std::min(kTile, j1 - j); ++c) take(i + r, j + c, out[r * kTile + c]);
       }
     }
   }
@@ -83,12 +79,11 @@ int blocks_of(int count) {
 
 Matrix product_transposed(const Matrix& a, const Matrix& b, core::WorkerPool& pool) {
   Matrix product(a.rows(), b.rows());
-  pool.run(blocks_of(a.rows()), [&](int block) {
-    const int i0 = block * kBlock, i1 = std::min(a.rows(), i0 + kBlock);
-    for (int j0 = 0; j0 < b.rows(); j0 += kBlock) {
-      dots(a, i0, i1, b, j0, std::min(b.rows(), j0 + kBlock), a.columns(),
-           [&](int i, int j, float dot) { product.at(i, j) = dot; });
-    }
+  const int across = blocks_of(b.rows());
+  pool.run(blocks_of(a.rows()) * across, [&](int block) {
+    const int i0 = block / across * kBlock, j0 = block % across * kBlock;
+    dots(a, i0, std::min(a.rows(), i0 + kBlock), b, j0, std::min(b.rows(), j0 + kBlock),
+         a.columns(), [&](int i, int j, float dot) { product.at(i, j) = dot; });
   });
   return product;
 }

@@ -32,11 +32,14 @@ std::vector<int> column_order(const FeatureOrder& order, const Weights& weights)
   return columns;
 }
 
-Matrix reordered(const Matrix& matrix, const std::vector<int>& order) {
-  Matrix out(matrix.rows(), matrix.columns());
-  for (int i = 0; i < out.rows(); ++i) {
-    const float* const from = matrix.row(i);
-    float* const to = out.row(i);
+Matrix in_orders(const Matrix& matrix, int first, int last,
+                 const std::vector<std::vector<int>>& orders) {
+  const int count = last - first;
+  Matrix out(static_cast<int>(orders.size()) * count, matrix.columns());
+  for (int row = 0; row < out.rows(); ++row) {
+    const std::vector<int>& order = orders[row / count];
+    const float* const from = matrix.row(first + row % count);
+    float* const to = out.row(row);
     for (int k = 0; k < out.columns(); ++k) to[k] = from[order[k]];
   }
   return out;

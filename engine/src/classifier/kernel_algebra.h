@@ -19,8 +19,9 @@ Matrix weighted(const std::vector<Features>& samples, const Weights& weights);
 /// Where the columns of `weighted` come from in a view.
 std::vector<int> column_order(const FeatureOrder& order, const Weights& weights);
 
-/// The same rows with column i taken from column order[i].
-Matrix reordered(const Matrix& matrix, const std::vector<int>& order);
+/// Rows first .. last - 1 in each order (column i from column order[i]), one order after the other.
+Matrix in_orders(const Matrix& matrix, int first, int last,
+                 const std::vector<std::vector<int>>& orders);
 
 /// Of the rows' lengths.
 std::vector<float> squares_of(const Matrix& matrix);

@@ -52,8 +52,8 @@ GroupDistances group_distances(const std::vector<Features>& samples, const Featu
     single[g] = 1;
     const Matrix features = weighted(samples, single);
     const std::vector<float> squares = squares_of(features);
-    all.push_back(distances(reordered(features, column_order(view, single)), squares, features,
-                            squares, pool));
+    const Matrix seen = in_orders(features, 0, features.rows(), {column_order(view, single)});
+    all.push_back(distances(seen, squares, features, squares, pool));
   }
   return all;
 }
@@ -124,7 +124,8 @@ std::vector<double> accuracies_in_views(const KernelChoice& choice,
   const Matrix inverse = product_transposed(solution.inverse, solution.inverse, pool);
   std::vector<double> accuracies;
   for (const FeatureOrder& view : views) {
-    const Matrix seen = reordered(features, column_order(view, choice.group_weights));
+    const Matrix seen =
+        in_orders(features, 0, features.rows(), {column_order(view, choice.group_weights)});
     Matrix similarity = distances(seen, squares, features, squares, pool);
     to_kernel(similarity, pool);
     double right = 0;

@@ -5,6 +5,11 @@
 #include "classifier/kernel_algebra.h"
 
 namespace telvar::classifier {
+namespace {
+
+constexpr int kBlockRows = 512;  // compared at a time; bounds the memory that views take
+
+}  // namespace
 
 void KernelMachine::place_landmarks(const std::vector<Features>& samples,
                                     const std::vector<FeatureOrder>& views) {
@@ -19,12 +24,19 @@ void KernelMachine::place_landmarks(const std::vector<Features>& samples,
 Matrix KernelMachine::kernel_of(const std::vector<Features>& samples,
                                 core::WorkerPool& pool) const {
   const Matrix features = weighted(samples, choice_.group_weights);
-  const std::vector<float> squares = squares_of(features);
+  const int views = static_cast<int>(orders_.size()), most = std::max(1, kBlockRows / views);
   Matrix mean(features.rows(), landmarks_.rows());
-  for (const std::vector<int>& order : orders_) {
-    Matrix kernel = distances(reordered(features, order), squares, landmarks_, squares_, pool);
+  for (int first = 0; first < mean.rows(); first += most) {
+    const int last = std::min(mean.rows(), first + most);
+    const Matrix seen = in_orders(features, first, last, orders_);
+    Matrix kernel = distances(seen, squares_of(seen), landmarks_, squares_, pool);
     to_kernel(kernel, pool);
-    add_scaled(mean, kernel, 1 / static_cast<float>(orders_.size()));
+    for (int row = 0; row < kernel.rows(); ++row) {
+      float* const sum = mean.row(first + row % (last - first));
+      for (int j = 0; j < kernel.columns(); ++j) {
+        sum[j] += kernel.at(row, j) / static_cast<float>(views);
+      }
+    }
   }
   return mean;
 }
