@@ -45,6 +45,35 @@ TEST(Net, FoldingKeepsTheAnswers) {
   EXPECT_TRUE(torch::allclose(block(input), before, 1e-4, 1e-5));
 }
 
+TEST(Net, TrainsTheSameInOneDnnsLayout) {
+  Random random({4});
+  const auto make_net = [] {
+    torch::nn::Sequential net(ConvolutionBlock(ConvolutionShape{1, 16, 3, 1}),
+                              ResidualBlock(16, 20, 2));
+    Random weights({5});
+    initialise(*net, weights);
+    return net;
+  };
+  torch::nn::Sequential plain_net = make_net(), blocked_net = make_net();
+  torch::Tensor input = torch::empty({3, 1, 11, 8});
+  for (int i = 0; i < input.numel(); ++i) input.data_ptr<float>()[i] = random.normal();
+  const torch::Tensor expected = plain_net->forward(input);
+  const torch::Tensor found = plain(blocked_net->forward(blocked(input)));
+  EXPECT_TRUE(torch::allclose(found, expected, 1e-4, 1e-5));
+  // Unevenly, or else normalisation would leave no gradient.
+  expected.pow(3).sum().backward();
+  found.pow(3).sum().backward();
+  const auto gradients = blocked_net->named_parameters();
+  for (const auto& item : plain_net->named_parameters()) {
+    const torch::Tensor wanted = item.value().grad();
+    EXPECT_GT(wanted.abs().max().item<float>(), 1e-3) << item.key();
+    EXPECT_TRUE(torch::allclose(gradients[item.key()].grad(), wanted, 1e-3, 1e-3)) << item.key();
+  }
+  for (const auto& [name, tensor] : state_of(*plain_net)) {
+    EXPECT_TRUE(torch::allclose(state_of(*blocked_net).at(name), tensor, 1e-4, 1e-5)) << name;
+  }
+}
+
 TEST(Net, FusedConvolutionsAnswerAsTheOperatorsDo) {
   const torch::InferenceMode inference;
   Random random({3});
