@@ -21,8 +21,9 @@ struct Pose {
 Pose random_pose(const Canvas& canvas, const Symmetry& symmetry, float strength,
                  core::Random& random) {
   const float shift = kMaxShift * strength, scale = kMaxScale * strength;
-  const float limit = symmetry.turned ? kHalfTurn : kMaxTurn * strength;
-  const float turn = random.uniform(-limit, limit);
+  const float limit = symmetry.turns == Turns::kAny ? kHalfTurn : kMaxTurn * strength;
+  float turn = random.uniform(-limit, limit);
+  if (symmetry.turns == Turns::kUpsideDown && random.chance(0.5f)) turn += kHalfTurn;
   const float size = random.uniform(-scale, scale);
   const float aspect = random.uniform(-scale, scale) / 2;
   const bool mirror = symmetry.mirrored && random.chance(0.5f);

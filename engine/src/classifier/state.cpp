@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::uint32_t kVersion = 1;
 constexpr std::uint32_t kMaxKeptSamples = 1u << 20;
+constexpr std::uint32_t kMirrored = 1, kTurnedAny = 2, kUpsideDown = 4;  // bits of the symmetry
 
 void write_kept(core::ByteWriter& writer, const ClassifierState& state) {
   writer.u32(static_cast<std::uint32_t>(state.kept.size()));
@@ -46,6 +47,25 @@ void read_categories(core::ByteReader& reader, ClassifierState& state) {
   }
 }
 
+Symmetry read_symmetry(core::ByteReader& reader, const Canvas& canvas) {
+  const std::uint32_t bits = reader.count("symmetry", 0, kMirrored | kUpsideDown);
+  if (bits & kTurnedAny && bits & kUpsideDown) {
+    throw core::malformed_bytes("symmetry: turned both any way and upside down only");
+  }
+  if (bits & kTurnedAny && canvas.width != canvas.height) {
+    throw core::malformed_bytes("symmetry: turned any way, but the canvas is not square");
+  }
+  return {(bits & kMirrored) != 0, bits & kTurnedAny    ? Turns::kAny
+                                   : bits & kUpsideDown ? Turns::kUpsideDown
+                                                        : Turns::kNone};
+}
+
+void write_symmetry(core::ByteWriter& writer, const Symmetry& symmetry) {
+  writer.u32((symmetry.mirrored ? kMirrored : 0) |
+             (symmetry.turns == Turns::kAny ? kTurnedAny : 0) |
+             (symmetry.turns == Turns::kUpsideDown ? kUpsideDown : 0));
+}
+
 std::vector<const Sample*> landmarks_of(const ClassifierState& state, std::uint32_t count) {
   std::vector<const Sample*> samples;
   for (std::uint32_t i = 0; i < count; ++i) samples.push_back(&state.kept[i].pixels);
@@ -66,11 +86,7 @@ ClassifierState read_payload(core::ByteReader& reader, core::WorkerPool& pool) {
   state.stacking.network = reader.f32("network weight");
   state.stacking.kernel = reader.f32("kernel weight");
   read_kept(reader, state);
-  const std::uint32_t symmetry = reader.count("symmetry", 0, 3);
-  state.symmetry = {(symmetry & 1) != 0, (symmetry & 2) != 0};
-  if (state.symmetry.turned && state.canvas.width != state.canvas.height) {
-    throw core::malformed_bytes("symmetry: turned, but the canvas is not square");
-  }
+  state.symmetry = read_symmetry(reader, state.canvas);
   const auto most = std::min<std::size_t>(kMaxKept, state.kept.size());
   const std::uint32_t landmarks = reader.count("landmarks", 0, static_cast<std::uint32_t>(most));
   state.has_kernel = landmarks > 0;
@@ -94,7 +110,7 @@ std::string write_classifier(const ClassifierState& state) {
   writer.f32(state.stacking.network);
   writer.f32(state.stacking.kernel);
   write_kept(writer, state);
-  writer.u32((state.symmetry.mirrored ? 1 : 0) + (state.symmetry.turned ? 2 : 0));
+  write_symmetry(writer, state.symmetry);
   writer.u32(static_cast<std::uint32_t>(state.has_kernel ? state.kernel.samples() : 0));
   if (state.has_kernel) state.kernel.write(writer);
   return core::write_artifact(core::Tool::kClassifier, kVersion, writer.bytes());

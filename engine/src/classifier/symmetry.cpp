@@ -4,7 +4,8 @@ namespace telvar::classifier {
 
 std::vector<int> views_of(const Symmetry& symmetry) {
   std::vector<int> views = {0};
-  if (symmetry.turned) views.insert(views.end(), {1, 2, 3});
+  if (symmetry.turns == Turns::kUpsideDown) views = {0, 2};
+  if (symmetry.turns == Turns::kAny) views = {0, 1, 2, 3};
   if (symmetry.mirrored) {
     const std::size_t count = views.size();
     for (std::size_t i = 0; i < count; ++i) views.push_back(views[i] + 4);

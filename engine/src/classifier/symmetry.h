@@ -10,10 +10,13 @@
 
 namespace telvar::classifier {
 
+/// Which turns about the centre change no category.
+enum class Turns { kNone, kUpsideDown, kAny };
+
 /// What changes no category, found from the training samples.
 struct Symmetry {
   bool mirrored = false;  // left and right exchanged
-  bool turned = false;    // about the centre, by any angle
+  Turns turns = Turns::kNone;
 };
 
 /// The views that are alike; the first is 0, the picture itself.

@@ -105,7 +105,8 @@ Symmetry find_symmetry(const Probe& probe, const std::vector<Features>& features
                        const Canvas& canvas, const KernelChoice& choice, int categories,
                        core::WorkerPool& pool) {
   const bool square = canvas.width == canvas.height;
-  const std::vector<int> views = square ? std::vector<int>{0, 4, 2, 1, 3} : std::vector<int>{0, 4};
+  std::vector<int> views = {0, 4, 2};
+  if (square) views.insert(views.end(), {1, 3});
   const std::vector<double> right = accuracies_in_views(choice, features, probe.labels, categories,
                                                         orders_in_views(canvas, views), pool);
   Symmetry symmetry;
@@ -117,7 +118,11 @@ Symmetry find_symmetry(const Probe& probe, const std::vector<Features>& features
       std::sqrt(right[0] * (1 - right[0]) / static_cast<double>(probe.samples.size()));
   const double wanted = kAsWell * right[0] - error;
   symmetry.mirrored = right[1] >= wanted;
-  symmetry.turned = square && right[2] + right[3] + right[4] >= 3 * wanted;
+  if (square && right[2] + right[3] + right[4] >= 3 * wanted) {
+    symmetry.turns = Turns::kAny;
+  } else if (right[2] >= wanted) {
+    symmetry.turns = Turns::kUpsideDown;
+  }
   return symmetry;
 }
 
@@ -171,7 +176,7 @@ TrainedClassifier train_classifier(const TrainingSet& set, const Canvas& canvas,
   };
   KernelChoice choice = choose();
   state.symmetry = find_symmetry(probe, probed, canvas, choice, categories, pool);
-  if (state.symmetry.mirrored || state.symmetry.turned) choice = choose();
+  if (views_of(state.symmetry).size() > 1) choice = choose();
   train_networks(set, before, nets, effort, pool, state);
   std::vector<int> held_out, labels;
   for (std::size_t i = 0; i < set.samples.size(); ++i) {

@@ -2,6 +2,7 @@
 #include <sched.h>
 
 #include <algorithm>
+#include <cmath>
 #include <ctime>
 #include <functional>
 #include <iostream>
@@ -9,6 +10,8 @@
 #include <thread>
 
 #include "../support/other_environment.h"
+#include "classifier/state.h"
+#include "core/random.h"
 #include "core/worker_pool.h"
 #include "pictures.h"
 #include "telvar/exceptions.h"
@@ -183,6 +186,65 @@ PictureSet misnamed(int first, int count) {
     if (++number % 4 == 0) label = label == "ring" ? "cross" : "ring";
   }
   return set;
+}
+
+/// A hook (0) or an arrow (1), about 20 px long, turned by `angle`.
+types::Image draw_turned(int kind, unsigned width, unsigned height, float angle,
+                         core::Random& random) {
+  std::vector<unsigned char> pixels;
+  const float cx = static_cast<float>(width) / 2 + random.uniform(-2, 2);
+  const float cy = static_cast<float>(height) / 2 + random.uniform(-2, 2);
+  for (unsigned y = 0; y < height; ++y) {
+    for (unsigned x = 0; x < width; ++x) {
+      const float dx = static_cast<float>(x) - cx, dy = static_cast<float>(y) - cy;
+      const float u = std::cos(angle) * dx + std::sin(angle) * dy;
+      const float v = std::cos(angle) * dy - std::sin(angle) * dx;
+      const bool shaft = std::abs(u) < 10 && std::abs(v) < 1.5f;
+      const bool end =
+          kind == 0 ? u > 7 && u < 10 && v > 0 && v < 8 : u > 2 && u < 10 && std::abs(v) < 10 - u;
+      pixels.push_back(static_cast<unsigned char>((shaft || end ? 200 : 60) + random.below(30)));
+    }
+  }
+  return types::Image(width, height, width, 1, 8, 0, pixels.data());
+}
+
+TEST(Classifier, FindsOutHowItsImagesLie) {
+  using classifier::Turns;
+  constexpr float kTurn = 6.2831853f;
+  struct Case {
+    const char* name;
+    unsigned width, height;
+    std::function<float(core::Random&)> angle;
+    Turns expected;
+  };
+  const Case cases[] = {
+      {"any way", 32, 32, [](core::Random& random) { return random.uniform(0, kTurn); },
+       Turns::kAny},
+      {"wide, either way up", 48, 28,
+       [](core::Random& random) { return random.chance(0.5f) ? 0 : kTurn / 2; },
+       Turns::kUpsideDown},
+      {"either way up", 32, 32,
+       [](core::Random& random) { return random.chance(0.5f) ? 0 : kTurn / 2; },
+       Turns::kUpsideDown},
+      {"upright", 32, 32, [](core::Random&) { return 0.0f; }, Turns::kNone}};
+  for (const Case& c : cases) {
+    PictureSet training, unseen;
+    core::Random random({17});
+    for (int i = 0; i < 120; ++i) {
+      PictureSet& set = i < 80 ? training : unseen;
+      // Of the upright ones the direction is the category.
+      const bool upright = c.expected == Turns::kNone;
+      const float angle = upright && i % 2 == 1 ? kTurn / 2 : c.angle(random);
+      set.images[std::to_string(i)] =
+          draw_turned(upright ? 0 : i % 2, c.width, c.height, angle, random);
+      set.labels[std::to_string(i)] = i % 2 == 0 ? "hook" : "arrow";
+    }
+    const Trained trained = train(training, "", 1);
+    core::WorkerPool pool(2);
+    const auto state = classifier::read_classifier(trained.artifact, pool);
+    EXPECT_EQ(state.symmetry.turns, c.expected) << c.name;
+    EXPECT_GE(accuracy(trained.artifact, unseen), 0.9) << c.name;
+  }
 }
 
 TEST(Classifier, IsAsOftenRightAsItSays) {
