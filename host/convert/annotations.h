@@ -27,7 +27,7 @@ struct AnnotatedPicture {
 };
 
 // COCO: one file with images, annotations and categories; pictures lie in `images`. Polygons and
-// uncompressed runs are understood. Throws data_error naming file and place.
+// runs, compressed or not, are understood. Throws data_error naming file and place.
 std::vector<AnnotatedPicture> parse_coco(const std::string& text, const std::string& name,
                                          const std::filesystem::path& images);
 

@@ -1,4 +1,6 @@
+#include <cstdint>
 #include <map>
+#include <numeric>
 
 #include "app/text.h"
 #include "convert/annotations.h"
@@ -34,6 +36,37 @@ std::optional<cv::Rect2d> read_box(const JsonValue& box) {
   return cv::Rect2d(box.at(0).number(), box.at(1).number(), box.at(2).number(), box.at(3).number());
 }
 
+// Runs in a string, as COCO's own tools write them: from the fourth on, what is to be added to the
+// run two before. Five bits a character, the lowest first; bit 5 says that more follow, and bit 4
+// of the last is the sign.
+std::vector<unsigned> read_compressed_runs(const JsonValue& counts) {
+  std::vector<unsigned> runs;
+  std::int64_t value = 0;
+  int bits = 0;
+  const auto refuse = [&] { throw counts.error("is no list of compressed runs"); };
+  for (const char character : counts.string()) {
+    const int group = character - '0';
+    if (group < 0 || group > 63 || bits > 30) refuse();
+    value |= static_cast<std::int64_t>(group & 31) << bits;
+    bits += 5;
+    if (group & 32) continue;
+    if (group & 16) value -= std::int64_t{1} << bits;
+    if (runs.size() > 2) value += runs[runs.size() - 2];
+    if (value < 0 || value > std::int64_t{kLargestSide} * kLargestSide) refuse();
+    runs.push_back(static_cast<unsigned>(value));
+    value = bits = 0;
+  }
+  if (bits > 0) refuse();
+  return runs;
+}
+
+std::vector<unsigned> read_runs(const JsonValue& counts) {
+  if (counts.raw().is_string()) return read_compressed_runs(counts);
+  std::vector<unsigned> runs;
+  for (std::size_t i = 0; i < counts.size(); ++i) runs.push_back(counts.at(i).count());
+  return runs;
+}
+
 void read_outline(const JsonValue& segmentation, Shape& shape) {
   if (segmentation.raw().is_null()) return;
   if (segmentation.raw().is_array()) {
@@ -43,17 +76,11 @@ void read_outline(const JsonValue& segmentation, Shape& shape) {
     return;
   }
   const auto counts = segmentation.at("counts");
-  if (counts.raw().is_string()) {
-    throw counts.error("compressed runs are not understood; store polygons or uncompressed runs");
-  }
   const auto size = segmentation.at("size");  // height, width
   const std::uint64_t height = size.at(0).count(), width = size.at(1).count();
   if (height > kLargestSide || width > kLargestSide) throw size.error("is larger than 65535");
-  std::uint64_t sum = 0;
-  for (std::size_t i = 0; i < counts.size(); ++i) {
-    shape.runs.push_back(counts.at(i).count());
-    sum += shape.runs.back();
-  }
+  shape.runs = read_runs(counts);
+  const auto sum = std::accumulate(shape.runs.begin(), shape.runs.end(), std::uint64_t{0});
   if (sum != width * height) {
     throw counts.error("the runs cover " + std::to_string(sum) + " pixels, 'size' has " +
                        std::to_string(width * height));

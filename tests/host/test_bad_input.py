@@ -213,7 +213,9 @@ class BadInput(HostTest):
         # what the message names, tool, outline of every label, names of the categories, picture
         for named, tool, outline, names, picture in [
             ("fehlt.png: no such file", "segmenter", square, ["teil"], "fehlt.png"),
-            ("counts: compressed runs", "segmenter", {"counts": "d0d2", "size": [8, 10]}, ["teil"], "bild.png"),
+            ("counts: the runs cover 20 pixels", "segmenter", {"counts": "a03", "size": [8, 10]}, ["teil"], "bild.png"),
+            *(("counts: is no list of compressed runs", "segmenter", {"counts": counts, "size": [8, 10]}, ["teil"],
+               "bild.png") for counts in ("a", "3 5", "ppp", "N")),
             ("counts: the runs cover 20 pixels", "segmenter", {"counts": [17, 3], "size": [8, 10]}, ["teil"], "bild.png"),
             ("is 10 x 8, but the runs", "segmenter", {"counts": [17, 63], "size": [10, 8]}, ["teil"], "bild.png"),
             ("bild.png: has a shape with an empty label", "segmenter", square, [" "], "bild.png"),

@@ -224,7 +224,9 @@ class Conversion(HostTest):
         self.file("c/bild", png(10, 8, lambda x, y: 250 if 2 <= x < 6 and 1 <= y < 4 else 9))
         square = {"segmentation": [[2, 1, 6, 1, 6, 4, 2, 4]], "bbox": [2, 1]}
         runs = {"segmentation": {"counts": [17, 3, 5, 3, 5, 3, 5, 3, 36], "size": [8, 10]}, "bbox": [2, 1, 4, 3]}
-        for name, shape in (("polygon", square), ("runs", runs)):
+        # The same after an empty run: 10 0 7 3 5-7 3-3 5-5 ... 36-5.
+        packed = {"segmentation": {"counts": ":073N00000o0", "size": [8, 10]}}
+        for name, shape in (("polygon", square), ("runs", runs), ("packed", packed)):
             with self.subTest(name):
                 labels = {"images": [{"id": 4, "file_name": "bild"}], "categories": [{"id": 9, "name": "teil"}],
                           "annotations": [{"image_id": 4, "category_id": 9, **shape}]}
