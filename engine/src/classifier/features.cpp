@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 
 #include "classifier/feature_layout.h"
@@ -168,7 +169,7 @@ void append_patterns(const core::Raster& gray, int radius, std::vector<float>& o
       const float* const pixel = gray.plane(0) + static_cast<std::size_t>(y) * gray.width + x;
       const float level = *pixel + kNoise;
       unsigned code = 0;
-      for (int k = 0; k < 8; ++k) code |= (pixel[neighbours[k]] > level ? 1u : 0u) << k;
+      for (int k = 7; k >= 0; --k) code = 2 * code + (pixel[neighbours[k]] > level ? 1 : 0);
       ++counts[kBins[code]];
       total += 1;
     }
