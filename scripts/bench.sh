@@ -28,7 +28,11 @@ ocr() {
   /usr/bin/python3 bench/ocr/run.py --programs "$programs" --work "$out/ocr" --json "$out/ocr.json"
 }
 
-classifier() { build telvar_classifier_bench && "$programs/telvar_classifier_bench" --set /usr/share/datasets/fashion-mnist --set parts; }
+classifier() {
+  local clothes=/usr/share/datasets/fashion-mnist
+  build telvar_classifier_bench && "$programs/telvar_classifier_bench" --set "$clothes" --set parts &&
+    "$programs/telvar_classifier_bench" --set "$clothes" --full
+}
 
 segmenter() { build segmenter_bench && "$programs/segmenter_bench"; }
 
