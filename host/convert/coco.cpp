@@ -37,8 +37,8 @@ std::optional<cv::Rect2d> read_box(const JsonValue& box) {
 }
 
 // Runs in a string, as COCO's own tools write them: from the fourth on, what is to be added to the
-// run two before. Five bits a character, the lowest first; bit 5 says that more follow, and bit 4
-// of the last is the sign.
+// run two before. Five bits a character (counted from '0'), the lowest first; bit 5 says that more
+// follow, and bit 4 of the last is the sign.
 std::vector<unsigned> read_compressed_runs(const JsonValue& counts) {
   std::vector<unsigned> runs;
   std::int64_t value = 0;

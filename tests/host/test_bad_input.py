@@ -215,7 +215,7 @@ class BadInput(HostTest):
             ("fehlt.png: no such file", "segmenter", square, ["teil"], "fehlt.png"),
             ("counts: the runs cover 20 pixels", "segmenter", {"counts": "a03", "size": [8, 10]}, ["teil"], "bild.png"),
             *(("counts: is no list of compressed runs", "segmenter", {"counts": counts, "size": [8, 10]}, ["teil"],
-               "bild.png") for counts in ("a", "3 5", "ppp", "N")),
+               "bild.png") for counts in ("a", "3 5", "ppp", "N", 20 * "o" + "0", "PPPPPP8")),
             ("counts: the runs cover 20 pixels", "segmenter", {"counts": [17, 3], "size": [8, 10]}, ["teil"], "bild.png"),
             ("is 10 x 8, but the runs", "segmenter", {"counts": [17, 63], "size": [10, 8]}, ["teil"], "bild.png"),
             ("bild.png: has a shape with an empty label", "segmenter", square, [" "], "bild.png"),

@@ -1,7 +1,7 @@
 #pragma once
 
-// Slightly different views of a sample: shifts, turns, sizes, light; mirrored and turned any way
-// only where that was found to change no category.
+// Slightly different views of a sample: shifts, turns, sizes, light; mirrored, upside down or
+// turned any way only where that was found to change no category.
 
 #include "classifier/canvas.h"
 #include "classifier/symmetry.h"

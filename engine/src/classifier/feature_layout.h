@@ -2,6 +2,9 @@
 
 // How the values of a sample's features are ordered: what describing a sample and seeing it in
 // another view agree on.
+//
+// Artifacts hold coefficients for just these values: a change of them is a new version of the
+// classifier's payload.
 
 #include <algorithm>
 #include <cmath>
@@ -44,12 +47,15 @@ constexpr int kPatternRadii[] = {1, 2};
 constexpr int kStrengths = 8;
 
 /// Bins of patterns with one run of brighter neighbours: by its length and the neighbour at which
-/// it starts, counted from the right towards below; then none, all, and more than one run.
+/// it starts, counted from the right towards below; then none, all, and more than one run. Those of
+/// length 0 stay empty.
 constexpr int kPatterns = 8 * 8 + 3;
 constexpr int run_pattern(int length, int start) {
   return 8 * length + start;
 }
-constexpr int kNoneBrighter = 64, kAllBrighter = 65, kSeveralRuns = 66;
+constexpr int kNoneBrighter = run_pattern(8, 0);
+constexpr int kAllBrighter = run_pattern(8, 1);
+constexpr int kSeveralRuns = run_pattern(8, 2);
 
 /// The colour group: 4 x 4 x 4 colours.
 constexpr int kColours = 64;

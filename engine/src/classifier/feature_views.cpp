@@ -21,9 +21,9 @@ std::vector<int> shape_order(int view, const Grid& cells) {
   std::vector<int> order;
   for (int y = 0; y < rows; ++y) {
     for (int x = 0; x < columns; ++x) {
-      const Place block = place_before(view, {x, y}, columns, rows);
+      const Cell block = cell_before(view, {x, y}, columns, rows);
       for (int k = 0; k < 4; ++k) {
-        const Place cell = place_before(view, {k % 2, k / 2}, 2, 2);
+        const Cell cell = cell_before(view, {k % 2, k / 2}, 2, 2);
         const int from = (block.y * columns + block.x) * 4 + cell.y * 2 + cell.x;
         for (int o = 0; o < kOrientations; ++o) {
           order.push_back(from * kOrientations + orientation_before(view, o));
@@ -39,7 +39,7 @@ std::vector<int> pixel_order(int view, const Grid& pixels, int channels) {
   for (int c = 0; c < channels; ++c) {
     for (int y = 0; y < pixels.rows; ++y) {
       for (int x = 0; x < pixels.columns; ++x) {
-        const Place from = place_before(view, {x, y}, pixels.columns, pixels.rows);
+        const Cell from = cell_before(view, {x, y}, pixels.columns, pixels.rows);
         order.push_back((c * pixels.rows + from.y) * pixels.columns + from.x);
       }
     }

@@ -41,7 +41,7 @@ float scale_of(const Matrix& distances) {
   return mean > 1e-9 ? static_cast<float>(1 / mean) : 0.0f;
 }
 
-/// What the samples seen in one view are from the samples, by group.
+/// Squared distances between the samples seen in one view and the samples, a matrix a group.
 using GroupDistances = std::vector<Matrix>;
 
 GroupDistances group_distances(const std::vector<Features>& samples, const FeatureOrder& view,
@@ -109,11 +109,11 @@ KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vect
   return best;
 }
 
-std::vector<double> accuracies_in_views(const KernelChoice& choice,
-                                        const std::vector<Features>& samples,
-                                        const std::vector<int>& labels, int categories,
-                                        const std::vector<FeatureOrder>& views,
-                                        core::WorkerPool& pool) {
+std::vector<std::vector<int>> recognised_in_views(const KernelChoice& choice,
+                                                  const std::vector<Features>& samples,
+                                                  const std::vector<int>& labels, int categories,
+                                                  const std::vector<FeatureOrder>& views,
+                                                  core::WorkerPool& pool) {
   const Matrix features = weighted(samples, choice.group_weights);
   const std::vector<float> squares = squares_of(features);
   Matrix kernel = distances(features, squares, features, squares, pool);
@@ -122,13 +122,13 @@ std::vector<double> accuracies_in_views(const KernelChoice& choice,
   const Matrix targets = targets_of(labels, categories, offsets);
   const Solution solution = solve_surely(kernel, choice.ridge, targets, pool);
   const Matrix inverse = product_transposed(solution.inverse, solution.inverse, pool);
-  std::vector<double> accuracies;
+  std::vector<std::vector<int>> recognised;
   for (const FeatureOrder& view : views) {
     const Matrix seen =
         in_orders(features, 0, features.rows(), {column_order(view, choice.group_weights)});
     Matrix similarity = distances(seen, squares, features, squares, pool);
     to_kernel(similarity, pool);
-    double right = 0;
+    std::vector<int> right(categories);
     for (int i = 0; i < similarity.rows(); ++i) {
       // Without sample i, coefficient j is a_j - G_ij a_i / G_ii, G the inverse.
       float overlap = 0;
@@ -140,11 +140,12 @@ std::vector<double> accuracies_in_views(const KernelChoice& choice,
         }
         scores[c] -= overlap * solution.coefficients.at(i, c) / inverse.at(i, i);
       }
-      right += std::max_element(scores.begin(), scores.end()) - scores.begin() == labels[i];
+      const auto best = std::max_element(scores.begin(), scores.end()) - scores.begin();
+      if (best == labels[i]) ++right[best];
     }
-    accuracies.push_back(right / similarity.rows());
+    recognised.push_back(std::move(right));
   }
-  return accuracies;
+  return recognised;
 }
 
 }  // namespace telvar::classifier

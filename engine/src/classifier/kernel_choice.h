@@ -17,18 +17,18 @@ struct KernelChoice {
   float ridge = 0;
 };
 
-/// The choice with the lowest leave-one-out error for samples that are alike in `views`. A few
-/// hundred samples are enough.
+/// The choice with the lowest leave-one-out error for samples that are alike in `views`, the first
+/// of which leaves them as they are. A few hundred samples are enough.
 KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vector<int>& labels,
                            int categories, const std::vector<FeatureOrder>& views,
                            core::WorkerPool& pool);
 
-/// For each view: the share of the samples that is recognised in it by a machine that knows all of
-/// them but the one.
-std::vector<double> accuracies_in_views(const KernelChoice& choice,
-                                        const std::vector<Features>& samples,
-                                        const std::vector<int>& labels, int categories,
-                                        const std::vector<FeatureOrder>& views,
-                                        core::WorkerPool& pool);
+/// For each view and category: how many of its samples are recognised in the view, each by a
+/// machine that knows all samples but that one.
+std::vector<std::vector<int>> recognised_in_views(const KernelChoice& choice,
+                                                  const std::vector<Features>& samples,
+                                                  const std::vector<int>& labels, int categories,
+                                                  const std::vector<FeatureOrder>& views,
+                                                  core::WorkerPool& pool);
 
 }  // namespace telvar::classifier

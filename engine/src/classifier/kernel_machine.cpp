@@ -24,12 +24,17 @@ void KernelMachine::place_landmarks(const std::vector<Features>& samples,
 Matrix KernelMachine::kernel_of(const std::vector<Features>& samples,
                                 core::WorkerPool& pool) const {
   const Matrix features = weighted(samples, choice_.group_weights);
+  const std::vector<float> squares = squares_of(features);
   const int views = static_cast<int>(orders_.size()), most = std::max(1, kBlockRows / views);
   Matrix mean(features.rows(), landmarks_.rows());
   for (int first = 0; first < mean.rows(); first += most) {
     const int last = std::min(mean.rows(), first + most);
-    const Matrix seen = in_orders(features, first, last, orders_);
-    Matrix kernel = distances(seen, squares_of(seen), landmarks_, squares_, pool);
+    std::vector<float> seen_squares;
+    for (int view = 0; view < views; ++view) {
+      seen_squares.insert(seen_squares.end(), squares.begin() + first, squares.begin() + last);
+    }
+    Matrix kernel = distances(in_orders(features, first, last, orders_), seen_squares, landmarks_,
+                              squares_, pool);
     to_kernel(kernel, pool);
     for (int row = 0; row < kernel.rows(); ++row) {
       float* const sum = mean.row(first + row % (last - first));

@@ -21,7 +21,8 @@ namespace telvar::classifier {
 /// the order of the features.
 class KernelMachine {
  public:
-  /// Learns from samples with a category index each (below `categories`), alike in `views`.
+  /// Learns from samples with a category index each (below `categories`), alike in `views`, of
+  /// which there is at least the one that leaves them as they are.
   /// `held_out` takes the leave-one-out scores, samples x categories.
   static KernelMachine learn(const KernelChoice& choice, const std::vector<Features>& samples,
                              const std::vector<FeatureOrder>& views, const std::vector<int>& labels,

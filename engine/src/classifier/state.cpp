@@ -48,10 +48,9 @@ void read_categories(core::ByteReader& reader, ClassifierState& state) {
 }
 
 Symmetry read_symmetry(core::ByteReader& reader, const Canvas& canvas) {
-  const std::uint32_t bits = reader.count("symmetry", 0, kMirrored | kUpsideDown);
-  if (bits & kTurnedAny && bits & kUpsideDown) {
-    throw core::malformed_bytes("symmetry: turned both any way and upside down only");
-  }
+  // Being turned any way and upside down only exclude each other.
+  constexpr std::uint32_t kMost = kMirrored + kUpsideDown;
+  const std::uint32_t bits = reader.count("symmetry", 0, kMost);
   if (bits & kTurnedAny && canvas.width != canvas.height) {
     throw core::malformed_bytes("symmetry: turned any way, but the canvas is not square");
   }

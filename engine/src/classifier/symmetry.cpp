@@ -13,11 +13,11 @@ std::vector<int> views_of(const Symmetry& symmetry) {
   return views;
 }
 
-Place place_before(int view, Place place, int columns, int rows) {
-  if (view & 1) place = {place.y, columns - 1 - place.x};
-  if (view & 2) place = {columns - 1 - place.x, rows - 1 - place.y};
-  if (view & 4) place.x = columns - 1 - place.x;
-  return place;
+Cell cell_before(int view, Cell cell, int columns, int rows) {
+  if (view & 1) cell = {cell.y, columns - 1 - cell.x};
+  if (view & 2) cell = {columns - 1 - cell.x, rows - 1 - cell.y};
+  if (view & 4) cell.x = columns - 1 - cell.x;
+  return cell;
 }
 
 }  // namespace telvar::classifier

@@ -22,11 +22,11 @@ struct Symmetry {
 /// The views that are alike; the first is 0, the picture itself.
 std::vector<int> views_of(const Symmetry& symmetry);
 
-struct Place {
+struct Cell {
   int x, y;
 };
 
-/// Where the picture has what the view shows at `place`, both on a grid of columns x rows.
-Place place_before(int view, Place place, int columns, int rows);
+/// Where the picture has what the view shows at `cell`, both on a grid of columns x rows.
+Cell cell_before(int view, Cell cell, int columns, int rows);
 
 }  // namespace telvar::classifier

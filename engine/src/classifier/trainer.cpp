@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 #include "classifier/limits.h"
 #include "classifier/network.h"
@@ -12,8 +13,9 @@ namespace {
 
 constexpr std::uint64_t kSeed = 0x636C617373u;
 constexpr int kProbeSamples = 500;
-// A symmetry is believed when its copies are right this often, compared with the samples.
-constexpr double kAsWell = 0.93;
+// Views are believed to be alike when samples are recognised in them this often, compared with the
+// samples as they are: all together, and those of each category.
+constexpr double kAsWell = 0.93, kEachAsWell = 0.5;
 constexpr std::size_t kFewestToJudge = 40;
 constexpr double kClearlyBetter = 0.1;  // than chance, before anything is believed
 
@@ -100,28 +102,45 @@ Probe probe_of(const TrainingSet& set) {
   return probe;
 }
 
-/// Samples that are recognised mirrored or turned as well as they are lie any way.
+/// Whether samples are recognised as well in some views as they are. `upright` and `recognised`
+/// count them by category, the latter over all of the views.
+bool as_well(const std::vector<int>& upright, const std::vector<int>& recognised, int views,
+             std::size_t samples) {
+  double all = 0, all_seen = 0;
+  for (std::size_t c = 0; c < upright.size(); ++c) {
+    const double seen = static_cast<double>(recognised[c]) / views;
+    // A standard error of leeway, here and below: few samples cannot show more. Without this, two
+    // categories that are each other upside down would be lost among many that are not.
+    if (seen < kEachAsWell * upright[c] - std::sqrt(upright[c])) return false;
+    all += upright[c];
+    all_seen += seen;
+  }
+  const double error = std::sqrt(all * (1 - all / static_cast<double>(samples)));
+  return all_seen >= kAsWell * all - error;
+}
+
+/// In which views samples are recognised as well as they are.
 Symmetry find_symmetry(const Probe& probe, const std::vector<Features>& features,
                        const Canvas& canvas, const KernelChoice& choice, int categories,
                        core::WorkerPool& pool) {
   const bool square = canvas.width == canvas.height;
   std::vector<int> views = {0, 4, 2};
   if (square) views.insert(views.end(), {1, 3});
-  const std::vector<double> right = accuracies_in_views(choice, features, probe.labels, categories,
-                                                        orders_in_views(canvas, views), pool);
+  const auto right = recognised_in_views(choice, features, probe.labels, categories,
+                                         orders_in_views(canvas, views), pool);
+  const std::size_t count = probe.samples.size();
+  const int upright = std::accumulate(right[0].begin(), right[0].end(), 0);
   Symmetry symmetry;
-  if (probe.samples.size() < kFewestToJudge || right[0] < 1.0 / categories + kClearlyBetter) {
+  if (count < kFewestToJudge ||
+      upright < (1.0 / categories + kClearlyBetter) * static_cast<double>(count)) {
     return symmetry;
   }
-  // A standard error of leeway: few samples cannot show more.
-  const double error =
-      std::sqrt(right[0] * (1 - right[0]) / static_cast<double>(probe.samples.size()));
-  const double wanted = kAsWell * right[0] - error;
-  symmetry.mirrored = right[1] >= wanted;
-  if (square && right[2] + right[3] + right[4] >= 3 * wanted) {
-    symmetry.turns = Turns::kAny;
-  } else if (right[2] >= wanted) {
-    symmetry.turns = Turns::kUpsideDown;
+  symmetry.mirrored = as_well(right[0], right[1], 1, count);
+  if (as_well(right[0], right[2], 1, count)) symmetry.turns = Turns::kUpsideDown;
+  if (square) {
+    std::vector<int> turned(categories);
+    for (int c = 0; c < categories; ++c) turned[c] = right[2][c] + right[3][c] + right[4][c];
+    if (as_well(right[0], turned, 3, count)) symmetry.turns = Turns::kAny;
   }
   return symmetry;
 }
@@ -176,7 +195,7 @@ TrainedClassifier train_classifier(const TrainingSet& set, const Canvas& canvas,
   };
   KernelChoice choice = choose();
   state.symmetry = find_symmetry(probe, probed, canvas, choice, categories, pool);
-  if (views_of(state.symmetry).size() > 1) choice = choose();
+  if (nets > 1 && views_of(state.symmetry).size() > 1) choice = choose();
   train_networks(set, before, nets, effort, pool, state);
   std::vector<int> held_out, labels;
   for (std::size_t i = 0; i < set.samples.size(); ++i) {

@@ -85,6 +85,30 @@ TEST_F(ClassifierArtifact, IsGoneOnFromThoughItHeldEverythingOut) {
   build(train(training_, classifier::write_classifier(state), 1).artifact);
 }
 
+TEST_F(ClassifierArtifact, IsRefusedWithViewsThatItCannotHave) {
+  core::WorkerPool pool(1);
+  classifier::ClassifierState state = classifier::read_classifier(artifact_, pool);
+  for (const bool mirrored : {false, true}) {
+    for (const auto turns :
+         {classifier::Turns::kNone, classifier::Turns::kUpsideDown, classifier::Turns::kAny}) {
+      state.symmetry = {mirrored, turns};
+      const auto read =
+          classifier::read_classifier(classifier::write_classifier(state), pool).symmetry;
+      EXPECT_EQ(read.mirrored, mirrored);
+      EXPECT_EQ(read.turns, turns);
+    }
+  }
+  state.canvas.height = 16;
+  state.kept.clear();
+  state.has_kernel = false;
+  try {
+    build(classifier::write_classifier(state));
+    ADD_FAILURE();
+  } catch (const types::invalid_training_artifact& error) {
+    EXPECT_THAT(error.what(), testing::HasSubstr("the canvas is not square"));
+  }
+}
+
 // They would be described, which takes memory and time, before their coefficients turn out to be
 // missing.
 TEST_F(ClassifierArtifact, IsRefusedWithLandmarksThatItCannotHave) {

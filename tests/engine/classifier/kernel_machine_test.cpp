@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cmath>
+
 #include "classifier/stacking.h"
 #include "core/random.h"
 
@@ -38,6 +42,23 @@ TEST(Dense, FactorisesAndInverts) {
   Matrix indefinite(2, 2);
   indefinite.at(0, 1) = indefinite.at(1, 0) = 1;
   EXPECT_FALSE(factorise(indefinite, pool));
+}
+
+TEST(Dense, MultipliesWhatFillsNoBlock) {
+  for (const auto& [rows, others, columns] :
+       {std::array{1, 130, 70}, std::array{70, 1, 5}, std::array{66, 203, 33}}) {
+    const Matrix a = random_matrix(rows, columns, 1), b = random_matrix(others, columns, 2);
+    core::WorkerPool one(1), two(2);
+    const Matrix product = product_transposed(a, b, one), same = product_transposed(a, b, two);
+    for (int i = 0; i < rows; ++i) {
+      for (int j = 0; j < others; ++j) {
+        double sum = 0;
+        for (int k = 0; k < columns; ++k) sum += double(a.at(i, k)) * b.at(j, k);
+        ASSERT_NEAR(product.at(i, j), sum, 1e-4) << i << ", " << j;
+        ASSERT_EQ(product.at(i, j), same.at(i, j));
+      }
+    }
+  }
 }
 
 /// Two overlapping clouds, told apart by the first group.
@@ -79,6 +100,11 @@ TEST(KernelMachine, LeavingOneOutIsWhatTrainingWithoutItGives) {
     const Matrix scores = machine.scores(fresh, pool);
     EXPECT_GT(accuracy(scores, labels), 0.8);
     EXPECT_NEAR(accuracy(held_out, labels), accuracy(scores, labels), 0.15);
+    const std::vector<int> recognised =
+        recognised_in_views(choice, samples, labels, 2, {views[0]}, pool)[0];
+    if (alike == 1) {
+      EXPECT_EQ(recognised[0] + recognised[1], std::lround(40 * accuracy(held_out, labels)));
+    }
     for (const int sample : {0, 17}) {
       std::vector<Features> others = samples;
       std::vector<int> their_labels = labels;
@@ -96,6 +122,29 @@ TEST(KernelMachine, LeavingOneOutIsWhatTrainingWithoutItGives) {
     reader.finish("kernel machine");
     restored.place_landmarks(samples, first);
     EXPECT_EQ(restored.scores(fresh, pool).at(0, 0), scores.at(0, 0));
+  }
+}
+
+TEST(KernelMachine, AnswersAlikeInAllViewsHoweverManySamplesAreAsked) {
+  core::WorkerPool pool(2);
+  std::vector<int> labels;
+  for (int i = 0; i < 700; ++i) labels.push_back(i % 2);
+  const std::vector<Features> all = clouds(labels, 6);
+  const std::vector<Features> samples(all.begin(), all.begin() + 50);
+  const std::vector<int> known(labels.begin(), labels.begin() + 50);
+  const std::vector<FeatureOrder> views = as_they_are_and_backwards();
+  const KernelChoice choice = choose_kernel(samples, known, 2, views, pool);
+  Matrix held_out;
+  const KernelMachine machine =
+      KernelMachine::learn(choice, samples, views, known, 2, pool, held_out);
+  std::vector<Features> backwards = all;
+  for (Features& features : backwards) {
+    for (auto& group : features) std::reverse(group.begin(), group.end());
+  }
+  const Matrix scores = machine.scores(all, pool), reversed = machine.scores(backwards, pool);
+  for (int i = 0; i < scores.rows(); ++i) {
+    ASSERT_NEAR(scores.at(i, 0), reversed.at(i, 0), 1e-4) << i;
+    ASSERT_EQ(scores.at(i, 0), machine.scores({all[i]}, pool).at(0, 0)) << i;
   }
 }
 

@@ -6,6 +6,7 @@
 #include <ctime>
 #include <functional>
 #include <iostream>
+#include <optional>
 #include <sstream>
 #include <thread>
 
@@ -188,8 +189,10 @@ PictureSet misnamed(int first, int count) {
   return set;
 }
 
-/// A hook (0) or an arrow (1), about 20 px long, turned by `angle`.
-types::Image draw_turned(int kind, unsigned width, unsigned height, float angle,
+enum class Shape { kHook, kOtherHook, kArrow };
+
+/// About 20 px long, turned by `angle`; the hooks are each other's mirror image.
+types::Image draw_turned(Shape shape, unsigned width, unsigned height, float angle,
                          core::Random& random) {
   std::vector<unsigned char> pixels;
   const float cx = static_cast<float>(width) / 2 + random.uniform(-2, 2);
@@ -198,10 +201,11 @@ types::Image draw_turned(int kind, unsigned width, unsigned height, float angle,
     for (unsigned x = 0; x < width; ++x) {
       const float dx = static_cast<float>(x) - cx, dy = static_cast<float>(y) - cy;
       const float u = std::cos(angle) * dx + std::sin(angle) * dy;
-      const float v = std::cos(angle) * dy - std::sin(angle) * dx;
+      float v = std::cos(angle) * dy - std::sin(angle) * dx;
+      if (shape == Shape::kOtherHook) v = -v;
       const bool shaft = std::abs(u) < 10 && std::abs(v) < 1.5f;
-      const bool end =
-          kind == 0 ? u > 7 && u < 10 && v > 0 && v < 8 : u > 2 && u < 10 && std::abs(v) < 10 - u;
+      const bool end = shape == Shape::kArrow ? u > 2 && u < 10 && std::abs(v) < 10 - u
+                                              : u > 7 && u < 10 && v > 0 && v < 8;
       pixels.push_back(static_cast<unsigned char>((shaft || end ? 200 : 60) + random.below(30)));
     }
   }
@@ -211,40 +215,74 @@ types::Image draw_turned(int kind, unsigned width, unsigned height, float angle,
 TEST(Classifier, FindsOutHowItsImagesLie) {
   using classifier::Turns;
   constexpr float kTurn = 6.2831853f;
+  const auto any = [](core::Random& random) { return random.uniform(0, kTurn); };
+  const auto either = [](core::Random& random) { return random.chance(0.5f) ? 0 : kTurn / 2; };
+  const auto upright = [](core::Random&) { return 0.0f; };
   struct Case {
     const char* name;
     unsigned width, height;
+    Shape second;  // beside hooks
     std::function<float(core::Random&)> angle;
-    Turns expected;
+    Turns turns;
+    std::optional<bool> mirrored;
   };
   const Case cases[] = {
-      {"any way", 32, 32, [](core::Random& random) { return random.uniform(0, kTurn); },
-       Turns::kAny},
-      {"wide, either way up", 48, 28,
-       [](core::Random& random) { return random.chance(0.5f) ? 0 : kTurn / 2; },
-       Turns::kUpsideDown},
-      {"either way up", 32, 32,
-       [](core::Random& random) { return random.chance(0.5f) ? 0 : kTurn / 2; },
-       Turns::kUpsideDown},
-      {"upright", 32, 32, [](core::Random&) { return 0.0f; }, Turns::kNone}};
+      {"any way", 32, 32, Shape::kArrow, any, Turns::kAny, true},
+      {"any way, but not mirrored", 32, 32, Shape::kOtherHook, any, Turns::kAny, false},
+      {"wide, either way up", 48, 28, Shape::kArrow, either, Turns::kUpsideDown, {}},
+      {"either way up", 32, 32, Shape::kArrow, either, Turns::kUpsideDown, {}},
+      {"upright, one kind turned", 32, 32, Shape::kHook, upright, Turns::kNone, {}}};
   for (const Case& c : cases) {
     PictureSet training, unseen;
     core::Random random({17});
     for (int i = 0; i < 120; ++i) {
       PictureSet& set = i < 80 ? training : unseen;
-      // Of the upright ones the direction is the category.
-      const bool upright = c.expected == Turns::kNone;
-      const float angle = upright && i % 2 == 1 ? kTurn / 2 : c.angle(random);
+      const bool second = i % 2 == 1;
+      float angle = c.angle(random);
+      if (second && c.turns == Turns::kNone) angle += kTurn / 2;
       set.images[std::to_string(i)] =
-          draw_turned(upright ? 0 : i % 2, c.width, c.height, angle, random);
-      set.labels[std::to_string(i)] = i % 2 == 0 ? "hook" : "arrow";
+          draw_turned(second ? c.second : Shape::kHook, c.width, c.height, angle, random);
+      set.labels[std::to_string(i)] = second ? "second" : "first";
     }
     const Trained trained = train(training, "", 1);
     core::WorkerPool pool(2);
-    const auto state = classifier::read_classifier(trained.artifact, pool);
-    EXPECT_EQ(state.symmetry.turns, c.expected) << c.name;
+    const auto symmetry = classifier::read_classifier(trained.artifact, pool).symmetry;
+    EXPECT_EQ(symmetry.turns, c.turns) << c.name;
     EXPECT_GE(accuracy(trained.artifact, unseen), 0.9) << c.name;
+    if (c.mirrored) {
+      EXPECT_EQ(symmetry.mirrored, *c.mirrored) << c.name;
+      EXPECT_EQ(on_one_core([&] { return train(training, "", 1).artifact; }), trained.artifact);
+    }
   }
+}
+
+/// Rings where `kind` has bits, or (42 and 43) a half disc above or below.
+types::Image draw_rings(int kind, core::Random& random) {
+  std::vector<unsigned char> pixels;
+  for (int y = 0; y < 32; ++y) {
+    for (int x = 0; x < 32; ++x) {
+      const int ring = static_cast<int>(std::hypot(x - 15.5f, y - 15.5f) / 2.5f);
+      const bool on =
+          kind < 42 ? ring < 6 && (kind >> ring & 1) : ring < 5 && (y < 16) == (kind == 42);
+      pixels.push_back(static_cast<unsigned char>((on ? 200 : 60) + random.below(30)));
+    }
+  }
+  return types::Image(32, 32, 32, 1, 8, 0, pixels.data());
+}
+
+TEST(Classifier, TellsTwoApartThatAreEachOtherUpsideDownAmongManyThatAreNot) {
+  PictureSet training, unseen;
+  core::Random random({19});
+  for (int kind = 1; kind < 44; ++kind) {
+    for (int i = 0; i < 8; ++i) {
+      PictureSet& set = i < 6 ? training : unseen;
+      if (&set == &unseen && kind < 42) continue;
+      const std::string id = std::to_string(kind) + "/" + std::to_string(i);
+      set.images[id] = draw_rings(kind, random);
+      set.labels[id] = std::to_string(kind);
+    }
+  }
+  EXPECT_EQ(accuracy(train(training, "", 1).artifact, unseen), 1);
 }
 
 TEST(Classifier, IsAsOftenRightAsItSays) {

@@ -2,11 +2,15 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <set>
 #include <utility>
 
+#include "classifier/augmentation.h"
 #include "classifier/canvas.h"
 #include "classifier/feature_views.h"
 #include "classifier/features.h"
+#include "classifier/symmetry.h"
 #include "classifier/training_set.h"
 #include "core/random.h"
 #include "telvar/exceptions.h"
@@ -122,6 +126,59 @@ TEST(FeatureViews, AreWhatTheMirroredAndTurnedPictureGives) {
       }
     }
   }
+}
+
+TEST(Symmetry, ViewsFormAGroup) {
+  const auto moved_cells = [](int view) {
+    std::array<int, 9> cells{};
+    for (int i = 0; i < 9; ++i) {
+      const Cell from = cell_before(view, {i % 3, i / 3}, 3, 3);
+      cells[i] = 3 * from.y + from.x;
+    }
+    return cells;
+  };
+  for (const bool mirrored : {false, true}) {
+    for (const auto& [turns, count] : {std::pair(Turns::kNone, 1), std::pair(Turns::kUpsideDown, 2),
+                                       std::pair(Turns::kAny, 4)}) {
+      std::set<std::array<int, 9>> all;
+      const std::vector<int> views = views_of({mirrored, turns});
+      for (const int view : views) all.insert(moved_cells(view));
+      EXPECT_EQ(all.size(), static_cast<std::size_t>(mirrored ? 2 * count : count));
+      for (const int first : views) {
+        for (const int second : views) {
+          std::array<int, 9> both{};
+          for (int i = 0; i < 9; ++i) both[i] = moved_cells(first)[moved_cells(second)[i]];
+          EXPECT_EQ(all.count(both), 1u) << first << " after " << second;
+        }
+      }
+    }
+  }
+}
+
+TEST(Augmentation, TurnsUpsideDownOnly) {
+  Canvas canvas;
+  core::Random random({3});
+  Sample sample;
+  for (std::size_t i = 0; i < canvas.sample_size(); ++i) {
+    sample.push_back(static_cast<std::uint8_t>(random.below(256)));
+  }
+  std::vector<float> upright(sample.size()), turned(sample.size()), drawn(sample.size());
+  normalise(sample, canvas, upright.data());
+  normalise(turned_half(sample, canvas), canvas, turned.data());
+  const auto shows = [&](const std::vector<float>& expected) {
+    for (std::size_t i = 0; i < drawn.size(); ++i) {
+      if (std::abs(drawn[i] - expected[i]) > 0.01f) return false;
+    }
+    return true;
+  };
+  int turns = 0;
+  for (int i = 0; i < 60; ++i) {
+    augment(sample, canvas, {false, Turns::kUpsideDown}, 0, random, drawn.data());
+    ASSERT_TRUE(shows(upright) || shows(turned));
+    turns += shows(turned);
+  }
+  EXPECT_GT(turns, 15);
+  EXPECT_LT(turns, 45);
 }
 
 std::vector<DatasetEntry> entries(int count) {

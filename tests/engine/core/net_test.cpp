@@ -49,7 +49,7 @@ TEST(Net, TrainsTheSameInOneDnnsLayout) {
   Random random({4});
   const auto make_net = [] {
     torch::nn::Sequential net(ConvolutionBlock(ConvolutionShape{1, 16, 3, 1}),
-                              ResidualBlock(16, 20, 2));
+                              ResidualBlock(16, 20, 2), ResidualBlock(20, 20));
     Random weights({5});
     initialise(*net, weights);
     return net;
@@ -58,7 +58,9 @@ TEST(Net, TrainsTheSameInOneDnnsLayout) {
   torch::Tensor input = torch::empty({3, 1, 11, 8});
   for (int i = 0; i < input.numel(); ++i) input.data_ptr<float>()[i] = random.normal();
   const torch::Tensor expected = plain_net->forward(input);
-  const torch::Tensor found = plain(blocked_net->forward(blocked(input)));
+  const torch::Tensor still_blocked = blocked_net->forward(blocked(input));
+  EXPECT_EQ(still_blocked.is_mkldnn(), at::hasMKLDNN());
+  const torch::Tensor found = plain(still_blocked);
   EXPECT_TRUE(torch::allclose(found, expected, 1e-4, 1e-5));
   // Unevenly, or else normalisation would leave no gradient.
   expected.pow(3).sum().backward();
