@@ -47,12 +47,14 @@ std::vector<int> pixel_order(int view, const Grid& pixels, int channels) {
   return order;
 }
 
-/// A quarter turn moves a run of neighbours by two; mirroring exchanges its ends.
+/// A quarter turn moves a run of neighbours by two; mirroring takes neighbour k to 4 - k, so that
+/// the run starts where it ended.
 int pattern_before(int view, int pattern) {
-  const int length = pattern / 8, start = pattern % 8;
+  const int length = pattern / 8;
   if (length == 0 || length == 8) return pattern;
-  const int turned = start + 8 - 2 * (view & 3);
-  return run_pattern(length, (view & 4 ? 5 + 24 - turned - length : turned) % 8);
+  int start = pattern % 8 - 2 * (view & 3);
+  if (view & 4) start = 4 - (start + length - 1);
+  return run_pattern(length, (start + 16) % 8);
 }
 
 std::vector<int> texture_order(int view) {

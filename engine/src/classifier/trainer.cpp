@@ -103,14 +103,14 @@ Probe probe_of(const TrainingSet& set) {
 }
 
 /// Whether samples are recognised as well in some views as they are. `upright` and `recognised`
-/// count them by category, the latter over all of the views.
+/// count them by category, the latter over all of the views. Each category is looked at: two that
+/// are each other upside down would be lost among many that are not. Few samples cannot show more
+/// than to within a standard error.
 bool as_well(const std::vector<int>& upright, const std::vector<int>& recognised, int views,
              std::size_t samples) {
   double all = 0, all_seen = 0;
   for (std::size_t c = 0; c < upright.size(); ++c) {
     const double seen = static_cast<double>(recognised[c]) / views;
-    // A standard error of leeway, here and below: few samples cannot show more. Without this, two
-    // categories that are each other upside down would be lost among many that are not.
     if (seen < kEachAsWell * upright[c] - std::sqrt(upright[c])) return false;
     all += upright[c];
     all_seen += seen;
