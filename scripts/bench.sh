@@ -42,7 +42,7 @@ report=$out/report.md
 {
   echo "# Benchmarks"
   echo
-  echo "$(git describe --always --dirty), $(sed -n 's/^model name\s*: //p' /proc/cpuinfo | head -n 1), $(nproc) cores"
+  echo "$(git describe --always --dirty), $(sed -n '/^model name/ { s/.*: //p; q }' /proc/cpuinfo), $(nproc) cores"
 } >"$report"
 for name in "${wanted[@]}"; do
   printf '\n## %s\n\n' "$name" >>"$report"

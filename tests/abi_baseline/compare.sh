@@ -19,7 +19,10 @@ library() {
   g++ -std=c++17 -g -O0 -fPIC -fvisibility=hidden -fvisibility-inlines-hidden -DTELVAR_TYPES_BUILDING \
     -fdebug-prefix-map="$1"=. -I"$1/types/include" -shared -Wl,-soname,libTelvarTypes.so.1 \
     -Wl,--version-script="$1/types/src/TelvarTypes.map" "$1"/types/src/*.cpp -o "$2"
-  readelf -S "$2" | grep -q '\.debug_info' || { echo "$2 has no debug information"; exit 1; }
+  # Not `readelf | grep -q`: grep leaves at the match, and readelf may then fail for want of a reader.
+  local sections
+  sections=$(readelf -S --wide "$2")
+  [[ $sections == *' .debug_info '* ]] || { echo "$2 has no debug information"; exit 1; }
 }
 
 rm -rf "$work"
