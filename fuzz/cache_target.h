@@ -6,7 +6,7 @@
 #include <memory>
 #include <sstream>
 
-#include "core/train_cache_store.h"
+#include "core/cache_session.h"
 #include "edited_bytes.h"
 #include "telvar/exceptions.h"
 

@@ -4,6 +4,7 @@
 // from std::exception; `what()` names the offending thing (file, value, limit).
 
 #include <exception>
+#include <memory>
 #include <string>
 
 #include "telvar/export.h"
@@ -11,18 +12,18 @@
 namespace telvar::types {
 
 /// Common base of the engine's failures. Immutable after construction; copies share the message
-/// text.
+/// text, so that copying cannot fail.
 class TELVAR_API exception : public std::exception {
  public:
   explicit exception(const std::string& message);
-  exception(const exception&);
-  exception& operator=(const exception&);
+  exception(const exception&) noexcept;
+  exception& operator=(const exception&) noexcept;
   ~exception() override;
 
   const char* what() const noexcept override;
 
  private:
-  std::string message_;
+  std::shared_ptr<const std::string> message_;
 };
 
 /// A training artifact written by a newer format version than this library reads.

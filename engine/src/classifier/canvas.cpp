@@ -85,12 +85,14 @@ Sample place(const Thumbnail& thumbnail, const Canvas& canvas) {
                                 static_cast<double>(canvas.height) / thumbnail.height);
   const int width = fitted(thumbnail.width, scale, canvas.width);
   const int height = fitted(thumbnail.height, scale, canvas.height);
-  const core::Raster scaled = core::resize(thumbnail.raster(), width, height);
+  const core::Raster pixels =
+      canvas.channels == 1 ? core::to_gray(thumbnail.raster()) : thumbnail.raster();
+  const core::Raster scaled = core::resize(pixels, width, height);
   const int left = (canvas.width - width) / 2, top = (canvas.height - height) / 2;
   Sample sample(canvas.sample_size());
-  const float gain = 255 / canvas.white;
+  const float gain = thumbnail.bits == 16 ? 255 / canvas.white : 255;
   for (int c = 0; c < canvas.channels; ++c) {
-    const int from = thumbnail.channels == canvas.channels ? c : 0;
+    const int from = pixels.channels == canvas.channels ? c : 0;
     for (int y = 0; y < canvas.height; ++y) {
       const int sy = std::clamp(y - top, 0, height - 1);
       std::uint8_t* row = sample.data() + canvas.plane_size() * c + std::size_t(y) * canvas.width;
@@ -122,10 +124,16 @@ Canvas read_canvas(core::ByteReader& reader) {
   canvas.white = reader.f32("white");
   reader.floats("mean", canvas.mean, 3);
   reader.floats("deviation", canvas.deviation, 3);
-  bool valid =
-      canvas.channels != 2 && canvas.white > 0 && canvas.width % 4 == 0 && canvas.height % 4 == 0;
-  for (const float deviation : canvas.deviation) valid = valid && deviation > 0;
-  if (!valid) throw core::malformed_bytes("canvas: contradictory values");
+  if (canvas.width % 4 != 0 || canvas.height % 4 != 0) {
+    throw core::malformed_bytes("canvas of " + std::to_string(canvas.width) + " x " +
+                                std::to_string(canvas.height) + ": sides must be multiples of 4");
+  }
+  if (canvas.channels == 2)
+    throw core::malformed_bytes("canvas of 2 channels: 1 or 3 are possible");
+  for (const float value :
+       {canvas.white, canvas.deviation[0], canvas.deviation[1], canvas.deviation[2]}) {
+    if (!(value > 0)) throw core::malformed_bytes("canvas: white or a deviation is not positive");
+  }
   return canvas;
 }
 

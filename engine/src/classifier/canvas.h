@@ -15,7 +15,7 @@ struct Canvas {
   int width = 28, height = 28;         // px
   int channels = 1;                    // 1 gray, 3 colour
   int thumbnail_side = 96;             // px; images are reduced to it first
-  float white = 1;                     // value that becomes 255; below 1 for dark 16-bit images
+  float white = 1;                     // of 16-bit images: value that becomes 255
   float mean[3] = {0.5f, 0.5f, 0.5f};  // of the training samples, 0..1
   float deviation[3] = {0.25f, 0.25f, 0.25f};
 
@@ -36,7 +36,7 @@ Canvas choose_canvas(const std::vector<Thumbnail>& thumbnails);
 void measure_levels(Canvas& canvas, const std::vector<Sample>& samples);
 
 /// Scales with its aspect ratio to fit, centres, and repeats the edge pixels around it; images of
-/// nearly the canvas' aspect ratio fill it.
+/// nearly the canvas' aspect ratio fill it. Colour on a gray canvas turns to luma.
 Sample place(const Thumbnail& thumbnail, const Canvas& canvas);
 
 void write_canvas(core::ByteWriter& writer, const Canvas& canvas);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "classifier/limits.h"
+#include "core/messages.h"
 #include "core/regions.h"
 #include "telvar/exceptions.h"
 #include "telvar_msg/classification.pb.h"
@@ -54,10 +55,8 @@ struct Pending {
 }  // namespace
 
 std::vector<DatasetEntry> parse_dataset(const std::string& message) {
-  messages::Dataset dataset;
-  if (!dataset.ParseFromString(message)) {
-    throw types::invalid_message("classifier training: the data set does not parse");
-  }
+  const core::ParsedMessage<messages::Dataset> parsed(message, "classifier data set");
+  const messages::Dataset& dataset = *parsed;
   if (dataset.samples().size() > kMaxSamples) {
     throw types::invalid_dataset("data set of " + std::to_string(dataset.samples().size()) +
                                  " samples, the limit is " + std::to_string(kMaxSamples));
@@ -76,12 +75,9 @@ std::vector<DatasetEntry> parse_dataset(const std::string& message) {
 }
 
 std::vector<DatasetEntry> parse_batch(const std::string& message) {
-  telvar_msg::common::Dataset dataset;
-  if (!dataset.ParseFromString(message)) {
-    throw types::invalid_message("classifier batch: the data set does not parse");
-  }
+  const core::ParsedMessage<telvar_msg::common::Dataset> dataset(message, "classifier batch");
   std::vector<DatasetEntry> entries;
-  for (const auto& [key, sample] : dataset.samples()) {
+  for (const auto& [key, sample] : dataset->samples()) {
     entries.push_back({key, sample.image_id(), {}});
   }
   sort_by_key(entries);
@@ -89,12 +85,10 @@ std::vector<DatasetEntry> parse_batch(const std::string& message) {
 }
 
 int parse_effort(const std::string& message) {
-  messages::TrainingParameters parameters;
-  if (!parameters.ParseFromString(message)) {
-    throw types::invalid_message("classifier training: the parameters do not parse");
-  }
-  if (!parameters.has_training_setting()) return kNormalEffort;
-  const int effort = parameters.training_setting();
+  const core::ParsedMessage<messages::TrainingParameters> parameters(
+      message, "classifier training parameters");
+  if (!parameters->has_training_setting()) return kNormalEffort;
+  const int effort = parameters->training_setting();
   if (effort < kMinEffort || effort > kMaxEffort) {
     throw types::invalid_parameters("training setting " + std::to_string(effort) + " is outside " +
                                     std::to_string(kMinEffort) + ".." + std::to_string(kMaxEffort));

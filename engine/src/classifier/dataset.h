@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "classifier/thumbnail.h"
-#include "core/train_cache_store.h"
+#include "core/cache_session.h"
 #include "core/worker_pool.h"
 #include "telvar/callbacks.h"
 

@@ -100,18 +100,18 @@ bool solve(Matrix kernel, float ridge, const Matrix& targets, core::WorkerPool& 
   const int n = kernel.rows(), categories = targets.columns();
   for (int i = 0; i < n; ++i) kernel.at(i, i) += ridge;
   if (!factorise(kernel, pool)) return false;
-  solution.inverse = inverse_transposed(kernel, pool);
-  const Matrix& inverse = solution.inverse;
+  solution.inverse_factor = inverse_transposed(kernel, pool);
+  const Matrix& factor = solution.inverse_factor;
   Matrix whitened(categories, n);
   for (int c = 0; c < categories; ++c) {
     for (int i = 0; i < n; ++i) {
       const float target = targets.at(i, c);
-      for (int k = i; k < n; ++k) whitened.at(c, k) += target * inverse.at(i, k);
+      for (int k = i; k < n; ++k) whitened.at(c, k) += target * factor.at(i, k);
     }
   }
-  solution.coefficients = product_transposed(inverse, whitened, pool);
+  solution.coefficients = product_transposed(factor, whitened, pool);
   solution.held_out = Matrix(n, categories);
-  const std::vector<float> diagonal = squares_of(inverse);
+  const std::vector<float> diagonal = squares_of(factor);
   for (int i = 0; i < n; ++i) {
     for (int c = 0; c < categories; ++c) {
       solution.held_out.at(i, c) = targets.at(i, c) - solution.coefficients.at(i, c) / diagonal[i];

@@ -41,7 +41,7 @@ Matrix targets_of(const std::vector<int>& labels, int categories, std::vector<fl
 
 struct Solution {
   Matrix coefficients, held_out;
-  Matrix inverse;  // row i: column i of the inverted Cholesky factor
+  Matrix inverse_factor;  // row i: column i of the inverted Cholesky factor
 };
 
 /// Solves (kernel + ridge I) a = targets. False when the kernel is too close to singular.

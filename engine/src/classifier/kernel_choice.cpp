@@ -121,7 +121,7 @@ std::vector<std::vector<int>> recognised_in_views(const KernelChoice& choice,
   Weights offsets;
   const Matrix targets = targets_of(labels, categories, offsets);
   const Solution solution = solve_surely(kernel, choice.ridge, targets, pool);
-  const Matrix inverse = product_transposed(solution.inverse, solution.inverse, pool);
+  const Matrix inverse = product_transposed(solution.inverse_factor, solution.inverse_factor, pool);
   std::vector<std::vector<int>> recognised;
   for (const FeatureOrder& view : views) {
     const Matrix seen =

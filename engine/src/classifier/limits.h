@@ -17,9 +17,11 @@ constexpr int kNormalEffort = 10;
 constexpr int kMinEffort = 1;
 constexpr int kMaxEffort = 100;
 
-// Samples kept in the artifact: in all, and at least so many of each category.
+// Samples kept in the artifact: so many, and more where each category would keep fewer than the
+// least (20,000 of 1000 categories). The first of them are the kernel machine's landmarks.
 constexpr int kMaxKept = 2000;
 constexpr int kMinKeptPerCategory = 20;
+constexpr int kMaxLandmarks = 2000;
 
 constexpr int kMaxCanvasSide = 96;  // px
 constexpr int kMinCanvasSide = 16;

@@ -17,7 +17,7 @@ namespace {
 
 namespace engine = telvar::classifier;
 
-/// The pixels of a region as an image of their own, gray or RGB in 16 bits.
+/// The pixels of a region as an image of their own, gray or RGB, of the same depth.
 types::Image cut_out(const types::ImageView& image, const core::Region& region) {
   const bool colour = core::has_colour(image);
   const core::Raster raster =

@@ -36,8 +36,7 @@ NetworkImpl::NetworkImpl(const Canvas& canvas, int categories) {
   body_->push_back(core::ResidualBlock(16, 32, 2));
   body_->push_back(core::ResidualBlock(32, kFeatures, 2));
   register_module("body", body_);
-  head_ = register_module("head",
-                          torch::nn::Conv2d(torch::nn::Conv2dOptions(kFeatures, categories, 1)));
+  head_ = register_module("head", torch::nn::Conv2d(core::pointwise(kFeatures, categories)));
 }
 
 torch::Tensor NetworkImpl::features(const torch::Tensor& input) {

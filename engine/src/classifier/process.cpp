@@ -37,13 +37,14 @@ std::string process_checked(const std::string& artifact, const std::string& data
   const std::vector<engine::DatasetEntry> entries = engine::parse_batch(dataset);
   core::CacheSession session(cache.impl().store);
   engine::ThumbnailLoader thumbnails(loader, session, pool, state.canvas.thumbnail_side);
-  messages::ProcessingResult result;
+  core::ArenaMessage<messages::ProcessingResult> result;
   for (std::size_t first = 0; first < entries.size(); first += kBatch) {
     const std::size_t last = std::min(entries.size(), first + kBatch);
-    process_batch(state, entries, first, thumbnails.load(entries, first, last), pool, result);
+    process_batch(state, entries, first, thumbnails.load(entries, first, last), pool, *result);
   }
+  std::string answer = core::serialised(*result, "classifying a batch");
   session.commit();
-  return core::serialised(result, "classifying a batch");
+  return answer;
 }
 
 }  // namespace

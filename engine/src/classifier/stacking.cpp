@@ -18,7 +18,7 @@ double deviation_from(double expected, float weight) {
   return difference * difference;
 }
 
-/// Mean negative log likelihood of the labels, prior included.
+/// Negative log likelihood of the labels, summed, prior included.
 double cost(const Stacking& stacking, const Matrix& network, const Matrix& kernel,
             const std::vector<int>& labels) {
   const Matrix scores = stacked_scores(stacking, network, kernel);

@@ -86,7 +86,7 @@ ClassifierState read_payload(core::ByteReader& reader, core::WorkerPool& pool) {
   state.stacking.kernel = reader.f32("kernel weight");
   read_kept(reader, state);
   state.symmetry = read_symmetry(reader, state.canvas);
-  const auto most = std::min<std::size_t>(kMaxKept, state.kept.size());
+  const auto most = std::min<std::size_t>(kMaxLandmarks, state.kept.size());
   const std::uint32_t landmarks = reader.count("landmarks", 0, static_cast<std::uint32_t>(most));
   state.has_kernel = landmarks > 0;
   if (state.has_kernel) {
@@ -126,6 +126,7 @@ ClassifierState read_classifier(const std::string& artifact, core::WorkerPool& p
 void prepare_for_answers(ClassifierState& state) {
   const core::LibraryThreadScope scope;
   for (const auto& net : state.nets) core::fold_batch_norms(*net);
+  state.kept = {};
 }
 
 std::vector<Features> describe_all(const std::vector<const Sample*>& samples, const Canvas& canvas,

@@ -33,7 +33,8 @@ std::string write_classifier(const ClassifierState& state);
 /// training_artifact_unsupported_version.
 ClassifierState read_classifier(const std::string& artifact, core::WorkerPool& pool);
 
-/// Makes the networks faster; the state can then answer, but neither be trained on nor written.
+/// Makes the networks faster and forgets the kept samples; the state can then answer, but neither
+/// be trained on nor written.
 void prepare_for_answers(ClassifierState& state);
 
 /// The features of many samples.

@@ -28,20 +28,18 @@ std::vector<engine::Sample> place_all(const std::vector<engine::Thumbnail>& thum
   return samples;
 }
 
-messages::TrainingResult result_of(const engine::TrainedClassifier& trained,
-                                   const engine::TrainingSet& set,
-                                   const std::vector<engine::DatasetEntry>& entries,
-                                   core::WorkerPool& pool) {
+std::string result_of(const engine::TrainedClassifier& trained, const engine::TrainingSet& set,
+                      const std::vector<engine::DatasetEntry>& entries, core::WorkerPool& pool) {
   std::vector<const engine::Sample*> samples;
   for (std::size_t i = 0; i < set.from_dataset; ++i) samples.push_back(&set.samples[i]);
   const engine::Matrix scores = engine::scores_of(trained.state, samples, pool);
-  messages::TrainingResult result;
-  result.set_overall_score(static_cast<float>(trained.held_out_accuracy));
+  core::ArenaMessage<messages::TrainingResult> result;
+  result->set_overall_score(static_cast<float>(trained.held_out_accuracy));
   for (std::size_t i = 0; i < set.from_dataset; ++i) {
-    (*result.mutable_samples())[entries[i].key] =
+    (*result->mutable_samples())[entries[i].key] =
         engine::sample_result(trained.state.categories, scores.row(static_cast<int>(i)));
   }
-  return result;
+  return core::serialised(*result, "training the classifier");
 }
 
 std::tuple<std::string, std::string> train_checked(const std::string& artifact,
@@ -71,8 +69,7 @@ std::tuple<std::string, std::string> train_checked(const std::string& artifact,
   const engine::TrainingSet set = engine::join_samples(entries, std::move(samples), former, nets);
   const engine::TrainedClassifier trained =
       engine::train_classifier(set, canvas, former, nets, effort, pool);
-  const messages::TrainingResult result = result_of(trained, set, entries, pool);
-  std::tuple<std::string, std::string> answer(core::serialised(result, "training the classifier"),
+  std::tuple<std::string, std::string> answer(result_of(trained, set, entries, pool),
                                               engine::write_classifier(trained.state));
   session.commit();
   return answer;

@@ -1,23 +1,17 @@
 #include "classifier/trainer.h"
 
 #include <algorithm>
-#include <cmath>
-#include <numeric>
 
 #include "classifier/limits.h"
 #include "classifier/network.h"
 #include "classifier/network_training.h"
+#include "classifier/symmetry_search.h"
 
 namespace telvar::classifier {
 namespace {
 
 constexpr std::uint64_t kSeed = 0x636C617373u;
 constexpr int kProbeSamples = 500;
-// Views are believed to be alike when samples are recognised in them this often, compared with the
-// samples as they are: all together, and those of each category.
-constexpr double kAsWell = 0.93, kEachAsWell = 0.5;
-constexpr std::size_t kFewestToJudge = 40;
-constexpr double kClearlyBetter = 0.1;  // than chance, before anything is believed
 
 std::shared_ptr<NetworkImpl> first_weights(const TrainingSet& set, const Canvas& canvas,
                                            const ClassifierState* before, int number) {
@@ -102,56 +96,13 @@ Probe probe_of(const TrainingSet& set) {
   return probe;
 }
 
-/// Whether samples are recognised as well in some views as they are. `upright` and `recognised`
-/// count them by category, the latter over all of the views. Each category is looked at: two that
-/// are each other upside down would be lost among many that are not. Few samples cannot show more
-/// than to within a standard error.
-bool as_well(const std::vector<int>& upright, const std::vector<int>& recognised, int views,
-             std::size_t samples) {
-  double all = 0, all_seen = 0;
-  for (std::size_t c = 0; c < upright.size(); ++c) {
-    const double seen = static_cast<double>(recognised[c]) / views;
-    if (seen < kEachAsWell * upright[c] - std::sqrt(upright[c])) return false;
-    all += upright[c];
-    all_seen += seen;
-  }
-  const double error = std::sqrt(all * (1 - all / static_cast<double>(samples)));
-  return all_seen >= kAsWell * all - error;
-}
-
-/// In which views samples are recognised as well as they are.
-Symmetry find_symmetry(const Probe& probe, const std::vector<Features>& features,
-                       const Canvas& canvas, const KernelChoice& choice, int categories,
-                       core::WorkerPool& pool) {
-  const bool square = canvas.width == canvas.height;
-  std::vector<int> views = {0, 4, 2};
-  if (square) views.insert(views.end(), {1, 3});
-  const auto right = recognised_in_views(choice, features, probe.labels, categories,
-                                         orders_in_views(canvas, views), pool);
-  const std::size_t count = probe.samples.size();
-  const int upright = std::accumulate(right[0].begin(), right[0].end(), 0);
-  Symmetry symmetry;
-  if (count < kFewestToJudge ||
-      upright < (1.0 / categories + kClearlyBetter) * static_cast<double>(count)) {
-    return symmetry;
-  }
-  symmetry.mirrored = as_well(right[0], right[1], 1, count);
-  if (as_well(right[0], right[2], 1, count)) symmetry.turns = Turns::kUpsideDown;
-  if (square) {
-    std::vector<int> turned(categories);
-    for (int c = 0; c < categories; ++c) turned[c] = right[2][c] + right[3][c] + right[4][c];
-    if (as_well(right[0], turned, 3, count)) symmetry.turns = Turns::kAny;
-  }
-  return symmetry;
-}
-
 /// Trains the kernel machine on the kept samples; returns held-out scores of `held_out`: by leaving
 /// one out where the sample is a landmark, plainly where it is not.
 Matrix train_kernel(const TrainingSet& set, const std::vector<int>& held_out,
                     const KernelChoice& choice, core::WorkerPool& pool, ClassifierState& state) {
   const int categories = static_cast<int>(set.categories.size());
   std::vector<int> landmarks = set.kept, labels;
-  landmarks.resize(std::min<std::size_t>(landmarks.size(), kMaxKept));
+  landmarks.resize(std::min<std::size_t>(landmarks.size(), kMaxLandmarks));
   for (const int i : landmarks) labels.push_back(set.labels[i]);
   const std::vector<const Sample*> samples = pointers(set, landmarks);
   Matrix left_out;
@@ -194,7 +145,7 @@ TrainedClassifier train_classifier(const TrainingSet& set, const Canvas& canvas,
                          orders_in_views(canvas, views_of(state.symmetry)), pool);
   };
   KernelChoice choice = choose();
-  state.symmetry = find_symmetry(probe, probed, canvas, choice, categories, pool);
+  state.symmetry = find_symmetry(probed, probe.labels, canvas, choice, categories, pool);
   if (nets > 1 && views_of(state.symmetry).size() > 1) choice = choose();
   train_networks(set, before, nets, effort, pool, state);
   std::vector<int> held_out, labels;

@@ -15,7 +15,7 @@ namespace telvar::classifier {
 namespace {
 
 constexpr int kFolds = 4;
-constexpr int kHeldOutShare = 20;  // of a large set, one in so many
+constexpr int kOneInHeldOut = 20;  // of a large set
 constexpr int kNoFold = -1;
 
 std::uint64_t digest(const Sample& sample) {
@@ -96,7 +96,7 @@ void assign_folds(TrainingSet& set, const std::vector<std::vector<int>>& members
       turn = k > 0 && digest == digests[members[c][k - 1]] ? turn + 1 : digest;
       if (fold != kNoFold) continue;
       if (nets == 1) {
-        fold = turn % kHeldOutShare == 0 ? 0 : 1;
+        fold = turn % kOneInHeldOut == 0 ? 0 : 1;
       } else if (members[c].size() > limit) {
         fold = static_cast<int>(turn % nets);
       } else {

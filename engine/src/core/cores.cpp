@@ -1,3 +1,5 @@
+#include "core/cores.h"
+
 #include <algorithm>
 #include <cmath>
 #include <fstream>
@@ -5,7 +7,6 @@
 #include <string>
 #include <thread>
 
-#include "core/worker_pool.h"
 #include "telvar/exceptions.h"
 
 #if defined(__linux__)
@@ -16,14 +17,6 @@
 
 namespace telvar::core {
 namespace {
-
-#if defined(__linux__)
-
-unsigned cores_by_affinity() {
-  cpu_set_t set;
-  if (sched_getaffinity(0, sizeof(set), &set) != 0) return std::thread::hardware_concurrency();
-  return static_cast<unsigned>(CPU_COUNT(&set));
-}
 
 /// Cores that "quota period" grants; "max" or -1 is no limit.
 double cores_of(const std::string& quota, const std::string& period) {
@@ -41,29 +34,17 @@ std::string first_line(const std::string& path) {
   return line;
 }
 
-/// The smallest quota of a control group and those above it; both versions of the file system.
+#if defined(__linux__)
+
+unsigned cores_by_affinity() {
+  cpu_set_t set;
+  if (sched_getaffinity(0, sizeof(set), &set) != 0) return std::thread::hardware_concurrency();
+  return static_cast<unsigned>(CPU_COUNT(&set));
+}
+
 double cores_by_quota() {
-  double cores = HUGE_VAL;
   std::ifstream groups("/proc/self/cgroup");
-  for (std::string line; std::getline(groups, line);) {
-    const auto first = line.find(':'), second = line.find(':', first + 1);
-    if (first == std::string::npos || second == std::string::npos) continue;
-    const std::string controllers = line.substr(first + 1, second - first - 1);
-    const bool unified = controllers.empty();
-    if (!unified && controllers.find("cpu") == std::string::npos) continue;
-    const std::string root = unified ? "/sys/fs/cgroup" : "/sys/fs/cgroup/cpu";
-    for (std::string group = line.substr(second + 1);; group.resize(group.rfind('/'))) {
-      if (group == "/") group.clear();
-      if (unified) {
-        cores = std::min(cores, cores_of(first_line(root + group + "/cpu.max"), ""));
-      } else {
-        cores = std::min(cores, cores_of(first_line(root + group + "/cpu.cfs_quota_us"),
-                                         first_line(root + group + "/cpu.cfs_period_us")));
-      }
-      if (group.find('/') == std::string::npos) break;
-    }
-  }
-  return cores;
+  return smallest_quota(groups, "/sys/fs/cgroup");
 }
 
 #elif defined(_WIN32)
@@ -92,6 +73,30 @@ double cores_by_quota() {
 #endif
 
 }  // namespace
+
+double smallest_quota(std::istream& groups, const std::string& root) {
+  double cores = HUGE_VAL;
+  for (std::string line; std::getline(groups, line);) {
+    const auto first = line.find(':'), second = line.find(':', first + 1);
+    if (first == std::string::npos || second == std::string::npos) continue;
+    const std::string controllers = line.substr(first + 1, second - first - 1);
+    const bool unified = controllers.empty();
+    // Not a search for "cpu", which "cpuset" and "cpuacct" have in them.
+    if (!unified && ("," + controllers + ",").find(",cpu,") == std::string::npos) continue;
+    const std::string folder = unified ? root : root + "/cpu";
+    for (std::string group = line.substr(second + 1);; group.resize(group.rfind('/'))) {
+      if (group == "/") group.clear();
+      if (unified) {
+        cores = std::min(cores, cores_of(first_line(folder + group + "/cpu.max"), ""));
+      } else {
+        cores = std::min(cores, cores_of(first_line(folder + group + "/cpu.cfs_quota_us"),
+                                         first_line(folder + group + "/cpu.cfs_period_us")));
+      }
+      if (group.find('/') == std::string::npos) break;
+    }
+  }
+  return cores;
+}
 
 unsigned available_cores() {
   const double cores =

@@ -2,8 +2,6 @@
 
 #include <google/protobuf/message_lite.h>
 
-#include "telvar/exceptions.h"
-
 namespace telvar::core {
 
 std::string serialised(const google::protobuf::MessageLite& message, const char* subject,

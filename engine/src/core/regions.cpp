@@ -9,7 +9,7 @@
 namespace telvar::core {
 namespace {
 
-// A region is singular when its pixels collapse to less than this area, in image pixels.
+// A region is singular when a pixel of it covers less than this area, in image pixels.
 constexpr double kSmallestPixelArea = 1e-6;
 // Limits of a transform, so that nothing computed from it overflows: image pixels per region pixel
 // along one axis, and the distance of a corner from either axis, in image pixels.
@@ -186,8 +186,11 @@ Region resolve_region(const types::ImageView& image, const types::AffineTransfor
   const bool identity = t.a == 1 && t.b == 0 && t.c == 0 && t.d == 0 && t.e == 1 && t.f == 0;
   if (identity && size.width == 0 && size.height == 0) return whole_image(image);
   check_region_extent(size, subject, limits);
-  if (!(std::abs(double(t.a) * t.e - double(t.b) * t.d) >= kSmallestPixelArea)) {
-    throw types::invalid_roi(subject + ": the region's transform is singular: " + text_of(t));
+  const double area = std::abs(double(t.a) * t.e - double(t.b) * t.d);
+  if (area < kSmallestPixelArea) {
+    throw types::invalid_roi(text(subject, ": the region's transform is singular: a pixel covers ",
+                                  area, " image pixels, the smallest is ", kSmallestPixelArea, ": ",
+                                  text_of(t)));
   }
   check_reach(t, size, subject);
   if (!overlaps(t, size, image.layout[0], image.layout[1])) {

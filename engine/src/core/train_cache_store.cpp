@@ -19,10 +19,6 @@ constexpr std::uint32_t kVersion = 1;
 constexpr std::uint32_t kMaxImageId = 1u << 20;
 constexpr std::uint64_t kEntryOverhead = 64;
 
-std::uint64_t cost(const CacheKey& key, const std::string& blob) {
-  return key.image_id.size() + blob.size() + kEntryOverhead;
-}
-
 std::string read_all(std::istream& stream) try {
   return std::string(std::istreambuf_iterator<char>(stream.rdbuf()), {});
 } catch (const std::ios_base::failure& error) {
@@ -81,6 +77,10 @@ std::uint64_t digest_of(const types::ImageView& image) {
   return XXH3_64bits_digest(&state);
 }
 
+std::uint64_t TrainCacheStore::cost(const CacheKey& key, const std::string& blob) noexcept {
+  return key.image_id.size() + blob.size() + kEntryOverhead;
+}
+
 TrainCacheStore::TrainCacheStore(Tool tool, std::uint64_t capacity)
     : tool_(tool), capacity_(capacity == ~std::uint64_t{0} ? kDefaultCacheCapacity : capacity) {}
 
@@ -94,29 +94,41 @@ void TrainCacheStore::touch(const CacheKey& key) {
   if (found != index_.end()) entries_.splice(entries_.begin(), entries_, found->second);
 }
 
-bool TrainCacheStore::has_room_for(const CacheKey& key, const std::string& blob) const {
+bool TrainCacheStore::has_room_for(const CacheKey& key, const std::string& blob) const noexcept {
   return key.image_id.size() <= kMaxImageId && cost(key, blob) <= capacity_;
 }
 
 void TrainCacheStore::put(const CacheKey& key, Blob blob) {
-  const auto found = index_.find(key);
-  if (found != index_.end()) {
-    bytes_ -= cost(key, *found->second->blob);
-    entries_.erase(found->second);
-    index_.erase(found);
-  }
-  if (!has_room_for(key, *blob)) return;
-  bytes_ += cost(key, *blob);
-  entries_.push_front({key, std::move(blob)});
-  index_[key] = entries_.begin();
+  put(prepare(key, std::move(blob)));
+}
+
+TrainCacheStore::Prepared TrainCacheStore::prepare(const CacheKey& key, Blob blob) {
+  Prepared prepared;
+  prepared.entries.push_front({key, std::move(blob)});
+  prepared.index.emplace(key, prepared.entries.begin());
+  return prepared;
+}
+
+void TrainCacheStore::put(Prepared&& entry) noexcept {
+  const Entry& added = entry.entries.front();
+  const auto found = index_.find(added.key);
+  if (found != index_.end()) remove(found);
+  if (!has_room_for(added.key, *added.blob)) return;
+  bytes_ += cost(added.key, *added.blob);
+  entries_.splice(entries_.begin(), entry.entries);
+  index_.merge(entry.index);
   while (bytes_ > capacity_) drop_oldest();
 }
 
-void TrainCacheStore::drop_oldest() {
-  const Entry& oldest = entries_.back();
-  bytes_ -= cost(oldest.key, *oldest.blob);
-  index_.erase(oldest.key);
-  entries_.pop_back();
+void TrainCacheStore::remove(Index::iterator found) noexcept {
+  const auto entry = found->second;
+  bytes_ -= cost(entry->key, *entry->blob);
+  index_.erase(found);
+  entries_.erase(entry);
+}
+
+void TrainCacheStore::drop_oldest() noexcept {
+  remove(index_.find(entries_.back().key));
 }
 
 void TrainCacheStore::save(std::ostream& stream) const try {
@@ -164,39 +176,6 @@ void TrainCacheStore::load(std::istream& stream) {
   std::swap(entries_, loaded.entries_);
   std::swap(index_, loaded.index_);
   bytes_ = loaded.bytes_;
-}
-
-TrainCacheStore::Blob CacheSession::find(const CacheKey& key) {
-  TrainCacheStore::Blob blob = store_.find(key);
-  if (blob) changes_.emplace_back(key, nullptr);
-  return blob;
-}
-
-void CacheSession::put(const CacheKey& key, std::string blob) {
-  if (!store_.has_room_for(key, blob)) return;
-  bytes_ += cost(key, blob);
-  changes_.emplace_back(key, std::make_shared<const std::string>(std::move(blob)));
-  while (bytes_ > store_.capacity()) drop_oldest();
-}
-
-void CacheSession::drop_oldest() {
-  while (!changes_[oldest_].second) ++oldest_;
-  auto& [key, blob] = changes_[oldest_];
-  bytes_ -= cost(key, *blob);
-  blob = nullptr;
-}
-
-void CacheSession::commit() {
-  for (auto& [key, blob] : changes_) {
-    if (blob) {
-      store_.put(key, std::move(blob));
-    } else {
-      store_.touch(key);
-    }
-  }
-  changes_.clear();
-  oldest_ = 0;
-  bytes_ = 0;
 }
 
 }  // namespace telvar::core

@@ -10,8 +10,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 #include "core/artifact.h"
 #include "telvar/image.h"
@@ -52,9 +50,17 @@ class TrainCacheStore {
   void touch(const CacheKey& key);
   /// Whether there is room for an entry; not beyond the capacity, nor with an image identifier that
   /// `load` would refuse.
-  bool has_room_for(const CacheKey& key, const std::string& blob) const;
-  /// Adds or replaces an entry; one that there is no room for is left out.
+  bool has_room_for(const CacheKey& key, const std::string& blob) const noexcept;
+  /// Bytes that an entry and its key take.
+  static std::uint64_t cost(const CacheKey& key, const std::string& blob) noexcept;
+  /// Adds or replaces an entry; one that there is no room for is left out. When memory runs out,
+  /// nothing has changed.
   void put(const CacheKey& key, Blob blob);
+
+  /// An entry made ready, so that adding it cannot fail.
+  class Prepared;
+  static Prepared prepare(const CacheKey& key, Blob blob);
+  void put(Prepared&& entry) noexcept;
 
   /// Throws write_error; the stream may then hold a part, which `load` refuses.
   void save(std::ostream& stream) const;
@@ -67,34 +73,28 @@ class TrainCacheStore {
     CacheKey key;
     Blob blob;
   };
-  void drop_oldest();
+  using Entries = std::list<Entry>;
+  using Index = std::map<CacheKey, Entries::iterator>;
+
+  void remove(Index::iterator found) noexcept;
+  void drop_oldest() noexcept;
 
   Tool tool_;
   std::uint64_t capacity_;
   std::uint64_t bytes_ = 0;
-  std::list<Entry> entries_;  // most recently used first
-  std::map<CacheKey, std::list<Entry>::iterator> index_;
+  Entries entries_;  // most recently used first
+  Index index_;
 };
 
-/// One call's view of a cache: reads through, and changes it only when committed, so that a call
-/// that fails half-way leaves the cache as it was. Holds back no more than the cache may hold.
-class CacheSession {
+class TrainCacheStore::Prepared {
  public:
-  explicit CacheSession(TrainCacheStore& store) : store_(store) {}
-
-  TrainCacheStore::Blob find(const CacheKey& key);
-  void put(const CacheKey& key, std::string blob);
-  void commit();
-  /// Bytes that the entries to be added and their keys take.
-  std::uint64_t bytes() const { return bytes_; }
+  Prepared(Prepared&&) = default;
 
  private:
-  void drop_oldest();
-
-  TrainCacheStore& store_;
-  std::vector<std::pair<CacheKey, TrainCacheStore::Blob>> changes_;  // null blob: used
-  std::size_t oldest_ = 0;  // no change before it has a blob
-  std::uint64_t bytes_ = 0;
+  friend TrainCacheStore;
+  Prepared() = default;
+  Entries entries;  // one
+  Index index;      // to it
 };
 
 }  // namespace telvar::core

@@ -75,7 +75,7 @@ class Trainer {
     double mean = 0;
     for (const double value : losses_) mean += value / plan_.chunks;
     if (!std::isfinite(mean)) {
-      throw types::exception("training diverged: the loss of step " + std::to_string(number) +
+      throw types::exception("training diverged: the loss of step " + std::to_string(number + 1) +
                              " is not finite");
     }
     pool_.run(groups(), [&](int group) { gather_gradients(group); });

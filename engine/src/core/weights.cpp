@@ -16,9 +16,18 @@ void read_tensor(ByteReader& reader, const std::string& name, torch::Tensor tens
   if (reader.text("tensor name", kMaxName) != name) {
     throw malformed_bytes("tensor '" + name + "' is missing");
   }
-  bool same = reader.u8("tensor rank") == tensor.dim();
-  for (int i = 0; same && i < tensor.dim(); ++i) same = reader.u32("tensor size") == tensor.size(i);
-  if (!same) throw malformed_bytes("tensor '" + name + "' has another shape");
+  const int rank = reader.u8("tensor rank");
+  if (rank != tensor.dim()) {
+    throw malformed_bytes("tensor '" + name + "' of rank " + std::to_string(rank) + ", wanted is " +
+                          std::to_string(tensor.dim()));
+  }
+  for (int i = 0; i < rank; ++i) {
+    const std::uint32_t size = reader.u32("tensor size");
+    if (size != tensor.size(i)) {
+      throw malformed_bytes("tensor '" + name + "', size " + std::to_string(i) + ": " +
+                            std::to_string(size) + ", wanted is " + std::to_string(tensor.size(i)));
+    }
+  }
   std::vector<float> values = reader.floats(name.c_str(), tensor.numel());
   for (const float value : values) {
     if (is_variance(name) && value < 0) {

@@ -9,17 +9,9 @@
 #include <functional>
 #include <memory>
 
-#include "telvar/device.h"
+#include "core/cores.h"
 
 namespace telvar::core {
-
-/// The number of cores that this process may use, by affinity mask and control-group quota; at
-/// least 1.
-unsigned available_cores();
-
-/// The threads that a device grants; 0: as many as there are available_cores. Throws
-/// invalid_parameters for any device but the CPU.
-unsigned threads_of(const types::Device& device);
 
 /// The most threads of one pool.
 constexpr unsigned kMaxPoolThreads = 1024;

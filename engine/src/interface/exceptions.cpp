@@ -2,13 +2,14 @@
 
 namespace telvar::types {
 
-exception::exception(const std::string& message) : message_(message) {}
-exception::exception(const exception&) = default;
-exception& exception::operator=(const exception&) = default;
+exception::exception(const std::string& message)
+    : message_(std::make_shared<const std::string>(message)) {}
+exception::exception(const exception&) noexcept = default;
+exception& exception::operator=(const exception&) noexcept = default;
 exception::~exception() = default;
 
 const char* exception::what() const noexcept {
-  return message_.c_str();
+  return message_->c_str();
 }
 
 // The destructors are the classes' key functions: their type information has one home, here.

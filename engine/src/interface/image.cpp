@@ -20,6 +20,9 @@ std::string describe(const ImageLayout& layout) {
 std::size_t checked_bytes(const ImageLayout& layout, const unsigned char* pixels) {
   const auto [width, height, stride, channels, bits, order] = layout;
   if (width == 0 || height == 0) return 0;
+  if (channels > 4 || bits > 16) {
+    throw invalid_image("image of " + describe(layout) + ": at most 4 of 16 bits are possible");
+  }
   const std::uint64_t row_bytes = (std::uint64_t{width} * channels * bits + 7) / 8;
   if (stride < row_bytes) {
     throw invalid_image("image of " + describe(layout) + ": a row takes " +

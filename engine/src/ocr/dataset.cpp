@@ -6,7 +6,8 @@
 #include <optional>
 #include <set>
 
-#include "core/train_cache_store.h"
+#include "core/cache_session.h"
+#include "core/messages.h"
 #include "ocr/number_text.h"
 #include "ocr/reader_limits.h"
 #include "telvar/exceptions.h"
@@ -152,18 +153,16 @@ void add_labels(const DatasetSample& sample, const core::Region& region,
 }  // namespace
 
 LabelledDataset read_dataset(const std::string& message) {
-  msg::Dataset parsed;
-  if (!parsed.ParseFromString(message)) {
-    throw types::invalid_message("the OCR data set is no Dataset message");
-  }
+  const core::ParsedMessage<msg::Dataset> parsed(message, "OCR data set");
   LabelledDataset dataset;
-  dataset.size = {parsed.width(), parsed.height()};
+  dataset.size = {parsed->width(), parsed->height()};
   check_nominal_size(dataset.size, "data set");
   std::set<std::string> listed, used;
-  for (const auto& entry : parsed.categories()) listed.insert(entry.first);
-  for (const auto& [key, sample] :
-       std::map<std::string, msg::Sample>(parsed.samples().begin(), parsed.samples().end())) {
-    dataset.samples.push_back(convert(key, sample));
+  for (const auto& entry : parsed->categories()) listed.insert(entry.first);
+  std::map<std::string, const msg::Sample*> by_key;
+  for (const auto& [key, sample] : parsed->samples()) by_key.emplace(key, &sample);
+  for (const auto& [key, sample] : by_key) {
+    dataset.samples.push_back(convert(key, *sample));
     check_labels(dataset.samples.back(), listed);
     for (const RegionLabel& label : dataset.samples.back().labels) used.insert(label.category);
   }

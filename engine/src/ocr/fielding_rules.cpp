@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/messages.h"
 #include "telvar/exceptions.h"
 #include "telvar_msg/ocr_fielding.pb.h"
 
@@ -70,21 +71,18 @@ bool CharacterClass::contains(Character character) const {
 }
 
 FieldingRules parse_fielding(const std::string& message) {
-  telvar_msg::qv::ocr::Fielding parsed;
-  if (!parsed.ParseFromString(message)) {
-    throw types::invalid_message("fielding: the bytes are no Fielding message");
-  }
-  if (parsed.has_basic_fielding() == parsed.has_advanced_fielding()) {
-    throw invalid_parameters(parsed.has_basic_fielding()
+  const core::ParsedMessage<telvar_msg::qv::ocr::Fielding> parsed(message, "fielding");
+  if (parsed->has_basic_fielding() == parsed->has_advanced_fielding()) {
+    throw invalid_parameters(parsed->has_basic_fielding()
                                  ? "fielding: both basic and advanced fielding are set"
                                  : "fielding: neither basic nor advanced fielding is set");
   }
   FieldingRules rules;
-  if (parsed.has_basic_fielding()) {
-    rules.basic = parse_basic(parsed.basic_fielding());
+  if (parsed->has_basic_fielding()) {
+    rules.basic = parse_basic(parsed->basic_fielding());
     return rules;
   }
-  for (const auto& [name, pattern] : parsed.advanced_fielding().patterns()) {
+  for (const auto& [name, pattern] : parsed->advanced_fielding().patterns()) {
     rules.patterns.push_back(parse_pattern(name, pattern));
   }
   if (rules.patterns.empty()) {

@@ -3,6 +3,7 @@
 #include "core/artifact.h"
 #include "core/exception_translation.h"
 #include "core/library_threads.h"
+#include "core/messages.h"
 #include "core/worker_pool.h"
 #include "ocr/read_result.h"
 #include "ocr/reader_limits.h"
@@ -19,11 +20,9 @@ namespace reader = telvar::ocr;
 constexpr char kSubject[] = "image";
 
 reader::NominalSize runtime_size(const std::string& message) {
-  telvar_msg::qv::ocr::RuntimeParameters parameters;
-  if (!parameters.ParseFromString(message)) {
-    throw types::invalid_message("the OCR runtime parameters are no RuntimeParameters message");
-  }
-  const reader::NominalSize size{parameters.width(), parameters.height()};
+  const core::ParsedMessage<telvar_msg::qv::ocr::RuntimeParameters> parameters(
+      message, "OCR runtime parameters");
+  const reader::NominalSize size{parameters->width(), parameters->height()};
   reader::check_nominal_size(size, "runtime size");
   return size;
 }

@@ -2,6 +2,7 @@
 #include <chrono>
 #include <optional>
 
+#include "core/cache_session.h"
 #include "core/exception_translation.h"
 #include "core/library_threads.h"
 #include "core/messages.h"
@@ -27,10 +28,8 @@ struct Request {
 };
 
 void check_parameters(const std::string& parameters) {
-  msg::TrainingParameters parsed;
-  if (!parsed.ParseFromString(parameters)) {
-    throw types::invalid_message("the OCR training parameters are no TrainingParameters message");
-  }
+  const core::ParsedMessage<msg::TrainingParameters> none_known(parameters,
+                                                                "OCR training parameters");
 }
 
 /// The categories of the data set and those already known, ascending.
@@ -93,13 +92,13 @@ std::tuple<std::string, std::string> run(Request request, const types::ImageLoad
   const reader::TrainingOutcome outcome = reader::train_reader(
       std::move(request.previous), request.categories, request.dataset.size,
       std::move(request.prepared), reader::training_steps(request.labels), pool);
-  msg::TrainingResult result;
-  add_confidences(request, outcome, result);
-  result.set_result_value(outcome.reading_rate);
+  core::ArenaMessage<msg::TrainingResult> result;
+  add_confidences(request, outcome, *result);
+  result->set_result_value(outcome.reading_rate);
   const std::chrono::nanoseconds time = std::chrono::steady_clock::now() - start;
-  result.mutable_training_duration()->set_seconds(time.count() / 1'000'000'000);
-  result.mutable_training_duration()->set_nanos(static_cast<int>(time.count() % 1'000'000'000));
-  return {core::serialised(result, "training the OCR reader"),
+  result->mutable_training_duration()->set_seconds(time.count() / 1'000'000'000);
+  result->mutable_training_duration()->set_nanos(static_cast<int>(time.count() % 1'000'000'000));
+  return {core::serialised(*result, "training the OCR reader"),
           reader::write_reader_state(outcome.state)};
 }
 

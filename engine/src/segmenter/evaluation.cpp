@@ -25,6 +25,7 @@ std::vector<Overlap> measure_tile(SegmentationNet& net, const InputSpec& spec,
     for (std::size_t i = 0; i < tile.area(); ++i) {
       const bool belongs = plane != nullptr && bit_at(plane->bits, i);
       const bool claimed = found[c * tile.area() + i] >= 0.5F;
+      overlaps[c].labelled += belongs;
       overlaps[c].intersection += belongs && claimed;
       overlaps[c].united += belongs || claimed;
     }
@@ -43,6 +44,7 @@ std::vector<Overlap> measure_overlap(SegmentationNet& net, const InputSpec& spec
   std::vector<Overlap> sums(net.categories());
   for (const auto& overlaps : by_tile) {
     for (std::size_t c = 0; c < sums.size(); ++c) {
+      sums[c].labelled += overlaps[c].labelled;
       sums[c].intersection += overlaps[c].intersection;
       sums[c].united += overlaps[c].united;
     }
@@ -54,7 +56,7 @@ double mean_iou(const std::vector<Overlap>& overlaps) {
   double sum = 0;
   int categories = 0;
   for (const Overlap& overlap : overlaps) {
-    if (overlap.united == 0) continue;
+    if (overlap.labelled == 0) continue;
     sum += static_cast<double>(overlap.intersection) / static_cast<double>(overlap.united);
     ++categories;
   }

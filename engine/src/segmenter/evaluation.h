@@ -14,6 +14,7 @@ namespace telvar::segmenter {
 
 /// Pixel counts of one category at probability 0.5.
 struct Overlap {
+  std::uint64_t labelled = 0;
   std::uint64_t intersection = 0;
   std::uint64_t united = 0;
 };
@@ -23,7 +24,7 @@ std::vector<Overlap> measure_overlap(SegmentationNet& net, const InputSpec& spec
                                      const std::vector<const TrainingTile*>& tiles,
                                      core::WorkerPool& pool);
 
-/// Mean intersection over union of the categories that occur or are found; 0 without any.
+/// Mean intersection over union of the categories that have labelled pixels; 0 without any.
 double mean_iou(const std::vector<Overlap>& overlaps);
 
 }  // namespace telvar::segmenter

@@ -4,16 +4,38 @@
 #include <numeric>
 
 #include "core/random.h"
+#include "segmenter/limits.h"
 
 namespace telvar::segmenter {
 namespace {
 
+/// Enough to judge by; more would cost as much as a round.
+constexpr std::size_t kJudgedPixels = 2'000'000;
+
+std::uint64_t categories_in(const TrainingTile& tile) {
+  std::uint64_t present = 0;
+  for (const LabelPlane& plane : tile.labels) present |= std::uint64_t{1} << plane.category;
+  return present;
+}
+
 std::uint64_t categories_in(const PreparedSample& sample) {
   std::uint64_t present = 0;
-  for (const TrainingTile& tile : sample.tiles) {
-    for (const LabelPlane& plane : tile.labels) present |= std::uint64_t{1} << plane.category;
-  }
+  for (const TrainingTile& tile : sample.tiles) present |= categories_in(tile);
   return present;
+}
+
+/// A tile that shows the category, of a sample held out if there is one; or null.
+const TrainingTile* tile_showing(int category, const std::vector<PreparedSample>& samples,
+                                 const std::vector<bool>& held) {
+  for (const bool wanted : {true, false}) {
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+      if (held[i] != wanted) continue;
+      for (const TrainingTile& tile : samples[i].tiles) {
+        if (find_label(tile, category) != nullptr) return &tile;
+      }
+    }
+  }
+  return nullptr;
 }
 
 class HeldOutChoice {
@@ -74,6 +96,32 @@ std::vector<bool> choose_held_out(const std::vector<PreparedSample>& samples, in
     if (!choice.take(order, true) && !choice.take(order, false)) break;
   }
   return choice.held();
+}
+
+std::vector<const TrainingTile*> choose_judging(const std::vector<PreparedSample>& samples,
+                                                const std::vector<bool>& held, int categories) {
+  const bool any_held = std::find(held.begin(), held.end(), true) != held.end();
+  std::vector<const TrainingTile*> judging;
+  std::size_t pixels = 0;
+  std::uint64_t judged = 0;
+  for (std::size_t turn = 0; turn < kMaxTilesPerSample; ++turn) {
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+      if ((any_held && !held[i]) || turn >= samples[i].tiles.size() || pixels >= kJudgedPixels) {
+        continue;
+      }
+      judging.push_back(&samples[i].tiles[turn]);
+      pixels += judging.back()->area();
+      judged |= categories_in(*judging.back());
+    }
+  }
+  for (int c = 0; c < categories; ++c) {
+    if (judged >> c & 1) continue;
+    const TrainingTile* tile = tile_showing(c, samples, held);
+    if (tile == nullptr) continue;
+    judging.push_back(tile);
+    judged |= categories_in(*tile);
+  }
+  return judging;
 }
 
 }  // namespace telvar::segmenter

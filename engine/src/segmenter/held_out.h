@@ -14,6 +14,12 @@ namespace telvar::segmenter {
 /// Returns a flag a sample. Fewer than two samples: none is held out.
 std::vector<bool> choose_held_out(const std::vector<PreparedSample>& samples, int categories);
 
+/// Tiles to judge a training by, about two megapixels at most: of the samples held out, one of each
+/// in turn; and where they show nothing of a category, one that does, even if it teaches. Where no
+/// sample is held out, all tiles.
+std::vector<const TrainingTile*> choose_judging(const std::vector<PreparedSample>& samples,
+                                                const std::vector<bool>& held, int categories);
+
 /// How many samples each category occurs in.
 std::vector<int> count_occurrences(const std::vector<PreparedSample>& samples, int categories);
 

@@ -23,15 +23,6 @@ torch::Tensor enlarged(const torch::Tensor& coarse, const torch::Tensor& like) {
   return torch::upsample_nearest2d(coarse, {like.size(2), like.size(3)});
 }
 
-/// A 1 x 1 convolution with every column of the images as an image of its own: of batches below 16
-/// the tensor library would leave it to the installed BLAS.
-torch::Tensor for_each_column(torch::nn::Conv2d& head, const torch::Tensor& input) {
-  const std::int64_t count = input.size(0), height = input.size(2), width = input.size(3);
-  const torch::Tensor columns =
-      input.permute({0, 3, 1, 2}).reshape({count * width, input.size(1), height, 1});
-  return head(columns).reshape({count, width, -1, height}).permute({0, 2, 3, 1});
-}
-
 }  // namespace
 
 SegmentationNet::SegmentationNet(int planes, int categories)
@@ -47,8 +38,7 @@ SegmentationNet::SegmentationNet(int planes, int categories)
     refine_.push_back(block("refine" + level, kWidths[i + 1], kWidths[i + 1], 1));
     merge_.push_back(block("merge" + level, kWidths[i] + kWidths[i + 1], kWidths[i], 1));
   }
-  head_ = register_module("head",
-                          torch::nn::Conv2d(torch::nn::Conv2dOptions(kWidths[0], categories, 1)));
+  head_ = register_module("head", torch::nn::Conv2d(core::pointwise(kWidths[0], categories)));
 }
 
 torch::Tensor SegmentationNet::forward(const torch::Tensor& input) {
@@ -61,7 +51,7 @@ torch::Tensor SegmentationNet::forward(const torch::Tensor& input) {
     merged = merge_[i](torch::cat({seen[i], enlarged(merged, seen[i])}, 1));
     seen.pop_back();
   }
-  return for_each_column(head_, merged);
+  return head_(merged);
 }
 
 std::shared_ptr<SegmentationNet> make_initial_net(int planes, int categories, std::uint64_t seed) {

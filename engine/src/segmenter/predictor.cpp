@@ -15,9 +15,6 @@ namespace {
 constexpr int kPieceSide = 512;
 constexpr int kOverlap = 64;
 
-/// Pieces that wait to be blended; bounds memory on wide regions.
-constexpr std::size_t kPiecesAtOnce = 8;
-
 int rounded_up(int side) {
   return (side + kSideMultiple - 1) / kSideMultiple * kSideMultiple;
 }
@@ -77,9 +74,11 @@ std::vector<types::Image> predict_region(SegmentationNet& net, const InputSpec& 
   const PiecePlan plan =
       plan_pieces(region.width, region.height, kPieceSide, kOverlap, kSideMultiple);
   BandBlender blender(plan, net.categories());
+  // Two a thread, so that none waits long for the others; bounds memory on wide regions.
+  const std::size_t pieces_at_once = 2 * std::size_t{pool.threads()};
   for (std::size_t row = 0; row < plan.rows.size(); ++row) {
-    for (std::size_t first = 0; first < plan.columns.size(); first += kPiecesAtOnce) {
-      std::vector<Probabilities> pieces(std::min(kPiecesAtOnce, plan.columns.size() - first));
+    for (std::size_t first = 0; first < plan.columns.size(); first += pieces_at_once) {
+      std::vector<Probabilities> pieces(std::min(pieces_at_once, plan.columns.size() - first));
       pool.run(static_cast<int>(pieces.size()), [&](int i) {
         const TileSpan &x = plan.columns[first + i], &y = plan.rows[row];
         const core::Region piece = core::part_of(region, x.begin, y.begin, x.size, y.size);

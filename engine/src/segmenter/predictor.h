@@ -26,7 +26,8 @@ Probabilities predict_piece(SegmentationNet& net, const InputSpec& spec, const f
 
 /// Segments a checked region. Returns one 8-bit gray image a category, in the region's size:
 /// probability 0..255. Pieces are computed by the pool; the result does not depend on its threads.
-/// Memory: the result; 4 bytes x categories x region width x 512 to blend in; 8 pieces.
+/// Memory: the result; 4 bytes x categories x region width x 512 to blend in; a thread, what the
+/// network computes with and two pieces of 1 MB a category.
 std::vector<types::Image> predict_region(SegmentationNet& net, const InputSpec& spec,
                                          const types::ImageView& image, const core::Region& region,
                                          core::WorkerPool& pool);

@@ -5,8 +5,8 @@
 
 #include <vector>
 
+#include "core/cache_session.h"
 #include "core/regions.h"
-#include "core/train_cache_store.h"
 #include "segmenter/dataset.h"
 #include "segmenter/training_tile.h"
 #include "telvar/callbacks.h"

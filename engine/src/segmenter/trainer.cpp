@@ -8,7 +8,6 @@
 #include "segmenter/evaluation.h"
 #include "segmenter/exemplars.h"
 #include "segmenter/held_out.h"
-#include "segmenter/limits.h"
 
 namespace telvar::segmenter {
 namespace {
@@ -37,9 +36,6 @@ constexpr Effort kTouchedUp{1, 20, 0.5, 1e-3};
 /// Rounds end early when this is reached and a round adds less than kLeastGain.
 constexpr double kGoodScore = 0.97;
 constexpr double kLeastGain = 0.005;
-
-/// Enough to judge by; more would cost as much as a round.
-constexpr std::size_t kJudgedPixels = 2'000'000;
 
 using Tiles = std::vector<const TrainingTile*>;
 
@@ -132,18 +128,6 @@ class Trainer {
     for (const TrainingTile& tile : sample.tiles) tiles.push_back(&tile);
   }
 
-  /// Tiles of the samples held out, one of each in turn, until kJudgedPixels are reached.
-  void add_judging(const std::vector<bool>& held, Tiles& judging) const {
-    std::size_t pixels = 0;
-    for (std::size_t turn = 0; turn < kMaxTilesPerSample; ++turn) {
-      for (std::size_t i = 0; i < samples_.size(); ++i) {
-        if (!held[i] || turn >= samples_[i].tiles.size() || pixels >= kJudgedPixels) continue;
-        judging.push_back(&samples_[i].tiles[turn]);
-        pixels += judging.back()->area();
-      }
-    }
-  }
-
   void start(const ModelState* base) {
     spec_ = measure_input(all_);
     if (base == nullptr) {
@@ -163,14 +147,12 @@ class Trainer {
 
   /// Returns the score after the last round.
   double run_rounds(int& steps) {
-    Tiles taught, judging;
+    Tiles taught;
     const std::vector<bool> held = choose_held_out(samples_, count());
+    const Tiles judging = choose_judging(samples_, held, count());
     for (std::size_t i = 0; i < samples_.size(); ++i) {
       if (!held[i]) add_tiles(samples_[i], taught);
     }
-    add_judging(held, judging);
-    // A single sample has to teach and to judge.
-    if (judging.empty()) judging = taught;
     double score = 0;
     if (only_known_categories_) {
       score = mean_iou(measure_overlap(*net_, spec_, judging, pool_));

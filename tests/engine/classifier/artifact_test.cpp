@@ -54,7 +54,10 @@ TEST_F(ClassifierArtifact, SurvivesForgedPayloads) {
     payload[at] = static_cast<char>(random.below(256));
     if (round % 5 == 0) payload.resize(payload.size() - random.below(50));
     try {
-      build(core::write_artifact(core::Tool::kClassifier, 1, payload));
+      const engine::Model model(core::write_artifact(core::Tool::kClassifier, 1, payload), "",
+                                types::CpuDevice(1));
+      const types::Image& image = training_.images.begin()->second;
+      model.process(types::ImageView(image), {1, 0, 0, 0, 1, 0}, {0, 0});
     } catch (const types::invalid_training_artifact&) {
     }
   }

@@ -1,25 +1,14 @@
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <sstream>
 
+#include "../support/expect_error.h"
 #include "../support/host_state.h"
 #include "pictures.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::test {
 namespace {
-
-using testing::HasSubstr;
-
-template <class Error, class Call>
-void expect_error(const Call& call, const std::string& text) {
-  try {
-    call();
-    ADD_FAILURE() << "no exception, expected: " << text;
-  } catch (const Error& error) {
-    EXPECT_THAT(error.what(), HasSubstr(text));
-  }
-}
 
 PictureSet rings_and_crosses(int rings, int crosses) {
   PictureSet set;
@@ -51,6 +40,9 @@ TEST(ClassifierTraining, NamesWhatItCannotLearnFrom) {
                                                "category 'cross' has 1 sample(s), the minimum");
   expect_error<insufficient_number_of_samples>([&] { train(new_kind, artifact()); },
                                                "category 'bar' has 1 sample(s), the minimum");
+  PictureSet many = lonely;
+  for (int i = 0; i <= 100000; ++i) many.labels["copy " + std::to_string(i)] = "ring";
+  expect_error<types::invalid_dataset>(training(many), "samples, the limit is 100000");
   PictureSet unlabelled = rings_and_crosses(4, 4);
   unlabelled.labels["0/2"] = "";
   expect_error<types::invalid_label>(training(unlabelled), "sample 'key 0/2' has no category");

@@ -1,9 +1,7 @@
 #include <gmock/gmock.h>
-#include <sched.h>
 
 #include <algorithm>
 #include <cmath>
-#include <ctime>
 #include <functional>
 #include <iostream>
 #include <optional>
@@ -11,6 +9,7 @@
 #include <thread>
 
 #include "../support/other_environment.h"
+#include "../support/resources.h"
 #include "classifier/state.h"
 #include "core/random.h"
 #include "core/worker_pool.h"
@@ -26,24 +25,10 @@ PictureSet pictures(int kinds, int first, int count, unsigned channels = 1, unsi
   return set;
 }
 
-double cpu_of(const std::function<void()>& work) {
-  const std::clock_t before = std::clock();
-  work();
-  return static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC;
-}
-
-/// Runs on a thread that may use a single core, so that the engine works with one thread.
+/// The result of `work` on a single core.
 std::string on_one_core(const std::function<std::string()>& work) {
   std::string result;
-  std::thread thread([&] {
-    cpu_set_t set;
-    CPU_ZERO(&set);
-    CPU_SET(sched_getcpu(), &set);
-    EXPECT_EQ(sched_setaffinity(0, sizeof(set), &set), 0);
-    EXPECT_EQ(core::available_cores(), 1u);
-    result = work();
-  });
-  thread.join();
+  test::on_one_core([&] { result = work(); }).join();
   return result;
 }
 

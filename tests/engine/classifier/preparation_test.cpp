@@ -54,6 +54,19 @@ TEST(Canvas, SpreadsDarkSixteenBitImages) {
   EXPECT_EQ(place(images[1], canvas)[0], 64);
 }
 
+TEST(Place, TakesOtherLayoutsThanTheCanvasWasChosenFor) {
+  const std::vector<Thumbnail> dark = {flat(28, 28, 1, 16, 4095)};
+  const Canvas gray = choose_canvas(dark);
+  EXPECT_EQ(place(flat(28, 28, 1, 8, 100), gray)[0], 100);
+  Thumbnail green = flat(28, 28, 3, 8, 0);
+  std::fill_n(green.pixels.begin() + 28 * 28, 28 * 28, static_cast<char>(200));
+  EXPECT_EQ(place(green, gray)[0], 117);  // its luma
+  Canvas colour;
+  colour.channels = 3;
+  const Sample spread = place(flat(28, 28, 1, 8, 90), colour);
+  EXPECT_EQ(std::count(spread.begin(), spread.end(), 90), 3 * 28 * 28);
+}
+
 TEST(Place, KeepsTheAspectRatioAndRepeatsEdges) {
   Canvas canvas;
   Thumbnail wide = flat(28, 14, 1, 8, 0);

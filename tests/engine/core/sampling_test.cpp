@@ -7,29 +7,20 @@
 #include <ctime>
 #include <limits>
 
+#include "../support/expect_error.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::core {
 namespace {
 
+using test::expect_error;
 using testing::FloatNear;
-using testing::HasSubstr;
 using testing::Pointwise;
 using types::AffineTransform;
 using types::ImageView;
 using Size = types::Size2<unsigned>;
 
 constexpr AffineTransform kIdentity(1, 0, 0, 0, 1, 0);
-
-template <class Error, class Call>
-void expect_error(const Call& call, const std::string& text) {
-  try {
-    call();
-    ADD_FAILURE() << "no exception, expected: " << text;
-  } catch (const Error& error) {
-    EXPECT_THAT(error.what(), HasSubstr(text));
-  }
-}
 
 TEST(CheckImage, NamesWhatIsWrong) {
   const std::vector<unsigned char> pixels(4096);
@@ -52,6 +43,9 @@ TEST(CheckImage, NamesWhatIsWrong) {
   expect_error<invalid_image>(check(9, 9, 53, 3, 16, 1), "a row of 54 bytes");
   expect_error<invalid_image>(
       [] { check_image(ImageView(9, 9, 9, 1, 8, 0, nullptr), "image 'x'"); }, "missing");
+  // A row of 2^64 bits.
+  expect_error<invalid_image>([&] { types::Image(1u << 31, 1, 1, 1u << 31, 4, 0, pixels.data()); },
+                              "at most 4 of 16 bits");
   types::Image image(10, 10, 10, 1, 8, 0, pixels.data());
   check_image(image, "image 'x'");
   image.layout[1] = 11;
@@ -70,7 +64,9 @@ TEST(ResolveRegion, NamesWhatIsWrongAndAllowsPartlyOutside) {
   const float nan = std::nanf("");
   using types::invalid_roi;
   expect_error<invalid_roi>(resolve({1, 0, nan, 0, 1, 0}, {4, 4}), "not finite: a 1, b 0, c nan,");
-  expect_error<invalid_roi>(resolve({1, 2, 0, 2, 4, 0}, {4, 4}), "singular: a 1, b 2, c 0, d 2,");
+  expect_error<invalid_roi>(
+      resolve({1, 2, 0, 2, 4, 0}, {4, 4}),
+      "singular: a pixel covers 0 image pixels, the smallest is 1e-06: a 1, b 2, c 0, d 2,");
   expect_error<invalid_roi>(resolve({1e38f, 0, 0, 0, 1, 0}, {100, 100}),
                             "the value 1e+38, the limit is 1000000");
   expect_error<invalid_roi>(resolve({1, 0, -3e9f, 0, 1, 0}, {4, 4}), "corner (-3e+09, -0.5)");

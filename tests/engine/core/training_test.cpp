@@ -6,6 +6,7 @@
 #include <dnnl.hpp>
 #include <thread>
 
+#include "../support/expect_error.h"
 #include "core/exception_translation.h"
 #include "core/library_threads.h"
 #include "core/net.h"
@@ -105,13 +106,15 @@ TEST(Training, StopsWhenTheLossIsNotFinite) {
   TrainingPlan plan;
   plan.steps = 3;
   auto net = std::make_shared<StripeNetImpl>();
-  EXPECT_THROW(train<StripeNetImpl>(
-                   net, [] { return std::make_shared<StripeNetImpl>(); },
-                   [](StripeNetImpl& replica, int, int, Random&) {
-                     return replica.forward(torch::full({1, 1, 8, 8}, NAN)).sum();
-                   },
-                   plan, pool),
-               types::exception);
+  const auto work = [&] {
+    train<StripeNetImpl>(
+        net, [] { return std::make_shared<StripeNetImpl>(); },
+        [](StripeNetImpl& replica, int, int, Random&) {
+          return replica.forward(torch::full({1, 1, 8, 8}, NAN)).sum();
+        },
+        plan, pool);
+  };
+  test::expect_error<types::exception>(work, "the loss of step 1");
 }
 
 TEST(Training, ReportsWeightsThatTheLastStepLost) {
@@ -119,13 +122,15 @@ TEST(Training, ReportsWeightsThatTheLastStepLost) {
   TrainingPlan plan;
   plan.steps = 1;
   auto net = std::make_shared<StripeNetImpl>();
-  EXPECT_THROW(train<StripeNetImpl>(
-                   net, [] { return std::make_shared<StripeNetImpl>(); },
-                   [](StripeNetImpl& replica, int, int, Random&) {
-                     return (0 * replica.head->weight).sum().sqrt();  // 0, of infinite slope
-                   },
-                   plan, pool),
-               types::exception);
+  const auto work = [&] {
+    train<StripeNetImpl>(
+        net, [] { return std::make_shared<StripeNetImpl>(); },
+        [](StripeNetImpl& replica, int, int, Random&) {
+          return (0 * replica.head->weight).sum().sqrt();  // 0, of infinite slope
+        },
+        plan, pool);
+  };
+  test::expect_error<types::exception>(work, "a weight is not finite after the last step");
 }
 
 TEST(Translation, LetsWhateverLeavesACallbackPass) {

@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "core/train_cache_store.h"
+#include "core/cache_session.h"
 #include "ocr/contrast.h"
 #include "ocr/dataset.h"
 #include "ocr/decoding.h"

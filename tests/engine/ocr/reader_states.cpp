@@ -9,7 +9,7 @@
 
 #include "../support/other_environment.h"
 #include "core/artifact.h"
-#include "core/train_cache_store.h"
+#include "core/cache_session.h"
 #include "ocr/dataset.h"
 #include "ocr/reader_training.h"
 #include "reader_pages.h"

@@ -1,30 +1,16 @@
 // What a training refuses before or while it prepares: by type, and by the text that names it.
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <functional>
 
+#include "../support/expect_error.h"
 #include "../support/host_state.h"
 #include "scene.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::segmenter_test {
 namespace {
-
-using ::testing::HasSubstr;
-
-/// The text of an exception of type E that `work` throws.
-template <class E, class F>
-std::string message_of(const F& work) {
-  try {
-    work();
-  } catch (const E& error) {
-    return error.what();
-  } catch (const std::exception& error) {
-    return std::string("another exception: ") + error.what();
-  }
-  return "no exception";
-}
 
 struct Refusal {
   const char* name;
@@ -58,7 +44,8 @@ void expect_refusals(const std::vector<Refusal>& refusals) {
   for (const Refusal& refusal : refusals) {
     Scenes scenes = make_scenes(3, 1, {"disc"});
     refusal.spoil(scenes);
-    EXPECT_THAT(message_of<E>([&] { train(scenes); }), HasSubstr(refusal.text)) << refusal.name;
+    SCOPED_TRACE(refusal.name);
+    test::expect_error<E>([&] { train(scenes); }, refusal.text);
   }
 }
 
@@ -75,6 +62,13 @@ TEST(Training, RefusesContradictoryDatasets) {
          for (int i = 0; i < 64; ++i) (*s.dataset.mutable_categories())[std::to_string(i)];
        },
        "65 categories; the limit is 64"},
+      {"a long name", [](Scenes& s) { (*s.dataset.mutable_categories())[std::string(4097, 'n')]; },
+       "name of 4097 bytes; the limit is 4096"},
+      {"too many samples",
+       [](Scenes& s) {
+         for (int i = 0; i < 1998; ++i) (*s.dataset.mutable_samples())[std::to_string(i)];
+       },
+       "2001 samples; the limit is 2000"},
       {"a mask of another size",
        [](Scenes& s) { first_mask(s) = gray_image(47, 48, std::vector<unsigned char>(47 * 48)); },
        "of category 'disc': 47 x 48 pixels, but its image has 48 x 48"},
@@ -115,13 +109,16 @@ TEST(Training, RefusesBadImagesAndRegionsNamingTheSample) {
 TEST(Training, RefusesBytesThatAreNoMessage) {
   const Scenes scenes = make_scenes(3, 1, {"disc"});
   const auto cache = seg::TrainCache::create(false, 0);
-  const auto attempt = [&](const std::string& dataset, const std::string& parameters) {
-    return message_of<types::invalid_message>([&] {
-      seg::train("", dataset, parameters, scenes.loader(), scenes.mask_loader(), *cache, {});
-    });
+  const auto expect = [&](const std::string& dataset, const std::string& parameters,
+                          const char* text) {
+    test::expect_error<types::invalid_message>(
+        [&] {
+          seg::train("", dataset, parameters, scenes.loader(), scenes.mask_loader(), *cache, {});
+        },
+        text);
   };
-  EXPECT_THAT(attempt("\xFF", ""), HasSubstr("training dataset: 1 bytes"));
-  EXPECT_THAT(attempt(scenes.message(), "\xFF"), HasSubstr("training parameters: 1 bytes"));
+  expect("\xFF", "", "training dataset: 1 bytes");
+  expect(scenes.message(), "\xFF", "training parameters: 1 bytes");
 }
 
 TEST(Training, PassesALoadersExceptionAndLeavesTheCache) {

@@ -2,19 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <ctime>
-#include <functional>
-
+#include "../support/resources.h"
 #include "scene.h"
 
 namespace telvar::segmenter_test {
 namespace {
 
-double cpu_of(const std::function<void()>& work) {
-  const std::clock_t before = std::clock();
-  work();
-  return static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC;
-}
+using test::cpu_of;
 
 TEST(Segmenter, LearnsHuesFromTurnedRegionsOfSixteenBitImagesWithFourChannels) {
   const Look look{4, 16, true, true};

@@ -1,0 +1,21 @@
+#pragma once
+
+// Finds out how the images of a training set lie, from the samples alone.
+
+#include <vector>
+
+#include "classifier/canvas.h"
+#include "classifier/kernel_choice.h"
+#include "classifier/symmetry.h"
+#include "core/worker_pool.h"
+
+namespace telvar::classifier {
+
+/// In which views samples are recognised about as well as they are, in every category. `features`
+/// and `labels` (0 .. categories - 1) belong together; too few samples, or too badly recognised
+/// ones, show no symmetry.
+Symmetry find_symmetry(const std::vector<Features>& features, const std::vector<int>& labels,
+                       const Canvas& canvas, const KernelChoice& choice, int categories,
+                       core::WorkerPool& pool);
+
+}  // namespace telvar::classifier

@@ -1,0 +1,43 @@
+#include "core/exception_translation.h"
+#include "segmenter/dataset.h"
+#include "segmenter/limits.h"
+#include "segmenter/segmenter.h"
+#include "telvar/exceptions.h"
+#include "telvar/segmenter.h"
+
+namespace telvar::qv::segmenter {
+
+namespace engine = telvar::segmenter;
+
+class Model::Impl {
+ public:
+  Impl(const std::string& artifact, const types::Device& device)
+      : segmenter(artifact, core::threads_of(device)) {}
+
+  engine::Segmenter segmenter;
+};
+
+Model::Model(const std::string& artifact, const std::string& runtime_parameters,
+             const types::Device& device) {
+  if (!runtime_parameters.empty()) {
+    throw types::invalid_parameters("segmenter: runtime parameters of " +
+                                    std::to_string(runtime_parameters.size()) +
+                                    " bytes; none are known");
+  }
+  impl_ = core::translated("loading a segmenter",
+                           [&] { return std::make_unique<Impl>(artifact, device); });
+}
+
+Model::~Model() = default;
+
+std::tuple<std::string, std::map<std::string, types::Image>> Model::process(
+    const types::ImageView& image, const types::AffineTransform& transform,
+    const types::Size2<unsigned>& size) const {
+  return core::translated("segmenting", [&] {
+    core::check_image(image, "image", engine::kImageLimits);
+    const auto region = core::resolve_region(image, transform, size, "image", engine::kImageLimits);
+    return std::make_tuple(engine::write_result(), impl_->segmenter.segment(image, region));
+  });
+}
+
+}  // namespace telvar::qv::segmenter

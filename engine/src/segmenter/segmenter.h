@@ -1,0 +1,31 @@
+#pragma once
+
+// A trained model at work.
+
+#include <map>
+#include <string>
+
+#include "core/regions.h"
+#include "core/worker_pool.h"
+#include "segmenter/model_state.h"
+#include "telvar/image.h"
+
+namespace telvar::segmenter {
+
+/// May be used from several threads at once.
+class Segmenter {
+ public:
+  /// `threads` as a WorkerPool takes them. Throws what read_model throws.
+  Segmenter(const std::string& artifact, unsigned threads);
+
+  /// One 8-bit gray image for each category of the model, in the checked region's size: the
+  /// probability 0..255.
+  std::map<std::string, types::Image> segment(const types::ImageView& image,
+                                              const core::Region& region) const;
+
+ private:
+  mutable core::WorkerPool pool_;
+  ModelState state_;  // its normalisation folded into the weights
+};
+
+}  // namespace telvar::segmenter

@@ -1,0 +1,81 @@
+#include <algorithm>
+#include <iterator>
+#include <optional>
+
+#include "core/exception_translation.h"
+#include "core/library_threads.h"
+#include "segmenter/dataset.h"
+#include "segmenter/held_out.h"
+#include "segmenter/limits.h"
+#include "segmenter/model_state.h"
+#include "segmenter/prepare.h"
+#include "segmenter/train_cache.h"
+#include "segmenter/trainer.h"
+#include "telvar/exceptions.h"
+#include "telvar/segmenter.h"
+
+namespace telvar::qv::segmenter {
+namespace {
+
+namespace engine = telvar::segmenter;
+
+std::vector<std::string> joined(const std::vector<std::string>& old,
+                                const std::vector<std::string>& listed) {
+  std::vector<std::string> all;
+  std::set_union(old.begin(), old.end(), listed.begin(), listed.end(), std::back_inserter(all));
+  if (all.size() > engine::kMaxCategories) {
+    throw types::invalid_dataset("dataset: " + std::to_string(all.size()) +
+                                 " categories with those of the artifact; the limit is " +
+                                 std::to_string(engine::kMaxCategories));
+  }
+  return all;
+}
+
+/// What is new must be shown at least once.
+void check_occurrences(const std::vector<engine::PreparedSample>& samples,
+                       const std::vector<std::string>& categories,
+                       const std::vector<std::string>& old) {
+  const auto counts = engine::count_occurrences(samples, static_cast<int>(categories.size()));
+  for (std::size_t c = 0; c < categories.size(); ++c) {
+    if (counts[c] > 0 || std::binary_search(old.begin(), old.end(), categories[c])) continue;
+    throw types::insufficient_number_of_samples("dataset: category '" + categories[c] +
+                                                "' has pixels in 0 samples; at least 1 is needed");
+  }
+}
+
+std::tuple<std::string, std::string> train_checked(
+    const std::string& artifact, const std::string& dataset, const std::string& parameters,
+    const types::ImageLoader& loader, const types::ImageLoader& mask_loader, TrainCache& cache) {
+  std::optional<engine::ModelState> base;
+  if (!artifact.empty()) base = engine::read_model(artifact);
+  engine::check_training_parameters(parameters);
+  const auto request = engine::parse_training_dataset(dataset, base ? 1 : engine::kMinSamples);
+  const std::vector<std::string> old = base ? base->categories : std::vector<std::string>{};
+  const auto categories = joined(old, request.categories);
+  core::CacheSession session(cache.impl().store);
+  auto samples = engine::prepare_samples(request, categories, loader, mask_loader, session);
+  const core::LibraryThreadScope scope;  // not around the loaders, which are the host's
+  check_occurrences(samples, categories, old);
+  core::WorkerPool pool;
+  const auto trained =
+      engine::train_model(base ? &*base : nullptr, categories, std::move(samples), pool);
+  auto answer = std::make_tuple(engine::write_training_result(static_cast<float>(trained.score)),
+                                engine::write_model(trained.state));
+  session.commit();
+  return answer;
+}
+
+}  // namespace
+
+std::tuple<std::string, std::string> train(const std::string& artifact, const std::string& dataset,
+                                           const std::string& parameters,
+                                           const types::ImageLoader& loader,
+                                           const types::ImageLoader& mask_loader, TrainCache& cache,
+                                           const types::ResultImageWriter&) {
+  return core::translated("training a segmenter", [&] {
+    return train_checked(artifact, dataset, parameters, core::passing(loader),
+                         core::passing(mask_loader), cache);
+  });
+}
+
+}  // namespace telvar::qv::segmenter
