@@ -5,6 +5,7 @@
 #include <string>
 
 #include "core/adam.h"
+#include "core/freed_memory.h"
 #include "core/library_threads.h"
 #include "telvar/exceptions.h"
 
@@ -195,6 +196,7 @@ void train_modules(torch::nn::Module& master,
   const LibraryThreadScope scope;
   TORCH_CHECK(static_cast<int>(replicas.size()) == plan.chunks && plan.chunks > 0,
               "one replica a chunk is needed");
+  keep_freed_memory();
   Trainer trainer(master, replicas, plan, pool);
   const torch::NoGradGuard no_grad;
   Average average(plan.average_decay,
