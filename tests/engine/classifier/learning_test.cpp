@@ -123,10 +123,10 @@ TEST(Classifier, TakesImagesOfOnePixelAndOfExtremeAspect) {
 TEST(Classifier, GoesOnFromAnArtifactWithoutTheOldImages) {
   const PictureSet old_images = pictures(3, 0, 20);
   Trained first, second;
-  const double from_nothing = cpu_of([&] { first = train(old_images, "", 5); });
+  const double from_nothing = cpu_of([&] { first = train(old_images, "", 2); });
   PictureSet added;
   added.add(3, 0, 20);
-  const double going_on = cpu_of([&] { second = train(added, first.artifact, 5); });
+  const double going_on = cpu_of([&] { second = train(added, first.artifact, 2); });
   EXPECT_LT(going_on, 0.5 * from_nothing);
   const PictureSet old_test = pictures(3, 200, 30);
   PictureSet new_test;

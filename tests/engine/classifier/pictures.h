@@ -40,8 +40,8 @@ struct Trained {
 
 /// Trains at low effort.
 Trained train(const PictureSet& set, const std::string& artifact, engine::TrainCache& cache,
-              int effort = 2);
-Trained train(const PictureSet& set, const std::string& artifact = "", int effort = 2);
+              int effort = 1);
+Trained train(const PictureSet& set, const std::string& artifact = "", int effort = 1);
 
 /// Share of the set's samples whose best score is their label's.
 double accuracy(const std::string& artifact, const PictureSet& set);
