@@ -33,8 +33,12 @@ fs::path classes_file(const fs::path& part) {
   return {};
 }
 
-void report_masks_without_picture(const ByStem& masks, const ByStem& pictures, Problems& problems) {
+void report_unfit_masks(const ByStem& masks, const ByStem& pictures, Problems& problems) {
   for (const auto& [stem, file] : masks) {
+    if (has_jpeg_name(file)) {
+      problems.add(utf8(file), "mask_lossy",
+                   "is a JPEG, whose compression marks pixels around the edges; store it as PNG");
+    }
     if (pictures.count(stem) == 0) {
       problems.add(utf8(file), "mask_without_image", "no picture of that name lies in images/");
     }
@@ -53,7 +57,7 @@ void add_category_folders(const std::vector<fs::path>& folders, const ByStem& pi
       continue;
     }
     categories.insert(category);
-    report_masks_without_picture(files, pictures, problems);
+    report_unfit_masks(files, pictures, problems);
     for (const auto& [stem, file] : files) {
       if (const auto item = items.find(stem); item != items.end()) {
         item->second.masks[category] = {file, {}};
@@ -66,7 +70,7 @@ void add_category_folders(const std::vector<fs::path>& folders, const ByStem& pi
 void add_index_masks(const ByStem& files, const std::map<int, std::string>& classes,
                      const ByStem& pictures, std::map<std::string, SegmenterItem>& items,
                      Problems& problems) {
-  report_masks_without_picture(files, pictures, problems);
+  report_unfit_masks(files, pictures, problems);
   for (auto& [stem, item] : items) {
     const auto mask = files.find(stem);
     if (mask == files.end()) {

@@ -80,6 +80,10 @@ bool has_picture_name(const fs::path& path) {
                                            ".ppm", ".pbm", ".pnm"});
 }
 
+bool has_jpeg_name(const fs::path& path) {
+  return is_one_of(lower_extension(path), {".jpg", ".jpeg"});
+}
+
 bool has_foreign_picture_name(const fs::path& path) {
   return is_one_of(lower_extension(path), {".gif", ".webp", ".heic", ".heif", ".avif", ".jp2",
                                            ".jxl", ".exr", ".hdr", ".tga", ".dng", ".svg"});

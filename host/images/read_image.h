@@ -12,6 +12,9 @@ bool has_picture_name(const std::filesystem::path& path);
 // The same for kinds that it does not read in data sets: GIF, WebP, HEIF, ...
 bool has_foreign_picture_name(const std::filesystem::path& path);
 
+// Whether the name ends like a JPEG's, which keeps pixels only about as they were.
+bool has_jpeg_name(const std::filesystem::path& path);
+
 // Pixels as stored: 8 or 16 bit, 1, 3 (BGR) or 4 (BGRA) channels. JPEG orientation tags are
 // applied. Throws data_error naming the file: unreadable, cut off, or of another pixel type.
 cv::Mat read_picture(const std::filesystem::path& path);

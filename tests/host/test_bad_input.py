@@ -122,6 +122,7 @@ class BadInput(HostTest):
         self.file("s/masks/fleck/0.png", png(9, 9, lambda x, y: 255))
         self.file("s/masks/fleck/1.png", png(20, 16, lambda x, y: 255, channels=3))
         self.file("s/masks/fleck/allein.png", flat(254))
+        (self.scratch / "s/masks/fleck/2.png").rename(self.scratch / "s/masks/fleck/2.JPG")
         self.file("i/images/a.png", flat(9))
         self.file("i/images/b.png", flat(19))
         self.file("i/masks/a.png", png(12, 12, lambda x, y: x % 3))
@@ -143,7 +144,8 @@ class BadInput(HostTest):
                                  ("l", "single_category")]),
             ("classifier", "t", [("eins.png", "single_sample")]),
             ("segmenter", "s", [("0.png", "mask_size"), ("1.png", "mask_channels"),
-                                ("allein.png", "mask_without_image"), ("2.png", "single_sample")]),
+                                ("allein.png", "mask_without_image"), ("2.JPG", "mask_lossy"),
+                                ("2.png", "single_sample")]),
             ("segmenter", "i", [("b.png", "missing_mask"), ("a.png", "mask_value"), ("a.png", "single_sample")]),
             ("ocr", "o", [("seite.png", kind) for kind in
                           ("empty_label", "duplicate", "outside", "outside", *["single_sample"] * 3)]),
