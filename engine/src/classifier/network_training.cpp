@@ -26,8 +26,8 @@ constexpr double kSmoothing = 0.05;
 constexpr double kGoingOnShare = 0.1;  // of the steps from nothing
 constexpr double kGoingOnRate = 0.4;   // of the rate from nothing
 
-/// How many samples a training from nothing draws, of so many. Half as many are enough for clothes
-/// and for parts on a plain ground; documents, icons and letters of many fonts lose points by it.
+/// How many samples a training from nothing draws, of so many. Half as many are enough for clothes;
+/// parts, documents, icons and letters of many fonts lose points by it.
 double draws_for(double members) {
   if (members <= kLargeSet) return 16000 * std::pow(members / 100, 0.35);
   return 150000 * std::pow(members / kLargeSet, 0.29);

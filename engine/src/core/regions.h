@@ -37,9 +37,9 @@ void check_image(const types::Image& image, const std::string& subject,
                  const ImageLimits& limits = {});
 
 /// The region of a checked image; size (0, 0) with the identity is the whole image.
-/// Throws invalid_roi, naming the values: not finite, singular (a pixel covers less
-/// than 1e-6 image pixels), an extent of zero or beyond the
-/// limits, wholly outside, |a|, |b|, |d| or |e| above 1e6, a corner farther than 2^31 px.
+/// Throws invalid_roi, naming the values: not finite, singular (a pixel covers less than 1e-6 image
+/// pixels), an extent of zero or beyond the limits, wholly outside, |a|, |b|, |d| or |e| above 1e6,
+/// a corner farther than 2^31 px.
 Region resolve_region(const types::ImageView& image, const types::AffineTransform& transform,
                       const types::Size2<unsigned>& size, const std::string& subject,
                       const ImageLimits& limits = {});
