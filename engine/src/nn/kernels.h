@@ -56,8 +56,9 @@ enum class KernelUse { kInference, kTraining };
 /// One convolution, ready to run. Immutable: any number of threads may call it at once, each with
 /// scratch memory of its own.
 ///
-/// All pointers are aligned to 64 bytes. `scratch` has at least scratch_bytes(). Inputs, residuals
-/// and gradients are of the number that the convolution was made for; outputs as its epilogue says.
+/// Packed weights and scratch memory are aligned to 64 bytes, tensors and weights as their numbers
+/// are. `scratch` has at least scratch_bytes(). Inputs, residuals and gradients are of the number
+/// that the convolution was made for; outputs as its epilogue says.
 class Convolution {
  public:
   virtual ~Convolution() = default;

@@ -1,0 +1,271 @@
+// Convolutions on oneDNN. Its jitted kernels for channels-last activations are as fast as those for
+// its own blocked order, so activations pass from layer to layer as they are.
+
+#include <cstring>
+#include <dnnl.hpp>
+#include <optional>
+#include <string>
+
+#include "nn/kernels.h"
+#include "telvar/exceptions.h"
+
+namespace telvar::nn {
+namespace {
+
+using dnnl::memory;
+using Forward = dnnl::convolution_forward;
+using InputGradient = dnnl::convolution_backward_data;
+using WeightGradient = dnnl::convolution_backward_weights;
+using Tag = memory::format_tag;
+
+constexpr auto kFloat = memory::data_type::f32;
+constexpr std::size_t kAlignment = 64;
+
+memory::data_type type_of(Number number) {
+  return number == Number::kFloat ? kFloat : memory::data_type::bf16;
+}
+
+std::size_t aligned(std::size_t bytes) {
+  return (bytes + kAlignment - 1) / kAlignment * kAlignment;
+}
+
+/// Scratch memory is the caller's, so that calls from several threads do not share any.
+dnnl::primitive_attr with_own_scratch() {
+  dnnl::primitive_attr attributes;
+  attributes.set_scratchpad_mode(dnnl::scratchpad_mode::user);
+  return attributes;
+}
+
+/// oneDNN falls back on plain loops, a hundred times slower, where no kernel of its own fits.
+bool is_fast(const char* implementation) {
+  return std::strncmp(implementation, "ref", 3) != 0 &&
+         std::strncmp(implementation, "gemm", 4) != 0;
+}
+
+/// How the tensors of a convolution lie in memory.
+struct Layout {
+  Layout(const ConvolutionGeometry& g, Number number)
+      : weight_shape{g.out, g.in, g.kernel, g.kernel},
+        strides{g.stride, g.stride},
+        dilations{g.dilation - 1, g.dilation - 1},
+        before{g.pad_before(), g.pad_before()},
+        after{pad_after(g, g.height, g.out_height()), pad_after(g, g.width, g.out_width())},
+        input({g.images, g.in, g.height, g.width}, type_of(number), Tag::nhwc),
+        output({g.images, g.out, g.out_height(), g.out_width()}, type_of(number), Tag::nhwc),
+        weights(weight_shape, type_of(number), Tag::any),
+        plain_weights(weight_shape, kFloat, Tag::oihw) {}
+
+  static std::int64_t pad_after(const ConvolutionGeometry& g, int from, int to) {
+    return (to - 1) * g.stride + g.dilation * (g.kernel - 1) + 1 - from - g.pad_before();
+  }
+
+  memory::dims weight_shape, strides, dilations, before, after;
+  memory::desc input, output, weights, plain_weights;
+};
+
+class OneDnnConvolution final : public Convolution {
+ public:
+  OneDnnConvolution(const dnnl::engine& engine, const ConvolutionGeometry& geometry, Number number,
+                    const Epilogue& epilogue, KernelUse use)
+      : engine_(engine), layout_(geometry, number), epilogue_(epilogue) {
+    make_forward(geometry, epilogue);
+    if (use == KernelUse::kTraining) make_gradients();
+  }
+
+  /// Whether every part has a kernel of its own.
+  bool fast() const {
+    return is_fast(forward_desc_.impl_info_str()) &&
+           (!gradients_ || (is_fast(gradients_->input_desc.impl_info_str()) &&
+                            is_fast(gradients_->weight_desc.impl_info_str())));
+  }
+
+  std::size_t scratch_bytes() const override { return scratch_bytes_; }
+  std::size_t packed_bytes() const override { return forward_desc_.weights_desc().get_size(); }
+  std::size_t packed_gradient_bytes() const override {
+    return gradients_ ? gradients_->input_desc.weights_desc().get_size() : 0;
+  }
+
+  void pack(const float* weights, void* packed, void* scratch) const override {
+    run(pack_, pack_desc_.scratchpad_desc(), scratch,
+        {{DNNL_ARG_FROM, view(layout_.plain_weights, weights)},
+         {DNNL_ARG_TO, view(forward_desc_.weights_desc(), packed)}});
+  }
+
+  void pack_for_gradient(const float* weights, void* packed, void* scratch) const override {
+    run(gradients_->pack, gradients_->pack_desc.scratchpad_desc(), scratch,
+        {{DNNL_ARG_FROM, view(layout_.plain_weights, weights)},
+         {DNNL_ARG_TO, view(gradients_->input_desc.weights_desc(), packed)}});
+  }
+
+  void forward(const void* input, const void* packed, const float* bias, const void* residual,
+               void* output, void* scratch) const override {
+    Arguments arguments{{DNNL_ARG_SRC, view(layout_.input, input)},
+                        {DNNL_ARG_WEIGHTS, view(forward_desc_.weights_desc(), packed)},
+                        {DNNL_ARG_DST, view(forward_desc_.dst_desc(), output)}};
+    if (epilogue_.bias) arguments.emplace(DNNL_ARG_BIAS, view(forward_desc_.bias_desc(), bias));
+    if (epilogue_.residual) {
+      arguments.emplace(DNNL_ARG_ATTR_MULTIPLE_POST_OP(0) | DNNL_ARG_SRC_1,
+                        view(layout_.output, residual));
+    }
+    run(forward_, forward_desc_.scratchpad_desc(), scratch, std::move(arguments));
+  }
+
+  void input_gradient(const void* output_gradient, const void* packed, void* gradient,
+                      void* scratch) const override {
+    run(gradients_->input, gradients_->input_desc.scratchpad_desc(), scratch,
+        {{DNNL_ARG_DIFF_DST, view(layout_.output, output_gradient)},
+         {DNNL_ARG_WEIGHTS, view(gradients_->input_desc.weights_desc(), packed)},
+         {DNNL_ARG_DIFF_SRC, view(layout_.input, gradient)}});
+  }
+
+  void weight_gradient(const void* input, const void* output_gradient, float* gradient,
+                       void* scratch) const override {
+    const memory::desc own = gradients_->weight_desc.diff_weights_desc();
+    const auto rest = static_cast<char*>(scratch) + aligned(own.get_size());
+    run(gradients_->weight, gradients_->weight_desc.scratchpad_desc(), rest,
+        {{DNNL_ARG_SRC, view(layout_.input, input)},
+         {DNNL_ARG_DIFF_DST, view(layout_.output, output_gradient)},
+         {DNNL_ARG_DIFF_WEIGHTS, view(own, scratch)}});
+    run(gradients_->unpack, gradients_->unpack_desc.scratchpad_desc(), rest,
+        {{DNNL_ARG_FROM, view(own, scratch)},
+         {DNNL_ARG_TO, view(layout_.plain_weights, gradient)}});
+  }
+
+ private:
+  using Arguments = std::unordered_map<int, memory>;
+
+  struct Gradients {
+    InputGradient::primitive_desc input_desc;
+    WeightGradient::primitive_desc weight_desc;
+    dnnl::reorder::primitive_desc pack_desc, unpack_desc;
+    InputGradient input;
+    WeightGradient weight;
+    dnnl::reorder pack, unpack;
+  };
+
+  void make_forward(const ConvolutionGeometry& geometry, const Epilogue& epilogue) {
+    dnnl::post_ops after;
+    if (epilogue.residual) after.append_binary(dnnl::algorithm::binary_add, layout_.output);
+    if (epilogue.relu) after.append_eltwise(1, dnnl::algorithm::eltwise_relu, 0, 0);
+    dnnl::primitive_attr attributes = with_own_scratch();
+    attributes.set_post_ops(after);
+    const memory::desc output(layout_.output.dims(), type_of(epilogue.output), Tag::nhwc);
+    const auto kind = dnnl::prop_kind::forward_inference;
+    const auto direct = dnnl::algorithm::convolution_direct;
+    const auto described =
+        epilogue.bias
+            ? Forward::desc(kind, direct, layout_.input, layout_.weights,
+                            memory::desc({geometry.out}, kFloat, Tag::x), output, layout_.strides,
+                            layout_.dilations, layout_.before, layout_.after)
+            : Forward::desc(kind, direct, layout_.input, layout_.weights, output, layout_.strides,
+                            layout_.dilations, layout_.before, layout_.after);
+    forward_desc_ = {described, attributes, engine_};
+    forward_ = Forward(forward_desc_);
+    pack_desc_ = {engine_, layout_.plain_weights, engine_, forward_desc_.weights_desc(),
+                  with_own_scratch()};
+    pack_ = dnnl::reorder(pack_desc_);
+    need(forward_desc_.scratchpad_desc());
+    need(pack_desc_.scratchpad_desc());
+  }
+
+  void make_gradients() {
+    const auto direct = dnnl::algorithm::convolution_direct;
+    const Forward::primitive_desc hint(
+        {dnnl::prop_kind::forward_training, direct, layout_.input, layout_.weights, layout_.output,
+         layout_.strides, layout_.dilations, layout_.before, layout_.after},
+        engine_);
+    Gradients made;
+    made.input_desc = {{direct, layout_.input, layout_.weights, layout_.output, layout_.strides,
+                        layout_.dilations, layout_.before, layout_.after},
+                       with_own_scratch(),
+                       engine_,
+                       hint};
+    const memory::desc sums(layout_.weight_shape, kFloat, Tag::any);
+    made.weight_desc = {{direct, layout_.input, sums, layout_.output, layout_.strides,
+                         layout_.dilations, layout_.before, layout_.after},
+                        with_own_scratch(),
+                        engine_,
+                        hint};
+    made.pack_desc = {engine_, layout_.plain_weights, engine_, made.input_desc.weights_desc(),
+                      with_own_scratch()};
+    made.unpack_desc = {engine_, made.weight_desc.diff_weights_desc(), engine_,
+                        layout_.plain_weights, with_own_scratch()};
+    made.input = InputGradient(made.input_desc);
+    made.weight = WeightGradient(made.weight_desc);
+    made.pack = dnnl::reorder(made.pack_desc);
+    made.unpack = dnnl::reorder(made.unpack_desc);
+    need(made.input_desc.scratchpad_desc());
+    need(made.pack_desc.scratchpad_desc());
+    const std::size_t sums_bytes = aligned(made.weight_desc.diff_weights_desc().get_size());
+    need(made.weight_desc.scratchpad_desc(), sums_bytes);
+    need(made.unpack_desc.scratchpad_desc(), sums_bytes);
+    gradients_ = std::move(made);
+  }
+
+  void need(const memory::desc& scratch, std::size_t beside = 0) {
+    scratch_bytes_ = std::max(scratch_bytes_, beside + aligned(scratch.get_size()));
+  }
+
+  memory view(const memory::desc& layout, const void* values) const {
+    return {layout, engine_, const_cast<void*>(values)};
+  }
+
+  void run(const dnnl::primitive& primitive, const memory::desc& scratch_layout, void* scratch,
+           Arguments arguments) const {
+    arguments.emplace(DNNL_ARG_SCRATCHPAD, view(scratch_layout, scratch));
+    primitive.execute(dnnl::stream(engine_), arguments);
+  }
+
+  const dnnl::engine& engine_;
+  Layout layout_;
+  Epilogue epilogue_;
+  std::size_t scratch_bytes_ = 0;
+  Forward::primitive_desc forward_desc_;
+  Forward forward_;
+  dnnl::reorder::primitive_desc pack_desc_;
+  dnnl::reorder pack_;
+  std::optional<Gradients> gradients_;
+};
+
+class OneDnnKernels final : public KernelSet {
+ public:
+  const char* name() const override { return "onednn"; }
+
+  Number fastest_number() const override {
+    switch (dnnl::get_effective_cpu_isa()) {
+      case dnnl::cpu_isa::avx512_core_bf16:
+      case dnnl::cpu_isa::avx512_core_amx:
+        return Number::kBfloat16;
+      default:
+        return Number::kFloat;
+    }
+  }
+
+  std::unique_ptr<const Convolution> make_convolution(const ConvolutionGeometry& geometry,
+                                                      Number number, const Epilogue& epilogue,
+                                                      KernelUse use) const override {
+    try {
+      auto made =
+          std::make_unique<OneDnnConvolution>(engine_, geometry, number, epilogue, use);
+      if (made->fast() || number != Number::kFloat) return made;
+    } catch (const dnnl::error& error) {
+      if (error.status == dnnl_out_of_memory) throw std::bad_alloc();
+      if (error.status != dnnl_unimplemented || number != Number::kFloat) {
+        throw types::exception(std::string("making a convolution: ") + error.what());
+      }
+    }
+    return portable_kernels().make_convolution(geometry, number, epilogue, use);
+  }
+
+ private:
+  dnnl::engine engine_{dnnl::engine::kind::cpu, 0};
+};
+
+}  // namespace
+
+const KernelSet* onednn_kernels() {
+  static const OneDnnKernels kernels;
+  return &kernels;
+}
+
+}  // namespace telvar::nn
