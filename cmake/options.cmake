@@ -13,6 +13,18 @@ if(NOT TELVAR_ENGINE MATCHES "^(embedded|scripted|external)$")
   message(FATAL_ERROR "TELVAR_ENGINE is '${TELVAR_ENGINE}'; it must be embedded, scripted or external")
 endif()
 
+if(WIN32)
+  set(telvar_default_kernels portable)
+else()
+  set(telvar_default_kernels onednn)
+endif()
+set(TELVAR_KERNELS ${telvar_default_kernels} CACHE STRING
+    "Convolution kernels of the embedded engine: onednn (and the portable ones where it has none) or portable alone")
+set_property(CACHE TELVAR_KERNELS PROPERTY STRINGS onednn portable)
+if(NOT TELVAR_KERNELS MATCHES "^(onednn|portable)$")
+  message(FATAL_ERROR "TELVAR_KERNELS is '${TELVAR_KERNELS}'; it must be onednn or portable")
+endif()
+
 option(TELVAR_BUILD_TESTS "Build the tests" ${telvar_top_level})
 option(TELVAR_BUILD_HOST "Build the program telvar" ${telvar_top_level})
 option(TELVAR_BUILD_BENCH "Build the benchmarks" OFF)

@@ -63,7 +63,7 @@ void warp(const Sample& sample, const Canvas& canvas, const Pose& pose, const Le
       for (int c = 0; c < canvas.channels; ++c, pixel += plane) {
         const float top = pixel[0] + fx * (pixel[dx] - pixel[0]);
         const float low = pixel[dy] + fx * (pixel[dy + dx] - pixel[dy]);
-        out[plane * c + at] = (top + fy * (low - top)) * levels[c].gain + levels[c].offset;
+        out[canvas.channels * at + c] = (top + fy * (low - top)) * levels[c].gain + levels[c].offset;
       }
     }
   }
@@ -80,8 +80,8 @@ void normalise(const Sample& sample, const Canvas& canvas, float* out) {
   for (int c = 0; c < canvas.channels; ++c) {
     const Levels levels = levels_of(canvas, c, 1, 0);
     for (std::size_t i = 0; i < canvas.plane_size(); ++i) {
-      const std::size_t at = canvas.plane_size() * c + i;
-      out[at] = sample[at] * levels.gain + levels.offset;
+      const float value = sample[canvas.plane_size() * c + i];
+      out[canvas.channels * i + c] = value * levels.gain + levels.offset;
     }
   }
 }

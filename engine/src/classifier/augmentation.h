@@ -9,7 +9,7 @@
 
 namespace telvar::classifier {
 
-/// Writes the normalised values of a sample, channels x height x width floats.
+/// Writes the normalised values of a sample, height x width x channels floats.
 void normalise(const Sample& sample, const Canvas& canvas, float* out);
 
 /// `normalise` of a randomly changed sample; `strength` scales how much, 1 normally.

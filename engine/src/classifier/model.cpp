@@ -5,7 +5,6 @@
 
 #include "classifier/answers.h"
 #include "classifier/state.h"
-#include "core/exception_translation.h"
 #include "core/messages.h"
 #include "core/regions.h"
 #include "core/sampling.h"
@@ -100,17 +99,14 @@ Model::Model(const std::string& artifact, const std::string& runtime_parameters,
     throw types::invalid_parameters("the classifier takes no run-time parameters, " +
                                     std::to_string(runtime_parameters.size()) + " bytes given");
   }
-  impl_ = core::translated("building the classifier", [&] {
-    return std::make_unique<Impl>(artifact, core::threads_of(device));
-  });
+  impl_ = std::make_unique<Impl>(artifact, core::threads_of(device));
 }
 
 Model::~Model() = default;
 
 std::string Model::process(const types::ImageView& image, const types::AffineTransform& transform,
                            const types::Size2<unsigned>& size) const {
-  return core::translated("classifying an image",
-                          [&] { return impl_->process(image, transform, size); });
+  return impl_->process(image, transform, size);
 }
 
 }  // namespace telvar::qv::classifier

@@ -3,20 +3,19 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <string>
 
 #include "classifier/augmentation.h"
-#include "core/library_threads.h"
-#include "core/weights.h"
 
 namespace telvar::classifier {
 namespace {
 
 // The blocks work on about this many places a side before the mean.
 constexpr double kFinalSide = 7;
+constexpr int kEarlyChannels = 16;
+constexpr int kMiddleChannels = 32;
 constexpr int kFeatures = 64;
 constexpr int kBatch = 64;
-// Below this the tensor library leaves its fast convolutions for an installed BLAS.
-constexpr int kSmallestBatch = 2;
 
 /// How often the sides are halved: at least by the two residual blocks.
 int halvings(const Canvas& canvas) {
@@ -24,72 +23,60 @@ int halvings(const Canvas& canvas) {
   return std::max(2, static_cast<int>(std::lround(std::log2(longest / kFinalSide))));
 }
 
+/// The layer before the head.
+nn::Node mean_of(const nn::Network& net) {
+  return static_cast<nn::Node>(net.layers().size()) - 2;
+}
+
 }  // namespace
 
-NetworkImpl::NetworkImpl(const Canvas& canvas, int categories) {
+nn::Network network_layers(const Canvas& canvas, int categories) {
+  nn::Network net;
   const int early = halvings(canvas) - 2;
-  core::ConvolutionShape stem{canvas.channels, 16, early > 0 ? 5 : 3, early > 0 ? 2 : 1};
-  body_->push_back(core::ConvolutionBlock(stem));
-  for (int i = 1; i < early; ++i) {
-    body_->push_back(core::ConvolutionBlock(core::ConvolutionShape{16, 16, 3, 2}));
-  }
-  body_->push_back(core::ResidualBlock(16, 32, 2));
-  body_->push_back(core::ResidualBlock(32, kFeatures, 2));
-  register_module("body", body_);
-  head_ = register_module("head", torch::nn::Conv2d(core::pointwise(kFeatures, categories)));
+  int number = 0;
+  const auto name = [&] { return "body." + std::to_string(number++); };
+  nn::ConvolutionOptions stem, halving;
+  stem.kernel = early > 0 ? 5 : 3;
+  stem.stride = early > 0 ? 2 : 1;
+  halving.stride = 2;
+  nn::Node out = net.convolution(name(), net.input(canvas.channels), kEarlyChannels, stem);
+  for (int i = 1; i < early; ++i) out = net.convolution(name(), out, kEarlyChannels, halving);
+  out = net.residual_block(name(), out, kMiddleChannels, 2);
+  out = net.residual_block(name(), out, kFeatures, 2);
+  net.pointwise("head", net.mean(out), categories);
+  return net;
 }
 
-torch::Tensor NetworkImpl::features(const torch::Tensor& input) {
-  const torch::Tensor planes =
-      is_training() ? core::plain(body_->forward(core::blocked(input))) : body_->forward(input);
-  return planes.mean({2, 3}, true);
-}
+NetworkAnswers::NetworkAnswers(const nn::Network& net, const Canvas& canvas)
+    : canvas_(canvas),
+      head_weight_(net.parameter("head.weight").values),
+      head_bias_(net.parameter("head.bias").values),
+      features_(net, nn::Number::kFloat, nn::default_kernels(), mean_of(net)) {}
 
-torch::Tensor NetworkImpl::forward(const torch::Tensor& input) {
-  return head_(features(input)).flatten(1);
-}
-
-void NetworkImpl::classify(const float* features, float* logits) const {
-  const float* weight = head_->weight.data_ptr<float>();
-  const float* bias = head_->bias.data_ptr<float>();
-  for (std::int64_t c = 0; c < head_->bias.size(0); ++c, weight += kFeatures) {
-    logits[c] = std::inner_product(weight, weight + kFeatures, features, bias[c]);
+void NetworkAnswers::classify(const float* features, float* logits) const {
+  const float* weight = head_weight_.data();
+  for (std::size_t c = 0; c < head_bias_.size(); ++c, weight += kFeatures) {
+    logits[c] = std::inner_product(weight, weight + kFeatures, features, head_bias_[c]);
   }
 }
 
-Matrix logits_of(NetworkImpl& net, const Canvas& canvas, const std::vector<const Sample*>& samples,
-                 int categories, core::WorkerPool& pool) {
-  Matrix logits(static_cast<int>(samples.size()), categories);
+Matrix NetworkAnswers::logits(const std::vector<const Sample*>& samples,
+                              core::WorkerPool& pool) const {
+  Matrix logits(static_cast<int>(samples.size()), static_cast<int>(head_bias_.size()));
   const int count = logits.rows();
-  pool.run((count + kBatch - 1) / kBatch, [&](int block) {
-    const torch::InferenceMode inference;
-    const int first = block * kBatch, last = std::min(count, first + kBatch);
-    torch::Tensor input = torch::zeros(
-        {std::max(kSmallestBatch, last - first), canvas.channels, canvas.height, canvas.width});
-    for (int i = first; i < last; ++i) {
-      normalise(*samples[i], canvas, input.data_ptr<float>() + canvas.sample_size() * (i - first));
+  // Whole batches and single images alone, so that kernels are made for two sizes.
+  const int batches = count / kBatch, singles = count % kBatch;
+  pool.run(batches + singles, [&](int task) {
+    const int images = task < batches ? kBatch : 1;
+    const int first = task < batches ? task * kBatch : batches * kBatch + task - batches;
+    std::vector<float> input(canvas_.sample_size() * images);
+    for (int i = 0; i < images; ++i) {
+      normalise(*samples[first + i], canvas_, input.data() + canvas_.sample_size() * i);
     }
-    const torch::Tensor features = net.features(input).contiguous();
-    for (int i = first; i < last; ++i) {
-      net.classify(features.data_ptr<float>() + std::size_t(i - first) * kFeatures, logits.row(i));
-    }
+    const nn::Answer features = features_(input.data(), {images, canvas_.height, canvas_.width});
+    for (int i = 0; i < images; ++i) classify(features.at(i, 0, 0), logits.row(first + i));
   });
   return logits;
-}
-
-void widen(NetworkImpl& from, NetworkImpl& to, const std::vector<int>& places) {
-  const torch::NoGradGuard no_grad;
-  const auto source = core::state_of(from);
-  for (auto& [name, tensor] : core::state_of(to)) {
-    torch::Tensor target = tensor;
-    if (name.rfind("head.", 0) != 0) {
-      target.copy_(source.at(name));
-      continue;
-    }
-    for (std::size_t i = 0; i < places.size(); ++i) {
-      target[places[i]].copy_(source.at(name)[static_cast<std::int64_t>(i)]);
-    }
-  }
 }
 
 }  // namespace telvar::classifier

@@ -5,7 +5,7 @@
 
 #include "classifier/augmentation.h"
 #include "classifier/limits.h"
-#include "core/training.h"
+#include "nn/training.h"
 
 namespace telvar::classifier {
 namespace {
@@ -33,8 +33,8 @@ double draws_for(double members) {
   return 150000 * std::pow(members / kLargeSet, 0.29);
 }
 
-core::TrainingPlan plan_for(const NetworkTask& task, const Regime& regime) {
-  core::TrainingPlan plan;
+nn::TrainingPlan plan_for(const NetworkTask& task, const Regime& regime) {
+  nn::TrainingPlan plan;
   plan.chunks = kChunks;
   plan.seed = task.seed;
   double draws = draws_for(static_cast<double>(std::max<std::size_t>(task.members.size(), 20))) *
@@ -73,36 +73,47 @@ std::vector<int> drawing_order(const NetworkTask& task, std::size_t count) {
   return order;
 }
 
-torch::Tensor smoothed_loss(const torch::Tensor& logits, const torch::Tensor& labels) {
-  return torch::nn::functional::cross_entropy(
-      logits, labels, torch::nn::functional::CrossEntropyFuncOptions().label_smoothing(kSmoothing));
+/// Mean cross-entropy of smoothed labels over the rows of `logits`, and its gradient.
+double smoothed_loss(const float* logits, const std::vector<int>& labels, int categories,
+                     float* gradient) {
+  const double share = 1.0 / static_cast<double>(labels.size());
+  double loss = 0;
+  for (const int label : labels) {
+    const double highest = *std::max_element(logits, logits + categories);
+    double sum = 0;
+    for (int c = 0; c < categories; ++c) sum += std::exp(logits[c] - highest);
+    for (int c = 0; c < categories; ++c) {
+      const double log_probability = logits[c] - highest - std::log(sum);
+      const double wanted = kSmoothing / categories + (c == label ? 1 - kSmoothing : 0);
+      loss -= share * wanted * log_probability;
+      gradient[c] = static_cast<float>(share * (std::exp(log_probability) - wanted));
+    }
+    logits += categories;
+    gradient += categories;
+  }
+  return loss;
 }
 
 }  // namespace
 
-void train_network(const std::shared_ptr<NetworkImpl>& net, const NetworkTask& task,
-                   core::WorkerPool& pool) {
+void train_network(nn::Network& net, const NetworkTask& task, core::WorkerPool& pool) {
   const Regime& regime = task.members.size() > kLargeSet ? kLargeSets : kSmallSets;
   const int chunk_size = regime.chunk_size;
-  const core::TrainingPlan plan = plan_for(task, regime);
+  const nn::TrainingPlan plan = plan_for(task, regime);
   const std::vector<int> order =
       drawing_order(task, static_cast<std::size_t>(plan.steps) * kChunks * chunk_size);
-  const auto chunk_loss = [&](NetworkImpl& replica, int step, int chunk, core::Random& random) {
-    torch::Tensor input =
-        torch::empty({chunk_size, task.canvas.channels, task.canvas.height, task.canvas.width});
-    torch::Tensor labels = torch::empty({chunk_size}, torch::kLong);
+  const auto chunk_loss = [&](nn::ChunkPass& pass, int step, int chunk, core::Random& random) {
+    std::vector<int> labels;
     const std::size_t first = (static_cast<std::size_t>(step) * kChunks + chunk) * chunk_size;
     for (int i = 0; i < chunk_size; ++i) {
       const int index = order[first + i];
       augment((*task.samples)[index], task.canvas, task.symmetry, regime.strength, random,
-              input.data_ptr<float>() + task.canvas.sample_size() * i);
-      labels.data_ptr<std::int64_t>()[i] = (*task.labels)[index];
+              pass.input() + task.canvas.sample_size() * i);
+      labels.push_back((*task.labels)[index]);
     }
-    return smoothed_loss(replica.forward(input), labels);
+    return smoothed_loss(pass.forward(), labels, task.categories, pass.answer_gradient());
   };
-  core::train<NetworkImpl>(
-      net, [&] { return std::make_shared<NetworkImpl>(task.canvas, task.categories); }, chunk_loss,
-      plan, pool);
+  nn::train(net, {chunk_size, task.canvas.height, task.canvas.width}, chunk_loss, plan, pool);
 }
 
 }  // namespace telvar::classifier

@@ -3,11 +3,12 @@
 // Trains one network on some of the samples.
 
 #include <cstdint>
-#include <memory>
 #include <vector>
 
-#include "classifier/network.h"
+#include "classifier/canvas.h"
 #include "classifier/symmetry.h"
+#include "core/worker_pool.h"
+#include "nn/network.h"
 
 namespace telvar::classifier {
 
@@ -24,7 +25,6 @@ struct NetworkTask {
 };
 
 /// `net` holds the initial weights, and the trained ones afterwards.
-void train_network(const std::shared_ptr<NetworkImpl>& net, const NetworkTask& task,
-                   core::WorkerPool& pool);
+void train_network(nn::Network& net, const NetworkTask& task, core::WorkerPool& pool);
 
 }  // namespace telvar::classifier

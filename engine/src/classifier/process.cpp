@@ -2,7 +2,6 @@
 #include "classifier/dataset.h"
 #include "classifier/state.h"
 #include "classifier/train_cache.h"
-#include "core/exception_translation.h"
 #include "core/messages.h"
 #include "telvar/classifier.h"
 
@@ -51,9 +50,7 @@ std::string process_checked(const std::string& artifact, const std::string& data
 
 std::string process(const std::string& artifact, const std::string& dataset,
                     const types::ImageLoader& loader, TrainCache& cache) {
-  return core::translated("classifying a batch", [&] {
-    return process_checked(artifact, dataset, core::passing(loader), cache);
-  });
+  return process_checked(artifact, dataset, loader, cache);
 }
 
 }  // namespace telvar::qv::classifier

@@ -6,7 +6,7 @@
 #include "classifier/network.h"
 #include "core/artifact.h"
 #include "core/library_threads.h"
-#include "core/weights.h"
+#include "nn/weights.h"
 
 namespace telvar::classifier {
 namespace {
@@ -77,9 +77,8 @@ ClassifierState read_payload(core::ByteReader& reader, core::WorkerPool& pool) {
   state.canvas = read_canvas(reader);
   const int categories = static_cast<int>(state.categories.size());
   for (std::uint32_t left = reader.count("networks", 1, kMaxNets); left > 0; --left) {
-    auto net = std::make_shared<NetworkImpl>(state.canvas, categories);
-    core::read_state(reader, *net);
-    net->eval();
+    nn::Network net = network_layers(state.canvas, categories);
+    nn::read_weights(reader, net);
     state.nets.push_back(std::move(net));
   }
   state.stacking.network = reader.f32("network weight");
@@ -99,13 +98,18 @@ ClassifierState read_payload(core::ByteReader& reader, core::WorkerPool& pool) {
 
 }  // namespace
 
+void make_ready(ClassifierState& state) {
+  state.answers.clear();
+  for (const nn::Network& net : state.nets) state.answers.emplace_back(net, state.canvas);
+}
+
 std::string write_classifier(const ClassifierState& state) {
   core::ByteWriter writer;
   writer.u32(static_cast<std::uint32_t>(state.categories.size()));
   for (const std::string& category : state.categories) writer.text(category);
   write_canvas(writer, state.canvas);
   writer.u32(static_cast<std::uint32_t>(state.nets.size()));
-  for (const auto& net : state.nets) core::write_state(writer, *net);
+  for (const nn::Network& net : state.nets) nn::write_weights(writer, net);
   writer.f32(state.stacking.network);
   writer.f32(state.stacking.kernel);
   write_kept(writer, state);
@@ -124,9 +128,9 @@ ClassifierState read_classifier(const std::string& artifact, core::WorkerPool& p
 }
 
 void prepare_for_answers(ClassifierState& state) {
-  const core::LibraryThreadScope scope;
-  for (const auto& net : state.nets) core::fold_batch_norms(*net);
+  make_ready(state);
   state.kept = {};
+  state.nets = {};
 }
 
 std::vector<Features> describe_all(const std::vector<const Sample*>& samples, const Canvas& canvas,
@@ -146,11 +150,11 @@ Matrix mean_logits(const ClassifierState& state, const std::vector<const Sample*
                    core::WorkerPool& pool) {
   const int categories = static_cast<int>(state.categories.size());
   Matrix mean(static_cast<int>(samples.size()), categories);
-  for (const auto& net : state.nets) {
-    const Matrix logits = logits_of(*net, state.canvas, samples, categories, pool);
+  for (const NetworkAnswers& net : state.answers) {
+    const Matrix logits = net.logits(samples, pool);
     for (int i = 0; i < mean.rows(); ++i) {
       for (int c = 0; c < categories; ++c) {
-        mean.at(i, c) += logits.at(i, c) / static_cast<float>(state.nets.size());
+        mean.at(i, c) += logits.at(i, c) / static_cast<float>(state.answers.size());
       }
     }
   }

@@ -2,7 +2,6 @@
 
 // Everything that a trained classifier is, and its bytes (docs/state-formats.md).
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -10,22 +9,25 @@
 #include "classifier/dense.h"
 #include "classifier/kernel_machine.h"
 #include "classifier/memory.h"
+#include "classifier/network.h"
 #include "classifier/stacking.h"
 #include "classifier/symmetry.h"
 #include "core/worker_pool.h"
 
 namespace telvar::classifier {
 
-class NetworkImpl;  // classifier/network.h
-
 struct ClassifierState : Memory {
   Canvas canvas;
   Symmetry symmetry;
-  std::vector<std::shared_ptr<NetworkImpl>> nets;
+  std::vector<nn::Network> nets;
+  std::vector<NetworkAnswers> answers;  // of the networks, once they are trained
   bool has_kernel = false;
   KernelMachine kernel;  // its landmarks are the first kernel.samples() kept samples
   Stacking stacking;
 };
+
+/// Makes `answers` from the networks.
+void make_ready(ClassifierState& state);
 
 std::string write_classifier(const ClassifierState& state);
 
@@ -33,8 +35,8 @@ std::string write_classifier(const ClassifierState& state);
 /// training_artifact_unsupported_version.
 ClassifierState read_classifier(const std::string& artifact, core::WorkerPool& pool);
 
-/// Makes the networks faster and forgets the kept samples; the state can then answer, but neither
-/// be trained on nor written.
+/// `make_ready`, and forgets what answers do not need: the kept samples and the networks' weights.
+/// The state can then neither be trained on nor written.
 void prepare_for_answers(ClassifierState& state);
 
 /// The features of many samples.

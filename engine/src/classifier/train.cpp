@@ -4,7 +4,6 @@
 #include "classifier/dataset.h"
 #include "classifier/train_cache.h"
 #include "classifier/trainer.h"
-#include "core/exception_translation.h"
 #include "core/library_threads.h"
 #include "core/messages.h"
 #include "telvar/classifier.h"
@@ -80,9 +79,7 @@ std::tuple<std::string, std::string> train_checked(const std::string& artifact,
 std::tuple<std::string, std::string> train(const std::string& artifact, const std::string& dataset,
                                            const std::string& parameters,
                                            const types::ImageLoader& loader, TrainCache& cache) {
-  return core::translated("training the classifier", [&] {
-    return train_checked(artifact, dataset, parameters, core::passing(loader), cache);
-  });
+  return train_checked(artifact, dataset, parameters, loader, cache);
 }
 
 }  // namespace telvar::qv::classifier

@@ -13,12 +13,12 @@ namespace {
 constexpr std::uint64_t kSeed = 0x636C617373u;
 constexpr int kProbeSamples = 500;
 
-std::shared_ptr<NetworkImpl> first_weights(const TrainingSet& set, const Canvas& canvas,
+nn::Network first_weights(const TrainingSet& set, const Canvas& canvas,
                                            const ClassifierState* before, int number) {
-  auto net = std::make_shared<NetworkImpl>(canvas, static_cast<int>(set.categories.size()));
+  nn::Network net = network_layers(canvas, static_cast<int>(set.categories.size()));
   core::Random random({kSeed, static_cast<std::uint64_t>(number)});
-  core::initialise(*net, random);
-  if (before != nullptr) widen(*before->nets[number], *net, set.old_places);
+  net.initialise(random);
+  if (before != nullptr) net.adopt(before->nets[number], "head", set.old_places);
   return net;
 }
 
@@ -51,6 +51,7 @@ void train_networks(const TrainingSet& set, const ClassifierState* before, int n
     state.nets[number] = first_weights(set, state.canvas, before, number);
     train_network(state.nets[number], task, pool);
   });
+  make_ready(state);
 }
 
 std::vector<const Sample*> pointers(const TrainingSet& set, const std::vector<int>& indices) {
@@ -64,15 +65,14 @@ Matrix held_out_logits(const TrainingSet& set, const ClassifierState& state,
                        const std::vector<int>& held_out, core::WorkerPool& pool) {
   const int categories = static_cast<int>(set.categories.size());
   Matrix out(static_cast<int>(held_out.size()), categories);
-  for (std::size_t number = 0; number < state.nets.size(); ++number) {
+  for (std::size_t number = 0; number < state.answers.size(); ++number) {
     std::vector<int> rows, indices;
     for (int row = 0; row < out.rows(); ++row) {
       if (set.folds[held_out[row]] != static_cast<int>(number)) continue;
       rows.push_back(row);
       indices.push_back(held_out[row]);
     }
-    const Matrix logits =
-        logits_of(*state.nets[number], state.canvas, pointers(set, indices), categories, pool);
+    const Matrix logits = state.answers[number].logits(pointers(set, indices), pool);
     for (std::size_t i = 0; i < rows.size(); ++i) {
       std::copy_n(logits.row(static_cast<int>(i)), categories, out.row(rows[i]));
     }

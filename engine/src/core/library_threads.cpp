@@ -1,8 +1,8 @@
 #include "core/library_threads.h"
 
-#include <ATen/Parallel.h>
+#if defined(TELVAR_ONEDNN)
 #include <omp.h>
-
+#endif
 #if defined(__SSE2__)
 #include <xmmintrin.h>
 #endif
@@ -11,38 +11,42 @@ namespace telvar::core {
 namespace {
 
 #if defined(__SSE2__)
-constexpr unsigned kDenormalsAreZero = 0x8040;  // flush to zero, denormals are zero
+/// All exceptions masked, rounding to nearest, denormal numbers count as zero in and out.
+constexpr unsigned kOurControl = 0x1F80 | 0x8040;
 
-unsigned flush_denormals() {
-  const unsigned control = _mm_getcsr();
-  _mm_setcsr(control | kDenormalsAreZero);
-  return control;
-}
-
-void restore_denormals(unsigned control) {
-  _mm_setcsr((_mm_getcsr() & ~kDenormalsAreZero) | (control & kDenormalsAreZero));
+unsigned set_control(unsigned control) {
+  const unsigned before = _mm_getcsr();
+  _mm_setcsr(control);
+  return before;
 }
 #else
-unsigned flush_denormals() {
+constexpr unsigned kOurControl = 0;
+
+unsigned set_control(unsigned) {
   return 0;
 }
-void restore_denormals(unsigned) {}
+#endif
+
+#if defined(TELVAR_ONEDNN)
+int set_threads(int threads) {
+  const int before = omp_get_max_threads();
+  omp_set_num_threads(threads);
+  return before;
+}
+#else
+int set_threads(int threads) {
+  return threads;
+}
 #endif
 
 }  // namespace
 
-LibraryThreadScope::LibraryThreadScope() {
-  threads_ = omp_get_max_threads();
-  // The first question on a thread makes the tensor library set its own default there, which would
-  // otherwise undo ours later.
-  at::get_num_threads();
-  omp_set_num_threads(1);
-  control_ = flush_denormals();
-}
+LibraryThreadScope::LibraryThreadScope()
+    : threads_(set_threads(1)), control_(set_control(kOurControl)) {}
 
 LibraryThreadScope::~LibraryThreadScope() {
-  restore_denormals(control_);
-  omp_set_num_threads(threads_);
+  set_control(control_);
+  set_threads(threads_);
 }
 
 }  // namespace telvar::core

@@ -4,10 +4,10 @@
 
 namespace telvar::core {
 
-/// While it lives, tensor, BLAS and OpenMP work of the calling thread stays on that thread, and
-/// numbers too small to be normal count as zero, whatever the host or the environment set. Restores
-/// both. Put one around every use of the tensor library outside WorkerPool::run,
-/// and none around a host's callback.
+/// While it lives, OpenMP work of the calling thread stays on that thread, and numbers are computed
+/// in the default way (rounded to nearest; too small to be normal counts as zero), whatever the host
+/// or the environment set. Restores both. Put one around every use of the engine's kernels outside
+/// WorkerPool::run, and none around a host's callback.
 class LibraryThreadScope {
  public:
   LibraryThreadScope();

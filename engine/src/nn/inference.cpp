@@ -240,6 +240,8 @@ Inference::Inference(const Network& network, Number number, const KernelSet& ker
           network, number, kernels,
           answer == kNone ? static_cast<Node>(network.layers().size()) - 1 : answer)) {}
 
+Inference::Inference(Inference&&) noexcept = default;
+
 Inference::~Inference() = default;
 
 Answer Inference::operator()(const float* input, const InputSize& size) const {

@@ -32,6 +32,7 @@ class Inference {
   /// kNone: the last.
   explicit Inference(const Network& network, Number number,
                      const KernelSet& kernels = default_kernels(), Node answer = kNone);
+  Inference(Inference&&) noexcept;
   ~Inference();
 
   /// `input`: images x height x width x channels floats.

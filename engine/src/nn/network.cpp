@@ -27,6 +27,26 @@ auto& find_parameter(Parameters& parameters, std::string_view name) {
   return *found;
 }
 
+/// Rows of a head's weights or biases to their new places.
+void place_rows(const Parameter& from, const std::vector<int>& places, Parameter& to) {
+  const std::size_t size = from.values.size() / static_cast<std::size_t>(from.shape.front());
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    std::copy_n(from.values.begin() + static_cast<std::ptrdiff_t>(i * size), size,
+                to.values.begin() + static_cast<std::ptrdiff_t>(places[i] * size));
+  }
+}
+
+/// A convolution's weights into one with more input channels, whose weights for these become 0.
+void place_inputs(const Parameter& from, Parameter& to) {
+  const std::size_t out = from.shape[0];
+  const std::size_t old_size = from.values.size() / out, size = to.values.size() / out;
+  std::fill(to.values.begin(), to.values.end(), 0.0f);
+  for (std::size_t i = 0; i < out; ++i) {
+    std::copy_n(from.values.begin() + static_cast<std::ptrdiff_t>(i * old_size), old_size,
+                to.values.begin() + static_cast<std::ptrdiff_t>(i * size));
+  }
+}
+
 }  // namespace
 
 Node Network::add(const Layer& layer) {
@@ -122,6 +142,20 @@ void Network::initialise(core::Random& random) {
                         static_cast<float>(parameter.shape.front());
     const float deviation = std::sqrt(2.0f / fan_in);
     for (float& value : parameter.values) value = deviation * random.normal();
+  }
+}
+
+void Network::adopt(const Network& other, const std::string& head,
+                    const std::vector<int>& places) {
+  for (Parameter& target : parameters_) {
+    const Parameter& source = other.parameter(target.name);
+    if (target.name == head + ".weight" || target.name == head + ".bias") {
+      place_rows(source, places, target);
+    } else if (source.shape == target.shape) {
+      target.values = source.values;
+    } else {
+      place_inputs(source, target);
+    }
   }
 }
 

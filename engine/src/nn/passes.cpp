@@ -387,6 +387,18 @@ void to_floats(const void* from, std::size_t count, Number number, float* to) {
   passes_over(number).to_floats(from, count, to);
 }
 
+void interleave(const float* planes, const Extent& extent, float* values) {
+  for (std::size_t row = 0; row < extent.rows; ++row) {
+    for (int c = 0; c < extent.channels; ++c) *values++ = planes[c * extent.rows + row];
+  }
+}
+
+void deinterleave(const float* values, const Extent& extent, float* planes) {
+  for (std::size_t row = 0; row < extent.rows; ++row) {
+    for (int c = 0; c < extent.channels; ++c) planes[c * extent.rows + row] = *values++;
+  }
+}
+
 void add(Number number, void* to, const void* from, std::size_t count) {
   passes_over(number).add(to, from, count);
 }

@@ -22,6 +22,10 @@ struct Extent {
 void to_number(const float* from, std::size_t count, Number number, void* to);
 void to_floats(const void* from, std::size_t count, Number number, float* to);
 
+/// Planes (channels x places) to values with channels innermost, and back.
+void interleave(const float* planes, const Extent& extent, float* values);
+void deinterleave(const float* values, const Extent& extent, float* planes);
+
 /// to += from.
 void add(Number number, void* to, const void* from, std::size_t count);
 

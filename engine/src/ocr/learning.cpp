@@ -1,7 +1,11 @@
 #include "ocr/learning.h"
 
-#include "core/training.h"
+#include <algorithm>
+#include <cmath>
+
+#include "nn/training.h"
 #include "ocr/reader_loss.h"
+#include "ocr/reader_net.h"
 
 namespace telvar::ocr {
 namespace {
@@ -9,8 +13,8 @@ namespace {
 /// Many steps of few crops learn most in a given time; a chunk is one crop.
 constexpr int kCropsPerStep = 2;
 
-core::TrainingPlan core_plan(const LearningPlan& plan) {
-  core::TrainingPlan core;
+nn::TrainingPlan core_plan(const LearningPlan& plan) {
+  nn::TrainingPlan core;
   core.steps = plan.steps;
   core.chunks = kCropsPerStep;
   core.seed = plan.seed;
@@ -25,33 +29,41 @@ core::TrainingPlan core_plan(const LearningPlan& plan) {
 
 /// How far the categories' shares are evened out: digits are frequent in codes, in training and
 /// reading alike.
-constexpr double kEvening = 0.5;
+constexpr float kEvening = 0.5f;
 
 /// Logarithms of the categories' shares of the labels, to be added to what is to be evened out; the
 /// mean for those without a label.
-torch::Tensor log_shares(const std::vector<const PreparedSample*>& samples, int categories) {
-  torch::Tensor counts = torch::zeros({categories});
+std::vector<float> log_shares(const std::vector<const PreparedSample*>& samples, int categories) {
+  std::vector<float> shares(static_cast<std::size_t>(categories));
+  float sum = 0;
   for (const PreparedSample* sample : samples) {
-    for (const PreparedLabel& label : sample->labels) counts[label.category] += 1;
+    for (const PreparedLabel& label : sample->labels) {
+      ++shares[static_cast<std::size_t>(label.category)];
+      ++sum;
+    }
   }
-  const torch::Tensor shares = counts / counts.sum();
-  return torch::where(counts > 0, shares, torch::full_like(shares, 1.0 / categories)).log() *
-         kEvening;
+  for (float& share : shares) {
+    const float taken = share > 0 ? share / sum : 1.0f / static_cast<float>(categories);
+    share = kEvening * std::log(taken);
+  }
+  return shares;
 }
 
 }  // namespace
 
-void learn(ReaderNet& net, const std::vector<const PreparedSample*>& samples,
+void learn(nn::Network& net, const std::vector<const PreparedSample*>& samples,
            const LearningPlan& plan, core::WorkerPool& pool) {
   const CropSource source(samples);
-  const torch::Tensor shares = log_shares(samples, net->categories());
-  const auto loss = [&](ReaderNetImpl& replica, int, int, core::Random& random) {
-    const Crop crop = source.draw(random);
-    return reader_loss(replica.forward(stacked({crop})),
-                       {make_targets(crop, plan.uncertain_weight)}, shares);
-  };
-  const auto make_net = [&] { return ReaderNet(net->categories()).ptr(); };
-  core::train<ReaderNetImpl>(net.ptr(), make_net, loss, core_plan(plan), pool);
+  const std::vector<float> shares = log_shares(samples, categories_of(net));
+  nn::train(
+      net, {1, kCropHeight, kCropWidth},
+      [&](nn::ChunkPass& pass, int, int, core::Random& random) {
+        const Crop crop = source.draw(random);
+        std::copy(crop.pixels.values.begin(), crop.pixels.values.end(), pass.input());
+        return reader_loss(pass.forward(), {make_targets(crop, plan.uncertain_weight)}, shares,
+                           pass.answer_gradient());
+      },
+      core_plan(plan), pool);
 }
 
 }  // namespace telvar::ocr

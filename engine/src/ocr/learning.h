@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "core/worker_pool.h"
+#include "nn/network.h"
 #include "ocr/prepared_sample.h"
-#include "ocr/reader_net.h"
 
 namespace telvar::ocr {
 
@@ -21,7 +21,7 @@ struct LearningPlan {
 
 /// Trains the network on the labels of `samples`, of which at least one has a label. The same for
 /// any number of threads.
-void learn(ReaderNet& net, const std::vector<const PreparedSample*>& samples,
+void learn(nn::Network& net, const std::vector<const PreparedSample*>& samples,
            const LearningPlan& plan, core::WorkerPool& pool);
 
 }  // namespace telvar::ocr

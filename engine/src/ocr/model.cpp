@@ -1,8 +1,6 @@
 #include <chrono>
 
 #include "core/artifact.h"
-#include "core/exception_translation.h"
-#include "core/library_threads.h"
 #include "core/messages.h"
 #include "core/worker_pool.h"
 #include "ocr/read_result.h"
@@ -35,7 +33,7 @@ class Model::Impl {
       : size_(size),
         categories_(std::move(state.categories)),
         spacing_(std::move(state.spacing)),
-        net_(*state.net),
+        net_(state.net),
         pool_(threads) {}
 
   std::string process(const types::ImageView& image, const types::AffineTransform& transform,
@@ -64,19 +62,14 @@ class Model::Impl {
 
 Model::Model(const std::string& artifact, const std::string& runtime_parameters,
              const types::Device& device)
-    : impl_(core::translated("building the OCR model", [&] {
-        const core::LibraryThreadScope scope;
-        reader::ReaderState state = reader::read_reader_state(artifact);
-        return std::make_unique<Impl>(std::move(state), runtime_size(runtime_parameters),
-                                      core::threads_of(device));
-      })) {}
+    : impl_(std::make_unique<Impl>(reader::read_reader_state(artifact),
+                                   runtime_size(runtime_parameters), core::threads_of(device))) {}
 
 Model::~Model() = default;
 
 std::string Model::process(const types::ImageView& image, const types::AffineTransform& transform,
                            const types::Size2<unsigned>& size) const {
-  return core::translated("reading an image",
-                          [&] { return impl_->process(image, transform, size); });
+  return impl_->process(image, transform, size);
 }
 
 }  // namespace telvar::qv::ocr

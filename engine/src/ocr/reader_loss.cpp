@@ -1,11 +1,12 @@
 #include "ocr/reader_loss.h"
 
-#include <cstring>
+#include <algorithm>
+#include <cmath>
+
+#include "ocr/reader_net.h"
 
 namespace telvar::ocr {
 namespace {
-
-namespace F = torch::nn::functional;
 
 constexpr double kFocus = 1.5;       // exponent of the focal weight
 constexpr double kBackground = 1.5;  // weight of background cells
@@ -14,73 +15,99 @@ constexpr double kOffsetKnee = 0.1;  // characters: quadratic below, linear abov
 constexpr double kObjectnessShare = 2.0;
 constexpr double kOffsetShare = 2.0;
 /// Crops without characters weigh as if they had about one.
-constexpr std::int64_t kLeastCells = 8;
+constexpr std::size_t kLeastCells = 8;
 
-torch::Tensor gathered(const std::vector<Targets>& targets, std::vector<float> Targets::*member) {
-  torch::Tensor tensor =
-      torch::empty({static_cast<std::int64_t>(targets.size()), kCellRows, kCellColumns});
-  float* out = tensor.data_ptr<float>();
-  for (const Targets& target : targets) {
-    const std::vector<float>& values = target.*member;
-    std::memcpy(out, values.data(), values.size() * sizeof(float));
-    out += values.size();
-  }
-  return tensor;
+/// What one term adds to the loss, and its derivative by the answer.
+struct Term {
+  double loss, slope;
+};
+
+/// Focal cross-entropy -(1 - p)^f log p of the probability p that the logit gives to what is there.
+Term objectness_term(float logit, bool character) {
+  const double sign = character ? 1 : -1;
+  const double z = sign * logit;
+  const double entropy = z > 0 ? std::log1p(std::exp(-z)) : std::log1p(std::exp(z)) - z;
+  const double right = std::exp(-entropy), wrong = -std::expm1(-entropy);
+  const double focus = std::pow(wrong, kFocus);
+  const double balance = kObjectnessShare * (character ? 1 : kBackground);
+  return {balance * entropy * focus,
+          -balance * sign * focus * (wrong + kFocus * right * entropy)};
 }
 
-torch::Tensor categories_of(const std::vector<Targets>& targets) {
-  std::vector<std::int64_t> categories;
-  for (const Targets& target : targets) {
-    for (const std::int64_t category : target.category) {
-      if (category >= 0) categories.push_back(category);
-    }
+Term offset_term(float answer, float truth) {
+  const double difference = static_cast<double>(answer) - truth;
+  const double size = std::abs(difference);
+  if (size < kOffsetKnee) {
+    return {kOffsetShare * 0.5 * size * size / kOffsetKnee, kOffsetShare * difference / kOffsetKnee};
   }
-  return torch::tensor(categories, torch::kLong);
+  return {kOffsetShare * (size - 0.5 * kOffsetKnee), difference > 0 ? kOffsetShare : -kOffsetShare};
 }
 
-torch::Tensor objectness_loss(const torch::Tensor& logit, const torch::Tensor& objectness,
-                              const torch::Tensor& weight) {
-  const torch::Tensor entropy = F::binary_cross_entropy_with_logits(
-      logit, objectness, F::BinaryCrossEntropyWithLogitsFuncOptions().reduction(torch::kNone));
-  const torch::Tensor wrong = (torch::sigmoid(logit) - objectness).abs();
-  const torch::Tensor balance = objectness + kBackground * (1 - objectness);
-  return (entropy * wrong.pow(kFocus) * balance * weight).sum();
+/// Cross-entropy with smoothed labels; the gradient times `share`.
+double category_loss(const float* logits, std::size_t truth, const std::vector<float>& log_shares,
+                     double share, float* gradient) {
+  const std::size_t count = log_shares.size();
+  double highest = -HUGE_VAL, sum = 0;
+  for (std::size_t k = 0; k < count; ++k) {
+    highest = std::max(highest, double{logits[k]} + log_shares[k]);
+  }
+  for (std::size_t k = 0; k < count; ++k) {
+    sum += std::exp(double{logits[k]} + log_shares[k] - highest);
+  }
+  const double log_sum = std::log(sum) + highest;
+  const double rest = kSmoothing / static_cast<double>(count);
+  double loss = 0;
+  for (std::size_t k = 0; k < count; ++k) {
+    const double log_probability = double{logits[k]} + log_shares[k] - log_sum;
+    const double wanted = rest + (k == truth ? 1 - kSmoothing : 0);
+    loss -= wanted * log_probability;
+    gradient[k] = static_cast<float>(share * (std::exp(log_probability) - wanted));
+  }
+  return loss;
+}
+
+/// The loss of one cell; its gradient times `share`.
+double cell_loss(const float* answer, const Targets& targets, std::size_t cell,
+                 const std::vector<float>& log_shares, double share, float* gradient) {
+  const bool character = targets.objectness[cell] > 0;
+  const Term objectness = objectness_term(answer[kObjectness], character);
+  const double weight = targets.weight[cell];
+  double loss = weight * objectness.loss;
+  gradient[kObjectness] = static_cast<float>(share * weight * objectness.slope);
+  if (!character) return loss;
+  const Term x = offset_term(answer[kOffsetX], targets.offset_x[cell]);
+  const Term y = offset_term(answer[kOffsetY], targets.offset_y[cell]);
+  gradient[kOffsetX] = static_cast<float>(share * x.slope);
+  gradient[kOffsetY] = static_cast<float>(share * y.slope);
+  loss += x.loss + y.loss;
+  return loss + category_loss(answer + kFirstCategory,
+                              static_cast<std::size_t>(targets.category[cell]), log_shares, share,
+                              gradient + kFirstCategory);
+}
+
+std::size_t character_cells(const std::vector<Targets>& targets) {
+  std::size_t count = 0;
+  for (const Targets& one : targets) {
+    count += static_cast<std::size_t>(
+        std::count_if(one.category.begin(), one.category.end(), [](auto c) { return c >= 0; }));
+  }
+  return count;
 }
 
 }  // namespace
 
-torch::Tensor stacked(const std::vector<Crop>& crops) {
-  torch::Tensor tensor =
-      torch::empty({static_cast<std::int64_t>(crops.size()), 1, kCropHeight, kCropWidth});
-  float* out = tensor.data_ptr<float>();
-  for (const Crop& crop : crops) {
-    std::memcpy(out, crop.pixels.values.data(), crop.pixels.values.size() * sizeof(float));
-    out += crop.pixels.values.size();
-  }
-  return tensor;
-}
-
-torch::Tensor reader_loss(const torch::Tensor& answer, const std::vector<Targets>& targets,
-                          const torch::Tensor& log_shares) {
-  const torch::Tensor objectness = gathered(targets, &Targets::objectness);
-  const torch::Tensor cells = objectness > 0;
-  const torch::Tensor categories = categories_of(targets);
-  const double share = 1.0 / static_cast<double>(std::max(categories.size(0), kLeastCells));
-  torch::Tensor loss = kObjectnessShare * objectness_loss(answer.select(1, 0), objectness,
-                                                          gathered(targets, &Targets::weight));
-  if (categories.size(0) > 0) {
-    const torch::Tensor here = answer.permute({0, 2, 3, 1}).index({cells});
-    const torch::Tensor offsets =
-        torch::stack({gathered(targets, &Targets::offset_x).index({cells}),
-                      gathered(targets, &Targets::offset_y).index({cells})},
-                     1);
-    loss = loss +
-           F::cross_entropy(
-               here.slice(1, 3) + log_shares, categories,
-               F::CrossEntropyFuncOptions().reduction(torch::kSum).label_smoothing(kSmoothing)) +
-           kOffsetShare * F::smooth_l1_loss(here.slice(1, 1, 3), offsets,
-                                            F::SmoothL1LossFuncOptions().reduction(torch::kSum),
-                                            kOffsetKnee);
+double reader_loss(const float* answer, const std::vector<Targets>& targets,
+                   const std::vector<float>& log_shares, float* gradient) {
+  const double share = 1.0 / static_cast<double>(std::max(character_cells(targets), kLeastCells));
+  const std::size_t channels = kFirstCategory + log_shares.size();
+  double loss = 0;
+  for (const Targets& one : targets) {
+    for (std::size_t cell = 0; cell < one.objectness.size(); ++cell) {
+      std::fill_n(gradient, channels, 0.0f);
+      loss += cell_loss(answer, one, cell, log_shares, share, gradient);
+      answer += channels;
+      gradient += channels;
+    }
   }
   return loss * share;
 }

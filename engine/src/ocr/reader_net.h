@@ -2,11 +2,10 @@
 
 // The network of the reader.
 
-#include <torch/torch.h>
-
 #include <vector>
 
-#include "core/net.h"
+#include "core/random.h"
+#include "nn/network.h"
 
 namespace telvar::ocr {
 
@@ -15,36 +14,24 @@ namespace telvar::ocr {
 /// after it, in whole cells.
 constexpr int kReaderReach = 36;
 
-/// Fully convolutional: N x 1 x H x W contrast-normalised gray at reading scale, H and W multiples
-/// of kCellStride, to N x (3 + categories) x H / 4 x W / 4: the logit that a character is here, the
-/// offset from the cell's centre to its centre (x, y, in characters), and a logit per category.
-class ReaderNetImpl : public torch::nn::Module {
- public:
-  explicit ReaderNetImpl(int categories);
-  torch::Tensor forward(const torch::Tensor& input);
+/// What a cell answers, channel by channel: the logit that a character is here, the offset from the
+/// cell's centre to its centre (x, y, in characters), and then a logit per category.
+enum AnswerChannel { kObjectness = 0, kOffsetX = 1, kOffsetY = 2, kFirstCategory = 3 };
 
-  /// Starts the answer at "rarely a character", so that background does not drown the first steps.
-  void initialise_head(core::Random& random);
+/// The layers of a reader, not initialised. Fully convolutional: contrast-normalised gray at reading
+/// scale, its sides multiples of kCellStride, to kFirstCategory + categories channels a cell.
+nn::Network reader_layers(int categories);
 
-  /// What forward computes of an evaluated network, for inference.
-  std::vector<core::FusedLayer> fused() const;
+/// A network that has learned nothing yet; its weights depend on `random` alone. It starts at
+/// "rarely a character", so that background does not drown the first steps.
+nn::Network make_reader_net(int categories, core::Random& random);
 
-  int categories() const { return categories_; }
-
- private:
-  int categories_;
-  core::ConvolutionBlock stem_{nullptr}, fine_{nullptr}, down_{nullptr};
-  torch::nn::ModuleList body_{nullptr};
-  torch::nn::Conv2d head_{nullptr};
-};
-TORCH_MODULE(ReaderNet);
-
-/// A network that has learned nothing yet; its weights depend on `random` alone.
-ReaderNet make_reader_net(int categories, core::Random& random);
+/// The number of categories that a reader's network tells apart.
+int categories_of(const nn::Network& net);
 
 /// A network for more categories that answers the same for the old ones. `position` gives the new
 /// index of every old category; the weights of new ones start small, from `random`.
-ReaderNet widened(ReaderNetImpl& net, int categories, const std::vector<int>& position,
-                  core::Random& random);
+nn::Network widened(const nn::Network& net, int categories, const std::vector<int>& position,
+                    core::Random& random);
 
 }  // namespace telvar::ocr

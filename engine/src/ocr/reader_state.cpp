@@ -1,7 +1,8 @@
 #include "ocr/reader_state.h"
 
 #include "core/artifact.h"
-#include "core/weights.h"
+#include "nn/weights.h"
+#include "ocr/reader_net.h"
 
 namespace telvar::ocr {
 namespace {
@@ -47,8 +48,8 @@ ReaderState parse(core::ByteReader& reader) {
   state.categories = read_categories(reader);
   const int categories = static_cast<int>(state.categories.size());
   state.spacing = Spacing::read(reader, categories);
-  state.net = ReaderNet(categories);
-  core::read_state(reader, *state.net);
+  state.net = reader_layers(categories);
+  nn::read_weights(reader, state.net);
   state.exemplars = read_exemplars(reader, static_cast<std::uint32_t>(categories));
   return state;
 }
@@ -63,7 +64,7 @@ std::string write_reader_state(const ReaderState& state) {
   writer.u32(static_cast<std::uint32_t>(state.categories.size()));
   for (const std::string& category : state.categories) writer.text(category);
   state.spacing.write(writer);
-  core::write_state(writer, *state.net);
+  nn::write_weights(writer, state.net);
   writer.u32(static_cast<std::uint32_t>(state.exemplars.size()));
   for (const PreparedSample& exemplar : state.exemplars) write_sample(writer, exemplar);
   return core::write_artifact(core::Tool::kOcr, kArtifactVersion, writer.bytes());

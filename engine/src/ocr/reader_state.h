@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "ocr/exemplar_limits.h"
+#include "nn/network.h"
 #include "ocr/prepared_sample.h"
 #include "ocr/reader_limits.h"
-#include "ocr/reader_net.h"
 #include "ocr/spacing.h"
 
 namespace telvar::ocr {
@@ -22,7 +22,7 @@ struct ReaderState {
   std::uint32_t generation = 0;         // trainings so far
   std::vector<std::string> categories;  // ascending bytes
   Spacing spacing;
-  ReaderNet net{nullptr};
+  nn::Network net;
   std::vector<PreparedSample> exemplars;
 };
 

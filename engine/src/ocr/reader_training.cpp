@@ -5,6 +5,7 @@
 #include "ocr/assessment.h"
 #include "ocr/exemplars.h"
 #include "ocr/learning.h"
+#include "ocr/reader_net.h"
 #include "ocr/targets.h"
 
 namespace telvar::ocr {
@@ -72,7 +73,7 @@ ReaderState extended(ReaderState state, const std::vector<std::string>& categori
                      core::Random& random) {
   const std::vector<int> position = positions(state.categories, categories);
   const int count = static_cast<int>(categories.size());
-  state.net = widened(*state.net, count, position, random);
+  state.net = widened(state.net, count, position, random);
   state.spacing = state.spacing.renumbered(position, count);
   for (PreparedSample& exemplar : state.exemplars) {
     for (auto* labels : {&exemplar.labels, &exemplar.unlabelled}) {
@@ -93,7 +94,7 @@ struct Count {
 
 /// After the first stage: finds the characters without labels, and reads what was held back.
 Count look_around(const Job& job) {
-  const ReadingNet net(*job.state.net);
+  const ReadingNet net(job.state.net);
   Count held_back;
   std::vector<std::vector<PreparedLabel>> unlabelled;
   std::size_t found = 0, labels = 0;
@@ -125,7 +126,7 @@ Count learn_in_stages(const Job& job) {
 }
 
 Count read_all(const Job& job, std::vector<std::vector<float>>& confidences) {
-  const ReadingNet net(*job.state.net);
+  const ReadingNet net(job.state.net);
   Count count;
   for (const PreparedSample& sample : job.samples) {
     Assessment assessment = assess(net, job.state.spacing, sample, job.pool);

@@ -8,6 +8,7 @@
 
 #include "core/sampling.h"
 #include "ocr/contrast.h"
+#include "ocr/reader_net.h"
 #include "ocr/targets.h"
 #include "ocr/white_level.h"
 #include "telvar/exceptions.h"
@@ -56,21 +57,27 @@ int round_up(int value) {
   return (value + kCellStride - 1) / kCellStride * kCellStride;
 }
 
-/// The contrast-normalised pixels of a window as a network input, edge pixels repeated up to whole
-/// cells.
-torch::Tensor input_of(const GraySource& source, const Interval& columns, const Interval& rows) {
+/// A network input: gray, row by row.
+struct Input {
+  nn::InputSize size;
+  std::vector<float> pixels;
+};
+
+/// The contrast-normalised pixels of a window, edge pixels repeated up to whole cells.
+Input input_of(const GraySource& source, const Interval& columns, const Interval& rows) {
   const Interval x = widen(columns, kContrastReach, source.width);
   const Interval y = widen(rows, kContrastReach, source.height);
   core::Raster gray = source.window(x.begin, y.begin, x.end - x.begin, y.end - y.begin);
   normalise_contrast(gray);
   const int width = columns.end - columns.begin, height = rows.end - rows.begin;
-  torch::Tensor input = torch::empty({1, 1, round_up(height), round_up(width)});
-  float* out = input.data_ptr<float>();
-  for (int row = 0; row < round_up(height); ++row) {
+  Input input{{1, round_up(height), round_up(width)}, {}};
+  input.pixels.resize(static_cast<std::size_t>(input.size.height) * input.size.width);
+  auto out = input.pixels.begin();
+  for (int row = 0; row < input.size.height; ++row) {
     const float* from =
         &gray.at(0, std::min(row, height - 1) + rows.begin - y.begin, columns.begin - x.begin);
     out = std::copy(from, from + width, out);
-    out = std::fill_n(out, round_up(width) - width, from[width - 1]);
+    out = std::fill_n(out, input.size.width - width, from[width - 1]);
   }
   return input;
 }
@@ -78,40 +85,35 @@ torch::Tensor input_of(const GraySource& source, const Interval& columns, const 
 /// Cells are trained to point to centres within half a character.
 constexpr float kFarthestVote = 1.0f;
 
-/// One cell's vote, from the answer's planes; none where it points nowhere or its scores are no
-/// numbers, as extreme weights may make them.
-std::optional<CellVote> vote_of(const torch::TensorAccessor<float, 3>& answer, int row, int column,
-                                float objectness, int left, int top) {
-  const auto points_near = [&](int plane) {
-    return std::fabs(answer[plane][row][column]) <= kFarthestVote;
-  };
-  if (!points_near(1) || !points_near(2)) return std::nullopt;
+/// The vote of one cell whose centre lies at (x, y), from its answer; none where it points nowhere
+/// or its scores are no numbers, as extreme weights may make them.
+std::optional<CellVote> vote_of(const float* answer, int categories, float x, float y) {
+  if (!(std::fabs(answer[kOffsetX]) <= kFarthestVote) ||
+      !(std::fabs(answer[kOffsetY]) <= kFarthestVote)) {
+    return std::nullopt;
+  }
   CellVote vote;
-  vote.objectness = objectness;
-  vote.x =
-      static_cast<float>(left) + cell_centre(column) + answer[1][row][column] * kReadingCharacter;
-  vote.y = static_cast<float>(top) + cell_centre(row) + answer[2][row][column] * kReadingCharacter;
-  const int categories = static_cast<int>(answer.size(0)) - 3;
-  float highest = answer[3][row][column];
-  for (int k = 1; k < categories; ++k) highest = std::max(highest, answer[3 + k][row][column]);
+  vote.objectness = 1 / (1 + std::exp(-answer[kObjectness]));
+  vote.x = x + answer[kOffsetX] * kReadingCharacter;
+  vote.y = y + answer[kOffsetY] * kReadingCharacter;
+  const float* const logits = answer + kFirstCategory;
+  const float highest = *std::max_element(logits, logits + categories);
   float sum = 0;
   vote.scores.resize(static_cast<std::size_t>(categories));
   for (int k = 0; k < categories; ++k) {
-    sum += vote.scores[static_cast<std::size_t>(k)] =
-        std::exp(answer[3 + k][row][column] - highest);
+    sum += vote.scores[static_cast<std::size_t>(k)] = std::exp(logits[k] - highest);
   }
   if (!(sum >= 1)) return std::nullopt;  // the highest category alone adds 1
   for (float& score : vote.scores) score /= sum;
   return vote;
 }
 
-void read_piece(const core::FusedConvolutions& net, const GraySource& source, const Piece& piece,
-                std::vector<CellVote>& votes) {
-  const torch::InferenceMode inference;
+void read_piece(const nn::Inference& net, int categories, const GraySource& source,
+                const Piece& piece, std::vector<CellVote>& votes) {
   const Interval columns = widen(piece.columns, kReaderReach, source.width);
   const Interval rows = widen(piece.rows, kReaderReach, source.height);
-  const torch::Tensor answer = net(input_of(source, columns, rows))[0];
-  const auto cells = answer.accessor<float, 3>();
+  const Input input = input_of(source, columns, rows);
+  const nn::Answer answer = net(input.pixels.data(), input.size);
   const float threshold = std::log(kVoteThreshold / (1 - kVoteThreshold));
   const int first_row = (piece.rows.begin - rows.begin) / kCellStride;
   const int first_column = (piece.columns.begin - columns.begin) / kCellStride;
@@ -119,10 +121,10 @@ void read_piece(const core::FusedConvolutions& net, const GraySource& source, co
   const int last_column = (round_up(piece.columns.end) - columns.begin) / kCellStride;
   for (int row = first_row; row < last_row; ++row) {
     for (int column = first_column; column < last_column; ++column) {
-      const float logit = cells[0][row][column];
-      if (!(logit > threshold)) continue;
-      auto vote =
-          vote_of(cells, row, column, 1 / (1 + std::exp(-logit)), columns.begin, rows.begin);
+      const float* const cell = answer.at(0, row, column);
+      if (!(cell[kObjectness] > threshold)) continue;
+      auto vote = vote_of(cell, categories, static_cast<float>(columns.begin) + cell_centre(column),
+                          static_cast<float>(rows.begin) + cell_centre(row));
       if (vote) votes.push_back(std::move(*vote));
     }
   }
@@ -188,11 +190,10 @@ GraySource source_of(const PreparedSample& sample) {
           }};
 }
 
-ReadingNet::ReadingNet(const ReaderNetImpl& net, Precision precision)
-    : categories_(net.categories()),
-      net_(net.fused(), precision == Precision::kBest && core::computes_bfloat16()
-                            ? torch::kBFloat16
-                            : torch::kFloat) {}
+ReadingNet::ReadingNet(const nn::Network& net, Precision precision)
+    : categories_(categories_of(net)),
+      net_(net, precision == Precision::kBest ? nn::default_kernels().fastest_number()
+                                              : nn::Number::kFloat) {}
 
 std::vector<CellVote> ReadingNet::votes(const GraySource& source, core::WorkerPool& pool) const {
   const std::vector<Piece> pieces = pieces_of(source);
@@ -200,7 +201,7 @@ std::vector<CellVote> ReadingNet::votes(const GraySource& source, core::WorkerPo
   std::atomic<std::uint64_t> scores{0};
   pool.run(static_cast<int>(pieces.size()), [&](int i) {
     const auto index = static_cast<std::size_t>(i);
-    read_piece(net_, source, pieces[index], found[index]);
+    read_piece(net_, categories_, source, pieces[index], found[index]);
     scores += found[index].size() * static_cast<std::uint64_t>(categories_);
     if (scores > kMaxVoteScores) {
       throw types::invalid_image_size("the region holds more characters than can be read with " +

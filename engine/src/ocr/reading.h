@@ -7,8 +7,8 @@
 
 #include "core/regions.h"
 #include "core/worker_pool.h"
+#include "nn/inference.h"
 #include "ocr/decoding.h"
-#include "ocr/reader_net.h"
 
 namespace telvar::ocr {
 
@@ -43,7 +43,7 @@ enum class Precision { kBest, kSingle };
 class ReadingNet {
  public:
   /// Copies the weights.
-  explicit ReadingNet(const ReaderNetImpl& net, Precision precision = Precision::kBest);
+  explicit ReadingNet(const nn::Network& net, Precision precision = Precision::kBest);
 
   int categories() const { return categories_; }
 
@@ -54,7 +54,7 @@ class ReadingNet {
 
  private:
   int categories_;
-  core::FusedConvolutions net_;
+  nn::Inference net_;
 };
 
 }  // namespace telvar::ocr

@@ -3,7 +3,6 @@
 #include <optional>
 
 #include "core/cache_session.h"
-#include "core/exception_translation.h"
 #include "core/library_threads.h"
 #include "core/messages.h"
 #include "ocr/dataset.h"
@@ -107,12 +106,10 @@ std::tuple<std::string, std::string> run(Request request, const types::ImageLoad
 std::tuple<std::string, std::string> train(const std::string& artifact, const std::string& dataset,
                                            const std::string& parameters,
                                            const types::ImageLoader& loader, TrainCache& cache) {
-  return core::translated("training the OCR reader", [&] {
-    core::CacheSession session(cache.impl().store);
-    auto trained = run(take_in(artifact, dataset, parameters), core::passing(loader), session);
-    session.commit();
-    return trained;
-  });
+  core::CacheSession session(cache.impl().store);
+  auto trained = run(take_in(artifact, dataset, parameters), loader, session);
+  session.commit();
+  return trained;
 }
 
 }  // namespace telvar::qv::ocr

@@ -86,12 +86,13 @@ void sample_plane(const TrainingTile& tile, int channel, int side, const CropTra
   });
 }
 
+/// Writes every `stride`-th value: a flag for each pixel.
 void sample_labels(const TrainingTile& tile, const LabelPlane& plane, int side,
-                   const CropTransform& t, float* out) {
+                   const CropTransform& t, std::size_t stride, std::uint8_t* out) {
   for_each_pixel(tile, side, t, [&](std::size_t i, float x, float y) {
     const auto column = static_cast<std::size_t>(x + 0.5F);
     const auto row = static_cast<std::size_t>(y + 0.5F);
-    out[i] = bit_at(plane.bits, row * tile.width + column) ? 1.0F : 0.0F;
+    out[i * stride] = bit_at(plane.bits, row * tile.width + column) ? 1 : 0;
   });
 }
 
@@ -177,9 +178,10 @@ Crop CropSource::draw(core::Random& random) const {
   vary_light(crop.pixels, area, spec_.deviation, random);
   crop.targets.resize(area * categories_);
   crop.known.resize(categories_);
-  for (int c = 0; c < categories_; ++c) crop.known[c] = tile.known >> c & 1 ? 1.0F : 0.0F;
+  for (int c = 0; c < categories_; ++c) crop.known[c] = tile.known >> c & 1;
   for (const LabelPlane& plane : tile.labels) {
-    sample_labels(tile, plane, side_, transform, crop.targets.data() + area * plane.category);
+    sample_labels(tile, plane, side_, transform, categories_,
+                  crop.targets.data() + plane.category);
   }
   return crop;
 }

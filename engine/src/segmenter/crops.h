@@ -19,9 +19,9 @@ int choose_crop_side(const std::vector<const TrainingTile*>& tiles);
 /// One crop, drawn: pixels as fill_input_planes takes them, and for every category whether a pixel
 /// belongs (0 or 1) and whether that is known at all (0 or 1 for the whole crop).
 struct Crop {
-  std::vector<float> pixels;   // source channels x side x side
-  std::vector<float> targets;  // categories x side x side
-  std::vector<float> known;    // categories
+  std::vector<float> pixels;          // source channels x side x side
+  std::vector<std::uint8_t> targets;  // side x side x categories
+  std::vector<std::uint8_t> known;    // categories
 };
 
 /// Where crops come from. Immutable once made; draw from several threads at once.

@@ -1,7 +1,5 @@
 #include "segmenter/evaluation.h"
 
-#include "segmenter/predictor.h"
-
 namespace telvar::segmenter {
 namespace {
 
@@ -14,12 +12,11 @@ std::vector<float> source_pixels(const TrainingTile& tile, const InputSpec& spec
   return pixels;
 }
 
-std::vector<Overlap> measure_tile(SegmentationNet& net, const InputSpec& spec,
-                                  const TrainingTile& tile) {
-  const Probabilities found =
-      predict_piece(net, spec, source_pixels(tile, spec).data(), tile.width, tile.height);
-  std::vector<Overlap> overlaps(net.categories());
-  for (int c = 0; c < net.categories(); ++c) {
+std::vector<Overlap> measure_tile(const Predictor& predictor, const TrainingTile& tile) {
+  const Probabilities found = predictor.predict_piece(
+      source_pixels(tile, predictor.spec()).data(), tile.width, tile.height);
+  std::vector<Overlap> overlaps(predictor.categories());
+  for (int c = 0; c < predictor.categories(); ++c) {
     if (!(tile.known >> c & 1)) continue;
     const LabelPlane* plane = find_label(tile, c);
     for (std::size_t i = 0; i < tile.area(); ++i) {
@@ -35,13 +32,13 @@ std::vector<Overlap> measure_tile(SegmentationNet& net, const InputSpec& spec,
 
 }  // namespace
 
-std::vector<Overlap> measure_overlap(SegmentationNet& net, const InputSpec& spec,
+std::vector<Overlap> measure_overlap(const Predictor& predictor,
                                      const std::vector<const TrainingTile*>& tiles,
                                      core::WorkerPool& pool) {
   std::vector<std::vector<Overlap>> by_tile(tiles.size());
   pool.run(static_cast<int>(tiles.size()),
-           [&](int i) { by_tile[i] = measure_tile(net, spec, *tiles[i]); });
-  std::vector<Overlap> sums(net.categories());
+           [&](int i) { by_tile[i] = measure_tile(predictor, *tiles[i]); });
+  std::vector<Overlap> sums(predictor.categories());
   for (const auto& overlaps : by_tile) {
     for (std::size_t c = 0; c < sums.size(); ++c) {
       sums[c].labelled += overlaps[c].labelled;

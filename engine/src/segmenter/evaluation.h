@@ -6,8 +6,7 @@
 #include <vector>
 
 #include "core/worker_pool.h"
-#include "segmenter/input_planes.h"
-#include "segmenter/network.h"
+#include "segmenter/predictor.h"
 #include "segmenter/training_tile.h"
 
 namespace telvar::segmenter {
@@ -20,7 +19,7 @@ struct Overlap {
 };
 
 /// Over all tiles that carry labels of a category; one entry a category.
-std::vector<Overlap> measure_overlap(SegmentationNet& net, const InputSpec& spec,
+std::vector<Overlap> measure_overlap(const Predictor& predictor,
                                      const std::vector<const TrainingTile*>& tiles,
                                      core::WorkerPool& pool);
 

@@ -1,4 +1,3 @@
-#include "core/exception_translation.h"
 #include "segmenter/dataset.h"
 #include "segmenter/limits.h"
 #include "segmenter/segmenter.h"
@@ -24,8 +23,7 @@ Model::Model(const std::string& artifact, const std::string& runtime_parameters,
                                     std::to_string(runtime_parameters.size()) +
                                     " bytes; none are known");
   }
-  impl_ = core::translated("loading a segmenter",
-                           [&] { return std::make_unique<Impl>(artifact, device); });
+  impl_ = std::make_unique<Impl>(artifact, device);
 }
 
 Model::~Model() = default;
@@ -33,11 +31,9 @@ Model::~Model() = default;
 std::tuple<std::string, std::map<std::string, types::Image>> Model::process(
     const types::ImageView& image, const types::AffineTransform& transform,
     const types::Size2<unsigned>& size) const {
-  return core::translated("segmenting", [&] {
-    core::check_image(image, "image", engine::kImageLimits);
-    const auto region = core::resolve_region(image, transform, size, "image", engine::kImageLimits);
-    return std::make_tuple(engine::write_result(), impl_->segmenter.segment(image, region));
-  });
+  core::check_image(image, "image", engine::kImageLimits);
+  const auto region = core::resolve_region(image, transform, size, "image", engine::kImageLimits);
+  return std::make_tuple(engine::write_result(), impl_->segmenter.segment(image, region));
 }
 
 }  // namespace telvar::qv::segmenter

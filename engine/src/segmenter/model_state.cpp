@@ -3,10 +3,10 @@
 #include <cmath>
 
 #include "core/artifact.h"
-#include "core/library_threads.h"
-#include "core/weights.h"
+#include "nn/weights.h"
 #include "segmenter/exemplars.h"
 #include "segmenter/limits.h"
+#include "segmenter/network.h"
 
 namespace telvar::segmenter {
 namespace {
@@ -43,9 +43,8 @@ ModelState read_payload(core::ByteReader& reader) {
   model.categories = read_categories(reader);
   model.input = read_input(reader);
   const auto categories = static_cast<int>(model.categories.size());
-  model.net = std::make_shared<SegmentationNet>(model.input.planes(), categories);
-  model.net->eval();
-  core::read_state(reader, *model.net);
+  model.net = network_layers(model.input.planes(), categories);
+  nn::read_weights(reader, model.net);
   model.exemplars.resize(reader.count("exemplars", 0, kMaxExemplars));
   for (TrainingTile& tile : model.exemplars) {
     tile = read_tile(reader, kExemplarSide, categories);
@@ -62,7 +61,7 @@ std::string write_model(const ModelState& model) {
   writer.u8(model.input.colour ? 1 : 0);
   writer.f32(model.input.mean);
   writer.f32(model.input.deviation);
-  core::write_state(writer, *model.net);
+  nn::write_weights(writer, model.net);
   writer.u32(static_cast<std::uint32_t>(model.exemplars.size()));
   for (const TrainingTile& tile : model.exemplars) write_tile(writer, tile);
   return core::write_artifact(core::Tool::kSegmenter, kVersion, writer.bytes());
@@ -70,7 +69,6 @@ std::string write_model(const ModelState& model) {
 
 ModelState read_model(const std::string& artifact) {
   const auto opened = core::open_artifact(artifact, core::Tool::kSegmenter, kVersion);
-  const core::LibraryThreadScope scope;
   return core::parse_payload(core::Tool::kSegmenter, opened.payload, read_payload);
 }
 

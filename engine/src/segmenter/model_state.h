@@ -3,12 +3,11 @@
 // A trained segmenter: everything that its artifact holds. docs/segmenter-artifact.md has the
 // bytes.
 
-#include <memory>
 #include <string>
 #include <vector>
 
+#include "nn/network.h"
 #include "segmenter/input_planes.h"
-#include "segmenter/network.h"
 #include "segmenter/training_tile.h"
 
 namespace telvar::segmenter {
@@ -16,7 +15,7 @@ namespace telvar::segmenter {
 struct ModelState {
   std::vector<std::string> categories;  // ascending; also the order of the network's outputs
   InputSpec input;
-  std::shared_ptr<SegmentationNet> net;
+  nn::Network net;
   std::vector<TrainingTile> exemplars;  // what later trainings remember this one by
 };
 

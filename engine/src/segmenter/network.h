@@ -4,48 +4,40 @@
 // joined with what was seen on the way down (U-Net, Ronneberger et al. 2015); one logit per pixel
 // and category.
 
-#include <torch/torch.h>
-
-#include <memory>
+#include <cstdint>
 #include <vector>
 
-#include "core/net.h"
+#include "nn/network.h"
 
 namespace telvar::segmenter {
 
 /// Sides of the network's input are multiples of this.
 constexpr int kSideMultiple = 16;
 
-class SegmentationNet : public torch::nn::Module {
- public:
-  SegmentationNet(int planes, int categories);
-
-  /// N x planes x H x W to logits N x categories x H x W; H and W multiples of kSideMultiple.
-  torch::Tensor forward(const torch::Tensor& input);
-
-  int planes() const { return planes_; }
-  int categories() const { return categories_; }
-  /// What inputs must be: single precision, or bfloat16 after a conversion.
-  torch::ScalarType number_type() const { return head_->weight.scalar_type(); }
-
- private:
-  int planes_, categories_;
-  core::ConvolutionBlock stem_{nullptr};
-  std::vector<core::ConvolutionBlock> down_, refine_, merge_;  // from fine to coarse
-  torch::nn::Conv2d head_{nullptr};
-};
+/// The layers, not initialised: images x H x W x planes to logits, a channel for each category; H and
+/// W multiples of kSideMultiple.
+nn::Network network_layers(int planes, int categories);
 
 /// A network with initial weights that depend on `seed` alone.
-std::shared_ptr<SegmentationNet> make_initial_net(int planes, int categories, std::uint64_t seed);
+nn::Network make_initial_net(int planes, int categories, std::uint64_t seed);
 
 /// A network that does what `old` does, with more input planes (whose weights start at 0) and more
 /// categories: `places[i]` is where old category i stands now; the others start afresh from `seed`.
-std::shared_ptr<SegmentationNet> grow_net(const SegmentationNet& old, int planes, int categories,
-                                          const std::vector<int>& places, std::uint64_t seed);
+nn::Network grow_net(const nn::Network& old, int planes, int categories,
+                     const std::vector<int>& places, std::uint64_t seed);
+
+/// What the crops of a chunk show: a flag for each pixel and category (channels innermost) whether
+/// the pixel belongs to it, and one for each crop and category whether that is known at all.
+struct ChunkTargets {
+  int crops = 0;
+  std::size_t pixels = 0;  // of a crop
+  int categories = 0;
+  std::vector<std::uint8_t> belongs;  // crops x pixels x categories
+  std::vector<std::uint8_t> known;    // crops x categories
+};
 
 /// Mean binary cross-entropy over known labels, plus soft Dice loss (Milletari et al. 2016) over
-/// the categories that occur. Logits and targets N x K x H x W, known N x K, 0 or 1.
-torch::Tensor segmentation_loss(const torch::Tensor& logits, const torch::Tensor& targets,
-                                const torch::Tensor& known);
+/// the categories that occur. `logits` and `gradient`: crops x pixels x categories.
+double segmentation_loss(const float* logits, const ChunkTargets& targets, float* gradient);
 
 }  // namespace telvar::segmenter

@@ -4,7 +4,9 @@
 #include <cmath>
 
 #include "core/sampling.h"
+#include "nn/passes.h"
 #include "segmenter/blend.h"
+#include "segmenter/network.h"
 #include "segmenter/tiling.h"
 
 namespace telvar::segmenter {
@@ -34,46 +36,40 @@ std::vector<float> padded(const float* planes, int count, int width, int height,
   return out;
 }
 
-/// A second, empty image beside one so small that the tensor library would otherwise leave its fast
-/// convolutions for an installed BLAS, whose settings would then decide the last bits.
-std::int64_t batch_for(int width, int height) {
-  constexpr std::int64_t kSmallArea = 256 * 256;
-  return std::int64_t{width} * height < kSmallArea ? 2 : 1;
-}
-
 }  // namespace
 
-void prepare_for_prediction(SegmentationNet& net) {
-  const torch::NoGradGuard no_grad;
-  net.eval();
-  core::fold_batch_norms(net);
-  if (core::computes_bfloat16()) net.to(torch::kBFloat16);
-}
+Predictor::Predictor(const nn::Network& net, const InputSpec& spec)
+    : spec_(spec),
+      categories_(net.answer_channels()),
+      net_(net, nn::default_kernels().fastest_number()) {}
 
-Probabilities predict_piece(SegmentationNet& net, const InputSpec& spec, const float* pixels,
-                            int width, int height) {
-  const c10::InferenceMode inference;
+Probabilities Predictor::predict_piece(const float* pixels, int width, int height) const {
   const int full_width = rounded_up(width), full_height = rounded_up(height);
+  const nn::Extent extent{static_cast<std::size_t>(full_width) * full_height, spec_.planes()};
   const auto source =
-      padded(pixels, spec.source_channels(), width, height, full_width, full_height);
-  torch::Tensor input =
-      torch::zeros({batch_for(full_width, full_height), spec.planes(), full_height, full_width});
-  fill_input_planes(spec, source.data(), full_width, full_height, input.data_ptr<float>());
-  const torch::Tensor logits = net.forward(input.to(net.number_type()));
-  const torch::Tensor output = torch::sigmoid(logits[0].to(torch::kFloat))
-                                   .slice(1, 0, height)
-                                   .slice(2, 0, width)
-                                   .contiguous();
-  const float* values = output.data_ptr<float>();
-  return Probabilities(values, values + output.numel());
+      padded(pixels, spec_.source_channels(), width, height, full_width, full_height);
+  std::vector<float> planes(extent.count()), input(extent.count());
+  fill_input_planes(spec_, source.data(), full_width, full_height, planes.data());
+  nn::interleave(planes.data(), extent, input.data());
+  const nn::Answer logits = net_(input.data(), {1, full_height, full_width});
+  Probabilities probabilities(std::size_t(categories_) * width * height);
+  const std::size_t area = std::size_t(width) * height;
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const float* const at = logits.at(0, y, x);
+      float* const out = probabilities.data() + std::size_t(y) * width + x;
+      for (int c = 0; c < categories_; ++c) out[c * area] = 1 / (1 + std::exp(-at[c]));
+    }
+  }
+  return probabilities;
 }
 
-std::vector<types::Image> predict_region(SegmentationNet& net, const InputSpec& spec,
-                                         const types::ImageView& image, const core::Region& region,
+std::vector<types::Image> predict_region(const Predictor& predictor, const types::ImageView& image,
+                                         const core::Region& region,
                                          core::WorkerPool& pool) {
   const PiecePlan plan =
       plan_pieces(region.width, region.height, kPieceSide, kOverlap, kSideMultiple);
-  BandBlender blender(plan, net.categories());
+  BandBlender blender(plan, predictor.categories());
   // Two a thread, so that none waits long for the others; bounds memory on wide regions.
   const std::size_t pieces_at_once = 2 * std::size_t{pool.threads()};
   for (std::size_t row = 0; row < plan.rows.size(); ++row) {
@@ -82,8 +78,8 @@ std::vector<types::Image> predict_region(SegmentationNet& net, const InputSpec& 
       pool.run(static_cast<int>(pieces.size()), [&](int i) {
         const TileSpan &x = plan.columns[first + i], &y = plan.rows[row];
         const core::Region piece = core::part_of(region, x.begin, y.begin, x.size, y.size);
-        const core::Raster pixels = core::sample(image, piece, spec.source());
-        pieces[i] = predict_piece(net, spec, pixels.values.data(), piece.width, piece.height);
+        const core::Raster pixels = core::sample(image, piece, predictor.spec().source());
+        pieces[i] = predictor.predict_piece(pixels.values.data(), piece.width, piece.height);
       });
       for (std::size_t i = 0; i < pieces.size(); ++i) blender.add_piece(row, first + i, pieces[i]);
     }

@@ -6,8 +6,8 @@
 
 #include "core/regions.h"
 #include "core/worker_pool.h"
+#include "nn/inference.h"
 #include "segmenter/input_planes.h"
-#include "segmenter/network.h"
 #include "telvar/image.h"
 
 namespace telvar::segmenter {
@@ -15,21 +15,32 @@ namespace telvar::segmenter {
 /// Probabilities of one piece, categories x height x width.
 using Probabilities = std::vector<float>;
 
-/// Folds the normalisation of a trained network, and turns it to bfloat16 where the processor
-/// computes that (AVX-512 BF16): half the time, and probabilities within a few hundredths.
-void prepare_for_prediction(SegmentationNet& net);
+/// A trained network as prediction uses it: in bfloat16 where the processor computes that (half the
+/// time, and probabilities within a few hundredths). Immutable; any number of threads.
+class Predictor {
+ public:
+  /// Copies the weights.
+  Predictor(const nn::Network& net, const InputSpec& spec);
 
-/// Runs the network over `pixels` (spec.source_channels() x height x width, 0..1); borders repeat
-/// up to the next multiple of the network's stride. Call inside a LibraryThreadScope or a pool.
-Probabilities predict_piece(SegmentationNet& net, const InputSpec& spec, const float* pixels,
-                            int width, int height);
+  const InputSpec& spec() const { return spec_; }
+  int categories() const { return categories_; }
+
+  /// Runs the network over `pixels` (spec.source_channels() x height x width, 0..1); borders repeat
+  /// up to the next multiple of the network's stride. Call inside a LibraryThreadScope or a pool.
+  Probabilities predict_piece(const float* pixels, int width, int height) const;
+
+ private:
+  InputSpec spec_;
+  int categories_;
+  nn::Inference net_;
+};
 
 /// Segments a checked region. Returns one 8-bit gray image a category, in the region's size:
 /// probability 0..255. Pieces are computed by the pool; the result does not depend on its threads.
 /// Memory: the result; 4 bytes x categories x region width x 512 to blend in; a thread, what the
 /// network computes with and two pieces of 1 MB a category.
-std::vector<types::Image> predict_region(SegmentationNet& net, const InputSpec& spec,
-                                         const types::ImageView& image, const core::Region& region,
+std::vector<types::Image> predict_region(const Predictor& predictor, const types::ImageView& image,
+                                         const core::Region& region,
                                          core::WorkerPool& pool);
 
 }  // namespace telvar::segmenter

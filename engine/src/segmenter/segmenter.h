@@ -4,10 +4,12 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 #include "core/regions.h"
 #include "core/worker_pool.h"
 #include "segmenter/model_state.h"
+#include "segmenter/predictor.h"
 #include "telvar/image.h"
 
 namespace telvar::segmenter {
@@ -16,7 +18,8 @@ namespace telvar::segmenter {
 class Segmenter {
  public:
   /// `threads` as a WorkerPool takes them. Throws what read_model throws.
-  Segmenter(const std::string& artifact, unsigned threads);
+  Segmenter(const std::string& artifact, unsigned threads)
+      : Segmenter(read_model(artifact), threads) {}
 
   /// One 8-bit gray image for each category of the model, in the checked region's size: the
   /// probability 0..255.
@@ -24,8 +27,11 @@ class Segmenter {
                                               const core::Region& region) const;
 
  private:
+  Segmenter(ModelState state, unsigned threads);
+
   mutable core::WorkerPool pool_;
-  ModelState state_;  // its normalisation folded into the weights
+  std::vector<std::string> categories_;
+  Predictor predictor_;
 };
 
 }  // namespace telvar::segmenter

@@ -2,7 +2,6 @@
 #include <iterator>
 #include <optional>
 
-#include "core/exception_translation.h"
 #include "core/library_threads.h"
 #include "segmenter/dataset.h"
 #include "segmenter/held_out.h"
@@ -72,10 +71,7 @@ std::tuple<std::string, std::string> train(const std::string& artifact, const st
                                            const types::ImageLoader& loader,
                                            const types::ImageLoader& mask_loader, TrainCache& cache,
                                            const types::ResultImageWriter&) {
-  return core::translated("training a segmenter", [&] {
-    return train_checked(artifact, dataset, parameters, core::passing(loader),
-                         core::passing(mask_loader), cache);
-  });
+  return train_checked(artifact, dataset, parameters, loader, mask_loader, cache);
 }
 
 }  // namespace telvar::qv::segmenter

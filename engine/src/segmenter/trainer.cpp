@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "core/training.h"
+#include "nn/passes.h"
+#include "nn/training.h"
 #include "segmenter/crops.h"
 #include "segmenter/evaluation.h"
 #include "segmenter/exemplars.h"
@@ -83,19 +84,20 @@ TrainingTile renumbered(TrainingTile tile, const std::vector<int>& places) {
   return tile;
 }
 
-torch::Tensor chunk_loss(SegmentationNet& net, const InputSpec& spec,
-                         const std::vector<const CropSource*>& sources, int side,
-                         core::Random& random) {
-  torch::Tensor inputs = torch::empty({kCropsPerChunk, spec.planes(), side, side});
-  torch::Tensor targets = torch::empty({kCropsPerChunk, net.categories(), side, side});
-  torch::Tensor known = torch::empty({kCropsPerChunk, net.categories()});
+double chunk_loss(nn::ChunkPass& pass, const InputSpec& spec,
+                  const std::vector<const CropSource*>& sources, int side, int categories,
+                  core::Random& random) {
+  const nn::Extent extent{static_cast<std::size_t>(side) * side, spec.planes()};
+  ChunkTargets targets{kCropsPerChunk, extent.rows, categories, {}, {}};
+  std::vector<float> planes(extent.count());
   for (int i = 0; i < kCropsPerChunk; ++i) {
     const Crop crop = sources[i % sources.size()]->draw(random);
-    fill_input_planes(spec, crop.pixels.data(), side, side, inputs[i].data_ptr<float>());
-    std::copy(crop.targets.begin(), crop.targets.end(), targets[i].data_ptr<float>());
-    std::copy(crop.known.begin(), crop.known.end(), known[i].data_ptr<float>());
+    fill_input_planes(spec, crop.pixels.data(), side, side, planes.data());
+    nn::interleave(planes.data(), extent, pass.input() + i * extent.count());
+    targets.belongs.insert(targets.belongs.end(), crop.targets.begin(), crop.targets.end());
+    targets.known.insert(targets.known.end(), crop.known.begin(), crop.known.end());
   }
-  return segmentation_loss(net.forward(inputs), targets, known);
+  return segmentation_loss(pass.forward(), targets, pass.answer_gradient());
 }
 
 class Trainer {
@@ -139,7 +141,7 @@ class Trainer {
     spec_.colour = colour;
     only_known_categories_ = base->categories == categories_;
     const std::vector<int> places = places_of(base->categories, categories_);
-    net_ = grow_net(*base->net, spec_.planes(), count(), places, kSeed);
+    net_ = grow_net(base->net, spec_.planes(), count(), places, kSeed);
     for (const TrainingTile& tile : base->exemplars) {
       rehearsed_.push_back(renumbered(tile, places));
     }
@@ -155,31 +157,31 @@ class Trainer {
     }
     double score = 0;
     if (only_known_categories_) {
-      score = mean_iou(measure_overlap(*net_, spec_, judging, pool_));
+      score = mean_iou(measure_overlap(Predictor(net_, spec_), judging, pool_));
       if (score >= kGoodScore) effort_ = kTouchedUp;
     }
     for (int round = 0; round < effort_.max_rounds; ++round) {
-      core::TrainingPlan plan = base_plan(effort_.round_steps, kSeed + 1 + round);
+      nn::TrainingPlan plan = base_plan(effort_.round_steps, kSeed + 1 + round);
       plan.warm_up = round == 0 ? 0.3 : 0.05;
       plan.final_rate = 1.0;
       run_plan(plan, taught);
       steps += effort_.round_steps;
       const double before = score;
-      score = mean_iou(measure_overlap(*net_, spec_, judging, pool_));
+      score = mean_iou(measure_overlap(Predictor(net_, spec_), judging, pool_));
       if (score >= kGoodScore && score - before < kLeastGain) break;
     }
     return score;
   }
 
   void run_finish(int steps) {
-    core::TrainingPlan plan = base_plan(steps, kSeed + 1000);
+    nn::TrainingPlan plan = base_plan(steps, kSeed + 1000);
     plan.warm_up = 0.05;
     plan.final_rate = 0.01;
     run_plan(plan, all_);
   }
 
-  core::TrainingPlan base_plan(int steps, std::uint64_t seed) const {
-    core::TrainingPlan plan;
+  nn::TrainingPlan base_plan(int steps, std::uint64_t seed) const {
+    nn::TrainingPlan plan;
     plan.steps = steps;
     plan.chunks = kChunks;
     plan.seed = seed;
@@ -188,7 +190,7 @@ class Trainer {
     return plan;
   }
 
-  void run_plan(const core::TrainingPlan& plan, const Tiles& tiles) {
+  void run_plan(const nn::TrainingPlan& plan, const Tiles& tiles) {
     Tiles old;
     for (const TrainingTile& tile : rehearsed_) old.push_back(&tile);
     const int side = choose_crop_side(all_);
@@ -196,10 +198,10 @@ class Trainer {
     const CropSource rehearsed(old, side, count(), spec_);
     std::vector<const CropSource*> sources{&fresh};
     if (!old.empty()) sources.push_back(&rehearsed);
-    core::train<SegmentationNet>(
-        net_, [&] { return std::make_shared<SegmentationNet>(spec_.planes(), count()); },
-        [&](SegmentationNet& replica, int, int, core::Random& random) {
-          return chunk_loss(replica, spec_, sources, side, random);
+    nn::train(
+        net_, {kCropsPerChunk, side, side},
+        [&](nn::ChunkPass& pass, int, int, core::Random& random) {
+          return chunk_loss(pass, spec_, sources, side, count(), random);
         },
         plan, pool_);
   }
@@ -212,7 +214,7 @@ class Trainer {
   bool only_known_categories_ = false;
   std::vector<TrainingTile> rehearsed_;  // exemplars of the base, renumbered
   InputSpec spec_;
-  std::shared_ptr<SegmentationNet> net_;
+  nn::Network net_;
 };
 
 }  // namespace

@@ -1,1 +1,0 @@
-// Nothing here: this file exists so that the headers can be precompiled.
