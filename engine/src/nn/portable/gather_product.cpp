@@ -1,0 +1,212 @@
+#include "nn/portable/gather_product.h"
+
+#include <utility>
+
+// Processors without SSE4 are too few to be worth a kernel between it and the scalar one; SVE has
+// no vectors of known size, and its processors have NEON.
+#define HWY_DISABLED_TARGETS \
+  (HWY_SSSE3 | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128 | HWY_RVV)
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "nn/portable/gather_product.cpp"
+#include <hwy/foreach_target.h>  // must stand before highway.h
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace telvar::nn::portable {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Floats = hn::ScalableTag<float>;
+using Words = hn::RebindToUnsigned<Floats>;
+using Halves = hn::Rebind<std::uint16_t, Floats>;
+using Vector = hn::Vec<Floats>;
+
+constexpr int kLanes = static_cast<int>(HWY_LANES(float));
+constexpr bool kManyRegisters =
+    HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL || HWY_TARGET == HWY_NEON;
+constexpr int kMaxVectors = kManyRegisters ? 4 : 2;
+
+/// Rows of a tile of so many vectors: sums, one row of the matrix and one value fill the registers,
+/// and there are sums enough to hide the latency of a multiplication and addition.
+constexpr int tile_rows(int vectors) { return vectors == kMaxVectors ? 6 : 8; }
+
+/// The sums of a tile, row by row. Every index into it is a constant, so it lives in registers.
+template <int kRows, int kVectors>
+using Sums = Vector[kRows * kVectors];
+
+template <int kRow, int kVectors, std::size_t... kColumn, std::size_t kCount>
+HWY_INLINE void add_row(Vector value, const Vector (&matrix)[kVectors], Vector (&sums)[kCount],
+                        std::index_sequence<kColumn...> /*columns*/) {
+  ((sums[kRow * kVectors + kColumn] =
+        hn::MulAdd(value, matrix[kColumn], sums[kRow * kVectors + kColumn])),
+   ...);
+}
+
+/// Adds the products of one tile. `rows` has an offset for each of its rows, `matrix` is the first
+/// row of the block, and `step` the distance of its rows.
+template <int kRows, int kVectors, std::size_t... kRow, std::size_t... kColumn>
+HWY_INLINE void add_products(const GatherProduct& product, const std::int32_t* rows,
+                             const float* HWY_RESTRICT matrix, std::size_t step,
+                             Sums<kRows, kVectors>& sums, std::index_sequence<kRow...> /*rows*/,
+                             std::index_sequence<kColumn...> columns) {
+  const Floats floats;
+  const float* const values[kRows] = {product.values + rows[kRow]...};
+  const std::int32_t* HWY_RESTRICT depth_offsets = product.depth_offsets;
+  const std::ptrdiff_t depth = product.depth;
+  for (std::ptrdiff_t k = 0; k < depth; ++k) {
+    const std::ptrdiff_t at = depth_offsets[k];
+    const Vector row[kVectors] = {hn::LoadU(floats, matrix + kColumn * kLanes)...};
+    (add_row<kRow>(hn::Set(floats, values[kRow][at]), row, sums, columns), ...);
+    matrix += step;
+  }
+}
+
+HWY_INLINE Vector load(Number number, const void* from, std::size_t index) {
+  const Floats floats;
+  if (number == Number::kFloat) return hn::LoadU(floats, static_cast<const float*>(from) + index);
+  const auto halves = hn::LoadU(Halves(), static_cast<const bfloat16*>(from) + index);
+  return hn::BitCast(floats, hn::ShiftLeft<16>(hn::PromoteTo(Words(), halves)));
+}
+
+HWY_INLINE void store(Vector value, Number number, void* to, std::size_t index) {
+  const Words words;
+  if (number == Number::kFloat) {
+    hn::StoreU(value, Floats(), static_cast<float*>(to) + index);
+    return;
+  }
+  // As to_bfloat16().
+  const auto bits = hn::BitCast(words, value);
+  const auto odd = hn::And(hn::ShiftRight<16>(bits), hn::Set(words, 1));
+  const auto rounded = hn::Add(bits, hn::Add(odd, hn::Set(words, 0x7FFF)));
+  hn::StoreU(hn::TruncateTo(Halves(), hn::ShiftRight<16>(rounded)), Halves(),
+             static_cast<bfloat16*>(to) + index);
+}
+
+HWY_INLINE Vector finish(const GatherProduct& product, Vector sum, Vector addend) {
+  sum = hn::Add(sum, addend);
+  return product.relu ? hn::Max(sum, hn::Zero(Floats())) : sum;
+}
+
+/// Stores a whole vector.
+HWY_INLINE void store_whole(const GatherProduct& product, Vector sum, std::size_t index) {
+  Vector addend = hn::Zero(Floats());
+  if (product.addend != nullptr) addend = load(product.addend_number, product.addend, index);
+  store(finish(product, sum, addend), product.result_number, product.result, index);
+}
+
+/// Stores the first `count` lanes of a vector and touches nothing behind them.
+HWY_NOINLINE void store_part(const GatherProduct& product, Vector sum, std::size_t index,
+                             int count) {
+  const Floats floats;
+  float buffer[kLanes] = {};
+  for (int i = 0; product.addend != nullptr && i < count; ++i) {
+    buffer[i] = product.addend_number == Number::kFloat
+                    ? static_cast<const float*>(product.addend)[index + i]
+                    : to_float(static_cast<const bfloat16*>(product.addend)[index + i]);
+  }
+  hn::StoreU(finish(product, sum, hn::LoadU(floats, buffer)), floats, buffer);
+  for (int i = 0; i < count; ++i) {
+    if (product.result_number == Number::kFloat) {
+      static_cast<float*>(product.result)[index + i] = buffer[i];
+    } else {
+      static_cast<bfloat16*>(product.result)[index + i] = to_bfloat16(buffer[i]);
+    }
+  }
+}
+
+template <int kRow, int kVectors, std::size_t... kColumn, std::size_t kCount>
+HWY_INLINE void store_row(const GatherProduct& product, const Vector (&sums)[kCount], int row,
+                          int begin, std::index_sequence<kColumn...> /*columns*/) {
+  if (row >= product.rows) return;
+  const std::size_t index = static_cast<std::size_t>(product.result_offsets[row]) + begin;
+  const int missing = begin + kVectors * kLanes - product.columns;
+  if (missing <= 0) {
+    (store_whole(product, sums[kRow * kVectors + kColumn], index + kColumn * kLanes), ...);
+    return;
+  }
+  // Only the last vector of the last block can be incomplete.
+  ((kColumn + 1 < kVectors
+        ? store_whole(product, sums[kRow * kVectors + kColumn], index + kColumn * kLanes)
+        : store_part(product, sums[kRow * kVectors + kColumn], index + kColumn * kLanes,
+                     kLanes - missing)),
+   ...);
+}
+
+template <int kRows, int kVectors, std::size_t... kRow, std::size_t... kColumn>
+HWY_INLINE void run_tile(const GatherProduct& product, int first_row, int begin,
+                         const float* matrix, std::size_t step,
+                         std::index_sequence<kRow...> row_indices,
+                         std::index_sequence<kColumn...> columns) {
+  const Floats floats;
+  // Rows behind the last repeat it; they are not stored.
+  const std::int32_t rows[kRows] = {
+      product.row_offsets[first_row + static_cast<int>(kRow) < product.rows
+                              ? first_row + static_cast<int>(kRow)
+                              : product.rows - 1]...};
+  const Vector initial[kVectors] = {product.initial == nullptr
+                                        ? hn::Zero(floats)
+                                        : hn::LoadU(floats, product.initial + begin +
+                                                                kColumn * kLanes)...};
+  Sums<kRows, kVectors> sums = {};
+  ((sums[kRow * kVectors] = initial[0]), ...);
+  if constexpr (kVectors > 1) ((sums[kRow * kVectors + 1] = initial[1]), ...);
+  if constexpr (kVectors > 2) ((sums[kRow * kVectors + 2] = initial[2]), ...);
+  if constexpr (kVectors > 3) ((sums[kRow * kVectors + 3] = initial[3]), ...);
+  add_products<kRows, kVectors>(product, rows, matrix, step, sums, row_indices, columns);
+  (store_row<kRow, kVectors>(product, sums, first_row + static_cast<int>(kRow), begin, columns),
+   ...);
+}
+
+template <int kVectors>
+HWY_NOINLINE void run_block(const GatherProduct& product, int begin, const float* matrix,
+                            std::size_t step) {
+  constexpr int kRows = tile_rows(kVectors);
+  for (int row = 0; row < product.rows; row += kRows) {
+    run_tile<kRows, kVectors>(product, row, begin, matrix, step,
+                              std::make_index_sequence<kRows>(),
+                              std::make_index_sequence<kVectors>());
+  }
+}
+
+void run(const GatherProduct& product);
+
+const ProductKernel kKernel = {kLanes, kMaxVectors, run};
+
+void run(const GatherProduct& product) {
+  const int blocks = kKernel.blocks(product.columns);
+  for (int block = 0; block < blocks; ++block) {
+    const int begin = kKernel.block_begin(product.columns, block);
+    const int width = kKernel.block_begin(product.columns, block + 1) - begin;
+    const bool packed = product.order == MatrixOrder::kBlocks;
+    const std::size_t step = packed ? width : kKernel.padded(product.columns);
+    const float* matrix =
+        product.matrix + (packed ? static_cast<std::size_t>(begin) * product.depth : begin);
+    const int vectors = width / kLanes;
+    if (vectors == 1) run_block<1>(product, begin, matrix, step);
+    if (vectors == 2) run_block<2>(product, begin, matrix, step);
+    if constexpr (kMaxVectors > 2) {
+      if (vectors == 3) run_block<3>(product, begin, matrix, step);
+      if (vectors == 4) run_block<4>(product, begin, matrix, step);
+    }
+  }
+}
+
+const ProductKernel* kernel() { return &kKernel; }
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace telvar::nn::portable
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace telvar::nn::portable {
+
+HWY_EXPORT(kernel);
+
+const ProductKernel& product_kernel() { return *HWY_DYNAMIC_DISPATCH(kernel)(); }
+
+}  // namespace telvar::nn::portable
+#endif
