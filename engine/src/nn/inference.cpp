@@ -4,8 +4,6 @@
 #include <cmath>
 #include <list>
 #include <mutex>
-#include <optional>
-#include <stdexcept>
 
 #include "nn/backpropagation.h"
 #include "nn/buffer.h"
@@ -209,7 +207,7 @@ class Inference::State {
       join(number_, at(layer.from), at(layer.beside),
            join_extent(ready.shapes[layer.from], ready.shapes[layer.beside]), out);
     } else if (layer.kind == LayerKind::kMean) {
-      run_mean(ready, node, at(layer.from), answer);
+      run_mean(ready, node, at(layer.from), node == answer_ ? nullptr : out, answer);
     } else {
       const SizedNetwork::Step& step = ready.steps[node];
       step.convolution->forward(at(layer.from), step.packed.data(), weights_[node].bias.data(),
@@ -217,12 +215,18 @@ class Inference::State {
     }
   }
 
-  void run_mean(const SizedNetwork& ready, Node node, const void* values, Answer& answer) const {
-    if (node != answer_) throw std::logic_error("inference ends with a mean, or has none");
+  /// Into `out`, or the answer where that is null.
+  void run_mean(const SizedNetwork& ready, Node node, const void* values, void* out,
+                Answer& answer) const {
     const TensorShape& from = ready.shapes[network_.layers()[node].from];
+    std::vector<float> means(ready.shapes[node].count());
     mean_places(number_, values, from.images,
-                {static_cast<std::size_t>(from.height) * from.width, from.channels},
-                answer.values.data());
+                {static_cast<std::size_t>(from.height) * from.width, from.channels}, means.data());
+    if (out == nullptr) {
+      answer.values = std::move(means);
+    } else {
+      to_number(means.data(), means.size(), number_, out);
+    }
   }
 
   Network network_;  // its layers; the weights are folded

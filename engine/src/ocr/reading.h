@@ -5,6 +5,7 @@
 #include <functional>
 #include <vector>
 
+#include "core/raster.h"
 #include "core/regions.h"
 #include "core/worker_pool.h"
 #include "nn/inference.h"

@@ -9,6 +9,7 @@
 #include "segmenter/evaluation.h"
 #include "segmenter/exemplars.h"
 #include "segmenter/held_out.h"
+#include "segmenter/network.h"
 
 namespace telvar::segmenter {
 namespace {

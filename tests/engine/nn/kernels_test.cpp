@@ -258,7 +258,8 @@ TEST_P(KernelsTest, AppliesEveryEpilogueToEitherNumber) {
 TEST_P(KernelsTest, ComputesGradientsOfBfloat16) {
   for (const ConvolutionGeometry& geometry : {ConvolutionGeometry{2, 9, 11, 6, 16, 3, 2, 1},
                                               ConvolutionGeometry{1, 7, 6, 16, 10, 3, 1, 2},
-                                              ConvolutionGeometry{3, 5, 6, 32, 16, 1, 1, 1}}) {
+                                              ConvolutionGeometry{3, 5, 6, 32, 16, 1, 1, 1},
+                                              ConvolutionGeometry{2, 5, 6, 16, 3, 1, 1, 1}}) {
     Case test(set(), geometry, Number::kBfloat16);
     expect_near(test.input_gradient(),
                 reference_input_gradient(geometry, test.output_gradient, test.weights),

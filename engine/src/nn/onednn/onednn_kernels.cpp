@@ -36,6 +36,11 @@ dnnl::primitive_attr with_own_scratch() {
   return attributes;
 }
 
+[[noreturn]] void rethrow(const dnnl::error& error, const std::string& activity) {
+  if (error.status == dnnl_out_of_memory) throw std::bad_alloc();
+  throw types::exception(activity + ": oneDNN: " + error.what());
+}
+
 /// oneDNN falls back on plain loops, a hundred times slower, where no kernel of its own fits.
 bool is_fast(const char* implementation) {
   return std::strncmp(implementation, "ref", 3) != 0 &&
@@ -213,7 +218,11 @@ class OneDnnConvolution final : public Convolution {
   void run(const dnnl::primitive& primitive, const memory::desc& scratch_layout, void* scratch,
            Arguments arguments) const {
     arguments.emplace(DNNL_ARG_SCRATCHPAD, view(scratch_layout, scratch));
-    primitive.execute(dnnl::stream(engine_), arguments);
+    try {
+      primitive.execute(dnnl::stream(engine_), arguments);
+    } catch (const dnnl::error& error) {
+      rethrow(error, "running a convolution");
+    }
   }
 
   const dnnl::engine& engine_;
@@ -226,6 +235,13 @@ class OneDnnConvolution final : public Convolution {
   dnnl::reorder pack_;
   std::optional<Gradients> gradients_;
 };
+
+/// oneDNN 2.6 reads beyond the last channel in the gradient of a bfloat16 1 x 1 convolution with an
+/// odd number of outputs, and gives garbage.
+bool is_broken(const ConvolutionGeometry& geometry, Number number, KernelUse use) {
+  return number == Number::kBfloat16 && use == KernelUse::kTraining && geometry.kernel == 1 &&
+         geometry.out % 2 != 0;
+}
 
 class OneDnnKernels final : public KernelSet {
  public:
@@ -244,15 +260,15 @@ class OneDnnKernels final : public KernelSet {
   std::unique_ptr<const Convolution> make_convolution(const ConvolutionGeometry& geometry,
                                                       Number number, const Epilogue& epilogue,
                                                       KernelUse use) const override {
+    if (is_broken(geometry, number, use)) {
+      return portable_kernels().make_convolution(geometry, number, epilogue, use);
+    }
     try {
       auto made =
           std::make_unique<OneDnnConvolution>(engine_, geometry, number, epilogue, use);
-      if (made->fast() || number != Number::kFloat) return made;
+      if (made->fast()) return made;
     } catch (const dnnl::error& error) {
-      if (error.status == dnnl_out_of_memory) throw std::bad_alloc();
-      if (error.status != dnnl_unimplemented || number != Number::kFloat) {
-        throw types::exception(std::string("making a convolution: ") + error.what());
-      }
+      if (error.status != dnnl_unimplemented) rethrow(error, "making a convolution");
     }
     return portable_kernels().make_convolution(geometry, number, epilogue, use);
   }
