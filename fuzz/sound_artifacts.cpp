@@ -1,16 +1,16 @@
 #include "sound_artifacts.h"
 
-#include "core/library_threads.h"
 #include "core/random.h"
+#include "ocr/reader_net.h"
 #include "ocr/reader_state.h"
 #include "segmenter/model_state.h"
+#include "segmenter/network.h"
 #include "telvar/classifier.h"
 #include "telvar_msg/classification.pb.h"
 
 namespace telvar::fuzz {
 
 std::string sound_ocr_artifact() {
-  const core::LibraryThreadScope scope;
   core::Random random({1});
   ocr::ReaderState state;
   state.size = {8, 12};
@@ -53,7 +53,6 @@ std::string sound_classifier_artifact() {
 }
 
 std::string sound_segmenter_artifact() {
-  const core::LibraryThreadScope scope;
   segmenter::ModelState state;
   state.categories = {"crack", "pore"};
   state.net = segmenter::make_initial_net(state.input.planes(), 2, 3);

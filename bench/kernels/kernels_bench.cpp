@@ -89,8 +89,7 @@ void run(benchmark::State& state, const KernelSet& set, const ConvolutionGeometr
       kernel->input_gradient(at.output.get(), at.packed_for_gradient.get(), at.input.get(),
                              at.scratch.get());
     } else if (call == Call::kWeightGradient) {
-      kernel->weight_gradient(at.input.get(), at.output.get(), at.weights.get(),
-                              at.scratch.get());
+      kernel->weight_gradient(at.input.get(), at.output.get(), at.weights.get(), at.scratch.get());
     } else {
       kernel->pack(at.weights.get(), at.packed.get(), at.scratch.get());
       kernel->pack_for_gradient(at.weights.get(), at.packed_for_gradient.get(), at.scratch.get());

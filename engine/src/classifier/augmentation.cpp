@@ -63,7 +63,8 @@ void warp(const Sample& sample, const Canvas& canvas, const Pose& pose, const Le
       for (int c = 0; c < canvas.channels; ++c, pixel += plane) {
         const float top = pixel[0] + fx * (pixel[dx] - pixel[0]);
         const float low = pixel[dy] + fx * (pixel[dy + dx] - pixel[dy]);
-        out[canvas.channels * at + c] = (top + fy * (low - top)) * levels[c].gain + levels[c].offset;
+        out[canvas.channels * at + c] =
+            (top + fy * (low - top)) * levels[c].gain + levels[c].offset;
       }
     }
   }

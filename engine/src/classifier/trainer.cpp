@@ -14,7 +14,7 @@ constexpr std::uint64_t kSeed = 0x636C617373u;
 constexpr int kProbeSamples = 500;
 
 nn::Network first_weights(const TrainingSet& set, const Canvas& canvas,
-                                           const ClassifierState* before, int number) {
+                          const ClassifierState* before, int number) {
   nn::Network net = network_layers(canvas, static_cast<int>(set.categories.size()));
   core::Random random({kSeed, static_cast<std::uint64_t>(number)});
   net.initialise(random);

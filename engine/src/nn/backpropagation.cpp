@@ -31,9 +31,8 @@ TrainingKernels::TrainingKernels(const Network& network, const InputSize& size, 
     const Layer& layer = network.layers()[i];
     if (!is_convolution(layer)) continue;
     LayerKernel& made = layers_[i];
-    made.convolution =
-        kernels.make_convolution(geometry_of(layer, shapes_[layer.from]), number,
-                                 epilogue_of(layer, number), KernelUse::kTraining);
+    made.convolution = kernels.make_convolution(geometry_of(layer, shapes_[layer.from]), number,
+                                                epilogue_of(layer, number), KernelUse::kTraining);
     made.packed = Buffer(made.convolution->packed_bytes());
     made.packed_for_gradient = Buffer(made.convolution->packed_gradient_bytes());
     made.scratch = Buffer(made.convolution->scratch_bytes());
@@ -118,8 +117,8 @@ void ChunkPass::forward_convolution(int index) {
   measure(index);
   const void* residual =
       described.beside == kNone ? nullptr : nodes_[described.beside].values.data();
-  normalise(number_, node.sums.data(), shape(index).extent(), node.scale.data(),
-            node.shift.data(), residual, described.relu, node.values.data());
+  normalise(number_, node.sums.data(), shape(index).extent(), node.scale.data(), node.shift.data(),
+            residual, described.relu, node.values.data());
 }
 
 /// Statistics of a convolution's sums, and how they are normalised by them.
@@ -151,8 +150,7 @@ void ChunkPass::measure(int index) {
 void ChunkPass::forward_pointwise(int index) {
   const Layer& described = layer(index);
   const auto& kernel = kernels_.layer(index);
-  const float* bias =
-      kernels_.network().parameters()[described.parameters.bias].values.data();
+  const float* bias = kernels_.network().parameters()[described.parameters.bias].values.data();
   kernel.convolution->forward(nodes_[described.from].values.data(), kernel.packed.data(), bias,
                               nullptr, answer_.data(), scratch_.data());
 }
@@ -232,8 +230,8 @@ void ChunkPass::backward_convolution(int index) {
     b_[c] = static_cast<float>(-node.scale[c] * slope);
     c_[c] = static_cast<float>(node.scale[c] * (mean * slope - sums_[c] / rows));
   }
-  combine(number_, node.gradient.data(), node.sums.data(), extent, a_.data(), b_.data(),
-          c_.data(), node.gradient.data());
+  combine(number_, node.gradient.data(), node.sums.data(), extent, a_.data(), b_.data(), c_.data(),
+          node.gradient.data());
   convolution_gradients(index, node.gradient.data());
 }
 

@@ -15,7 +15,7 @@ class Buffer {
   Buffer() = default;
   explicit Buffer(std::size_t bytes)
       : bytes_(bytes),
-        memory_(static_cast<std::byte*>(::operator new(bytes, std::align_val_t{kAlignment}))) {}
+        memory_(static_cast<std::byte*>(::operator new (bytes, std::align_val_t{kAlignment}))) {}
 
   std::size_t bytes() const { return bytes_; }
   std::byte* data() const { return memory_.get(); }
@@ -25,7 +25,7 @@ class Buffer {
  private:
   struct Free {
     void operator()(std::byte* memory) const {
-      ::operator delete(memory, std::align_val_t{kAlignment});
+      ::operator delete (memory, std::align_val_t{kAlignment});
     }
   };
   std::size_t bytes_ = 0;

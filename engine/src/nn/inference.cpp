@@ -31,9 +31,9 @@ FoldedWeights folded(const Network& network, const Layer& layer) {
   result.bias.resize(layer.channels);
   const std::size_t fan_in = result.weight.size() / static_cast<std::size_t>(layer.channels);
   for (int c = 0; c < layer.channels; ++c) {
-    const float scale = parameters[at.scale].values[c] /
-                        std::sqrt(parameters[at.variance].values[c] +
-                                  static_cast<float>(kNormalisationEpsilon));
+    const float scale =
+        parameters[at.scale].values[c] /
+        std::sqrt(parameters[at.variance].values[c] + static_cast<float>(kNormalisationEpsilon));
     for (std::size_t i = 0; i < fan_in; ++i) result.weight[c * fan_in + i] *= scale;
     result.bias[c] = parameters[at.shift].values[c] - parameters[at.mean].values[c] * scale;
   }
@@ -168,16 +168,14 @@ class Inference::State {
   std::shared_ptr<const SizedNetwork> make(const InputSize& size) const {
     auto shapes = shapes_of(network_, size);
     MemoryPlan plan(network_, shapes, answer_, number_);
-    auto made = std::make_shared<SizedNetwork>(
-        SizedNetwork{size, std::move(shapes), std::vector<SizedNetwork::Step>(answer_ + 1),
-                     std::move(plan), 0});
+    auto made = std::make_shared<SizedNetwork>(SizedNetwork{
+        size, std::move(shapes), std::vector<SizedNetwork::Step>(answer_ + 1), std::move(plan), 0});
     for (Node i = 0; i <= answer_; ++i) {
       if (weights_[i].weight.empty()) continue;
       const Layer& layer = network_.layers()[i];
       SizedNetwork::Step& step = made->steps[i];
-      step.convolution =
-          kernels_.make_convolution(geometry_of(layer, made->shapes[layer.from]), number_,
-                                    epilogue_of(i), KernelUse::kInference);
+      step.convolution = kernels_.make_convolution(geometry_of(layer, made->shapes[layer.from]),
+                                                   number_, epilogue_of(i), KernelUse::kInference);
       step.packed = Buffer(step.convolution->packed_bytes());
       Buffer scratch(step.convolution->scratch_bytes());
       step.convolution->pack(weights_[i].weight.data(), step.packed.data(), scratch.data());
@@ -196,8 +194,7 @@ class Inference::State {
     return epilogue;
   }
 
-  void run_layer(const SizedNetwork& ready, Node node, const Buffer& memory,
-                 Answer& answer) const {
+  void run_layer(const SizedNetwork& ready, Node node, const Buffer& memory, Answer& answer) const {
     const Layer& layer = network_.layers()[node];
     const auto at = [&](Node one) {
       return one == kNone ? nullptr : memory.data() + ready.plan.offset(one);

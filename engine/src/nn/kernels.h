@@ -31,15 +31,11 @@ struct ConvolutionGeometry {
   int out_height() const { return (height - 1) / stride + 1; }
   int out_width() const { return (width - 1) / stride + 1; }
   int pad_before() const { return dilation * (kernel - 1) / 2; }
-  std::size_t input_size() const {
-    return static_cast<std::size_t>(images) * height * width * in;
-  }
+  std::size_t input_size() const { return static_cast<std::size_t>(images) * height * width * in; }
   std::size_t output_size() const {
     return static_cast<std::size_t>(images) * out_height() * out_width() * out;
   }
-  std::size_t weight_count() const {
-    return static_cast<std::size_t>(out) * in * kernel * kernel;
-  }
+  std::size_t weight_count() const { return static_cast<std::size_t>(out) * in * kernel * kernel; }
 };
 
 /// What the forward kernel does to a sum before it stores it, in this order.

@@ -70,14 +70,18 @@ Node Network::input(int channels) {
 
 Node Network::convolution(const std::string& name, Node from, int channels,
                           const ConvolutionOptions& options) {
-  Layer layer{LayerKind::kConvolution, from,
-              options.residual,        channels,
-              options.kernel,          options.stride,
-              options.dilation,        options.relu,
+  Layer layer{LayerKind::kConvolution,
+              from,
+              options.residual,
+              channels,
+              options.kernel,
+              options.stride,
+              options.dilation,
+              options.relu,
               {}};
-  layer.parameters.weight = add_parameter(
-      name + ".convolution.weight",
-      {channels, layers_[from].channels, options.kernel, options.kernel});
+  layer.parameters.weight =
+      add_parameter(name + ".convolution.weight",
+                    {channels, layers_[from].channels, options.kernel, options.kernel});
   layer.parameters.scale = add_parameter(name + ".norm.weight", {channels});
   layer.parameters.shift = add_parameter(name + ".norm.bias", {channels});
   layer.parameters.mean = add_parameter(name + ".norm.running_mean", {channels}, false);
@@ -138,15 +142,14 @@ void Network::initialise(core::Random& random) {
       std::fill(parameter.values.begin(), parameter.values.end(), initial_value(parameter));
       continue;
     }
-    const auto fan_in = static_cast<float>(parameter.values.size()) /
-                        static_cast<float>(parameter.shape.front());
+    const auto fan_in =
+        static_cast<float>(parameter.values.size()) / static_cast<float>(parameter.shape.front());
     const float deviation = std::sqrt(2.0f / fan_in);
     for (float& value : parameter.values) value = deviation * random.normal();
   }
 }
 
-void Network::adopt(const Network& other, const std::string& head,
-                    const std::vector<int>& places) {
+void Network::adopt(const Network& other, const std::string& head, const std::vector<int>& places) {
   for (Parameter& target : parameters_) {
     const Parameter& source = other.parameter(target.name);
     if (target.name == head + ".weight" || target.name == head + ".bias") {

@@ -1,7 +1,7 @@
 #pragma once
 
-// A network as a list of layers in the order they are computed. A tool writes its network down once;
-// training (nn/training.h) and inference (nn/inference.h) both follow the list.
+// A network as a list of layers in the order they are computed. A tool writes its network down
+// once; training (nn/training.h) and inference (nn/inference.h) both follow the list.
 //
 //   Network net;
 //   const Node image = net.input(1);
@@ -41,8 +41,8 @@ enum class LayerKind { kInput, kConvolution, kPointwise, kJoin, kMean };
 /// Where a layer's parameters stand in the network's list.
 struct LayerParameters {
   int weight = -1;
-  int bias = -1;         // pointwise
-  int scale = -1;        // normalisation, all four
+  int bias = -1;   // pointwise
+  int scale = -1;  // normalisation, all four
   int shift = -1;
   int mean = -1;
   int variance = -1;
@@ -81,8 +81,8 @@ class Network {
   /// `fine` and `coarse`, enlarged two-fold by repetition, side by side. The sides of `coarse` are
   /// half of those of `fine`, rounded up.
   Node join(Node fine, Node coarse);
-  /// Two 3 x 3 convolutions beside a shortcut (a 1 x 1 convolution where the shape changes), summed,
-  /// then ReLU (He et al., 2016).
+  /// Two 3 x 3 convolutions beside a shortcut (a 1 x 1 convolution where the shape changes),
+  /// summed, then ReLU (He et al., 2016).
   Node residual_block(const std::string& name, Node from, int channels, int stride);
   /// The mean over all places of each image.
   Node mean(Node from);

@@ -18,8 +18,8 @@ struct PassTable {
   void (*normalise)(const void*, const Extent&, const float*, const float*, const void*, bool,
                     void*);
   void (*gradient_sums)(void*, const void*, const void*, const Extent&, double*, double*);
-  void (*combine)(const void*, const void*, const Extent&, const float*, const float*,
-                  const float*, void*);
+  void (*combine)(const void*, const void*, const Extent&, const float*, const float*, const float*,
+                  void*);
   void (*join)(const void*, const void*, const JoinExtent&, void*);
   void (*split)(const void*, const JoinExtent&, void*, bool, void*, bool);
   void (*mean_places)(const void*, int, const Extent&, float*);
@@ -87,19 +87,21 @@ HWY_INLINE void for_vectors(std::size_t count, const Body& body) {
   const std::size_t lanes = hn::Lanes(d);
   std::size_t i = 0;
   for (; i + lanes <= count; i += lanes) {
-    body(i, [d](const auto* from) HWY_ATTR { return load(d, from); },
-         [d](Vector values, auto* to) HWY_ATTR { store(d, values, to); });
+    body(
+        i, [d](const auto* from) HWY_ATTR { return load(d, from); },
+        [d](Vector values, auto* to) HWY_ATTR { store(d, values, to); });
   }
   if (i == count) return;
   const std::size_t rest = count - i;
-  body(i, [d, rest](const auto* from) HWY_ATTR { return load_some(d, from, rest); },
-       [d, rest](Vector values, auto* to) HWY_ATTR { store_some(d, values, to, rest); });
+  body(
+      i, [d, rest](const auto* from) HWY_ATTR { return load_some(d, from, rest); },
+      [d, rest](Vector values, auto* to) HWY_ATTR { store_some(d, values, to, rest); });
 }
 
 template <class From, class To>
 void convert(const From* from, std::size_t count, To* to) {
-  for_vectors(count, [=](std::size_t i, auto load, auto store)
-                         HWY_ATTR { store(load(from + i), to + i); });
+  for_vectors(
+      count, [=](std::size_t i, auto load, auto store) HWY_ATTR { store(load(from + i), to + i); });
 }
 
 template <class T>
@@ -155,22 +157,21 @@ template <class T>
 void gradient_sums_typed(T* gradient, const T* output, const T* values, const Extent& extent,
                          double* sums, double* products) {
   const auto channels = static_cast<std::size_t>(extent.channels);
-  sum_channels(
-      extent, sums, products,
-      [=](std::size_t begin, std::size_t end, std::size_t c, auto load, auto store, Vector& sum,
-          Vector& product) HWY_ATTR {
-        const Floats d;
-        for (std::size_t row = begin; row < end; ++row) {
-          const std::size_t i = row * channels + c;
-          Vector g = load(gradient + i);
-          if (output != nullptr) {
-            g = hn::IfThenElseZero(hn::Gt(load(output + i), hn::Zero(d)), g);
-            store(g, gradient + i);
-          }
-          sum = hn::Add(sum, g);
-          product = hn::MulAdd(g, load(values + i), product);
-        }
-      });
+  sum_channels(extent, sums, products,
+               [=](std::size_t begin, std::size_t end, std::size_t c, auto load, auto store,
+                   Vector& sum, Vector& product) HWY_ATTR {
+                 const Floats d;
+                 for (std::size_t row = begin; row < end; ++row) {
+                   const std::size_t i = row * channels + c;
+                   Vector g = load(gradient + i);
+                   if (output != nullptr) {
+                     g = hn::IfThenElseZero(hn::Gt(load(output + i), hn::Zero(d)), g);
+                     store(g, gradient + i);
+                   }
+                   sum = hn::Add(sum, g);
+                   product = hn::MulAdd(g, load(values + i), product);
+                 }
+               });
 }
 
 template <class T>
@@ -352,8 +353,8 @@ struct Passes {
     spread_mean_typed(gradient, images, image, out(values));
   }
 
-  static constexpr PassTable kTable{from_floats, to_floats, add,         channel_sums,
-                                    normalise,   gradient_sums, combine, join,
+  static constexpr PassTable kTable{from_floats, to_floats,     add,        channel_sums,
+                                    normalise,   gradient_sums, combine,    join,
                                     split,       mean_places,   spread_mean};
 };
 
@@ -428,13 +429,12 @@ void join(Number number, const void* fine, const void* coarse, const JoinExtent&
   passes_over(number).join(fine, coarse, extent, out);
 }
 
-void split(Number number, const void* gradient, const JoinExtent& extent, void* fine,
-           bool add_fine, void* coarse, bool add_coarse) {
+void split(Number number, const void* gradient, const JoinExtent& extent, void* fine, bool add_fine,
+           void* coarse, bool add_coarse) {
   passes_over(number).split(gradient, extent, fine, add_fine, coarse, add_coarse);
 }
 
-void mean_places(Number number, const void* values, int images, const Extent& image,
-                 float* means) {
+void mean_places(Number number, const void* values, int images, const Extent& image, float* means) {
   passes_over(number).mean_places(values, images, image, means);
 }
 

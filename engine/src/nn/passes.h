@@ -57,8 +57,8 @@ struct JoinExtent {
 void join(Number number, const void* fine, const void* coarse, const JoinExtent& extent, void* out);
 
 /// The gradients of both of a join's inputs. `add_fine`, `add_coarse`: adds to what is there.
-void split(Number number, const void* gradient, const JoinExtent& extent, void* fine,
-           bool add_fine, void* coarse, bool add_coarse);
+void split(Number number, const void* gradient, const JoinExtent& extent, void* fine, bool add_fine,
+           void* coarse, bool add_coarse);
 
 /// The mean over the places of every image: images x channels floats.
 void mean_places(Number number, const void* values, int images, const Extent& image, float* means);
@@ -69,7 +69,7 @@ void spread_mean(Number number, const float* gradient, int images, const Extent&
 
 /// What one step of AdamW (Loshchilov and Hutter, 2019) does to a parameter.
 struct AdamStep {
-  float rate;          // corrected for the start of the first moment
+  float rate;  // corrected for the start of the first moment
   float beta1, beta2;
   float square_scale;  // corrects the start of the second moment
   float keep;          // what decay leaves of the values: 1 - rate * decay

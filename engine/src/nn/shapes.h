@@ -26,9 +26,7 @@ struct TensorShape {
   int width = 1;
   int channels = 1;
 
-  Extent extent() const {
-    return {static_cast<std::size_t>(images) * height * width, channels};
-  }
+  Extent extent() const { return {static_cast<std::size_t>(images) * height * width, channels}; }
   std::size_t count() const { return extent().count(); }
 };
 

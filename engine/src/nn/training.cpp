@@ -45,8 +45,8 @@ struct Slot {
 
 class Trainer {
  public:
-  Trainer(Network& network, const InputSize& size, const TrainingPlan& plan,
-          core::WorkerPool& pool, const TrainingMeans& means)
+  Trainer(Network& network, const InputSize& size, const TrainingPlan& plan, core::WorkerPool& pool,
+          const TrainingMeans& means)
       : network_(network),
         plan_(plan),
         pool_(pool),
@@ -69,7 +69,8 @@ class Trainer {
     check_losses(number);
     pool_.run(kGroups, [&](int group) { for_group(group, [&](int i) { gather(i); }); });
     const float scale = clip_scale();
-    pool_.run(kGroups, [&](int group) { for_group(group, [&](int i) { move(i, number, scale); }); });
+    pool_.run(kGroups,
+              [&](int group) { for_group(group, [&](int i) { move(i, number, scale); }); });
   }
 
   void finish() {
@@ -165,8 +166,8 @@ class Trainer {
 
 }  // namespace
 
-void train(Network& network, const InputSize& size, const ChunkLoss& loss,
-           const TrainingPlan& plan, core::WorkerPool& pool, const TrainingMeans& means) {
+void train(Network& network, const InputSize& size, const ChunkLoss& loss, const TrainingPlan& plan,
+           core::WorkerPool& pool, const TrainingMeans& means) {
   const core::LibraryThreadScope scope;
   core::keep_freed_memory();
   Trainer trainer(network, size, plan, pool, means);

@@ -45,12 +45,11 @@ struct TrainingMeans {
 /// Fills a chunk's input, runs it forward, fills the gradient of the answer and returns the loss.
 /// Called from worker threads, one call per chunk at a time; must depend on its arguments and on
 /// constant data alone.
-using ChunkLoss =
-    std::function<double(ChunkPass& pass, int step, int chunk, core::Random& random)>;
+using ChunkLoss = std::function<double(ChunkPass& pass, int step, int chunk, core::Random& random)>;
 
-/// Trains `network` in place on inputs of one size. Throws types::exception when a loss or a trained
-/// weight is not finite; the network is then of no use.
-void train(Network& network, const InputSize& size, const ChunkLoss& loss,
-           const TrainingPlan& plan, core::WorkerPool& pool, const TrainingMeans& means = {});
+/// Trains `network` in place on inputs of one size. Throws types::exception when a loss or a
+/// trained weight is not finite; the network is then of no use.
+void train(Network& network, const InputSize& size, const ChunkLoss& loss, const TrainingPlan& plan,
+           core::WorkerPool& pool, const TrainingMeans& means = {});
 
 }  // namespace telvar::nn

@@ -41,15 +41,13 @@ void read_parameter(core::ByteReader& reader, Parameter& parameter) {
   for (std::size_t i = 0; i < rank; ++i) {
     const std::uint32_t size = reader.u32("tensor size");
     if (size != static_cast<std::uint32_t>(parameter.shape[i])) {
-      throw malformed_bytes(subject + ", size " + std::to_string(i) + ": " +
-                            std::to_string(size) + ", wanted is " +
-                            std::to_string(parameter.shape[i]));
+      throw malformed_bytes(subject + ", size " + std::to_string(i) + ": " + std::to_string(size) +
+                            ", wanted is " + std::to_string(parameter.shape[i]));
     }
   }
   reader.floats(parameter.name.c_str(), parameter.values.data(), parameter.values.size());
-  if (is_variance(parameter.name) &&
-      std::any_of(parameter.values.begin(), parameter.values.end(),
-                  [](float value) { return value < 0; })) {
+  if (is_variance(parameter.name) && std::any_of(parameter.values.begin(), parameter.values.end(),
+                                                 [](float value) { return value < 0; })) {
     throw malformed_bytes(subject + ": a variance is negative");
   }
 }

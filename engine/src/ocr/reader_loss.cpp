@@ -30,15 +30,15 @@ Term objectness_term(float logit, bool character) {
   const double right = std::exp(-entropy), wrong = -std::expm1(-entropy);
   const double focus = std::pow(wrong, kFocus);
   const double balance = kObjectnessShare * (character ? 1 : kBackground);
-  return {balance * entropy * focus,
-          -balance * sign * focus * (wrong + kFocus * right * entropy)};
+  return {balance * entropy * focus, -balance * sign * focus * (wrong + kFocus * right * entropy)};
 }
 
 Term offset_term(float answer, float truth) {
   const double difference = static_cast<double>(answer) - truth;
   const double size = std::abs(difference);
   if (size < kOffsetKnee) {
-    return {kOffsetShare * 0.5 * size * size / kOffsetKnee, kOffsetShare * difference / kOffsetKnee};
+    return {kOffsetShare * 0.5 * size * size / kOffsetKnee,
+            kOffsetShare * difference / kOffsetKnee};
   }
   return {kOffsetShare * (size - 0.5 * kOffsetKnee), difference > 0 ? kOffsetShare : -kOffsetShare};
 }

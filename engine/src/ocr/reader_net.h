@@ -18,8 +18,9 @@ constexpr int kReaderReach = 36;
 /// cell's centre to its centre (x, y, in characters), and then a logit per category.
 enum AnswerChannel { kObjectness = 0, kOffsetX = 1, kOffsetY = 2, kFirstCategory = 3 };
 
-/// The layers of a reader, not initialised. Fully convolutional: contrast-normalised gray at reading
-/// scale, its sides multiples of kCellStride, to kFirstCategory + categories channels a cell.
+/// The layers of a reader, not initialised. Fully convolutional: contrast-normalised gray at
+/// reading scale, its sides multiples of kCellStride, to kFirstCategory + categories channels a
+/// cell.
 nn::Network reader_layers(int categories);
 
 /// A network that has learned nothing yet; its weights depend on `random` alone. It starts at

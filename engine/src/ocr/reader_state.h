@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "ocr/exemplar_limits.h"
 #include "nn/network.h"
+#include "ocr/exemplar_limits.h"
 #include "ocr/prepared_sample.h"
 #include "ocr/reader_limits.h"
 #include "ocr/spacing.h"

@@ -180,8 +180,7 @@ Crop CropSource::draw(core::Random& random) const {
   crop.known.resize(categories_);
   for (int c = 0; c < categories_; ++c) crop.known[c] = tile.known >> c & 1;
   for (const LabelPlane& plane : tile.labels) {
-    sample_labels(tile, plane, side_, transform, categories_,
-                  crop.targets.data() + plane.category);
+    sample_labels(tile, plane, side_, transform, categories_, crop.targets.data() + plane.category);
   }
   return crop;
 }

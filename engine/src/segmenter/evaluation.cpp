@@ -13,8 +13,8 @@ std::vector<float> source_pixels(const TrainingTile& tile, const InputSpec& spec
 }
 
 std::vector<Overlap> measure_tile(const Predictor& predictor, const TrainingTile& tile) {
-  const Probabilities found = predictor.predict_piece(
-      source_pixels(tile, predictor.spec()).data(), tile.width, tile.height);
+  const Probabilities found = predictor.predict_piece(source_pixels(tile, predictor.spec()).data(),
+                                                      tile.width, tile.height);
   std::vector<Overlap> overlaps(predictor.categories());
   for (int c = 0; c < predictor.categories(); ++c) {
     if (!(tile.known >> c & 1)) continue;

@@ -11,9 +11,9 @@ constexpr double kDiceSmoothing = 20.0;
 
 /// Sums over the known pixels of one category.
 struct CategorySums {
-  double shared = 0;       // probability on pixels that belong
+  double shared = 0;  // probability on pixels that belong
   double probability = 0;
-  double belonging = 0;    // pixels that belong
+  double belonging = 0;  // pixels that belong
 };
 
 /// Runs through the known values: visit(index into crops x pixels x categories, category).

@@ -14,8 +14,8 @@ namespace telvar::segmenter {
 /// Sides of the network's input are multiples of this.
 constexpr int kSideMultiple = 16;
 
-/// The layers, not initialised: images x H x W x planes to logits, a channel for each category; H and
-/// W multiples of kSideMultiple.
+/// The layers, not initialised: images x H x W x planes to logits, a channel for each category; H
+/// and W multiples of kSideMultiple.
 nn::Network network_layers(int planes, int categories);
 
 /// A network with initial weights that depend on `seed` alone.

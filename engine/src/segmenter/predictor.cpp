@@ -65,8 +65,7 @@ Probabilities Predictor::predict_piece(const float* pixels, int width, int heigh
 }
 
 std::vector<types::Image> predict_region(const Predictor& predictor, const types::ImageView& image,
-                                         const core::Region& region,
-                                         core::WorkerPool& pool) {
+                                         const core::Region& region, core::WorkerPool& pool) {
   const PiecePlan plan =
       plan_pieces(region.width, region.height, kPieceSide, kOverlap, kSideMultiple);
   BandBlender blender(plan, predictor.categories());

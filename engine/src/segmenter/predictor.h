@@ -40,7 +40,6 @@ class Predictor {
 /// Memory: the result; 4 bytes x categories x region width x 512 to blend in; a thread, what the
 /// network computes with and two pieces of 1 MB a category.
 std::vector<types::Image> predict_region(const Predictor& predictor, const types::ImageView& image,
-                                         const core::Region& region,
-                                         core::WorkerPool& pool);
+                                         const core::Region& region, core::WorkerPool& pool);
 
 }  // namespace telvar::segmenter

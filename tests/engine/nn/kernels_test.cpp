@@ -97,8 +97,7 @@ struct Case {
         output_gradient(random_values(geometry.output_size(), 5)),
         scratch(kernel->scratch_bytes()) {}
 
-  Memory packed(std::size_t bytes,
-                void (Convolution::*pack)(const float*, void*, void*) const) {
+  Memory packed(std::size_t bytes, void (Convolution::*pack)(const float*, void*, void*) const) {
     Memory packed(bytes);
     Memory plain(weights, Number::kFloat);
     (kernel.get()->*pack)(plain.floats(), packed.data(), scratch.data());
@@ -159,7 +158,9 @@ struct Case {
 };
 
 /// Of a result of size 1: half a unit of bfloat16, and what sums of single precision lose.
-double tolerance_of(Number number) { return number == Number::kFloat ? 2e-5 : 1.0 / 256 + 2e-5; }
+double tolerance_of(Number number) {
+  return number == Number::kFloat ? 2e-5 : 1.0 / 256 + 2e-5;
+}
 
 struct NamedGeometry {
   const char* name;
@@ -202,9 +203,11 @@ struct Variant {
 std::vector<Variant> variants() {
   std::vector<Variant> variants;
   if (onednn_kernels() != nullptr) variants.push_back({"onednn", onednn_kernels(), 0});
-  const std::pair<const char*, std::int64_t> targets[] = {
-      {"avx512", HWY_AVX3}, {"avx2", HWY_AVX2}, {"sse4", HWY_SSE4},
-      {"neon", HWY_NEON},   {"scalar", HWY_SCALAR}};
+  const std::pair<const char*, std::int64_t> targets[] = {{"avx512", HWY_AVX3},
+                                                          {"avx2", HWY_AVX2},
+                                                          {"sse4", HWY_SSE4},
+                                                          {"neon", HWY_NEON},
+                                                          {"scalar", HWY_SCALAR}};
   for (const auto& [name, target] : targets) {
     if ((hwy::SupportedTargets() & target) == 0 && target != HWY_SCALAR) continue;
     variants.push_back({std::string("portable_") + name, &portable_kernels(), target});
@@ -279,8 +282,8 @@ TEST_P(KernelsTest, AddsTheResidualInPlace) {
   Memory output(test.residual, Number::kFloat);
   test.kernel->forward(input.data(), weights.data(), nullptr, output.data(), output.data(),
                        test.scratch.data());
-  expect_near(output.values(Number::kFloat), test.expected_output(),
-              tolerance_of(Number::kFloat), "output");
+  expect_near(output.values(Number::kFloat), test.expected_output(), tolerance_of(Number::kFloat),
+              "output");
 }
 
 TEST_P(KernelsTest, AnswersTheSameFromSeveralThreads) {

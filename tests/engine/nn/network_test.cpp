@@ -195,8 +195,8 @@ class Reference {
   double at(Node node, int image, int y, int x, int channel) const {
     const TensorShape& s = shapes_[node];
     if (y < 0 || x < 0 || y >= s.height || x >= s.width) return 0;
-    return results_[node][((std::size_t(image) * s.height + y) * s.width + x) * s.channels +
-                          channel];
+    return results_[node]
+                   [((std::size_t(image) * s.height + y) * s.width + x) * s.channels + channel];
   }
 
   void compute(int index) {
@@ -206,7 +206,8 @@ class Reference {
     for (int image = 0; image < s.images; ++image) {
       for (int y = 0; y < s.height; ++y) {
         for (int x = 0; x < s.width; ++x) {
-          for (int c = 0; c < s.channels; ++c) results_[index][out++] = value(index, image, y, x, c);
+          for (int c = 0; c < s.channels; ++c)
+            results_[index][out++] = value(index, image, y, x, c);
         }
       }
     }

@@ -129,14 +129,15 @@ TEST(Training, StopsWhenALossOrAWeightIsNotFinite) {
   for (const auto& one : cases) {
     Network net = stripe_network();
     const auto work = [&] {
-      train(net, {1, kSide, kSide},
-            [&](ChunkPass& pass, int, int, core::Random& random) {
-              draw_stripes(random, pass.input());
-              pass.forward();
-              std::fill_n(pass.answer_gradient(), pass.answer_shape().count(), one.slope);
-              return one.loss;
-            },
-            plan, pool);
+      train(
+          net, {1, kSide, kSide},
+          [&](ChunkPass& pass, int, int, core::Random& random) {
+            draw_stripes(random, pass.input());
+            pass.forward();
+            std::fill_n(pass.answer_gradient(), pass.answer_shape().count(), one.slope);
+            return one.loss;
+          },
+          plan, pool);
     };
     test::expect_error<types::exception>(work, one.message);
   }

@@ -158,7 +158,7 @@ std::vector<ocr::FoundCharacter> found(const types::Image& image, ocr::Precision
   const ocr::ReaderState state = ocr::read_reader_state(trained().artifact);
   const types::ImageView view(image);
   core::WorkerPool pool(1);
-  return decode(ocr::ReadingNet(*state.net, precision)
+  return decode(ocr::ReadingNet(state.net, precision)
                     .votes(source_of(view, core::whole_image(view), state.size, "page"), pool),
                 state.spacing);
 }

@@ -264,8 +264,7 @@ class OneDnnKernels final : public KernelSet {
       return portable_kernels().make_convolution(geometry, number, epilogue, use);
     }
     try {
-      auto made =
-          std::make_unique<OneDnnConvolution>(engine_, geometry, number, epilogue, use);
+      auto made = std::make_unique<OneDnnConvolution>(engine_, geometry, number, epilogue, use);
       if (made->fast()) return made;
     } catch (const dnnl::error& error) {
       if (error.status != dnnl_unimplemented) rethrow(error, "making a convolution");

@@ -11,7 +11,9 @@ namespace {
 /// 256 KiB: the packed weights and the results need the rest of a second-level cache.
 constexpr std::size_t kBandFloats = 64 * 1024;
 
-int ceil_divide(int a, int b) { return (a + b - 1) / b; }
+int ceil_divide(int a, int b) {
+  return (a + b - 1) / b;
+}
 
 }  // namespace
 
@@ -20,8 +22,9 @@ Bands::Bands(const Reading& reading, Number number)
       number_(number),
       direct_(number == Number::kFloat && reading.low == 0 && reading.high == 0),
       rows_(reading.grid_height) {
-  const std::size_t width = direct_ ? reading.width : (reading.grid_width - 1) * reading.step +
-                                                          reading.high - reading.low + 1;
+  const std::size_t width =
+      direct_ ? reading.width
+              : (reading.grid_width - 1) * reading.step + reading.high - reading.low + 1;
   row_stride_ = width * reading.channels;
   while (rows_ > 1 && rows_of(rows_) * row_stride_ > kBandFloats) --rows_;
   rows_ = ceil_divide(reading.grid_height, ceil_divide(reading.grid_height, rows_));

@@ -4,8 +4,7 @@
 
 // Processors without SSE4 are too few to be worth a kernel between it and the scalar one; SVE has
 // no vectors of known size, and its processors have NEON.
-#define HWY_DISABLED_TARGETS \
-  (HWY_SSSE3 | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128 | HWY_RVV)
+#define HWY_DISABLED_TARGETS (HWY_SSSE3 | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128 | HWY_RVV)
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "nn/portable/gather_product.cpp"
@@ -31,7 +30,9 @@ constexpr int kMaxVectors = kManyRegisters ? 4 : 2;
 
 /// Rows of a tile of so many vectors: sums, one row of the matrix and one value fill the registers,
 /// and there are sums enough to hide the latency of a multiplication and addition.
-constexpr int tile_rows(int vectors) { return vectors == kMaxVectors ? 6 : 8; }
+constexpr int tile_rows(int vectors) {
+  return vectors == kMaxVectors ? 6 : 8;
+}
 
 /// The sums of a tile, row by row. Every index into it is a constant, so it lives in registers.
 template <int kRows, int kVectors>
@@ -146,10 +147,10 @@ HWY_INLINE void run_tile(const GatherProduct& product, int first_row, int begin,
       product.row_offsets[first_row + static_cast<int>(kRow) < product.rows
                               ? first_row + static_cast<int>(kRow)
                               : product.rows - 1]...};
-  const Vector initial[kVectors] = {product.initial == nullptr
-                                        ? hn::Zero(floats)
-                                        : hn::LoadU(floats, product.initial + begin +
-                                                                kColumn * kLanes)...};
+  const Vector initial[kVectors] = {
+      product.initial == nullptr
+          ? hn::Zero(floats)
+          : hn::LoadU(floats, product.initial + begin + kColumn * kLanes)...};
   Sums<kRows, kVectors> sums = {};
   ((sums[kRow * kVectors] = initial[0]), ...);
   if constexpr (kVectors > 1) ((sums[kRow * kVectors + 1] = initial[1]), ...);
@@ -165,8 +166,7 @@ HWY_NOINLINE void run_block(const GatherProduct& product, int begin, const float
                             std::size_t step) {
   constexpr int kRows = tile_rows(kVectors);
   for (int row = 0; row < product.rows; row += kRows) {
-    run_tile<kRows, kVectors>(product, row, begin, matrix, step,
-                              std::make_index_sequence<kRows>(),
+    run_tile<kRows, kVectors>(product, row, begin, matrix, step, std::make_index_sequence<kRows>(),
                               std::make_index_sequence<kVectors>());
   }
 }
@@ -194,7 +194,9 @@ void run(const GatherProduct& product) {
   }
 }
 
-const ProductKernel* kernel() { return &kKernel; }
+const ProductKernel* kernel() {
+  return &kKernel;
+}
 
 }  // namespace
 }  // namespace HWY_NAMESPACE
@@ -206,7 +208,9 @@ namespace telvar::nn::portable {
 
 HWY_EXPORT(kernel);
 
-const ProductKernel& product_kernel() { return *HWY_DYNAMIC_DISPATCH(kernel)(); }
+const ProductKernel& product_kernel() {
+  return *HWY_DYNAMIC_DISPATCH(kernel)();
+}
 
 }  // namespace telvar::nn::portable
 #endif

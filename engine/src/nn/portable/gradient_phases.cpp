@@ -77,7 +77,11 @@ std::vector<Phase> gradient_phases(const ConvolutionGeometry& geometry, const Ba
   for (int row = 0; row < geometry.stride; ++row) {
     for (int column = 0; column < geometry.stride; ++column) {
       Phase phase{count_of(geometry.height, row, geometry.stride),
-                  count_of(geometry.width, column, geometry.stride), {}, {}, {}, {}};
+                  count_of(geometry.width, column, geometry.stride),
+                  {},
+                  {},
+                  {},
+                  {}};
       add_taps(geometry, bands, row, column, phase);
       add_positions(geometry, bands, row, column, phase);
       phases.push_back(std::move(phase));

@@ -23,7 +23,7 @@ struct Tap {
 };
 
 struct Phase {
-  int height;             // of its positions in an image
+  int height;  // of its positions in an image
   int width;
   std::vector<Tap> taps;  // all of one row before the next
   // What the product needs. The tables are those of the largest band; others use their begin.

@@ -24,8 +24,8 @@ inline void copy_numbers(Number number, const void* tensor, std::size_t from, st
   if (number == Number::kFloat) {
     std::copy_n(static_cast<const float*>(begin), count, to);
   } else {
-    std::transform(static_cast<const bfloat16*>(begin),
-                   static_cast<const bfloat16*>(begin) + count, to, to_float);
+    std::transform(static_cast<const bfloat16*>(begin), static_cast<const bfloat16*>(begin) + count,
+                   to, to_float);
   }
 }
 
