@@ -1,30 +1,17 @@
 #pragma once
 
-#include <google/protobuf/arena.h>
-
 #include <string>
+
+#include "bridge/ArenaMessage.h"
 
 namespace Orbalt::TelvarWrapper::Wrapper {
 
 /// An engine's answer as a message. An answer that does not parse is not an error: the message then
 /// holds what could be read.
-///
-/// The message lives on an arena: thousands of small messages take half the time there, and what
-/// was parsed is not lost when memory runs out midway, as it is on the heap.
 template <class Message>
-class Answer {
+class Answer : public ArenaMessage<Message> {
  public:
-  explicit Answer(const std::string& bytes)
-      : message_(*google::protobuf::Arena::CreateMessage<Message>(&arena_)) {
-    static_cast<void>(message_.ParseFromString(bytes));
-  }
-
-  const Message& operator*() const { return message_; }
-  const Message* operator->() const { return &message_; }
-
- private:
-  google::protobuf::Arena arena_;
-  Message& message_;
+  explicit Answer(const std::string& bytes) { static_cast<void>((**this).ParseFromString(bytes)); }
 };
 
 }  // namespace Orbalt::TelvarWrapper::Wrapper

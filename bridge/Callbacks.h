@@ -11,9 +11,9 @@ using Types::ImageLoader;
 using EngineImageLoader = telvar::types::ImageLoader;
 using ResultImageWriter = telvar::types::ResultImageWriter;
 
-/// A loader for the engine that holds the host's `loader`. Each call asks the host, copies the
-/// pixels and releases the host's image. What the host throws passes unchanged; where the engine
-/// refuses the image, the text names the identifier. An empty `loader` throws
+/// A loader for the engine that holds a copy of the host's `loader`. Each call asks the host,
+/// copies the pixels and releases the host's image. What the host throws, and what the engine's
+/// image says of a layout that it refuses, passes unchanged. An empty `loader` throws
 /// std::bad_function_call when the engine calls it.
 EngineImageLoader AdaptImageLoader(ImageLoader loader);
 

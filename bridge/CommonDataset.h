@@ -16,4 +16,7 @@ void AddCommonSample(telvar_msg::common::Dataset& dataset,
 /// engine's to reject.
 telvar_msg::common::Dataset ConvertCommonDataset(const Types::CommonDataSet& dataset);
 
+/// The same message in serialised form, made such that no failing allocation does harm.
+std::string SerializeCommonDataset(const Types::CommonDataSet& dataset);
+
 }  // namespace Orbalt::TelvarWrapper::Wrapper

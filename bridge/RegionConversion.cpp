@@ -21,8 +21,13 @@ EngineRegion ConvertToEngineRegion(const std::shared_ptr<Types::ROI>& roi) {
 }
 
 telvar_msg::types::RegionOfInterest ConvertROI(const std::shared_ptr<Types::ROI>& roi) {
-  const telvar::types::AffineTransform transform = RegionTransform(*roi);
   telvar_msg::types::RegionOfInterest message;
+  FillRegion(*roi, message);
+  return message;
+}
+
+void FillRegion(const Types::ROI& roi, telvar_msg::types::RegionOfInterest& message) {
+  const telvar::types::AffineTransform transform = RegionTransform(roi);
   telvar_msg::types::AffineTransform& matrix = *message.mutable_affine_transform();
   matrix.set_m00(transform.a);
   matrix.set_m01(transform.b);
@@ -30,9 +35,8 @@ telvar_msg::types::RegionOfInterest ConvertROI(const std::shared_ptr<Types::ROI>
   matrix.set_m11(transform.e);
   matrix.set_tx(transform.c);
   matrix.set_ty(transform.f);
-  message.set_width(roi->width);
-  message.set_height(roi->height);
-  return message;
+  message.set_width(roi.width);
+  message.set_height(roi.height);
 }
 
 }  // namespace Orbalt::TelvarWrapper::Wrapper

@@ -23,4 +23,7 @@ EngineRegion ConvertToEngineRegion(const std::shared_ptr<Types::ROI>& roi);
 /// The region for a dataset's sample. `roi` must not be null.
 telvar_msg::types::RegionOfInterest ConvertROI(const std::shared_ptr<Types::ROI>& roi);
 
+/// Sets every field of `message` to the same.
+void FillRegion(const Types::ROI& roi, telvar_msg::types::RegionOfInterest& message);
+
 }  // namespace Orbalt::TelvarWrapper::Wrapper

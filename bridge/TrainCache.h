@@ -5,7 +5,6 @@
 
 #include <ios>
 #include <memory>
-#include <new>
 #include <sstream>
 #include <string>
 
@@ -27,12 +26,15 @@ void RestoreTrainCache(std::unique_ptr<TrainCache>& cache, const std::string& sa
 }
 
 /// Everything that the engine writes for `cache`. Not guarded: the engine's exceptions pass as they
-/// are. Throws std::bad_alloc when the stream ran out of memory, which it only notes by itself.
+/// are. A stream by itself only notes that a write failed, and would keep a cut cache; this one
+/// throws what failed (std::bad_alloc, for example), or std::ios_base::failure where nothing was
+/// thrown, also when `save` returns with the failure noted.
 template <class TrainCache>
 std::string SaveTrainCache(const TrainCache& cache) {
   std::ostringstream stream(std::ios::out | std::ios::binary);
+  stream.exceptions(std::ios::badbit | std::ios::failbit);
   save(cache, stream);
-  if (stream.bad()) throw std::bad_alloc();
+  stream.clear(stream.rdstate());  // throws if a failure is noted
   return stream.str();
 }
 

@@ -39,7 +39,8 @@ std::unique_ptr<Types::SmartClassifier::Data> SmartClassifierWrapper::Impl::GetD
 
 Types::SmartClassifier::TrainingResult SmartClassifierWrapper::Impl::Train(
     const Types::SmartClassifier::Dataset& dataset, const ImageLoader& loader) {
-  const std::string message = ConvertClassifierDataset(dataset).SerializeAsString();
+  const std::string message = SerializeFilled<telvar_msg::qv::classification::Dataset>(
+      [&](auto& filled) { ConvertClassifierDataset(dataset, filled); });
   auto [answer, artifact] = access_->Train(model_.Artifact(), message, trainingParameters_,
                                            AdaptImageLoader(loader), *trainCache_);
   const Answer<telvar_msg::qv::classification::TrainingResult> result(answer);
@@ -59,7 +60,7 @@ Types::SmartClassifier::Result SmartClassifierWrapper::Impl::Process(
 
 Types::SmartClassifier::SamplesResult SmartClassifierWrapper::Impl::BatchProcess(
     const Types::CommonDataSet& dataset, const ImageLoader& loader) {
-  const std::string message = ConvertCommonDataset(dataset).SerializeAsString();
+  const std::string message = SerializeCommonDataset(dataset);
   const std::string answer =
       access_->BatchProcess(model_.Artifact(), message, AdaptImageLoader(loader), *trainCache_);
   return ConvertClassifierTelvarProcessingResults(

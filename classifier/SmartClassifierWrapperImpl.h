@@ -25,9 +25,11 @@ class SmartClassifierWrapper::Impl {
   Types::SmartClassifier::SamplesResult BatchProcess(const Types::CommonDataSet& dataset,
                                                      const ImageLoader& loader);
 
+ private:
   // Data sets (DatasetConversion.cpp).
-  static telvar_msg::qv::classification::Dataset ConvertClassifierDataset(
-      const Types::SmartClassifier::Dataset& dataset);
+  /// Sets a message that is empty.
+  static void ConvertClassifierDataset(const Types::SmartClassifier::Dataset& dataset,
+                                       telvar_msg::qv::classification::Dataset& message);
   /// Adds one sample and its category; a later sample under the same key replaces an earlier one.
   static void AddClassifierSample(telvar_msg::qv::classification::Dataset& dataset,
                                   std::pair<std::string, Types::SmartClassifier::Sample> entry);
@@ -40,7 +42,6 @@ class SmartClassifierWrapper::Impl {
   static Types::SmartClassifier::TrainingResult ConvertClassifierTelvarTrainingResults(
       const telvar_msg::qv::classification::TrainingResult& result);
 
- private:
   std::unique_ptr<telvar::qv::classifier::TrainCache> trainCache_;
   std::string trainingParameters_;
   std::shared_ptr<TelvarClassifierAccess> access_;

@@ -27,6 +27,7 @@ endif()
 
 option(TELVAR_BUILD_TESTS "Build the tests" ${telvar_top_level})
 option(TELVAR_BUILD_HOST "Build the program telvar" ${telvar_top_level})
+option(TELVAR_BUILD_PYTHON "Build the Python package telvar (pybind11)" OFF)
 option(TELVAR_BUILD_BENCH "Build the benchmarks" OFF)
 option(TELVAR_BUILD_FUZZ "Build the fuzz targets (clang)" OFF)
 option(TELVAR_INSTALL "Generate install rules and packages" ${telvar_top_level})

@@ -1,6 +1,6 @@
 // The program's state files: refused with an error, or exactly what was written.
 // Input: 0 and a file; 1 and edits of a sound file; 2 and edits of its header, sealed again.
-#include "state_file.h"
+#include "files/state_file.h"
 
 #define XXH_INLINE_ALL
 #include <xxhash.h>

@@ -1,7 +1,7 @@
 // The program `telvar`.
 
-#include "app/run.h"
 #include "app/terminal.h"
+#include "commands/run.h"
 
 int main(int argc, char** argv) {
   return telvar_host::run(telvar_host::arguments(argc, argv));

@@ -10,29 +10,23 @@ constexpr char kInvalidPattern[] =
 
 }  // namespace
 
-telvar_msg::qv::ocr::Fielding SmartOCRWrapper::Impl::ConvertFielding(
-    const Types::SmartOCR::BasicFielding& fielding) {
-  telvar_msg::qv::ocr::Fielding message;
+void SmartOCRWrapper::Impl::ConvertFielding(const Types::SmartOCR::BasicFielding& fielding,
+                                            telvar_msg::qv::ocr::Fielding& message) {
   telvar_msg::qv::ocr::BasicFielding& basic = *message.mutable_basic_fielding();
   basic.set_count(fielding.count);
   basic.mutable_character_class()->set_allowed_characters(fielding.allowedCharacters);
-  return message;
 }
 
 // Without patterns the message sets no fielding at all, and goes to the engine like that.
-telvar_msg::qv::ocr::Fielding SmartOCRWrapper::Impl::ConvertFielding(
-    const Types::SmartOCR::AdvancedFielding& fielding) {
-  telvar_msg::qv::ocr::Fielding message;
+void SmartOCRWrapper::Impl::ConvertFielding(const Types::SmartOCR::AdvancedFielding& fielding,
+                                            telvar_msg::qv::ocr::Fielding& message) {
   for (const auto& [name, lines] : fielding.patterns) {
-    telvar_msg::qv::ocr::Pattern pattern = BuildPattern(lines);
-    (*message.mutable_advanced_fielding()->mutable_patterns())[name] = std::move(pattern);
+    BuildPattern(lines, (*message.mutable_advanced_fielding()->mutable_patterns())[name]);
   }
-  return message;
 }
 
-telvar_msg::qv::ocr::Pattern SmartOCRWrapper::Impl::BuildPattern(
-    const std::vector<std::vector<std::string>>& lines) {
-  telvar_msg::qv::ocr::Pattern pattern;
+void SmartOCRWrapper::Impl::BuildPattern(const std::vector<std::vector<std::string>>& lines,
+                                         telvar_msg::qv::ocr::Pattern& pattern) {
   pattern.mutable_lines()->Reserve(static_cast<int>(lines.size()));
   for (const std::vector<std::string>& line : lines) {
     telvar_msg::qv::ocr::PatternLine& patternLine = *pattern.add_lines();
@@ -41,7 +35,6 @@ telvar_msg::qv::ocr::Pattern SmartOCRWrapper::Impl::BuildPattern(
       patternLine.add_character_classes()->set_allowed_characters(allowed);
     }
   }
-  return pattern;
 }
 
 Types::SmartOCR::FieldingResult SmartOCRWrapper::Impl::ApplyFielding(

@@ -29,7 +29,8 @@ SmartOCRWrapper::Impl::~Impl() = default;
 
 Types::SmartOCR::TrainResult SmartOCRWrapper::Impl::Train(const Types::SmartOCR::Dataset& dataset,
                                                           const ImageLoader& loadImage) {
-  const std::string message = ConvertOCRDataset(dataset).SerializeAsString();
+  const std::string message = SerializeFilled<telvar_msg::qv::ocr::Dataset>(
+      [&](auto& filled) { FillDataset(filled, dataset); });
   auto [answer, artifact] = access_->Train(model_.Artifact(), message, training_parameters_,
                                            AdaptImageLoader(loadImage), *train_cache_);
   model_.Update({static_cast<float>(dataset.width), static_cast<float>(dataset.height)},
@@ -61,7 +62,9 @@ Types::SmartOCR::ProcessResult SmartOCRWrapper::Impl::Process(
     const Types::SmartOCR::Size& size, const Types::SmartOCR::BasicFielding& fielding) {
   const ReadAnswer answer = ProcessInternal(image, roi, size);
   Types::SmartOCR::ProcessResult result = ConvertTelvarOCRResults(*answer);
-  result.fieldingResult = ApplyFielding(ConvertFielding(fielding), answer->sample());
+  FieldingMessage message;
+  ConvertFielding(fielding, *message);
+  result.fieldingResult = ApplyFielding(*message, answer->sample());
   return result;
 }
 
@@ -70,7 +73,9 @@ Types::SmartOCR::ProcessResult SmartOCRWrapper::Impl::Process(
     const Types::SmartOCR::Size& size, const Types::SmartOCR::AdvancedFielding& fielding) {
   const ReadAnswer answer = ProcessInternal(image, roi, size);
   Types::SmartOCR::ProcessResult result = ConvertTelvarOCRResults(*answer);
-  result.fieldingResult = ApplyFielding(ConvertFielding(fielding), answer->sample());
+  FieldingMessage message;
+  ConvertFielding(fielding, *message);
+  result.fieldingResult = ApplyFielding(*message, answer->sample());
   return result;
 }
 

@@ -48,19 +48,6 @@ class SmartOCRWrapper::Impl {
   static std::vector<Types::SmartOCR::CharacterResult> ConvertTelvarOCRCharacterResults(
       const telvar_msg::qv::ocr::SampleResult& sample);
 
-  // Fielding (Fielding.cpp).
-  static telvar_msg::qv::ocr::Fielding ConvertFielding(
-      const Types::SmartOCR::BasicFielding& fielding);
-  static telvar_msg::qv::ocr::Fielding ConvertFielding(
-      const Types::SmartOCR::AdvancedFielding& fielding);
-  static telvar_msg::qv::ocr::Pattern BuildPattern(
-      const std::vector<std::vector<std::string>>& lines);
-
-  /// Matches a read sample. Every failure leaves as InvalidArgumentException with one of two texts.
-  static Types::SmartOCR::FieldingResult ApplyFielding(
-      const telvar_msg::qv::ocr::Fielding& fielding,
-      const telvar_msg::qv::ocr::SampleResult& sample);
-
   // Training (TrainingConversion.cpp).
   /// Images without labels are left out.
   static telvar_msg::qv::ocr::Dataset ConvertOCRDataset(const Types::SmartOCR::Dataset& dataset);
@@ -72,11 +59,28 @@ class SmartOCRWrapper::Impl {
 
  private:
   using ReadAnswer = Answer<telvar_msg::qv::ocr::Result>;
+  using FieldingMessage = ArenaMessage<telvar_msg::qv::ocr::Fielding>;
 
   /// The guarded engine run: the answer as the engine gave it, unconverted.
   ReadAnswer ProcessInternal(const std::shared_ptr<Types::Image>& image,
                              const std::shared_ptr<Types::ROI>& roi,
                              const Types::SmartOCR::Size& size);
+
+  // Fielding (Fielding.cpp). The conversions set a message that is empty.
+  static void ConvertFielding(const Types::SmartOCR::BasicFielding& fielding,
+                              telvar_msg::qv::ocr::Fielding& message);
+  static void ConvertFielding(const Types::SmartOCR::AdvancedFielding& fielding,
+                              telvar_msg::qv::ocr::Fielding& message);
+  static void BuildPattern(const std::vector<std::vector<std::string>>& lines,
+                           telvar_msg::qv::ocr::Pattern& pattern);
+
+  /// Matches a read sample. Every failure leaves as InvalidArgumentException with one of two texts.
+  static Types::SmartOCR::FieldingResult ApplyFielding(
+      const telvar_msg::qv::ocr::Fielding& fielding,
+      const telvar_msg::qv::ocr::SampleResult& sample);
+
+  static void FillDataset(telvar_msg::qv::ocr::Dataset& message,
+                          const Types::SmartOCR::Dataset& dataset);
 
   std::unique_ptr<telvar::qv::ocr::TrainCache> train_cache_;
   std::string training_parameters_;

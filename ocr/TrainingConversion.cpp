@@ -26,28 +26,33 @@ std::shared_ptr<LabelConfidences> ConvertConfidences(
 telvar_msg::qv::ocr::Dataset SmartOCRWrapper::Impl::ConvertOCRDataset(
     const Types::SmartOCR::Dataset& dataset) {
   telvar_msg::qv::ocr::Dataset message;
+  FillDataset(message, dataset);
+  return message;
+}
+
+void SmartOCRWrapper::Impl::FillDataset(telvar_msg::qv::ocr::Dataset& message,
+                                        const Types::SmartOCR::Dataset& dataset) {
   message.set_width(static_cast<float>(dataset.width));
   message.set_height(static_cast<float>(dataset.height));
   for (const Types::SmartOCR::TrainData& data : dataset.trainData) {
     if (!data.assignments.empty()) AddSample(message, data);
   }
-  return message;
 }
 
 void SmartOCRWrapper::Impl::AddSample(telvar_msg::qv::ocr::Dataset& dataset,
                                       const Types::SmartOCR::TrainData& data) {
-  telvar_msg::qv::ocr::Sample sample;
+  telvar_msg::qv::ocr::Sample& sample = (*dataset.mutable_samples())[data.imageId];
+  sample.Clear();
   sample.set_image_id(data.imageId);
-  if (data.roi) *sample.mutable_region_of_interest() = ConvertROI(data.roi);
+  if (data.roi) FillRegion(*data.roi, *sample.mutable_region_of_interest());
   sample.mutable_characters()->Reserve(static_cast<int>(data.assignments.size()));
   for (const Types::SmartOCR::TrainDataAssignment& assignment : data.assignments) {
     telvar_msg::qv::ocr::CharacterLabel& label = *sample.add_characters();
     label.set_first_value(static_cast<float>(assignment.firstValue));
     label.set_second_value(static_cast<float>(assignment.secondValue));
     label.set_category_id(assignment.categoryId);
-    dataset.mutable_categories()->insert({assignment.categoryId, {}});
+    (*dataset.mutable_categories())[assignment.categoryId];
   }
-  (*dataset.mutable_samples())[data.imageId] = std::move(sample);
 }
 
 Types::SmartOCR::TrainResult SmartOCRWrapper::Impl::ConvertTelvarOCRTrainingResult(

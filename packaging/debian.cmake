@@ -71,4 +71,18 @@ if(TARGET telvar_host)
 Checks data sets, trains, processes, evaluates and writes reports.")
 endif()
 
+if(TARGET telvar_python)
+  list(APPEND CPACK_COMPONENTS_ALL python)
+  telvar_debian_package(python python3-telvar python)
+  # The extension module is built for one version of Python.
+  math(EXPR next_python "${telvar_python_minor} + 1")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+    "${same_version}, python3 (>= 3.${telvar_python_minor}), python3 (<< 3.${next_python}), python3-numpy")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+    ${CMAKE_CURRENT_SOURCE_DIR}/python/postinst ${CMAKE_CURRENT_SOURCE_DIR}/python/prerm)
+  set(CPACK_COMPONENT_PYTHON_DESCRIPTION "Trainable machine-vision tools: Python package
+The three tools over numpy images, with type stubs, and a reader of the state
+files that the program telvar writes.")
+endif()
+
 include(CPack)

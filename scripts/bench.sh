@@ -3,14 +3,17 @@
 #
 #   scripts/bench.sh                 all: ocr classifier segmenter wrapper
 #   scripts/bench.sh ocr wrapper     the ones named
+#   scripts/bench.sh ocr-final       the reader on all three groups of styles, 'final' included; once,
+#                                    when everything is decided (bench/ocr/README.md)
 #
 # Figures depend on the machine; each table has its peers measured in the same run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-known=(ocr classifier segmenter wrapper)
+usual=(ocr classifier segmenter wrapper)
+known=("${usual[@]}" ocr-final)
 wanted=("$@")
-[ ${#wanted[@]} -eq 0 ] && wanted=("${known[@]}")
+[ ${#wanted[@]} -eq 0 ] && wanted=("${usual[@]}")
 for name in "${wanted[@]}"; do
   case " ${known[*]} " in *" $name "*) ;; *) echo "bench: unknown benchmark '$name'" >&2; exit 2 ;; esac
 done
@@ -23,9 +26,16 @@ mkdir -p "$out"
 
 build() { cmake --build --preset release --target "$@" >"$out/build.log" || { tail -n 40 "$out/build.log"; return 1; }; }
 
-ocr() {
+codes() {
+  scripts/install-listed-packages.sh bench/ocr/packages.txt
   build ocr_bench tesseract_peer hog_svm_peer
-  /usr/bin/python3 bench/ocr/run.py --programs "$programs" --work "$out/ocr" --json "$out/ocr.json"
+  /usr/bin/python3 bench/ocr/run.py --programs "$programs" --work "$out/ocr" "$@"
+}
+
+ocr() { codes --group develop choose --train 20 5 --json "$out/ocr.json"; }
+
+ocr-final() {
+  codes --group develop choose final --train 20 3 5 10 50 --only codes --json "$out/ocr-final.json"
 }
 
 classifier() {

@@ -6,9 +6,9 @@ set -euo pipefail
 
 build=(g++ cmake ninja-build ccache pkg-config git ca-certificates
        protobuf-compiler libprotobuf-dev libtorch-dev libdnnl-dev libopencv-dev libxxhash-dev
-       libcli11-dev nlohmann-json3-dev)
+       libcli11-dev nlohmann-json3-dev python3-dev pybind11-dev)
 test=(libgtest-dev libgmock-dev libbenchmark-dev python3 clang-14 clang-format-14 libclang-rt-14-dev binutils
-      locales chromium abigail-tools lintian dpkg-dev file doxygen)
+      python3-numpy python3-pytest mypy locales chromium abigail-tools lintian dpkg-dev file doxygen)
 windows=(g++-mingw-w64-x86-64-posix wine64 wine googletest llvm-14 clang-14 dpkg-dev python3)
 demo=(dataset-fashion-mnist jbigkit-bin)
 bench=(tesseract-ocr libtesseract-dev libleptonica-dev jbigkit-bin jbigkit-testdata fonts-ocr-a fonts-ocr-b

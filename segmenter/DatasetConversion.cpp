@@ -4,14 +4,15 @@
 namespace Orbalt::TelvarWrapper::Wrapper {
 namespace {
 
-telvar_msg::qv::segmentation::Sample ConvertSample(const Types::SmartSegmenter::Sample& sample) {
-  telvar_msg::qv::segmentation::Sample message;
+/// Sets `message`, whatever it held: of two samples with one identifier the later stays.
+void ConvertSample(const Types::SmartSegmenter::Sample& sample,
+                   telvar_msg::qv::segmentation::Sample& message) {
+  message.Clear();
   message.set_image_id(sample.imageId);
   for (const auto& [category, maskId] : sample.categoryMasks) {
     (*message.mutable_category_masks())[category] = maskId;
   }
-  if (sample.roi) *message.mutable_region_of_interest() = ConvertROI(sample.roi);
-  return message;
+  if (sample.roi) FillRegion(*sample.roi, *message.mutable_region_of_interest());
 }
 
 }  // namespace
@@ -19,13 +20,18 @@ telvar_msg::qv::segmentation::Sample ConvertSample(const Types::SmartSegmenter::
 telvar_msg::qv::segmentation::Dataset SmartSegmenterWrapper::Impl::ConvertSegmenterDataset(
     const Types::SmartSegmenter::Dataset& dataset) {
   telvar_msg::qv::segmentation::Dataset message;
+  FillDataset(message, dataset);
+  return message;
+}
+
+void SmartSegmenterWrapper::Impl::FillDataset(telvar_msg::qv::segmentation::Dataset& message,
+                                              const Types::SmartSegmenter::Dataset& dataset) {
   for (const std::string& category : dataset.categories) {
-    message.mutable_categories()->insert({category, {}});
+    (*message.mutable_categories())[category];
   }
   for (const Types::SmartSegmenter::Sample& sample : dataset.samples) {
-    (*message.mutable_samples())[sample.imageId] = ConvertSample(sample);
+    ConvertSample(sample, (*message.mutable_samples())[sample.imageId]);
   }
-  return message;
 }
 
 }  // namespace Orbalt::TelvarWrapper::Wrapper

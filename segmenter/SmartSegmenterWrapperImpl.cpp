@@ -62,7 +62,8 @@ TrainingResult SmartSegmenterWrapper::Impl::Train(const Types::SmartSegmenter::D
                                                   const ImageLoader& imageLoader,
                                                   const ImageLoader& maskLoader) {
   return TryQvCallWithReturn([&] {
-    const std::string message = ConvertSegmenterDataset(dataset).SerializeAsString();
+    const std::string message = SerializeFilled<telvar_msg::qv::segmentation::Dataset>(
+        [&](auto& filled) { FillDataset(filled, dataset); });
     const std::string parameters = SerializeDefaultParameters();
     auto [answer, artifact] = access_->train(
         segmenterModel_.Artifact(), message, parameters, AdaptImageLoader(imageLoader),
@@ -94,7 +95,7 @@ ProcessResult SmartSegmenterWrapper::Impl::Process(const std::shared_ptr<Types::
 
 ProcessResults SmartSegmenterWrapper::Impl::BatchProcess(const Types::CommonDataSet& dataset,
                                                          const ImageLoader& loader) {
-  const std::string message = ConvertCommonDataset(dataset).SerializeAsString();
+  const std::string message = SerializeCommonDataset(dataset);
   const EngineImageLoader engineLoader = AdaptImageLoader(loader);
   ProcessResults results;
   access_->BatchProcess(segmenterModel_.Artifact(), message, engineLoader, *trainCache_,

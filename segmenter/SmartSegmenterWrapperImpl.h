@@ -31,6 +31,9 @@ class SmartSegmenterWrapper::Impl {
       const Types::SmartSegmenter::Dataset& dataset);
 
  private:
+  static void FillDataset(telvar_msg::qv::segmentation::Dataset& message,
+                          const Types::SmartSegmenter::Dataset& dataset);
+
   std::unique_ptr<telvar::qv::segmenter::TrainCache> trainCache_;
   /// Kept as built; training sends fresh parameters.
   std::string trainingParameters_;

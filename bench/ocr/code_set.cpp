@@ -6,7 +6,9 @@
 #include <fstream>
 #include <limits>
 #include <locale>
+#include <map>
 #include <opencv2/imgcodecs.hpp>
+#include <sstream>
 #include <stdexcept>
 
 namespace telvar_bench {
@@ -32,6 +34,24 @@ double milliseconds(const timeval& time) {
   return time.tv_sec * 1e3 + time.tv_usec / 1e3;
 }
 
+// Each record is "file <tab> line <tab> allowed characters of each position ...".
+void add_patterns(const std::string& path, CodeSet& set) {
+  if (!std::ifstream(path)) return;
+  std::map<std::string, Picture*> by_file;
+  for (Picture& picture : set.pictures) by_file[picture.file] = &picture;
+  std::ifstream table = open_table(path);
+  for (std::string record; std::getline(table, record);) {
+    std::istringstream cells(record);
+    std::string file, line, cell;
+    std::getline(cells, file, '\t');
+    std::getline(cells, line, '\t');
+    const auto picture = by_file.find(file);
+    if (picture == by_file.end()) continue;
+    auto& pattern = picture->second->pattern.emplace_back();
+    while (std::getline(cells, cell, '\t')) pattern.push_back(cell);
+  }
+}
+
 }  // namespace
 
 CodeSet load_code_set(const std::string& folder, std::size_t limit) {
@@ -43,22 +63,23 @@ CodeSet load_code_set(const std::string& folder, std::size_t limit) {
   while (table >> file >> c.category >> c.line >> c.x >> c.y >> c.width >> c.height) {
     if (set.pictures.empty() || set.pictures.back().file != file) {
       if (set.pictures.size() == limit) break;
-      set.pictures.push_back({file, cv::imread(folder + "/" + file, cv::IMREAD_GRAYSCALE), {}});
+      set.pictures.push_back({file, cv::imread(folder + "/" + file, cv::IMREAD_GRAYSCALE), {}, {}});
       if (set.pictures.back().pixels.empty())
         throw std::runtime_error("cannot read " + folder + "/" + file);
     }
     set.pictures.back().characters.push_back(c);
   }
+  add_patterns(folder + "/patterns.tsv", set);
   return set;
 }
 
 void write_readings(const std::string& stem, const std::vector<Reading>& readings) {
-  std::ofstream characters = create_table(stem + ".chars.tsv", "file\tline\tcategory\tx\ty");
+  std::ofstream characters = create_table(stem + ".chars.tsv", "file\tline\tcategory\tx\ty\tscore");
   std::ofstream costs = create_table(stem + ".cost.tsv", "file\twall_ms\tcpu_ms");
   for (const Reading& reading : readings) {
     for (const Character& c : reading.characters)
       characters << reading.file << '\t' << c.line << '\t' << c.category << '\t' << c.x << '\t'
-                 << c.y << '\n';
+                 << c.y << '\t' << c.score << '\n';
     costs << reading.file << '\t' << reading.wall_ms << '\t' << reading.cpu_ms << '\n';
   }
 }

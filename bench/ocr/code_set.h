@@ -16,12 +16,15 @@ struct Character {
   float y = 0;  ///< centre
   float width = 0;
   float height = 0;
+  double score = 1;  ///< of the category, 0..1, if a reader gives any
 };
 
 struct Picture {
   std::string file;
   cv::Mat pixels;  ///< 8-bit gray
   std::vector<Character> characters;
+  /// The allowed characters of each position, by line; empty if the set has no patterns.
+  std::vector<std::vector<std::string>> pattern;
 };
 
 struct CodeSet {
@@ -30,7 +33,9 @@ struct CodeSet {
 };
 
 /// Reads `folder`/chars.tsv with its pictures and `folder`/../nominal.tsv. At most `limit`
-/// pictures, in order of name. Throws std::runtime_error naming a file that cannot be read.
+/// pictures, in order of name. Patterns come from
+/// `folder`/patterns.tsv, if there is one. Throws std::runtime_error naming a file that cannot be
+/// read.
 CodeSet load_code_set(const std::string& folder, std::size_t limit);
 
 /// What a reader made of one picture and what that cost.
@@ -41,7 +46,7 @@ struct Reading {
   double cpu_ms = 0;  ///< of all threads of this process
 };
 
-/// Writes `stem`.chars.tsv (file, line, category, x, y) and `stem`.cost.tsv (file, wall_ms,
+/// Writes `stem`.chars.tsv (file, line, category, x, y, score) and `stem`.cost.tsv (file, wall_ms,
 /// cpu_ms).
 void write_readings(const std::string& stem, const std::vector<Reading>& readings);
 

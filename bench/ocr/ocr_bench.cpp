@@ -3,12 +3,18 @@
 //
 //   ocr_bench train SET PICTURES ARTIFACT   writes ARTIFACT; prints "wall_ms cpu_ms result_value"
 //   ocr_bench read ARTIFACT SET OUT         writes the tables of code_set.h
+//   ocr_bench read-inverted ARTIFACT SET OUT   the same with light and dark exchanged
+//   ocr_bench read-patterns ARTIFACT SET OUT   as the patterns of the set match what was read; no
+//                                              characters of a picture that its pattern does not
+//                                              match
 
+#include <TelvarTypes/Exceptions.h>
 #include <TelvarTypes/TelvarTypes.h>
 #include <TelvarWrappers/CreateWrapperFactory.h>
 
 #include <cstdint>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <iterator>
 #include <map>
@@ -71,26 +77,58 @@ std::vector<telvar_bench::Character> characters_of(const types::SmartOCR::Sample
   for (std::size_t line = 0; line < sample.lines->size(); ++line) {
     for (const int index : (*sample.lines)[line].indexes) {
       const auto& c = sample.characters->at(static_cast<std::size_t>(index));
-      found.push_back({c.categoryResults->front().categoryId, static_cast<int>(line),
-                       static_cast<float>(c.firstValue), static_cast<float>(c.secondValue), 0, 0});
+      const auto& best = c.categoryResults->front();
+      found.push_back({best.categoryId, static_cast<int>(line), static_cast<float>(c.firstValue),
+                       static_cast<float>(c.secondValue), 0, 0, best.score});
     }
   }
   return found;
 }
 
-void read(const std::string& path, const std::string& folder, const std::string& out) {
+using Size = types::SmartOCR::Size;
+using ReadPicture =
+    std::function<types::SmartOCR::Sample(types::ISmartOCRWrapper&, const Picture&, const Size&)>;
+
+types::SmartOCR::Sample read_plainly(types::ISmartOCRWrapper& reader, const Picture& picture,
+                                     const Size& size) {
+  return reader.Process(image_of(picture), nullptr, size).sample;
+}
+
+types::SmartOCR::Sample read_inverted(types::ISmartOCRWrapper& reader, const Picture& picture,
+                                      const Size& size) {
+  Picture inverted = picture;
+  cv::bitwise_not(picture.pixels, inverted.pixels);
+  return read_plainly(reader, inverted, size);
+}
+
+types::SmartOCR::Sample read_by_pattern(types::ISmartOCRWrapper& reader, const Picture& picture,
+                                        const Size& size) {
+  types::SmartOCR::AdvancedFielding fielding;
+  fielding.patterns["format"] = picture.pattern;
+  try {
+    return reader.Process(image_of(picture), nullptr, size, fielding).fieldingResult.sample;
+  } catch (const Orbalt::TelvarWrapper::InvalidArgumentException& error) {
+    if (std::string(error.what()) != "No matching Fielding pattern was found") throw;
+    types::SmartOCR::Sample nothing;
+    nothing.lines = std::make_shared<std::vector<types::SmartOCR::Line>>();
+    return nothing;
+  }
+}
+
+void read(const std::string& path, const std::string& folder, const std::string& out,
+          const ReadPicture& read_picture) {
   std::ifstream stream(path, std::ios::binary);
   if (!stream) throw std::runtime_error("cannot read " + path);
   const auto reader = make_reader({std::istreambuf_iterator<char>(stream), {}});
   const CodeSet set = telvar_bench::load_code_set(folder, SIZE_MAX);
-  const types::SmartOCR::Size size(set.nominal.width, set.nominal.height);
+  const Size size(set.nominal.width, set.nominal.height);
   // The first call builds the engine's model; that is no part of reading an image.
-  reader->Process(image_of(set.pictures.front()), nullptr, size);
+  read_plainly(*reader, set.pictures.front(), size);
   std::vector<telvar_bench::Reading> readings;
   for (const Picture& picture : set.pictures) {
     const double wall = telvar_bench::wall_ms(), cpu = telvar_bench::process_cpu_ms();
-    const auto result = reader->Process(image_of(picture), nullptr, size);
-    readings.push_back({picture.file, characters_of(result.sample), telvar_bench::wall_ms() - wall,
+    const auto sample = read_picture(*reader, picture, size);
+    readings.push_back({picture.file, characters_of(sample), telvar_bench::wall_ms() - wall,
                         telvar_bench::process_cpu_ms() - cpu});
   }
   telvar_bench::write_readings(out, readings);
@@ -101,11 +139,14 @@ int run(const std::vector<std::string>& arguments) {
     train(arguments[1], std::stoul(arguments[2]), arguments[3]);
     return 0;
   }
-  if (arguments.size() == 4 && arguments[0] == "read") {
-    read(arguments[1], arguments[2], arguments[3]);
+  const std::map<std::string, ReadPicture> ways = {
+      {"read", read_plainly}, {"read-inverted", read_inverted}, {"read-patterns", read_by_pattern}};
+  if (arguments.size() == 4 && ways.count(arguments[0]) == 1) {
+    read(arguments[1], arguments[2], arguments[3], ways.at(arguments[0]));
     return 0;
   }
-  std::cerr << "usage: ocr_bench train SET PICTURES ARTIFACT | read ARTIFACT SET OUT\n";
+  std::cerr << "usage: ocr_bench train SET PICTURES ARTIFACT |\n"
+               "       ocr_bench read|read-inverted|read-patterns ARTIFACT SET OUT\n";
   return 2;
 }
 

@@ -1,8 +1,10 @@
 #!/usr/bin/python3
 """Prints the tables of the character reader and its peers; README.md describes them.
 
-run.py --programs DIR --work DIR [--train 20 [5 50 ...]] [--style NAME ...]
-       [--only codes|letter|speed] [--keep-peers] [--json FILE]
+run.py --programs DIR --work DIR [--group develop|choose|final ...] [--train 20 [5 50 ...]]
+       [--style NAME ...] [--only codes|letter|speed] [--keep-peers] [--json FILE]
+
+Every run of the group 'final' is recorded in final_runs.tsv beside this file.
 """
 
 import argparse
@@ -11,10 +13,15 @@ import os
 import subprocess
 import sys
 
+import calibration
+import final_record
 import letter
 import score
-from generator import styles, texts
+import tables
+from generator import texts
+from generator.groups import GROUPS
 
+ALL_STYLES = [name for group in GROUPS.values() for name in group.styles]
 FRAMES = "/usr/share/visp-images-data/ViSP-images"
 TRIAL_PICTURES = 20
 PAGE_VARIANTS = [(mode, source) for mode in ("3", "6", "11")
@@ -41,8 +48,9 @@ class Programs:
                                                       artifact))
         return {"train_wall_s": wall_ms / 1e3, "train_cpu_s": cpu_ms / 1e3, "held_back": value}
 
-    def read(self, artifact, folder, out):
-        self._run("ocr_bench", "read", artifact, folder, out)
+    def read(self, artifact, folder, out, way="read"):
+        """`way` is read, read-inverted (light and dark exchanged) or read-patterns."""
+        self._run("ocr_bench", way, artifact, folder, out)
 
     def tesseract(self, folder, out, mode, source, pictures, whitelist):
         self._run("tesseract_peer", folder, out, mode, source, pictures, whitelist)
@@ -59,6 +67,29 @@ def measure(stem, truth, pictures=None):
     error, exact = score.score({file: truth[file] for file in files}, read)
     wall, cpu = score.mean_cost(stem + ".cost.tsv")
     return {"character_error": error, "exact_lines": exact, "wall_ms": wall, "cpu_ms": cpu}
+
+
+def measure_reader(programs, artifact, test, stem, truth):
+    """Plain, with light and dark exchanged, and with the pattern of each image. An image that its
+    pattern does not match counts as it is read without."""
+    programs.read(artifact, test, stem)
+    row = measure(stem, truth)
+    true_rows, read_rows = (score.read_table(f"{path}chars.tsv") for path in
+                            (f"{test}/", f"{stem}."))
+    row["verdicts"], row["marks_right"] = calibration.judge(true_rows, read_rows,
+                                                            nominal_height(test))
+    programs.read(artifact, test, stem + "_inverted", "read-inverted")
+    row["inverted_exact_lines"] = measure(stem + "_inverted", truth)["exact_lines"]
+    programs.read(artifact, test, stem + "_patterns", "read-patterns")
+    matched = score.lines_of(score.read_table(stem + "_patterns.chars.tsv"))
+    best = {**score.lines_of(read_rows), **matched}
+    row["pattern_exact_lines"] = score.score(truth, best)[1]
+    row["pattern_matched"] = len(matched) / len(truth)
+    return row
+
+
+def nominal_height(folder):
+    return float(score.read_table(f"{folder}/../nominal.tsv")[0]["height"])
 
 
 def best_tesseract(programs, work, test, truth, variants, name):
@@ -90,8 +121,8 @@ def measure_style(programs, data, work, style, options):
     for count in options.train:
         artifact = f"{work}/trained_{count}"
         training = programs.train(train, count, artifact)
-        programs.read(artifact, test, f"{work}/telvar_{count}")
-        rows[f"telvar, {count} images"] = {**measure(f"{work}/telvar_{count}", truth), **training}
+        rows[f"telvar, {count} images"] = {
+            **measure_reader(programs, artifact, test, f"{work}/telvar_{count}", truth), **training}
     peers = f"{work}/peers.json"
     if not (options.keep_peers and os.path.exists(peers)):
         found = measure_peers(programs, train, test, work, truth, options.train[0])
@@ -149,62 +180,14 @@ def _cost(stem, true_characters):
     return {"wall_ms": wall, "cpu_ms": cpu, "read": len(characters) / true_characters}
 
 
-def _percent(value):
-    return "-" if value is None else f"{100 * value:.2f} %"
-
-
-def _number(value):
-    return "-" if value is None else f"{value:.0f}"
-
-
-def print_codes(results):
-    print("\nRendered codes: character error, exact lines (spaces aside), cost of an image\n")
-    print("| style | reader | character error | exact lines | wall ms | CPU ms | training CPU s |")
-    print("|---|---|---|---|---|---|---|")
-    for style, rows in results.items():
-        for name, row in rows.items():
-            name += f" ({row['variant']})" if "variant" in row else ""
-            print(f"| {style} | {name} | {_percent(row['character_error'])} "
-                  f"| {_percent(row.get('exact_lines'))} | {_number(row.get('wall_ms'))} "
-                  f"| {_number(row.get('cpu_ms'))} | {_number(row.get('train_cpu_s'))} |")
-    first = next(iter(next(iter(results.values()))))
-    exact = [rows[first]["exact_lines"] for rows in results.values()]
-    print(f"\n{first}: exact lines {_percent(sum(exact) / len(exact))} on average, "
-          f"{_percent(min(exact))} at least.")
-    unread = sum(max(rows["Tesseract, page"]["exact_lines"],
-                     rows["Tesseract, line crops"]["exact_lines"]) < 0.1
-                 for rows in results.values())
-    moderate = sum(0.03 <= rows["HOG + SVM, true places"]["character_error"] <= 0.11
-                   for rows in results.values())
-    print(f"Difficulty: Tesseract is under 10 % exact lines on {unread} styles (3 wanted); "
-          f"HOG + SVM errs 3 to 11 % on {moderate} (2 wanted).")
-
-
-def print_letter(rows):
-    print("\nScanned letter: marked characters that were not trained on\n")
-    print("| reader | errors | marks | error | CPU ms | training CPU s |\n|---|---|---|---|---|---|")
-    for name, row in rows.items():
-        print(f"| {name} | {row['errors']} | {row['marks']} "
-              f"| {_percent(row['errors'] / row['marks'])} | {_number(row['cpu_ms'])} "
-              f"| {_number(row.get('train_cpu_s'))} |")
-
-
-def print_speed(rows):
-    print("\nReading 1280 x 1024, characters about 30 pixels high\n")
-    print("| reader, page | wall ms | CPU ms | characters read of those there |\n|---|---|---|---|")
-    for name, row in rows.items():
-        print(f"| {name} | {_number(row['wall_ms'])} | {_number(row['cpu_ms'])} "
-              f"| {_percent(row['read'])} |")
-
-
 def parse():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--programs", required=True, help="folder of the built programs")
     parser.add_argument("--work", required=True, help="folder for data, readings and artifacts")
     parser.add_argument("--frames", default=FRAMES, help="folder ViSP-images of visp-images-data")
     parser.add_argument("--train", type=int, nargs="+", default=[20], help="training images")
-    parser.add_argument("--style", nargs="+", default=list(styles.STYLES),
-                        choices=list(styles.STYLES))
+    parser.add_argument("--group", nargs="+", default=["develop"], choices=list(GROUPS))
+    parser.add_argument("--style", nargs="+", choices=ALL_STYLES, help="these of the groups only")
     parser.add_argument("--only", choices=("codes", "letter", "speed"))
     parser.add_argument("--keep-peers", action="store_true",
                         help="take the peers' rows of an earlier run in the same folder")
@@ -212,14 +195,32 @@ def parse():
     return parser.parse_args()
 
 
-def generate(options, data):
-    """Makes the pictures once; the same seed makes the same again."""
-    done = f"{data}/complete"
+def generate(options, data, style):
+    """Makes the images of a style, or the pages, once; the same seed makes the same again."""
+    done = f"{data}/{style}/complete"
     if os.path.exists(done):
         return
-    subprocess.run([sys.executable, "-m", "generator", "--frames", options.frames, "--out", data],
-                   check=True, cwd=os.path.dirname(os.path.abspath(__file__)))
+    command = [sys.executable, "-m", "generator", "--frames", options.frames, "--out", data,
+               "--style", style]
+    subprocess.run(command, check=True, cwd=os.path.dirname(os.path.abspath(__file__)))
     open(done, "w").close()
+
+
+def measure_group(programs, data, work, group, options):
+    wanted = [name for name in GROUPS[group].styles if name in (options.style or ALL_STYLES)]
+    results = {}
+    for style in wanted:
+        generate(options, data, style)
+        results[style] = measure_style(programs, data, work, style, options)
+    if results:
+        tables.print_codes(group, results)
+        tables.print_calibration(group, results)
+    return results
+
+
+def without_verdicts(results):
+    return {style: {name: {key: value for key, value in row.items() if key != "verdicts"}
+                    for name, row in rows.items()} for style, rows in results.items()}
 
 
 def main():
@@ -227,18 +228,20 @@ def main():
     work, data = os.path.abspath(options.work), os.path.abspath(f"{options.work}/data")
     options.frames = os.path.abspath(options.frames)
     programs, results = Programs(options.programs), {}
-    generate(options, data)
     if options.only in (None, "codes"):
-        results["codes"] = {
-            style: measure_style(programs, data, work, style, options)
-            for style in options.style}
-        print_codes(results["codes"])
+        for group in options.group:
+            found = measure_group(programs, data, work, group, options)
+            results[f"codes, {group}"] = without_verdicts(found)
+            if group == "final" and found:
+                final_record.append(found)
     if options.only in (None, "letter"):
         results["letter"] = measure_letter(programs, work)
-        print_letter(results["letter"])
+        tables.print_letter(results["letter"])
     if options.only in (None, "speed"):
+        generate(options, data, "label")
+        generate(options, data, "pages")
         results["speed"] = measure_speed(programs, data, work, options.train[0])
-        print_speed(results["speed"])
+        tables.print_speed(results["speed"])
     if options.json:
         with open(options.json, "w") as stream:
             json.dump(results, stream, indent=1)

@@ -7,7 +7,7 @@
 #include "commands/commands.h"
 #include "datasets/layout.h"
 #include "files/output.h"
-#include "state_file.h"
+#include "files/state_file.h"
 
 namespace fs = std::filesystem;
 

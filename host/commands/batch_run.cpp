@@ -7,9 +7,11 @@
 #include <opencv2/core.hpp>
 #include <set>
 
+#include "app/errors.h"
 #include "app/text.h"
 #include "commands/process_items.h"
 #include "datasets/tables.h"
+#include "files/file_names.h"
 #include "images/read_image.h"
 #include "tools/classifier_tool.h"
 #include "tools/segmenter_tool.h"

@@ -5,9 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "app/session.h"
+#include "app/json.h"
 #include "files/output.h"
-#include "state_file.h"
+#include "files/state_file.h"
+#include "library/session.h"
 
 namespace telvar_host {
 

@@ -3,12 +3,24 @@
 #pragma once
 
 #include <CLI/App.hpp>
+#include <functional>
 #include <string>
 
-#include "app/session.h"
+#include "app/errors.h"
+#include "app/json.h"
 #include "app/tool_kind.h"
+#include "library/session.h"
 
 namespace telvar_host {
+
+// What a command has to say: `json` with --json, `text` without.
+struct Outcome {
+  Json json = Json::object();
+  std::string text;
+  ExitCode code = ExitCode::kOk;
+};
+
+using Command = std::function<Outcome(Session&)>;
 
 void add_commands(CLI::App& app, Command& command);
 

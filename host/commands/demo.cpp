@@ -3,8 +3,8 @@
 
 #include "app/text.h"
 #include "commands/commands.h"
+#include "commands/run_evaluation.h"
 #include "demo/demo_sets.h"
-#include "evaluation/run_evaluation.h"
 #include "files/output.h"
 #include "tools/training.h"
 

@@ -3,10 +3,10 @@
 
 #include "app/text.h"
 #include "commands/commands.h"
+#include "commands/run_evaluation.h"
 #include "datasets/ocr_data.h"
-#include "evaluation/run_evaluation.h"
 #include "files/output.h"
-#include "state_file.h"
+#include "files/state_file.h"
 
 namespace telvar_host {
 namespace {

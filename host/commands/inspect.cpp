@@ -3,7 +3,7 @@
 
 #include "app/text.h"
 #include "commands/commands.h"
-#include "state_file.h"
+#include "files/state_file.h"
 
 namespace telvar_host {
 namespace {

@@ -9,9 +9,10 @@
 #include "commands/fielding_options.h"
 #include "commands/process_items.h"
 #include "datasets/ocr_data.h"
+#include "files/file_names.h"
 #include "files/output.h"
+#include "files/state_file.h"
 #include "images/read_image.h"
-#include "state_file.h"
 
 namespace telvar_host {
 namespace {

@@ -6,8 +6,8 @@
 #include <opencv2/core.hpp>
 
 #include "app/text.h"
-#include "images/annotate.h"
 #include "images/read_image.h"
+#include "report/annotate.h"
 #include "tools/classifier_tool.h"
 #include "tools/segmenter_tool.h"
 
@@ -185,27 +185,6 @@ ProcessedItem processed(Processor& processor, const std::string& image) {
   item.json = std::move(named);
   item.text = image + "\n" + item.text;
   return item;
-}
-
-std::string file_name_of(const std::string& category) {
-  std::string name = category;
-  for (char& c : name) {
-    if (static_cast<unsigned char>(c) < 32 ||
-        std::string("/\\:*?\"<>|").find(c) != std::string::npos) {
-      c = '_';
-    }
-  }
-  return name == "." || name == ".." || name.empty() ? "_" : name;
-}
-
-const std::string& CategoryFileNames::of(const std::string& category) {
-  auto& name = names_[category];
-  if (!name.empty()) return name;
-  const auto plain = file_name_of(category);
-  name = plain;
-  for (int number = 2; !used_.insert(name).second; ++number)
-    name = plain + "-" + std::to_string(number);
-  return name;
 }
 
 }  // namespace telvar_host

@@ -5,10 +5,11 @@
 #include <memory>
 #include <opencv2/core/mat.hpp>
 #include <optional>
-#include <set>
 #include <string>
 
-#include "app/session.h"
+#include "app/errors.h"
+#include "app/json.h"
+#include "library/session.h"
 #include "tools/reader_tool.h"
 
 namespace telvar_host {
@@ -40,18 +41,5 @@ std::unique_ptr<Processor> make_processor(Session& session, const StateFile& sta
 // Reads and processes one file. What is wrong with this picture alone (unreadable, refused, no
 // pattern matches) is said in the item; other exceptions pass.
 ProcessedItem processed(Processor& processor, const std::string& image);
-
-// A category as part of a file name: what file systems refuse becomes "_".
-std::string file_name_of(const std::string& category);
-
-// The same for a whole run: categories that become alike ("a/b", "a:b") get a number each.
-class CategoryFileNames {
- public:
-  const std::string& of(const std::string& category);
-
- private:
-  std::map<std::string, std::string> names_;  // by category
-  std::set<std::string> used_;
-};
 
 }  // namespace telvar_host

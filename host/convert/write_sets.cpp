@@ -6,9 +6,9 @@
 
 #include "app/errors.h"
 #include "app/text.h"
-#include "commands/process_items.h"
 #include "convert/annotations.h"
 #include "datasets/ocr_labels.h"
+#include "files/file_names.h"
 #include "files/input.h"
 #include "images/read_image.h"
 

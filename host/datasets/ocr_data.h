@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "app/region.h"
 #include "app/tool_kind.h"
 #include "datasets/layout.h"
 #include "datasets/problems.h"
-#include "datasets/region.h"
 
 namespace telvar_host {
 

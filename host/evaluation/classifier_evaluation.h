@@ -7,8 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "app/session.h"
+#include "app/json.h"
 #include "datasets/classifier_data.h"
+#include "library/session.h"
 #include "metrics/timing.h"
 #include "tools/classifier_tool.h"
 

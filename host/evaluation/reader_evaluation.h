@@ -8,8 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "app/session.h"
+#include "app/json.h"
 #include "datasets/ocr_data.h"
+#include "library/session.h"
 #include "metrics/timing.h"
 #include "tools/reader_tool.h"
 

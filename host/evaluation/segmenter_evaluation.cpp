@@ -4,6 +4,7 @@
 #include <opencv2/core.hpp>
 #include <set>
 
+#include "app/errors.h"
 #include "app/text.h"
 #include "images/read_image.h"
 

@@ -6,8 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "app/session.h"
+#include "app/json.h"
 #include "datasets/segmenter_data.h"
+#include "library/session.h"
 #include "metrics/overlap.h"
 #include "metrics/timing.h"
 #include "tools/segmenter_tool.h"

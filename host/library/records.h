@@ -9,8 +9,8 @@
 #include <opencv2/core/mat.hpp>
 #include <optional>
 
+#include "app/region.h"
 #include "app/tool_kind.h"
-#include "datasets/region.h"
 
 namespace telvar_host {
 

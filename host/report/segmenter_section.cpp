@@ -1,9 +1,9 @@
 #include <opencv2/imgproc.hpp>
 
 #include "app/text.h"
-#include "images/annotate.h"
 #include "images/read_image.h"
 #include "images/resize.h"
+#include "report/annotate.h"
 #include "report/charts.h"
 #include "report/sections.h"
 

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "app/session.h"
 #include "datasets/classifier_data.h"
-#include "state_file.h"
+#include "files/state_file.h"
+#include "library/session.h"
 
 namespace telvar_host {
 

@@ -11,11 +11,11 @@
 #include <variant>
 #include <vector>
 
-#include "app/session.h"
+#include "app/region.h"
 #include "app/tool_kind.h"
 #include "datasets/ocr_data.h"
-#include "datasets/region.h"
-#include "state_file.h"
+#include "files/state_file.h"
+#include "library/session.h"
 
 namespace telvar_host {
 

@@ -9,10 +9,10 @@
 #include <optional>
 #include <string>
 
-#include "app/session.h"
-#include "datasets/region.h"
+#include "app/region.h"
 #include "datasets/segmenter_data.h"
-#include "state_file.h"
+#include "files/state_file.h"
+#include "library/session.h"
 
 namespace telvar_host {
 

@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "app/errors.h"
 #include "tools/classifier_tool.h"
 #include "tools/reader_tool.h"
 #include "tools/segmenter_tool.h"

@@ -6,8 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "app/session.h"
-#include "state_file.h"
+#include "files/state_file.h"
+#include "library/session.h"
 
 namespace telvar_host {
 

@@ -194,6 +194,8 @@ TEST(EmbeddedEngine, RefusesDataSetsToSegment) {
        [](auto& set) { set.categories.push_back("dent"); }},
       {kArgument, "sample 'I-1': a mask of category 'dent', which", mask("dent", "I-1")},
       {kArgument, "sample 'I-1': mask 'nothing' of category 'ink': 0 x 0", mask("ink", "nothing")},
+      {kImage, "sample 'I-1': mask 'short rows' of category 'ink': image of",
+       mask("ink", "short rows")},
       {kRegion, "image 'I-1': region of 0 x 9 px is empty",
        [](auto& set) { set.samples[1].roi = kEmptyRegion; }},
   });
@@ -223,6 +225,8 @@ TYPED_TEST(EmbeddedTool, RefusesImages) {
   if constexpr (!std::is_same_v<TypeParam, Reader>) {
     kImage("sample 'key', image '2 channels': 2 channels",
            [&] { tool->BatchProcess(BatchOf("2 channels"), Load); });
+    kImage("sample 'key', image 'short rows': image of",
+           [&] { tool->BatchProcess(BatchOf("short rows"), Load); });
   }
   process(Load("I-0"))();  // the tool goes on working
 }

@@ -55,10 +55,15 @@ struct Promise {
   std::set<std::string> refusals = {kNoMemory};
 };
 
+/// What building a message with a map may lose when it fails: the bytes of one key, which Protocol
+/// Buffers makes before it sees to their release. Everything else may lose nothing.
+constexpr long kOneKey = 1;
+
 /// Runs `attempt` with a later allocation failing each time, until none fails, and checks that
-/// nothing leaks. `attempt` gets the number and the mode; it returns whether an allocation failed.
+/// nothing leaks beyond `lost`. `attempt` gets the number and the mode; it returns whether an
+/// allocation failed.
 template <typename AttemptOne>
-void ForEachAllocation(AttemptOne attempt) {
+void ForEachAllocation(AttemptOne attempt, long lost = 0) {
   for (const Mode mode : {Mode::kOnce, Mode::kFromThenOn}) {
     long n = 0;
     for (bool failed = true; failed && !testing::Test::HasFailure();) {
@@ -67,7 +72,8 @@ void ForEachAllocation(AttemptOne attempt) {
       SetScript();
       failed = attempt(++n, mode);
       engine::reset();
-      ASSERT_EQ(LiveAllocations(), before) << "allocation " << n << " leaks";
+      ASSERT_GE(LiveAllocations(), before);
+      ASSERT_LE(LiveAllocations(), before + (failed ? lost : 0)) << "allocation " << n << " leaks";
     }
     EXPECT_GT(n, 1) << "nothing was allocated";
   }
@@ -75,7 +81,7 @@ void ForEachAllocation(AttemptOne attempt) {
 
 /// Runs `run` on fresh tools: it must answer in full or refuse, and the tool must go on working.
 template <typename Tool, typename Run>
-void Sweep(Run run, const Promise& promise) {
+void Sweep(Run run, const Promise& promise, long lost = 0) {
   SetScript();
   const std::string processed = Describe(Tool::Process(*Make<Tool>()));
   const auto try_on = [&](auto& tool, long n, Mode mode) {
@@ -83,17 +89,19 @@ void Sweep(Run run, const Promise& promise) {
     return Try([&](const Start& start) { return run(tool, start); }, n, mode);
   };
   const std::string answer = try_on(*Make<Tool>(), 0, Mode::kOnce).answer;
-  ForEachAllocation([&](long n, Mode mode) {
-    const auto tool = Make<Tool>();
-    const Attempt attempt = try_on(*tool, n, mode);
-    EXPECT_TRUE(attempt.answer == answer || promise.refusals.count(attempt.answer))
-        << "allocation " << n << ": " << attempt.answer;
-    const std::string state = Describe(tool->GetData());
-    EXPECT_TRUE(promise.states.count(state)) << "allocation " << n << ": " << state;
-    SetScript();
-    EXPECT_EQ(Describe(Tool::Process(*tool)), processed) << "allocation " << n;
-    return attempt.failed;
-  });
+  ForEachAllocation(
+      [&](long n, Mode mode) {
+        const auto tool = Make<Tool>();
+        const Attempt attempt = try_on(*tool, n, mode);
+        EXPECT_TRUE(attempt.answer == answer || promise.refusals.count(attempt.answer))
+            << "allocation " << n << ": " << attempt.answer;
+        const std::string state = Describe(tool->GetData());
+        EXPECT_TRUE(promise.states.count(state)) << "allocation " << n << ": " << state;
+        SetScript();
+        EXPECT_EQ(Describe(Tool::Process(*tool)), processed) << "allocation " << n;
+        return attempt.failed;
+      },
+      lost);
 }
 
 const std::string kBefore = kArtifact + " / " + kCache;
@@ -173,28 +181,14 @@ TYPED_TEST(WantOfMemory, LeavesTheStateToGetData) {
   Sweep<TypeParam>(get_data, kUnchanged);
 }
 
-// Protocol Buffers does not survive a failure while it builds a map. With samples, therefore, the
-// count starts when the engine first asks for an image: the data set has been built by then.
-template <typename Run>
-auto WithAndWithoutSamples(Run run) {
-  return std::pair(
-      [run](auto& tool, const Start& start) {
-        start();
-        return run(tool, false, HostImage);
-      },
-      [run](auto& tool, const Start& start) {
-        return run(tool, true, [&](const std::string& id) {
-          start();
-          return HostImage(id);
-        });
-      });
-}
-
 TYPED_TEST(WantOfMemory, LeavesAWholeArtifactToTrain) {
-  const auto [without, with] = WithAndWithoutSamples(
-      [](auto& tool, auto... arguments) { return TypeParam::Train(tool, arguments...); });
-  Sweep<TypeParam>(without, kTrained);
-  Sweep<TypeParam>(with, kTrained);
+  for (const bool with_samples : {false, true}) {
+    const auto train = [&](auto& tool, const Start& start) {
+      start();
+      return TypeParam::Train(tool, with_samples, HostImage);
+    };
+    Sweep<TypeParam>(train, kTrained, with_samples ? kOneKey : 0);
+  }
 }
 
 template <typename Tool>
@@ -203,10 +197,13 @@ using BatchTools = testing::Types<Classifier, Segmenter>;
 TYPED_TEST_SUITE(WantOfMemoryInBatch, BatchTools);
 
 TYPED_TEST(WantOfMemoryInBatch, LeavesTheArtifact) {
-  const auto [without, with] = WithAndWithoutSamples(
-      [](auto& tool, auto... arguments) { return Batch(tool, arguments...); });
-  Sweep<TypeParam>(without, kCacheMayGrow);
-  Sweep<TypeParam>(with, kCacheMayGrow);
+  for (const bool with_samples : {false, true}) {
+    const auto batch = [&](auto& tool, const Start& start) {
+      start();
+      return Batch(tool, with_samples, HostImage);
+    };
+    Sweep<TypeParam>(batch, kCacheMayGrow, with_samples ? kOneKey : 0);
+  }
 }
 
 TEST(WantOfMemoryInTheReader, LeavesTheStateToBasicFielding) {
@@ -218,15 +215,14 @@ TEST(WantOfMemoryInTheReader, LeavesTheStateToBasicFielding) {
   Sweep<Ocr>(basic, kFielding);
 }
 
-// As with samples: the count starts when the patterns have reached the engine.
 TEST(WantOfMemoryInTheReader, LeavesTheStateToAdvancedFielding) {
   Types::SmartOCR::AdvancedFielding patterns;
-  patterns.patterns[kId] = {{kId, kOtherId}, {kOtherId}};
+  for (const std::string& id : ManyIds()) patterns.patterns[id] = {{kId, kOtherId}, {kOtherId}};
   const auto advanced = [&](auto& tool, const Start& start) {
-    engine::script().failures.push_back({"ocr.fielding", 1, start});
+    start();
     return tool.Process(HostImage(), nullptr, {10.0F, 20.0F}, patterns);
   };
-  Sweep<Ocr>(advanced, kFielding);
+  Sweep<Ocr>(advanced, kFielding, kOneKey);
 }
 
 TEST(WantOfMemoryInTheReader, LeavesTheStateToSortCharacters) {

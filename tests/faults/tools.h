@@ -25,6 +25,13 @@ inline const std::string kNewCache = kCache + ", and what a run added to them";
 inline const std::string kId = "an identifier long enough to be allocated";
 inline const std::string kOtherId = "some other identifier, also long enough";
 
+/// Enough identifiers for a message's map to grow several times.
+inline std::vector<std::string> ManyIds() {
+  std::vector<std::string> ids;
+  for (int i = 0; i < 20; ++i) ids.push_back(kId + std::to_string(i));
+  return ids;
+}
+
 inline std::shared_ptr<Types::Image> HostImage(const std::string& = "") {
   return Types::MakeImage({4, 2, 6, 1, 8, 0}, std::vector<unsigned char>(12, 128));
 }
@@ -53,9 +60,10 @@ struct Ocr {
     dataset.width = 10;
     dataset.height = 20;
     if (with_samples) {
-      dataset.trainData.emplace_back();
-      dataset.trainData[0].imageId = kId;
-      dataset.trainData[0].assignments.emplace_back(1.0, 2.0, kOtherId);
+      const auto roi = std::make_shared<Types::ROI>();
+      for (const std::string& id : ManyIds()) {
+        dataset.trainData.push_back({{{1, 2, id}, {3, 4, kOtherId}}, id, roi});
+      }
     }
     return tool.Train(dataset, loader);
   }
@@ -70,7 +78,9 @@ struct Classifier {
   static auto Process(Interface& tool) { return tool.Process(HostImage()); }
   static auto Train(Interface& tool, bool with_samples, const Types::ImageLoader& loader) {
     Types::SmartClassifier::Dataset dataset;
-    if (with_samples) dataset.samples[kId] = {kId, kOtherId};
+    if (with_samples) {
+      for (const std::string& id : ManyIds()) dataset.samples[id] = {kId, id};
+    }
     return tool.Train(dataset, loader);
   }
 };
@@ -85,10 +95,11 @@ struct Segmenter {
   static auto Train(Interface& tool, bool with_samples, const Types::ImageLoader& loader) {
     Types::SmartSegmenter::Dataset dataset;
     if (with_samples) {
-      dataset.categories = {kOtherId};
-      dataset.samples.emplace_back();
-      dataset.samples[0].imageId = kId;
-      dataset.samples[0].categoryMasks[kOtherId] = kId;
+      const auto roi = std::make_shared<Types::ROI>();
+      for (const std::string& id : ManyIds()) {
+        dataset.categories.push_back(id);
+        dataset.samples.push_back({id, roi, {{id, kId}, {kOtherId, kId}}});
+      }
     }
     return tool.Train(dataset, loader, loader);
   }
@@ -97,7 +108,9 @@ struct Segmenter {
 template <typename Interface>
 auto Batch(Interface& tool, bool with_samples, const Types::ImageLoader& loader) {
   Types::CommonDataSet dataset;
-  if (with_samples) dataset.samples[kId] = Types::CommonSample(kOtherId);
+  if (with_samples) {
+    for (const std::string& id : ManyIds()) dataset.samples[id] = {kId};
+  }
   return tool.BatchProcess(dataset, loader);
 }
 

@@ -6,20 +6,20 @@
 #include <opencv2/core.hpp>
 
 #include "app/errors.h"
+#include "app/region.h"
 #include "app/text.h"
 #include "convert/annotations.h"
 #include "datasets/layout.h"
 #include "datasets/ocr_labels.h"
-#include "datasets/region.h"
 #include "datasets/tables.h"
 #include "files/flush.h"
 #include "files/output.h"
+#include "files/state_file.h"
 #include "images/read_image.h"
 #include "metrics/overlap.h"
 #include "metrics/text_metrics.h"
 #include "metrics/timing.h"
 #include "report/html.h"
-#include "state_file.h"
 
 namespace telvar_host {
 namespace {

@@ -35,6 +35,10 @@ expect_package(libtelvarwrappers-dev
   /usr/${LIBDIR}/libTelvarWrappers.so /usr/${LIBDIR}/pkgconfig/telvar-wrappers.pc
   /usr/${LIBDIR}/cmake/TelvarWrappers/TelvarWrappersConfig.cmake
   /usr/include/TelvarTypes/TelvarTypes.h /usr/include/TelvarWrappers/CreateWrapperFactory.h)
+if(PYTHON)
+  expect_package(python3-telvar
+    /usr/lib/python3/dist-packages/telvar/__init__.py /usr/lib/python3/dist-packages/telvar/py.typed)
+endif()
 if(TOOLS)
   expect_package(telvar-tools /usr/bin/telvar)
 endif()

@@ -15,6 +15,10 @@ foreach(consumer find_package pkg_config)
   set(BUILD ${WORK}/${consumer})
   include(${consumers}/build_and_run.cmake)
 endforeach()
+if(PYTHON)
+  execute_process(COMMAND ${CMAKE_COMMAND} -E env PYTHONPATH=${PREFIX}/lib/python3/dist-packages
+    /usr/bin/python3 -B ${ROOT}/tests/packages/use_package.py COMMAND_ERROR_IS_FATAL ANY)
+endif()
 if(TOOLS)
   # Loads the library, which it is not linked to.
   file(WRITE ${WORK}/points.csv "10,10\n30,11\n12,60\n")

@@ -60,7 +60,9 @@ ModelState::ModelState(const std::string& tool, const std::string& artifact,
   Call& call = record(tool + ".model");
   call.artifact = artifact;
   call.parameters = parameters;
-  call.on_cpu = dynamic_cast<const telvar::types::CpuDevice*>(&device) != nullptr;
+  if (const auto* cpu = dynamic_cast<const telvar::types::CpuDevice*>(&device)) {
+    call.cpu_threads = cpu->threads();
+  }
   raise_scripted(tool + ".model");
   refuse_empty_artifact(artifact);
   call.object = number_ = next_object();
@@ -107,6 +109,7 @@ void CacheState::save(std::ostream& stream) const {
   raise_scripted(name);
   call.bytes = saved_cache(contents_);
   stream << call.bytes;
+  stream.setstate(script().save_state);
 }
 
 Call& begin_run(const std::string& name, const RunArguments& run) {

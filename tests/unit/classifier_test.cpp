@@ -1,6 +1,6 @@
 // The classifier: what the engine sees, and how its answers come back.
 
-#include "classifier/SmartClassifierWrapperImpl.h"
+#include "telvar_msg/classification.pb.h"
 #include "telvar_msg/common.pb.h"
 #include "tools.h"
 
@@ -105,16 +105,6 @@ TEST_F(Classifier, TrainsOnEverySampleAndItsCategories) {
   for (const std::string& category : {std::string("cat"), std::string("dog"), OddBytes()}) {
     EXPECT_TRUE(seen.categories().contains(category));
   }
-}
-
-TEST_F(Classifier, KeepsTheLaterSampleOfOneKey) {
-  messages::Dataset message;
-  Wrapper::SmartClassifierWrapper::Impl::AddClassifierSample(message, {"key", {"1", "cat"}});
-  Wrapper::SmartClassifierWrapper::Impl::AddClassifierSample(message, {"key", {"2", "dog"}});
-  ASSERT_EQ(message.samples_size(), 1);
-  EXPECT_EQ(message.samples().at("key").image_id(), "2");
-  EXPECT_EQ(message.samples().at("key").category_id(), "dog");
-  EXPECT_EQ(message.categories_size(), 2);
 }
 
 TEST_F(Classifier, TrainsWithSettingTen) {

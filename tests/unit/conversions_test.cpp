@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "bridge/Callbacks.h"
 #include "bridge/CommonDataset.h"
 #include "bridge/ImageConversion.h"
 #include "bridge/RegionConversion.h"
@@ -44,6 +45,13 @@ TEST(ImageConversion, MovesTheEnginesPixelsToTheHost) {
   EXPECT_TRUE(image.pixels.empty());
 }
 
+TEST(ImageLoaderAdapter, HoldsTheHostsFunctionItself) {
+  Types::ImageLoader loader = [](const std::string&) { return HostImage(); };
+  const Wrapper::EngineImageLoader adapted = Wrapper::AdaptImageLoader(loader);
+  loader = [](const std::string&) { return nullptr; };
+  EXPECT_EQ(adapted("image").pixels.size(), 12U);
+}
+
 struct RegionCase {
   const char* name;
   float x, y, angle, skew;
@@ -62,6 +70,9 @@ const RegionCase kRegions[] = {
     {"turned and skewed", 1, 2, 0.25F, 0.5F, 0.968912423F, -0.681638777F, 0.247403964F,
      0.731688857F},
     {"turned back by its skew", 1, 2, 0.5F, -0.5F, 0.87758255F, -0.0F, 0.47942555F, 1},
+    // Only in single precision does the sum lose the skew, and the matrix stay orthogonal.
+    {"skewed by less than its angle can hold", 0, 0, 10000, 0.0003F, -0.952155352F, 0.305614382F,
+     -0.305614382F, -0.952155352F},
     {"no number", kNan, 1, kNan, 0, kNan, kNan, kNan, kNan},
     {"infinite", kInfinity, -kInfinity, 0, kInfinity, 1, kNan, 0, kNan},
 };
@@ -121,6 +132,17 @@ TEST(RegionConversion, TakesTheWholeImageWithoutARegion) {
   EXPECT_THAT((std::vector<float>{t.a, t.b, t.c, t.d, t.e, t.f}),
               testing::ElementsAre(1, 0, 0, 0, 1, 0));
   EXPECT_EQ(size.width + size.height, 0U);
+}
+
+TEST(RegionConversion, LeavesARegionWithoutExtentWhereItIs) {
+  for (const auto& [width, height] : {std::pair(0U, 0U), {0U, 5U}, {5U, 0U}}) {
+    const auto roi = std::make_shared<Types::ROI>(Types::ROI{3, 4, 0, 0, width, height});
+    const auto [t, size] = ConvertToEngineRegion(roi);
+    EXPECT_EQ(t.c, 3);
+    EXPECT_EQ(t.f, 4);
+    EXPECT_EQ(size.width, width);
+    EXPECT_EQ(size.height, height);
+  }
 }
 
 TEST(CommonDataset, IsEmptyForAnEmptyBatch) {

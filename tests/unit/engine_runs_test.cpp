@@ -144,22 +144,19 @@ TEST_P(LoaderRun, TakesAnImageWithoutPixelsForAnEmptyOne) {
   }
 }
 
-TEST_P(LoaderRun, NamesAnImageThatTheEngineCannotTake) {
+TEST_P(LoaderRun, PassesWhatTheEnginesImageRefusesWithItsText) {
   const auto loader = [](std::uint32_t stride) {
     return [=](const std::string&) {
       return Types::MakeImage({4, 2, stride, 1, 8, 0}, std::vector<unsigned char>(8));
     };
   };
-  engine::script().ask_images = {"too narrow"};
+  engine::script().ask_images = {"a"};
   EXPECT_EQ(ThrownByRun(loader(3)),
-            An<InvalidImageException>("image 'too narrow': image of 4 x 2 px, stride 3 bytes, 1 "
-                                      "channels of 8 bits: a row takes 4 bytes, more than the "
-                                      "stride"));
-  engine::script().ask_images = {"too large"};
+            An<InvalidImageException>("image of 4 x 2 px, stride 3 bytes, 1 channels of 8 bits: a "
+                                      "row takes 4 bytes, more than the stride"));
   EXPECT_EQ(ThrownByRun(loader(0x40000000)),
-            An<InvalidImageSizeException>("image 'too large': image of 4 x 2 px, stride 1073741824 "
-                                          "bytes, 1 channels of 8 bits: 2147483648 bytes, the "
-                                          "limit is 2147483647"));
+            An<InvalidImageSizeException>("image of 4 x 2 px, stride 1073741824 bytes, 1 channels "
+                                          "of 8 bits: 2147483648 bytes, the limit is 2147483647"));
 }
 
 TEST_P(LoaderRun, PassesWhatTheHostsLoaderThrows) {

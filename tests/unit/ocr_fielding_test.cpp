@@ -2,6 +2,7 @@
 
 #include "telvar_msg/ocr_fielding.pb.h"
 #include "telvar_msg/ocr_result.pb.h"
+#include "telvar_msg/ocr_training.pb.h"
 #include "tools.h"
 
 namespace Orbalt::TelvarWrapper::Tests {
@@ -24,6 +25,7 @@ class OcrFielding : public ScriptedTest {
     Result answer;
     answer.mutable_sample()->add_characters()->set_first_value(1);
     answer.mutable_sample()->add_lines()->set_text("read " + OddBytes());
+    answer.mutable_processing_time()->set_nanos(7'500'000);
     engine::script().answers["ocr.process"] = answer.SerializeAsString();
     sample_ = answer.sample().SerializeAsString();
     Answer(true, "pattern");
@@ -51,6 +53,11 @@ class OcrFielding : public ScriptedTest {
   Wrapper::SmartOCRWrapper tool_ = MakeTool<OcrTool>();
   std::string sample_;
 };
+
+template <typename FieldingRecord>
+class EitherFielding : public OcrFielding {};
+using Fieldings = testing::Types<BasicFielding, AdvancedFielding>;
+TYPED_TEST_SUITE(EitherFielding, Fieldings);
 
 TEST_F(OcrFielding, SendsBasicFieldingAsItIs) {
   const BasicFielding cases[] = {
@@ -96,17 +103,32 @@ TEST_F(OcrFielding, AppliesThePatternsToTheReadSample) {
   EXPECT_EQ(engine::last("ocr.apply").bytes, sample_);
 }
 
-TEST_F(OcrFielding, ReturnsTheFieldedSampleBesideTheReadOne) {
+TYPED_TEST(EitherFielding, ReadsTheRegionAtTheSize) {
+  const auto roi = std::make_shared<Types::ROI>(Types::ROI{3, 4, 0, 0, 5, 6});
+  this->tool_.Process(HostImage(), roi, {10, 20}, TypeParam());
+  const engine::Call call = engine::last("ocr.process");
+  EXPECT_THAT(call.transform, testing::ElementsAre(1, 0, 3, 0, 1, 4));
+  EXPECT_THAT(call.size, testing::ElementsAre(5, 6));
+  telvar_msg::qv::ocr::RuntimeParameters parameters;
+  ASSERT_TRUE(parameters.ParseFromString(engine::last("ocr.model").parameters));
+  EXPECT_EQ(parameters.width(), 10.0F);
+  EXPECT_EQ(parameters.height(), 20.0F);
+}
+
+TYPED_TEST(EitherFielding, ReturnsTheFieldedSampleBesideTheReadOne) {
   SampleResult fielded;
   fielded.set_first_value(0.5F);
   fielded.add_lines()->set_text("fielded");
-  Answer(true, "name " + OddBytes(), fielded);
-  const ProcessResult result = Process(BasicFielding("0", 1));
-  EXPECT_EQ(result.sample.lines->at(0).text, "read " + OddBytes());
-  EXPECT_EQ(result.fieldingResult.patternName, "name " + OddBytes());
-  EXPECT_EQ(result.fieldingResult.sample.firstValue, 0.5);
-  EXPECT_EQ(result.fieldingResult.sample.lines->at(0).text, "fielded");
-  EXPECT_TRUE(result.fieldingResult.sample.characters->empty());
+  for (const std::string& name : {"name " + OddBytes(), std::string()}) {
+    this->Answer(true, name, fielded);
+    const ProcessResult result = this->Process(TypeParam());
+    EXPECT_EQ(result.processingTime, 7);
+    EXPECT_EQ(result.sample.lines->at(0).text, "read " + OddBytes());
+    EXPECT_EQ(result.fieldingResult.patternName, name);
+    EXPECT_EQ(result.fieldingResult.sample.firstValue, 0.5);
+    EXPECT_EQ(result.fieldingResult.sample.lines->at(0).text, "fielded");
+    EXPECT_TRUE(result.fieldingResult.sample.characters->empty());
+  }
 }
 
 TEST_F(OcrFielding, ReportsThatNothingMatched) {

@@ -33,6 +33,8 @@ class OcrTrain : public ScriptedTest {
     Train(dataset);
     Message message;
     EXPECT_TRUE(message.ParseFromString(engine::last("ocr.train").dataset));
+    EXPECT_EQ(message.ByteSizeLong(),
+              Wrapper::SmartOCRWrapper::Impl::ConvertOCRDataset(dataset).ByteSizeLong());
     return message;
   }
 
@@ -74,6 +76,12 @@ TEST_F(OcrTrain, SendsTheRegionOfAnImage) {
   EXPECT_EQ(region.affine_transform().ty(), 2.0F);
   EXPECT_EQ(region.width(), 3U);
   EXPECT_EQ(region.height(), 4U);
+
+  *dataset.trainData[0].roi = {3, 4};
+  const auto empty = Seen(dataset).samples().at("image");
+  EXPECT_TRUE(empty.has_region_of_interest());
+  EXPECT_EQ(empty.region_of_interest().affine_transform().tx(), 3.0F);
+  EXPECT_EQ(empty.region_of_interest().width(), 0U);
 }
 
 TEST_F(OcrTrain, LeavesOutImagesWithoutLabelsButAddSampleKeepsThem) {

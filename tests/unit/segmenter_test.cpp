@@ -89,6 +89,14 @@ TEST_F(Segmenter, CollectsTheImagesThatABatchWrites) {
   EXPECT_EQ(tool_.GetData()->trainCache, engine::saved_cache("prepared"));
 }
 
+TEST_F(Segmenter, BeginsEveryBatchWithoutImages) {
+  engine::script().write = {{EngineImage(1), "first", "scratch"}};
+  const auto first = tool_.BatchProcess({}, LoadHostImage).results;
+  engine::script().write = {{EngineImage(2), "second", "scratch"}};
+  EXPECT_EQ(tool_.BatchProcess({}, LoadHostImage).results.count("first"), 0U);
+  EXPECT_EQ(first.at("first").resultImages.at("scratch")->pixels[0], 1);
+}
+
 TEST_F(Segmenter, ReturnsNothingForABatchThatWritesNothing) {
   EXPECT_TRUE(tool_.BatchProcess({}, LoadHostImage).results.empty());
   EXPECT_TRUE(engine::last("segmenter.batch").has_writer);
@@ -98,7 +106,7 @@ TEST_F(Segmenter, ReturnsNothingForABatchThatWritesNothing) {
 TEST_F(Segmenter, TrainsOnImagesAndMasksWithoutAWriter) {
   Types::SmartSegmenter::Dataset dataset;
   dataset.categories = {"scratch", "dent", "scratch", "unused", OddBytes()};
-  dataset.samples.resize(4);
+  dataset.samples.resize(5);
   dataset.samples[0].imageId = "replaced";
   dataset.samples[0].categoryMasks = {{"dent", "mask 0"}};
   dataset.samples[1].imageId = OddBytes();
@@ -106,18 +114,21 @@ TEST_F(Segmenter, TrainsOnImagesAndMasksWithoutAWriter) {
   dataset.samples[1].categoryMasks = {{"dent", "mask 1"}, {OddBytes(), OddBytes()}, {"", ""}};
   dataset.samples[2].imageId = "replaced";
   dataset.samples[3].imageId = std::string(1 << 20, '\xe9');
+  dataset.samples[4] = {"no extent", std::make_shared<Types::ROI>(Types::ROI{3, 4})};
   testing::internal::CaptureStderr();
   tool_.Train(dataset, LoadHostImage, LoadHostImage);
   const engine::Call call = engine::last("segmenter.train");
   messages::Dataset seen;
   ASSERT_TRUE(seen.ParseFromString(call.dataset));
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(call.dataset.size(),
+            Wrapper::SmartSegmenterWrapper::Impl::ConvertSegmenterDataset(dataset).ByteSizeLong());
   EXPECT_EQ(call.parameters, "");
   EXPECT_FALSE(call.has_writer);
 
   EXPECT_EQ(seen.categories_size(), 4);
   for (const std::string& name : dataset.categories) EXPECT_TRUE(seen.categories().contains(name));
-  ASSERT_EQ(seen.samples_size(), 3);
+  ASSERT_EQ(seen.samples_size(), 4);
   const auto& replaced = seen.samples().at("replaced");
   EXPECT_EQ(replaced.image_id(), "replaced");
   EXPECT_EQ(replaced.category_masks_size(), 0);
@@ -129,6 +140,8 @@ TEST_F(Segmenter, TrainsOnImagesAndMasksWithoutAWriter) {
   EXPECT_EQ(odd.category_masks().at(OddBytes()), OddBytes());
   EXPECT_EQ(odd.region_of_interest().affine_transform().ty(), 2.0F);
   EXPECT_EQ(odd.region_of_interest().height(), 4U);
+  ASSERT_TRUE(seen.samples().at("no extent").has_region_of_interest());
+  EXPECT_EQ(seen.samples().at("no extent").region_of_interest().affine_transform().tx(), 3.0F);
 }
 
 TEST_F(Segmenter, KeepsTheImageLoaderAndTheMaskLoaderApart) {

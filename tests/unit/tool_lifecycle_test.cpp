@@ -123,12 +123,22 @@ TYPED_TEST(ToolLifecycle, SavesItsCacheOutsideTheGuard) {
   EXPECT_EQ(tool.GetData()->artifact, "artifact");
 }
 
-TYPED_TEST(ToolLifecycle, BuildsItsModelOnFirstUseOnTheCpuAndKeepsIt) {
+TYPED_TEST(ToolLifecycle, ThrowsWhatTheStreamSaysRatherThanKeepACutCache) {
+  const auto tool = MakeTool<TypeParam>("artifact", engine::saved_cache("state"));
+  for (const auto failure : {std::ios::badbit, std::ios::failbit}) {
+    engine::script().save_state = failure;
+    EXPECT_THROW(tool.GetData(), std::ios_base::failure);
+  }
+  engine::script().save_state = std::ios::goodbit;
+  EXPECT_EQ(tool.GetData()->trainCache, engine::saved_cache("state"));
+}
+
+TYPED_TEST(ToolLifecycle, BuildsItsModelOnFirstUseOnAllOfTheCpuAndKeepsIt) {
   auto tool = MakeTool<TypeParam>(OddBytes());
   TypeParam::Process(tool);
   const engine::Call model = this->Last("model");
   EXPECT_EQ(model.artifact, OddBytes());
-  EXPECT_TRUE(model.on_cpu);
+  EXPECT_EQ(model.cpu_threads, telvar::types::CpuDevice().threads());
   TypeParam::Process(tool);
   EXPECT_EQ(this->Count("model"), 1U);
   EXPECT_EQ(this->Last("process").object, model.object);
@@ -142,6 +152,19 @@ TYPED_TEST(ToolLifecycle, TriesAgainToBuildAModelThatCouldNotBeBuilt) {
   EXPECT_EQ(this->Count("process"), 0U);
   TypeParam::Process(tool);
   EXPECT_EQ(this->Last("process").object, this->Last("model").object);
+}
+
+TYPED_TEST(ToolLifecycle, KeepsItsModelWhenACallFails) {
+  auto tool = MakeTool<TypeParam>();
+  TypeParam::Process(tool);
+  engine::fail(this->Call("process"), telvar::types::invalid_roi("outside"));
+  EXPECT_EQ(ThrownBy([&] { TypeParam::Process(tool); }), An<InvalidROIException>("outside"));
+  if constexpr (!std::is_same_v<TypeParam, OcrTool>) {
+    engine::fail(this->Call("batch"), telvar::types::invalid_dataset("odd"));
+    EXPECT_EQ(ThrownBy([&] { TypeParam::Batch(tool); }), An<InvalidArgumentException>("odd"));
+  }
+  TypeParam::Process(tool);
+  EXPECT_EQ(this->Count("model"), 1U);
 }
 
 TYPED_TEST(ToolLifecycle, ReportsAMissingArtifactOnFirstUse) {

@@ -43,6 +43,27 @@ TYPED_TEST(ToolTraining, InstallsTheNewArtifactAndBuildsItsModelAtOnce) {
   EXPECT_EQ(this->Last("train").artifact, OddBytes());
 }
 
+TYPED_TEST(ToolTraining, BuildsNoModelBeforeTheEngineHasTrained) {
+  for (const char* artifact : {"", "old"}) {
+    auto tool = MakeTool<TypeParam>(artifact);
+    engine::script().calls.clear();
+    TypeParam::Train(tool);
+    ASSERT_EQ(engine::script().calls.size(), 2U) << artifact;
+    EXPECT_EQ(engine::script().calls[0].name, this->Call("train"));
+    EXPECT_EQ(engine::script().calls[1].name, this->Call("model"));
+    EXPECT_EQ(engine::script().calls[1].artifact, "trained");
+  }
+}
+
+TYPED_TEST(ToolTraining, BuildsTheModelAnewForAnArtifactEqualToTheHeldOne) {
+  auto tool = MakeTool<TypeParam>("old");
+  TypeParam::Process(tool);
+  engine::script().new_artifact = "old";
+  TypeParam::Train(tool);
+  EXPECT_EQ(this->Count("model"), 2U);
+  EXPECT_EQ(this->Last("model").artifact, "old");
+}
+
 TYPED_TEST(ToolTraining, KeepsArtifactAndModelWhenTheEngineGivesNoArtifact) {
   auto tool = MakeTool<TypeParam>("old");
   TypeParam::Process(tool);

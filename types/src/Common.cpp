@@ -21,4 +21,7 @@ ROI::ROI(float x_value, float y_value, float angle_value, float skew_value,
 
 CommonSample::CommonSample(std::string image_id) : imageId(std::move(image_id)) {}
 
+CommonDataSet::CommonDataSet(std::unordered_map<std::string, CommonSample> samples_by_key)
+    : samples(std::move(samples_by_key)) {}
+
 }  // namespace Orbalt::TelvarWrapper::Types

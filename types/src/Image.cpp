@@ -24,6 +24,9 @@ TELVAR_TYPES_DEFINE_RECORD(ResultImage);
 Image::Image(const ImageLayout& layout_values, const unsigned char* first_byte)
     : layout(layout_values), pixels(first_byte) {}
 
+ResultImage::ResultImage(const ImageLayout& layout_values, std::vector<unsigned char> bytes)
+    : layout(layout_values), pixels(std::move(bytes)) {}
+
 std::shared_ptr<Image> MakeImage(const ImageLayout& layout, std::vector<unsigned char> pixels) {
   const auto owner = std::make_shared<OwningImage>(layout, std::move(pixels));
   return std::shared_ptr<Image>(owner, &owner->image);

@@ -1,34 +1,38 @@
-"""Writes training and test sets of one or all styles.
+"""Writes training and test sets of the styles of one group, or of one style.
 
-python3 -m generator --frames DIR --out DIR [--style NAME] [--train 50] [--test 100] [--pages 5]
-                     [--seed 1]
+python3 -m generator --frames DIR --out DIR [--group develop|choose|final | --style NAME|pages]
+                     [--train 50] [--test 100] [--pages 5] [--seed 1]
 
 DIR after --frames is /usr/share/visp-images-data/ViSP-images of Debian's visp-images-data.
 OUT/<style>/{train,test}/ receives NNN.png, chars.tsv (file, category, line, x, y, width, height:
-centre and box in pixels) and lines.tsv (file, line, text without spaces). The first n training
-pictures are the training set of n. OUT/pages/{scattered,full}/ receive frames of
-1280 x 1024.
+centre and box in pixels), lines.tsv (file, line, text without spaces) and patterns.tsv (file, line,
+the allowed characters of each position). The first n training pictures are the training set of n.
+OUT/pages/{scattered,full}/, written with 'pages' only, receive frames of 1280 x 1024.
 """
 
 import argparse
+import functools
 import os
 
 import numpy as np
 from PIL import Image
 
 from . import backgrounds, camera, pages, styles, texts
+from .groups import GROUPS, group_of
 
 
 def make_picture(style, frames, rng, lines=None):
-    """Returns 8-bit pixels and rows (category, line, x, y, width, height) in reading order."""
-    surface, glyphs = style.draw(rng, frames, lines or texts.random_lines(rng))
+    """Returns 8-bit pixels, rows (category, line, x, y, width, height) in reading order, and the
+    pattern of each line."""
+    lines = lines or style.lines(rng)
+    surface, glyphs = style.draw(rng, frames, [texts.text_of(line) for line in lines])
     flat_size = surface.shape[1], surface.shape[0]
     size = flat_size[0] // styles.SCALE, flat_size[1] // styles.SCALE
     view = camera.random_view(rng, flat_size, size, style.tilt_degrees)
     image = camera.look(_reflect_border(surface), _shifted(view), size)
     image = camera.illuminate(rng, image, style.light)
     pixels = camera.expose(rng, image, style.blur, style.noise)
-    return pixels, [_row(glyph, view) for glyph in glyphs]
+    return pixels, [_row(glyph, view) for glyph in glyphs], list(map(texts.pattern_of, lines))
 
 
 _BORDER = 64
@@ -53,12 +57,14 @@ def _row(glyph, view):
 
 
 def write_set(folder, pictures):
-    """`pictures` yields (8-bit pixels, rows)."""
+    """`pictures` yields what make_picture returns; without patterns it may be two elements."""
     os.makedirs(folder, exist_ok=True)
-    with open(f"{folder}/chars.tsv", "w") as chars, open(f"{folder}/lines.tsv", "w") as lines:
+    with open(f"{folder}/chars.tsv", "w") as chars, open(f"{folder}/lines.tsv", "w") as lines, \
+            open(f"{folder}/patterns.tsv", "w") as patterns:
         print("file\tcategory\tline\tx\ty\twidth\theight", file=chars)
         print("file\tline\ttext", file=lines)
-        for index, (pixels, rows) in enumerate(pictures):
+        print("file\tline\tallowed characters of each position", file=patterns)
+        for index, (pixels, rows, *known) in enumerate(pictures):
             name = f"{index:03d}.png"
             Image.fromarray(pixels).save(f"{folder}/{name}")
             for category, line, *box in rows:
@@ -66,6 +72,8 @@ def write_set(folder, pictures):
             for line in range(rows[-1][1] + 1):
                 text = "".join(row[0] for row in rows if row[1] == line)
                 print(name, line, text, sep="\t", file=lines)
+            for line, pattern in enumerate(known[0] if known else ()):
+                print(name, line, *pattern, sep="\t", file=patterns)
 
 
 def write_nominal(folder, width, height):
@@ -73,14 +81,23 @@ def write_nominal(folder, width, height):
         print(f"width\theight\n{width:g}\t{height:g}", file=nominal)
 
 
-def write_style(number, style, options):
+def _seeded_picture(style, frames, seed):
+    rng = np.random.default_rng(seed)
+    *_, part, index = seed
+    return make_picture(style, frames, rng, style.lines(rng, None if part else index))
+
+
+def write_style(style, scenes, options):
     for part, (split, count) in enumerate((("train", options.train), ("test", options.test))):
-        frames = backgrounds.Frames(options.frames, split)
-        generators = (np.random.default_rng([options.seed, number, part, index])
-                      for index in range(count))
+        frames = scenes(options.frames, split)
+        seeds = ([options.seed, style.number, part, index] for index in range(count))
         write_set(f"{options.out}/{style.name}/{split}",
-                  (make_picture(style, frames, rng) for rng in generators))
+                  (_seeded_picture(style, frames, seed) for seed in seeds))
     write_nominal(f"{options.out}/{style.name}", *style.nominal)
+
+
+def _joined(pieces):
+    return functools.reduce(lambda line, piece: line + [(" ", " ")] + piece, pieces)
 
 
 def write_pages(options):
@@ -92,12 +109,12 @@ def write_pages(options):
 
     def scattered(index):
         rng = rng_of(index)
-        labels = [make_picture(style, frames, rng) for _ in range(12)]
+        labels = [make_picture(style, frames, rng)[:2] for _ in range(12)]
         return pages.scatter(rng, frames, labels, style.nominal[1])
 
     def full(index):
         rng = rng_of(1000 + index)
-        lines = [" ".join(texts.random_lines(rng)[0] for _ in range(4)) for _ in range(18)]
+        lines = [_joined(texts.random_lines(rng)[0] for _ in range(4)) for _ in range(18)]
         return pages.fill(rng, frames, make_picture(style, frames, rng, lines), style.nominal[1])
 
     write_set(f"{options.out}/pages/scattered", map(scattered, range(options.pages)))
@@ -110,17 +127,20 @@ def main():
     parser = argparse.ArgumentParser(prog="generator", description=__doc__.splitlines()[0])
     parser.add_argument("--frames", required=True, help="folder ViSP-images of visp-images-data")
     parser.add_argument("--out", required=True)
-    parser.add_argument("--style", choices=list(styles.STYLES))
+    parser.add_argument("--group", choices=list(GROUPS), default="develop")
+    parser.add_argument("--style", help="one style of any group, or 'pages'")
     parser.add_argument("--train", type=int, default=50)
     parser.add_argument("--test", type=int, default=100)
     parser.add_argument("--pages", type=int, default=5)
     parser.add_argument("--seed", type=int, default=1)
     options = parser.parse_args()
-    for number, style in enumerate(styles.STYLES.values()):
-        if options.style in (None, style.name):
-            write_style(number, style, options)
-    if options.pages:
+    if options.style == "pages":
         write_pages(options)
+        return
+    group = GROUPS[group_of(options.style) if options.style else options.group]
+    for name, style in group.styles.items():
+        if options.style in (None, name):
+            write_style(style, group.scenes, options)
 
 
 if __name__ == "__main__":

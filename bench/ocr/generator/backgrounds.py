@@ -26,6 +26,9 @@ class Frames:
                 raise FileNotFoundError(f"no pictures in {os.path.join(root, folder)}")
             self._paths.append(sorted(found))
 
+    def files(self):
+        return [path for paths in self._paths for path in paths]
+
     def crop(self, rng, width, height):
         """A random piece of a random frame, magnified 1 to 2 times, as (height, width)."""
         paths = self._paths[rng.integers(len(self._paths))]

@@ -12,7 +12,8 @@ FONT_ROOT = "/usr/share/fonts"
 
 @dataclass
 class Glyph:
-    """One placed character: its box, and either a font with an origin or the centres of dots."""
+    """One placed character: its box, and either a font with an origin or the centres of dots. Turned
+    by `angle` (degrees) and leaning by `lean` (x per y) around the box's centre."""
 
     category: str
     line: int
@@ -23,6 +24,8 @@ class Glyph:
     font: object = None
     origin: tuple = None
     dots: np.ndarray = None
+    angle: float = 0.0
+    lean: float = 0.0
 
 
 def load_font(name, cap_height):

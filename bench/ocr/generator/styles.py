@@ -8,7 +8,7 @@ Lengths of a style are in character heights unless said otherwise.
 import numpy as np
 from scipy import ndimage
 
-from . import backgrounds, layout
+from . import backgrounds, layout, texts
 
 SCALE = 2
 
@@ -20,6 +20,9 @@ class _Style:
     light = 0.5
     blur = (0.5, 1.1)
     noise = 0.02
+
+    def lines(self, rng, training_number=None):
+        return texts.random_lines(rng)
 
     def draw(self, rng, frames, lines):
         height = SCALE * self.nominal[1] * rng.uniform(0.92, 1.08)
@@ -204,5 +207,8 @@ class DotPeen(_DotStyle):
         return metal + _shade(rng, -depth * pit, -np.pi / 2) - 0.1 * pit
 
 
+for _number, _style in enumerate(
+        (PrintedLabel, InkJet, LaserEngraved, EmbossedCasting, DotPeen)):
+    _style.number = _number
 STYLES = {style.name: style for style in
           (PrintedLabel(), InkJet(), LaserEngraved(), EmbossedCasting(), DotPeen())}

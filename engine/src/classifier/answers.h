@@ -13,4 +13,9 @@ namespace telvar::classifier {
 telvar_msg::qv::classification::SampleResult sample_result(
     const std::vector<std::string>& categories, const float* scores);
 
+/// The same into a message that is empty. A message on an arena must be filled in place: assigning
+/// one that is not copies, and ends the process when memory runs out, since it must not throw.
+void fill_sample_result(const std::vector<std::string>& categories, const float* scores,
+                        telvar_msg::qv::classification::SampleResult& result);
+
 }  // namespace telvar::classifier

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "classifier/limits.h"
+#include "core/loading.h"
 #include "core/messages.h"
 #include "core/regions.h"
 #include "telvar/exceptions.h"
@@ -111,9 +112,10 @@ std::vector<Thumbnail> ThumbnailLoader::load(const std::vector<DatasetEntry>& en
   };
   for (std::size_t i = first; i < last; ++i) {
     const DatasetEntry& entry = entries[i];
-    types::Image image = loader_(entry.image_id);
+    const std::string subject = "sample '" + entry.key + "', image '" + entry.image_id + "'";
+    types::Image image = core::load_image(loader_, entry.image_id, subject);
     const types::ImageView view(image);
-    core::check_image(image, "sample '" + entry.key + "', image '" + entry.image_id + "'");
+    core::check_image(image, subject);
     core::CacheKey key = cache_key(entry.image_id, view, max_side_);
     if (const auto cached = cache_.find(key)) {
       try {

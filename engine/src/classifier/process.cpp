@@ -23,8 +23,8 @@ void process_batch(const engine::ClassifierState& state,
   for (const auto& sample : samples) pointers.push_back(&sample);
   const engine::Matrix scores = engine::scores_of(state, pointers, pool);
   for (std::size_t i = 0; i < samples.size(); ++i) {
-    (*result.mutable_samples())[entries[first + i].key] =
-        engine::sample_result(state.categories, scores.row(static_cast<int>(i)));
+    engine::fill_sample_result(state.categories, scores.row(static_cast<int>(i)),
+                               (*result.mutable_samples())[entries[first + i].key]);
   }
 }
 

@@ -35,8 +35,8 @@ std::string result_of(const engine::TrainedClassifier& trained, const engine::Tr
   core::ArenaMessage<messages::TrainingResult> result;
   result->set_overall_score(static_cast<float>(trained.held_out_accuracy));
   for (std::size_t i = 0; i < set.from_dataset; ++i) {
-    (*result->mutable_samples())[entries[i].key] =
-        engine::sample_result(trained.state.categories, scores.row(static_cast<int>(i)));
+    engine::fill_sample_result(trained.state.categories, scores.row(static_cast<int>(i)),
+                               (*result->mutable_samples())[entries[i].key]);
   }
   return core::serialised(*result, "training the classifier");
 }

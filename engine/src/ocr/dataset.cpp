@@ -7,6 +7,7 @@
 #include <set>
 
 #include "core/cache_session.h"
+#include "core/loading.h"
 #include "core/messages.h"
 #include "ocr/number_text.h"
 #include "ocr/reader_limits.h"
@@ -175,7 +176,7 @@ PreparedSample load_sample(const DatasetSample& sample, const NominalSize& size,
                            const std::vector<std::string>& categories,
                            const types::ImageLoader& loader, core::CacheSession& cache) {
   const std::string subject = "image '" + sample.image_id + "'";
-  const types::Image image = loader(sample.image_id);
+  const types::Image image = core::load_image(loader, sample.image_id, subject);
   const types::ImageView view(image);
   core::check_image(image, subject, kImageLimits);
   const core::Region region =

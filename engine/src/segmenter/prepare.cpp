@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/loading.h"
 #include "core/random.h"
 #include "core/sampling.h"
 #include "segmenter/limits.h"
@@ -45,9 +46,10 @@ LoadedSample load_sample(const SampleRequest& request, const TrainingRequest& da
     }
     const auto mask = request.masks.find(categories[c]);
     if (mask == request.masks.end()) continue;
-    sample.masks[c] = mask_loader(mask->second);
-    check_mask(sample.masks[c], sample.image.image,
-               request.name + ": mask '" + mask->second + "' of category '" + categories[c] + "'");
+    const std::string subject =
+        request.name + ": mask '" + mask->second + "' of category '" + categories[c] + "'";
+    sample.masks[c] = core::load_image(mask_loader, mask->second, subject);
+    check_mask(sample.masks[c], sample.image.image, subject);
   }
   return sample;
 }
@@ -148,9 +150,9 @@ std::vector<TrainingTile> tiles_of(const SampleRequest& request, const LoadedSam
 }  // namespace
 
 LoadedImage load_image(const SampleRequest& request, const types::ImageLoader& loader) {
-  LoadedImage loaded{loader(request.image_id), {}};
-  const types::ImageView view(loaded.image);
   const std::string subject = request.name + ", image '" + request.image_id + "'";
+  LoadedImage loaded{core::load_image(loader, request.image_id, subject), {}};
+  const types::ImageView view(loaded.image);
   core::check_image(loaded.image, subject, kImageLimits);
   loaded.region = core::resolve_region(view, request.region.transform, request.region.size, subject,
                                        kImageLimits);

@@ -3,7 +3,7 @@
 // Batches of unlabelled images, for BatchProcess of the classifier and the segmenter.
 //
 //   CommonDataSet batch;
-//   batch.samples["first"] = CommonSample("images/0001.png");
+//   batch.samples["first"] = {"images/0001.png"};
 
 #include <string>
 #include <unordered_map>
@@ -15,7 +15,7 @@ namespace Orbalt::TelvarWrapper::Types {
 /// One image of a batch.
 struct TELVAR_TYPES_API CommonSample {
   CommonSample();
-  explicit CommonSample(std::string imageId);
+  CommonSample(std::string imageId);
   TELVAR_TYPES_VALUE_OPERATIONS(CommonSample);
 
   /// What the image loader is asked for. Any bytes; need not be unique within a batch.
@@ -25,6 +25,7 @@ struct TELVAR_TYPES_API CommonSample {
 /// A batch. Without samples it is valid and empty.
 struct TELVAR_TYPES_API CommonDataSet {
   CommonDataSet();
+  CommonDataSet(std::unordered_map<std::string, CommonSample> samples);
   TELVAR_TYPES_VALUE_OPERATIONS(CommonDataSet);
 
   /// The images by sample key. The key (any bytes) names the sample in classifier results; the

@@ -13,7 +13,9 @@
 #endif
 
 // The copy and move operations and the destructor of a record. They are defined in TelvarTypes, so
-// that host and library run the same code on the same layout.
+// that host and library run the same code on the same layout. So is the constructor that takes the
+// fields in their order: braces fill a record like an aggregate, and fields that are left out at
+// the end keep their defaults.
 #define TELVAR_TYPES_VALUE_OPERATIONS(Record) \
   Record(const Record&);                      \
   Record(Record&&) noexcept;                  \

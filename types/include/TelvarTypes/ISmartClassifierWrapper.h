@@ -28,6 +28,12 @@ namespace Orbalt::TelvarWrapper::Types {
 /// The order of the virtual functions is part of the binary interface.
 class TELVAR_TYPES_API ISmartClassifierWrapper {
  public:
+  ISmartClassifierWrapper();
+  ISmartClassifierWrapper(const ISmartClassifierWrapper&) = default;
+  ISmartClassifierWrapper(ISmartClassifierWrapper&&) = default;
+  ISmartClassifierWrapper& operator=(const ISmartClassifierWrapper&) = default;
+  ISmartClassifierWrapper& operator=(ISmartClassifierWrapper&&) = default;
+
   /// The current state, to be stored; the classifier is left as it is.
   /// Throws the engine's own exception, derived from std::exception, when the train cache cannot be
   /// written.
@@ -57,11 +63,6 @@ class TELVAR_TYPES_API ISmartClassifierWrapper {
       const std::function<std::shared_ptr<Image>(const std::string&)>& loadImage) = 0;
 
  protected:
-  ISmartClassifierWrapper();
-  ISmartClassifierWrapper(const ISmartClassifierWrapper&) = default;
-  ISmartClassifierWrapper(ISmartClassifierWrapper&&) = default;
-  ISmartClassifierWrapper& operator=(const ISmartClassifierWrapper&) = default;
-  ISmartClassifierWrapper& operator=(ISmartClassifierWrapper&&) = default;
   ~ISmartClassifierWrapper() = default;
 };
 

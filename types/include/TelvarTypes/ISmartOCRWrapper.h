@@ -46,6 +46,12 @@ namespace Orbalt::TelvarWrapper::Types {
 /// named `Process` here: it would move the slots.
 class TELVAR_TYPES_API ISmartOCRWrapper {
  public:
+  ISmartOCRWrapper();
+  ISmartOCRWrapper(const ISmartOCRWrapper&) = default;
+  ISmartOCRWrapper(ISmartOCRWrapper&&) = default;
+  ISmartOCRWrapper& operator=(const ISmartOCRWrapper&) = default;
+  ISmartOCRWrapper& operator=(ISmartOCRWrapper&&) = default;
+
   /// Trains from the current state on `dataset` and installs what was learnt; images are asked from
   /// `loadImage` by their identifiers. The engine's model is built anew for the data set's size.
   /// Returns how it went.
@@ -93,11 +99,6 @@ class TELVAR_TYPES_API ISmartOCRWrapper {
   virtual std::unique_ptr<SmartOCR::Data> GetData() const = 0;
 
  protected:
-  ISmartOCRWrapper();
-  ISmartOCRWrapper(const ISmartOCRWrapper&) = default;
-  ISmartOCRWrapper(ISmartOCRWrapper&&) = default;
-  ISmartOCRWrapper& operator=(const ISmartOCRWrapper&) = default;
-  ISmartOCRWrapper& operator=(ISmartOCRWrapper&&) = default;
   ~ISmartOCRWrapper() = default;
 };
 

@@ -29,6 +29,12 @@ namespace Orbalt::TelvarWrapper::Types {
 /// The order of the virtual functions is part of the binary interface.
 class TELVAR_TYPES_API ISmartSegmenterWrapper {
  public:
+  ISmartSegmenterWrapper();
+  ISmartSegmenterWrapper(const ISmartSegmenterWrapper&) = default;
+  ISmartSegmenterWrapper(ISmartSegmenterWrapper&&) = default;
+  ISmartSegmenterWrapper& operator=(const ISmartSegmenterWrapper&) = default;
+  ISmartSegmenterWrapper& operator=(ISmartSegmenterWrapper&&) = default;
+
   /// The current state, to be stored; the segmenter is left as it is.
   /// Throws the engine's own exception, derived from std::exception, when the train cache cannot be
   /// written.
@@ -60,11 +66,6 @@ class TELVAR_TYPES_API ISmartSegmenterWrapper {
       const std::function<std::shared_ptr<Image>(const std::string&)>& loadImage) = 0;
 
  protected:
-  ISmartSegmenterWrapper();
-  ISmartSegmenterWrapper(const ISmartSegmenterWrapper&) = default;
-  ISmartSegmenterWrapper(ISmartSegmenterWrapper&&) = default;
-  ISmartSegmenterWrapper& operator=(const ISmartSegmenterWrapper&) = default;
-  ISmartSegmenterWrapper& operator=(ISmartSegmenterWrapper&&) = default;
   ~ISmartSegmenterWrapper() = default;
 };
 

@@ -30,6 +30,12 @@ namespace Orbalt::TelvarWrapper::Types {
 /// The order of the virtual functions is part of the binary interface.
 class TELVAR_TYPES_API IWrapperFactory {
  public:
+  IWrapperFactory();
+  IWrapperFactory(const IWrapperFactory&) = default;
+  IWrapperFactory(IWrapperFactory&&) = default;
+  IWrapperFactory& operator=(const IWrapperFactory&) = default;
+  IWrapperFactory& operator=(IWrapperFactory&&) = default;
+
   virtual std::shared_ptr<ISmartOCRWrapper> CreateSmartOCRWrapper(
       std::unique_ptr<SmartOCR::Data> data) = 0;
 
@@ -40,11 +46,6 @@ class TELVAR_TYPES_API IWrapperFactory {
       std::unique_ptr<SmartSegmenter::Data> data) = 0;
 
  protected:
-  IWrapperFactory();
-  IWrapperFactory(const IWrapperFactory&) = default;
-  IWrapperFactory(IWrapperFactory&&) = default;
-  IWrapperFactory& operator=(const IWrapperFactory&) = default;
-  IWrapperFactory& operator=(IWrapperFactory&&) = default;
   ~IWrapperFactory() = default;
 };
 

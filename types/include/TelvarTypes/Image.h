@@ -36,7 +36,7 @@ using ImageLayout = std::array<std::uint32_t, 6>;
 struct TELVAR_TYPES_API Image {
   /// All layout values 0, no pixels.
   Image();
-  Image(const ImageLayout& layout, const unsigned char* pixels);
+  Image(const ImageLayout& layout, const unsigned char* pixels = nullptr);
   TELVAR_TYPES_VALUE_OPERATIONS(Image);
 
   /// How `pixels` is laid out.
@@ -56,6 +56,7 @@ TELVAR_TYPES_API std::shared_ptr<Image> MakeImage(const ImageLayout& layout,
 struct TELVAR_TYPES_API ResultImage {
   /// All layout values 0, no pixels.
   ResultImage();
+  ResultImage(const ImageLayout& layout, std::vector<unsigned char> pixels = {});
   TELVAR_TYPES_VALUE_OPERATIONS(ResultImage);
 
   /// How `pixels` is laid out.

@@ -18,7 +18,8 @@ namespace Orbalt::TelvarWrapper::Types {
 struct TELVAR_TYPES_API ROI {
   /// At (0, 0), not turned, without extent.
   ROI();
-  ROI(float x, float y, float angle, float skew, std::uint32_t width, std::uint32_t height);
+  ROI(float x, float y = 0.0F, float angle = 0.0F, float skew = 0.0F, std::uint32_t width = 0,
+      std::uint32_t height = 0);
   TELVAR_TYPES_VALUE_OPERATIONS(ROI);
 
   /// Horizontal position of region pixel (0, 0), image pixels.

@@ -6,8 +6,8 @@
 // Meanings given for values are the embedded engine's.
 //
 //   Dataset dataset;
-//   dataset.samples["0001"] = Sample("images/0001.png", "good");
-//   dataset.samples["0002"] = Sample("images/0002.png", "scratched");
+//   dataset.samples["0001"] = {"images/0001.png", "good"};
+//   dataset.samples["0002"] = {"images/0002.png", "scratched"};
 
 #include <string>
 #include <unordered_map>
@@ -39,7 +39,7 @@ class TELVAR_TYPES_API Data {
 /// How well one category fits one image.
 struct TELVAR_TYPES_API CategoryScore {
   CategoryScore();
-  CategoryScore(std::string categoryId, double score);
+  CategoryScore(std::string categoryId, double score = 0.0);
   TELVAR_TYPES_VALUE_OPERATIONS(CategoryScore);
 
   /// The category's identifier as it was trained, any bytes.
@@ -52,6 +52,7 @@ struct TELVAR_TYPES_API CategoryScore {
 /// The scores of one image.
 struct TELVAR_TYPES_API Result {
   Result();
+  Result(std::vector<CategoryScore> scores);
   TELVAR_TYPES_VALUE_OPERATIONS(Result);
 
   /// One entry per known category, by ascending category identifier.
@@ -61,6 +62,7 @@ struct TELVAR_TYPES_API Result {
 /// The scores of a batch.
 struct TELVAR_TYPES_API SamplesResult {
   SamplesResult();
+  SamplesResult(std::unordered_map<std::string, std::vector<CategoryScore>> samples);
   TELVAR_TYPES_VALUE_OPERATIONS(SamplesResult);
 
   /// Per sample key of the batch, the scores of its image. The order of the keys carries no
@@ -71,7 +73,7 @@ struct TELVAR_TYPES_API SamplesResult {
 /// One labelled image.
 struct TELVAR_TYPES_API Sample {
   Sample();
-  Sample(std::string imageId, std::string categoryId);
+  Sample(std::string imageId, std::string categoryId = {});
   TELVAR_TYPES_VALUE_OPERATIONS(Sample);
 
   /// What the image loader is asked for. Any bytes; need not be unique within a data set.
@@ -84,6 +86,8 @@ struct TELVAR_TYPES_API Sample {
 /// The labelled images of one training.
 struct TELVAR_TYPES_API Dataset {
   Dataset();
+  Dataset(std::vector<std::string> categories,
+          std::unordered_map<std::string, Sample> samples = {});
   TELVAR_TYPES_VALUE_OPERATIONS(Dataset);
 
   /// For the host's own use: the tool takes the categories from the samples and never reads this.
@@ -96,6 +100,8 @@ struct TELVAR_TYPES_API Dataset {
 /// How a training went.
 struct TELVAR_TYPES_API TrainingResult {
   TrainingResult();
+  TrainingResult(double overallScore,
+                 std::unordered_map<std::string, std::vector<CategoryScore>> samples = {});
   TELVAR_TYPES_VALUE_OPERATIONS(TrainingResult);
 
   /// Share of right answers, 0..1, on samples held back, or cross-validated when there are few.

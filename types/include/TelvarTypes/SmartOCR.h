@@ -49,6 +49,7 @@ struct TELVAR_TYPES_API Size {
 /// The outcome of reading one image.
 struct TELVAR_TYPES_API ProcessResult {
   ProcessResult();
+  ProcessResult(double processingTime, Sample sample = {}, FieldingResult fieldingResult = {});
   TELVAR_TYPES_VALUE_OPERATIONS(ProcessResult);
 
   /// Time the engine spent, whole milliseconds, rounded toward zero.

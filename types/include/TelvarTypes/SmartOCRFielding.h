@@ -19,7 +19,7 @@ namespace Orbalt::TelvarWrapper::Types::SmartOCR {
 /// One class of characters for every position.
 struct TELVAR_TYPES_API BasicFielding {
   BasicFielding();
-  BasicFielding(std::string allowedCharacters, std::int32_t count);
+  BasicFielding(std::string allowedCharacters, std::int32_t count = 0);
   TELVAR_TYPES_VALUE_OPERATIONS(BasicFielding);
 
   /// The allowed characters as UTF-8 code points. Must not be empty.
@@ -32,6 +32,7 @@ struct TELVAR_TYPES_API BasicFielding {
 /// Named patterns; the best fitting one wins, ties by name.
 struct TELVAR_TYPES_API AdvancedFielding {
   AdvancedFielding();
+  AdvancedFielding(std::unordered_map<std::string, std::vector<std::vector<std::string>>> patterns);
   TELVAR_TYPES_VALUE_OPERATIONS(AdvancedFielding);
 
   /// By name: the pattern's lines, top to bottom; of each line the allowed characters (UTF-8) per
@@ -42,6 +43,7 @@ struct TELVAR_TYPES_API AdvancedFielding {
 /// The pattern that matched, and the sample as it reads under that pattern.
 struct TELVAR_TYPES_API FieldingResult {
   FieldingResult();
+  FieldingResult(Sample sample, std::string patternName = {});
   TELVAR_TYPES_VALUE_OPERATIONS(FieldingResult);
 
   /// The matched characters only, their scores restricted to the allowed categories and summing to

@@ -16,7 +16,7 @@ namespace Orbalt::TelvarWrapper::Types::SmartOCR {
 /// How well one category fits one character.
 struct TELVAR_TYPES_API CharacterCategoryResult {
   CharacterCategoryResult();
-  CharacterCategoryResult(std::string categoryId, double score);
+  CharacterCategoryResult(std::string categoryId, double score = 0.0);
   TELVAR_TYPES_VALUE_OPERATIONS(CharacterCategoryResult);
 
   /// The category's identifier as it was trained, any bytes.
@@ -29,6 +29,8 @@ struct TELVAR_TYPES_API CharacterCategoryResult {
 /// One character that was read.
 struct TELVAR_TYPES_API CharacterResult {
   CharacterResult();
+  CharacterResult(double firstValue, double secondValue = 0.0, double thirdValue = 0.0,
+                  std::shared_ptr<std::vector<CharacterCategoryResult>> categoryResults = nullptr);
   TELVAR_TYPES_VALUE_OPERATIONS(CharacterResult);
 
   /// Horizontal position of the character's centre, region pixels.
@@ -48,7 +50,7 @@ struct TELVAR_TYPES_API CharacterResult {
 /// One line of text.
 struct TELVAR_TYPES_API Line {
   Line();
-  Line(std::string text, std::vector<int> indexes);
+  Line(std::string text, std::vector<int> indexes = {});
   TELVAR_TYPES_VALUE_OPERATIONS(Line);
 
   /// The best category identifiers of the line's characters, concatenated in reading order.
@@ -62,6 +64,9 @@ struct TELVAR_TYPES_API Line {
 /// Everything that was read in one image or region.
 struct TELVAR_TYPES_API Sample {
   Sample();
+  Sample(double firstValue, double secondValue = 0.0,
+         std::shared_ptr<std::vector<CharacterResult>> characters = nullptr,
+         std::shared_ptr<std::vector<Line>> lines = nullptr);
   TELVAR_TYPES_VALUE_OPERATIONS(Sample);
 
   /// Mean of the characters' best category scores, 0..1; 0 when nothing was read.

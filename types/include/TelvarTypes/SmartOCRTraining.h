@@ -2,13 +2,9 @@
 
 // What the character reader learns from, and how training went.
 //
-//   TrainData page;
-//   page.imageId = "page1.png";
-//   page.assignments = {{31.5, 20.0, "A"}, {52.0, 20.0, "B"}};  // centres x, y and labels
-//   Dataset dataset;
-//   dataset.width = 18.0;
-//   dataset.height = 24.0;
-//   dataset.trainData = {page};
+//   // Centres x, y and labels, the image's identifier; then the nominal character size.
+//   TrainData page{{{31.5, 20.0, "A"}, {52.0, 20.0, "B"}}, "page1.png"};
+//   Dataset dataset{18.0, 24.0, {page}};
 
 #include <map>
 #include <memory>
@@ -23,7 +19,7 @@ namespace Orbalt::TelvarWrapper::Types::SmartOCR {
 /// The label of one character. Values are narrowed to single precision.
 struct TELVAR_TYPES_API TrainDataAssignment {
   TrainDataAssignment();
-  TrainDataAssignment(double firstValue, double secondValue, std::string categoryId);
+  TrainDataAssignment(double firstValue, double secondValue = 0.0, std::string categoryId = {});
   TELVAR_TYPES_VALUE_OPERATIONS(TrainDataAssignment);
 
   /// Horizontal position of the character's centre, region pixels (image pixels without a region).
@@ -40,6 +36,8 @@ struct TELVAR_TYPES_API TrainDataAssignment {
 /// One labelled image.
 struct TELVAR_TYPES_API TrainData {
   TrainData();
+  TrainData(std::vector<TrainDataAssignment> assignments, std::string imageId = {},
+            std::shared_ptr<ROI> roi = nullptr);
   TELVAR_TYPES_VALUE_OPERATIONS(TrainData);
 
   /// The labels, in reading order. Not every character of the image needs one. An image without
@@ -57,6 +55,7 @@ struct TELVAR_TYPES_API TrainData {
 /// The labelled images of one training. Values are narrowed to single precision.
 struct TELVAR_TYPES_API Dataset {
   Dataset();
+  Dataset(double width, double height = 0.0, std::vector<TrainData> trainData = {});
   TELVAR_TYPES_VALUE_OPERATIONS(Dataset);
 
   /// Nominal character width, region pixels.
@@ -72,6 +71,9 @@ struct TELVAR_TYPES_API Dataset {
 /// How a training went.
 struct TELVAR_TYPES_API TrainResult {
   TrainResult();
+  TrainResult(double trainingTime, double resultValue = 0.0,
+              std::shared_ptr<std::map<std::string, std::shared_ptr<std::vector<float>>>>
+                  labeledSampleResults = nullptr);
   TELVAR_TYPES_VALUE_OPERATIONS(TrainResult);
 
   /// Time the engine spent, whole milliseconds, rounded toward zero.

@@ -4,12 +4,8 @@
 // are plain values that check nothing; distinct objects may be used from distinct threads. Meanings
 // given for values are the embedded engine's.
 //
-//   Sample sample;
-//   sample.imageId = "images/0001.png";
-//   sample.categoryMasks = {{"scratch", "masks/0001-scratch.png"}};
-//   Dataset dataset;
-//   dataset.categories = {"scratch", "dent"};
-//   dataset.samples = {sample};  // no mask for "dent": there is none of it in this image
+//   Sample sample{"images/0001.png", nullptr, {{"scratch", "masks/0001-scratch.png"}}};
+//   Dataset dataset{{"scratch", "dent"}, {sample}};  // none of "dent" is in this image: no mask
 
 #include <map>
 #include <memory>
@@ -45,6 +41,7 @@ class TELVAR_TYPES_API Data {
 /// The result images of one image. Copies share the images.
 struct TELVAR_TYPES_API ProcessResult {
   ProcessResult();
+  ProcessResult(std::map<std::string, std::shared_ptr<ResultImage>> resultImages);
   TELVAR_TYPES_VALUE_OPERATIONS(ProcessResult);
 
   /// By name, in ascending byte order: one 8-bit gray image per category, named by the category, in
@@ -56,6 +53,7 @@ struct TELVAR_TYPES_API ProcessResult {
 /// The result images of a batch.
 struct TELVAR_TYPES_API ProcessResults {
   ProcessResults();
+  ProcessResults(std::unordered_map<std::string, ProcessResult> results);
   TELVAR_TYPES_VALUE_OPERATIONS(ProcessResults);
 
   /// Per image identifier, its result images. An image for which the engine made none has no entry.
@@ -65,6 +63,8 @@ struct TELVAR_TYPES_API ProcessResults {
 /// One image with its masks.
 struct TELVAR_TYPES_API Sample {
   Sample();
+  Sample(std::string imageId, std::shared_ptr<ROI> roi = nullptr,
+         std::unordered_map<std::string, std::string> categoryMasks = {});
   TELVAR_TYPES_VALUE_OPERATIONS(Sample);
 
   /// What the image loader is asked for. Any bytes; of two samples with one identifier the later
@@ -82,6 +82,7 @@ struct TELVAR_TYPES_API Sample {
 /// The images of one training.
 struct TELVAR_TYPES_API Dataset {
   Dataset();
+  Dataset(std::vector<std::string> categories, std::vector<Sample> samples = {});
   TELVAR_TYPES_VALUE_OPERATIONS(Dataset);
 
   /// The categories to learn. Any bytes, at least one each; a repeated one counts once. Categories
@@ -95,6 +96,7 @@ struct TELVAR_TYPES_API Dataset {
 /// How a training went.
 struct TELVAR_TYPES_API TrainingResult {
   TrainingResult();
+  TrainingResult(double score);
   TELVAR_TYPES_VALUE_OPERATIONS(TrainingResult);
 
   /// Mean intersection over union on samples held back, 0..1.

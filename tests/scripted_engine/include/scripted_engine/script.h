@@ -23,6 +23,7 @@
 #include <cstddef>
 #include <deque>
 #include <functional>
+#include <ios>
 #include <map>
 #include <optional>
 #include <string>
@@ -47,7 +48,7 @@ struct Call {
 
   std::string artifact, parameters, dataset;
   std::string bytes;  // cache.load: read; cache.save: written; fielding, apply: the message
-  bool on_cpu = false;
+  std::optional<unsigned> cpu_threads;  // of a model's device; none: no processor
 
   telvar::types::ImageLayout layout{};
   const unsigned char* pixels = nullptr;
@@ -89,6 +90,8 @@ struct Script {
   std::vector<std::string> ask_images, ask_masks;  // identifiers to ask the loaders for
   std::vector<Written> write;                      // moved to the writer of a batch
   std::string cache_update;                        // appended to the cache
+
+  std::ios::iostate save_state = std::ios::goodbit;  // set on the stream that `save` wrote
 
   std::vector<Failure> failures;
   bool recording = true;

@@ -1,4 +1,4 @@
-#include "images/annotate.h"
+#include "report/annotate.h"
 
 #include <algorithm>
 #include <array>

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "datasets/region.h"
+#include "app/region.h"
 #include "tools/reader_tool.h"
 #include "tools/segmenter_tool.h"
 

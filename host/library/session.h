@@ -1,26 +1,13 @@
-// What every command has at hand.
+// What every command has at hand: the library, loaded when first asked for, and the progress.
 #pragma once
 
-#include <functional>
 #include <memory>
-#include <nlohmann/json.hpp>
-#include <optional>
 #include <string>
 
-#include "app/errors.h"
 #include "app/progress.h"
 #include "library/library.h"
 
 namespace telvar_host {
-
-using Json = nlohmann::ordered_json;
-
-// What a command has to say: `json` with --json, `text` without.
-struct Outcome {
-  Json json = Json::object();
-  std::string text;
-  ExitCode code = ExitCode::kOk;
-};
 
 struct GlobalOptions {
   bool json = false;
@@ -42,12 +29,5 @@ class Session {
   std::string library_path_;
   std::unique_ptr<Library> library_;
 };
-
-using Command = std::function<Outcome(Session&)>;
-
-// Bytes that are no UTF-8 become U+FFFD.
-inline std::string dumped(const Json& json, int indent = 2) {
-  return json.dump(indent, ' ', false, Json::error_handler_t::replace);
-}
 
 }  // namespace telvar_host

@@ -6,10 +6,11 @@
 #include <optional>
 #include <string>
 
-#include "app/session.h"
+#include "app/json.h"
 #include "app/tool_kind.h"
+#include "files/state_file.h"
+#include "library/session.h"
 #include "report/html.h"
-#include "state_file.h"
 
 namespace telvar_host {
 

@@ -1,4 +1,4 @@
-#include "app/session.h"
+#include "library/session.h"
 
 #include "app/text.h"
 

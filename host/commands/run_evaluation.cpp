@@ -1,5 +1,6 @@
-#include "evaluation/run_evaluation.h"
+#include "commands/run_evaluation.h"
 
+#include "app/errors.h"
 #include "app/text.h"
 #include "report/sections.h"
 

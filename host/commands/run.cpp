@@ -1,4 +1,4 @@
-#include "app/run.h"
+#include "commands/run.h"
 
 #include <TelvarTypes/Exceptions.h>
 
@@ -11,10 +11,11 @@
 #include <opencv2/core.hpp>
 #include <opencv2/core/utils/logger.hpp>
 
+#include "app/errors.h"
 #include "app/interrupt.h"
-#include "app/session.h"
 #include "app/terminal.h"
 #include "commands/commands.h"
+#include "library/session.h"
 
 namespace telvar_host {
 namespace {

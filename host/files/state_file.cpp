@@ -1,4 +1,4 @@
-#include "state_file.h"
+#include "files/state_file.h"
 
 #include <cmath>
 #include <cstring>

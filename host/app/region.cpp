@@ -1,4 +1,4 @@
-#include "datasets/region.h"
+#include "app/region.h"
 
 #include <cmath>
 

@@ -1,0 +1,146 @@
+"""State files: what a trained tool needs to be used again, in one checksummed file.
+
+The program `telvar` reads and writes the same files. Layout, little endian:
+
+    offset  size  content
+         0     8  magic "TLVSTATE"
+         8     4  format version, 1
+        12     4  tool: 1 ocr, 2 classifier, 3 segmenter
+        16   2x4  nominal width and height of a character (ocr; 0: unknown), IEEE single precision; 0 for other tools
+        24     8  length of the artifact
+        32     8  XXH64 (seed 0) of the artifact
+        40     8  length of the train cache
+        48     8  XXH64 of the train cache
+        56     8  XXH64 of bytes 0 to 55
+        64        artifact, train cache, end of the file
+"""
+
+import math
+import os
+import struct
+import tempfile
+from dataclasses import dataclass
+from typing import Optional, Tuple, Union
+
+from telvar._native import xxh64
+from telvar.records import Data
+
+__all__ = ["State", "StateError", "read_state", "write_state"]
+
+Path = Union[str, "os.PathLike[str]"]
+
+_MAGIC = b"TLVSTATE"
+_VERSION = 1
+_FIELDS = struct.Struct("<8sIIffQQQQ")
+_CHECKSUM = struct.Struct("<Q")
+_HEADER = _FIELDS.size + _CHECKSUM.size
+_TOOLS = {1: "ocr", 2: "classifier", 3: "segmenter"}
+
+
+class StateError(Exception):
+    """The file is no state file, is damaged, of another version, or of another tool; the text names the file."""
+
+
+@dataclass(frozen=True)
+class State:
+    """What a state file holds."""
+
+    #: "ocr", "classifier" or "segmenter".
+    tool: str
+    data: Data
+    #: Nominal width and height of a character, region pixels; None when unknown, and for the other tools.
+    size: Optional[Tuple[float, float]] = None
+
+
+def read_state(path: Path) -> State:
+    """Reads a state file and checks all of it. Raises OSError and StateError."""
+    with open(path, "rb") as file:
+        tool, size, lengths, checksums = _parse_header(file.read(_HEADER), path)
+        rest = os.fstat(file.fileno()).st_size - _HEADER
+        if sum(lengths) != rest:
+            raise StateError(f"{path}: damaged state file: {rest} bytes follow the header, which announces "
+                             f"{lengths[0]} + {lengths[1]}")
+        parts = [file.read(length) for length in lengths]
+    for part, checksum, name in zip(parts, checksums, ("artifact", "train cache")):
+        if xxh64(part) != checksum:
+            raise StateError(f"{path}: damaged state file: the {name}'s checksum is wrong")
+    return State(tool, Data(*parts), size)
+
+
+def write_state(path: Path, state: State) -> None:
+    """Writes a state file, whole or not at all; replaces what is there. Raises OSError, and ValueError for a tool or
+    size that a state file cannot have."""
+    tools = [number for number, name in _TOOLS.items() if name == state.tool]
+    if not tools:
+        raise ValueError(f"state.tool must be one of {', '.join(_TOOLS.values())}, not {state.tool!r}")
+    width, height = state.size or (0, 0)
+    if not _is_size(state.tool, width, height):
+        raise ValueError(f"state.size of a {state.tool} state cannot be {state.size!r}")
+    artifact, cache = state.data.artifact, state.data.train_cache
+    fields = _FIELDS.pack(_MAGIC, _VERSION, tools[0], width, height, len(artifact), xxh64(artifact), len(cache),
+                          xxh64(cache))
+    _replace(path, fields + _CHECKSUM.pack(xxh64(fields)) + artifact + cache)
+
+
+def read_state_of(tool: str, path: Path) -> State:
+    """Reads the state file of a certain tool."""
+    state = read_state(path)
+    if state.tool != tool:
+        raise StateError(f"{path}: state file of the tool {state.tool}, not {tool}")
+    return state
+
+
+def write_data(tool: str, data: Data, path: Path, size: Optional[Tuple[float, float]] = None) -> None:
+    """Writes the state file of a certain tool."""
+    write_state(path, State(tool, data, size))
+
+
+def _parse_header(
+    header: bytes, path: Path
+) -> Tuple[str, Optional[Tuple[float, float]], Tuple[int, int], Tuple[int, int]]:
+    if header[: len(_MAGIC)] != _MAGIC:
+        raise StateError(f"{path}: is no telvar state file (wrong magic)")
+    if len(header) < _HEADER:
+        raise StateError(f"{path}: damaged state file: the header is cut off ({len(header)} of {_HEADER} bytes)")
+    if _CHECKSUM.unpack_from(header, _FIELDS.size)[0] != xxh64(header[: _FIELDS.size]):
+        raise StateError(f"{path}: damaged state file: the header's checksum is wrong")
+    _, version, tool, width, height, artifact, artifact_sum, cache, cache_sum = _FIELDS.unpack_from(header)
+    if version != _VERSION:
+        raise StateError(f"{path}: state file of format version {version}; this package reads version {_VERSION}")
+    if tool not in _TOOLS:
+        raise StateError(f"{path}: state file of an unknown tool ({tool})")
+    if not _is_size(_TOOLS[tool], width, height):
+        raise StateError(f"{path}: damaged state file: the character size is invalid")
+    size = (width, height) if width > 0 and height > 0 else None
+    return _TOOLS[tool], size, (artifact, cache), (artifact_sum, cache_sum)
+
+
+def _is_size(tool: str, width: float, height: float) -> bool:
+    if tool != "ocr":
+        return width == 0 and height == 0
+    return math.isfinite(width) and width >= 0 and math.isfinite(height) and height >= 0
+
+
+def _replace(path: Path, content: bytes) -> None:
+    """Writes beside the place, flushes and renames; what is replaced leaves its permissions."""
+    folder, name = os.path.split(os.path.abspath(path))
+    handle, temporary = tempfile.mkstemp(prefix=f".{name}.", dir=folder)
+    try:
+        with os.fdopen(handle, "wb") as file:
+            file.write(content)
+            file.flush()
+            os.fchmod(file.fileno(), _permissions(path))
+            os.fsync(file.fileno())
+        os.replace(temporary, path)
+    except BaseException:
+        os.unlink(temporary)
+        raise
+
+
+def _permissions(path: Path) -> int:
+    try:
+        return os.stat(path).st_mode & 0o777
+    except FileNotFoundError:
+        mask = os.umask(0)
+        os.umask(mask)
+        return 0o666 & ~mask
