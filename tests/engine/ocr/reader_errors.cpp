@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 
+#include "ocr/reader_net.h"
 #include "ocr/reader_training.h"
 #include "reader_pages.h"
 #include "telvar/exceptions.h"
