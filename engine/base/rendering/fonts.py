@@ -87,17 +87,21 @@ def _examine(package, path):
     """A face with all NEEDED characters, or None."""
     try:
         with TTFont(path, lazy=True) as font:
-            known = font.getBestCmap() or {}
+            characters = _drawable(font)
+            if not set(NEEDED) <= set(characters):
+                return None
             family = font["name"].getBestFamilyName() or os.path.basename(path)
             grid, units = _pixel_of(font), font["head"].unitsPerEm
     except (TTLibError, OSError, KeyError, AssertionError, AttributeError):
         return None
-    characters = "".join(c for c in CATEGORIES if ord(c) in known)
-    if not set(NEEDED) <= set(characters):
-        return None
     if _is_unicase(path):
         characters = "".join(c for c in characters if not c.islower())
     return Face(path, package, family, characters, grid, units)
+
+
+def _drawable(font):
+    known = font.getBestCmap() or {}
+    return "".join(c for c in CATEGORIES if ord(c) in known)
 
 
 def _fewer(faces):
