@@ -5,8 +5,10 @@ import unittest
 try:
     import numpy as np
     from rendering import fonts, grounds, scene, shapes, texts
+    for _package in ("fonts-liberation", "fonts-pc-extra"):
+        fonts._files_of(_package)
     MISSING = None
-except ImportError as error:
+except (ImportError, FileNotFoundError) as error:
     MISSING = str(error)
 
 
