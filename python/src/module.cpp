@@ -24,6 +24,7 @@ std::shared_ptr<Orbalt::TelvarWrapper::Types::IWrapperFactory> make_factory() {
 
 PYBIND11_MODULE(_native, module) {
   module.doc() = "The library behind the package telvar.";
+  module.attr("version") = TELVAR_VERSION;
   telvar_python::add_exceptions(module);
   telvar_python::add_ocr(module);
   telvar_python::add_classifier(module);

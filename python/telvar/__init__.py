@@ -33,6 +33,7 @@ from telvar._native import (
     TelvarException,
     UnsupportedTrainingArtifactVersionException,
 )
+from telvar._native import version as __version__
 from telvar.classifier import SmartClassifier
 from telvar.images import Image, ImageLoader, Pixels
 from telvar.ocr import SmartOCR
@@ -60,6 +61,7 @@ __all__ = [
     "StateError",
     "TelvarException",
     "UnsupportedTrainingArtifactVersionException",
+    "__version__",
     "read_state",
     "write_state",
 ]

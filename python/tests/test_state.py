@@ -1,6 +1,8 @@
 """State files, and tools out of them."""
+import json
 import os
 import struct
+import subprocess
 
 import pytest
 
@@ -85,3 +87,12 @@ def test_what_cannot_be_written_leaves_what_was_there(path):
 def test_a_missing_state_is_the_systems_error(path):
     with pytest.raises(FileNotFoundError):
         telvar.SmartOCR.load(path)
+
+
+@pytest.mark.skipif("TELVAR_PROGRAM" not in os.environ, reason="the program telvar is not built")
+def test_the_program_finds_the_same_in_the_file(path):
+    telvar.SmartOCR(DATA, (18.5, 24)).save(path)
+    said = json.loads(subprocess.run([os.environ["TELVAR_PROGRAM"], "inspect", "--state", path, "--json"],
+                                     check=True, capture_output=True).stdout)
+    assert (said["tool"], said["size"]) == ("ocr", [18.5, 24])
+    assert (said["artifact_bytes"], said["train_cache_bytes"]) == (len(DATA.artifact), len(DATA.train_cache))

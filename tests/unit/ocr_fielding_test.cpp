@@ -126,6 +126,7 @@ TYPED_TEST(EitherFielding, ReturnsTheFieldedSampleBesideTheReadOne) {
     EXPECT_EQ(result.sample.lines->at(0).text, "read " + OddBytes());
     EXPECT_EQ(result.fieldingResult.patternName, name);
     EXPECT_EQ(result.fieldingResult.sample.firstValue, 0.5);
+    ASSERT_NE(result.fieldingResult.sample.lines, nullptr);
     EXPECT_EQ(result.fieldingResult.sample.lines->at(0).text, "fielded");
     EXPECT_TRUE(result.fieldingResult.sample.characters->empty());
   }

@@ -1,8 +1,8 @@
 #pragma once
 
 // What the engine calls back while it trains or processes a batch. Every callback is called from
-// the thread that called the engine, one call at a time; an exception from it leaves the engine
-// call unchanged.
+// the thread that called the engine, one call at a time; an exception from it (but see ImageLoader)
+// leaves the engine call unchanged.
 
 #include <functional>
 #include <string>
@@ -11,7 +11,9 @@
 
 namespace telvar::types {
 
-/// Fetches the image of an identifier.
+/// Fetches the image of an identifier. An invalid_image or invalid_image_size that leaves it
+/// (thrown by Image's constructor, which cannot know whose image it is) is given the name of the
+/// image or mask and its sample.
 using ImageLoader = std::function<Image(const std::string& image_id)>;
 
 /// Takes a result image of `image_id` under its `name`; returns an identifier for it.

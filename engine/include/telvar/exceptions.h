@@ -89,8 +89,8 @@ class TELVAR_API invalid_dataset : public exception {
   ~invalid_dataset() override;
 };
 
-/// A region that is not finite, singular, empty, too small for the tool, too large or wholly
-/// outside its image.
+/// A region that is not finite, singular, without extent (0 x 0 with the identity is the whole
+/// image), too small for the tool, too large or wholly outside its image.
 class TELVAR_API invalid_roi : public exception {
  public:
   using exception::exception;
@@ -104,7 +104,7 @@ class TELVAR_API unsupported_roi_for_image_type : public exception {
   ~unsupported_roi_for_image_type() override;
 };
 
-/// An image whose layout contradicts itself, or that has no pixels where it should.
+/// An image whose layout contradicts itself, or that has a size but no pixels.
 class TELVAR_API invalid_image : public exception {
  public:
   using exception::exception;

@@ -36,7 +36,8 @@ class TELVAR_API Model {
 
   /// Reads the region that `transform` and `size` describe; size (0, 0) with the identity is the
   /// whole image. Returns a serialised Result.
-  /// Throws invalid_image, invalid_image_size, invalid_roi.
+  /// Throws invalid_image, invalid_image_size (also for a region of more than 2^26 pixels at 24 to
+  /// the nominal character, or too many characters for the number of categories), invalid_roi.
   std::string process(const types::ImageView& image, const types::AffineTransform& transform,
                       const types::Size2<unsigned>& size) const;
 
@@ -90,15 +91,19 @@ TELVAR_API std::vector<std::vector<std::size_t>> sort_characters(
 class TELVAR_API Fielding {
  public:
   /// A serialised Fielding message.
-  /// Throws invalid_message; invalid_parameters for an empty pattern, line or class, or when the
-  /// message sets no fielding.
+  /// Throws invalid_message; invalid_parameters for an empty pattern, line or class (named with its
+  /// place, counted from 0), a negative count, an advanced fielding without patterns, and when the
+  /// message sets no fielding, or both.
   explicit Fielding(const std::string& fielding);
   Fielding(const Fielding&) = delete;
   Fielding& operator=(const Fielding&) = delete;
   ~Fielding();
 
   /// A serialised SampleResult in; the fielded SampleResult and a FieldingResult out, serialised.
-  /// Throws invalid_message.
+  /// Without a match the FieldingResult says so and the sample is empty; after basic fielding the
+  /// pattern's name is empty.
+  /// Throws invalid_message, also for a line that names a character that does not exist, or that
+  /// stands in a line already.
   std::pair<std::string, std::string> apply(const std::string& sample) const;
 
  private:

@@ -35,7 +35,7 @@ PatternLine parse_line(const telvar_msg::qv::ocr::PatternLine& message, const st
   line.reserve(message.character_classes_size());
   for (const auto& allowed : message.character_classes()) {
     line.push_back(
-        parse_class(allowed, "position " + std::to_string(line.size() + 1) + " of " + place));
+        parse_class(allowed, "position " + std::to_string(line.size()) + " of " + place));
   }
   return line;
 }
@@ -45,7 +45,7 @@ Pattern parse_pattern(const std::string& name, const telvar_msg::qv::ocr::Patter
   if (message.lines().empty()) throw invalid_parameters("fielding: " + place + " has no lines");
   Pattern pattern{name, {}};
   for (const auto& line : message.lines()) {
-    const std::string number = std::to_string(pattern.lines.size() + 1);
+    const std::string number = std::to_string(pattern.lines.size());
     pattern.lines.push_back(parse_line(line, "line " + number + " of " + place));
   }
   return pattern;

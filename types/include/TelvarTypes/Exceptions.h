@@ -3,10 +3,14 @@
 // How failures reach the host.
 //
 // Every engine failure inside a tool's work arrives as one of the classes below, with the engine's
-// text, which names the offending thing. Catch TelvarException for all of them. Exceptions of the
-// standard library (std::bad_alloc, std::bad_function_call of an empty image loader) and those of a
-// host's own image loader pass through unchanged, and so do the engine's own exceptions, derived
-// from std::exception, out of GetData and SortCharacters.
+// text, which names the offending thing. Fielding alone replaces that text: whatever fails in it is
+// an InvalidArgumentException with one of two texts of the library's own (see ISmartOCRWrapper.h).
+// Catch TelvarException for all of them. Exceptions of the standard library (std::bad_alloc,
+// std::bad_function_call of an empty image loader) and those of a host's own image loader pass
+// through unchanged, and so do the engine's own exceptions, derived from std::exception, out of
+// GetData and SortCharacters.
+//
+// What is said below of images, regions, labels and artifacts is the embedded engine's.
 
 #include <exception>
 #include <string>
@@ -39,7 +43,7 @@ class TELVAR_TYPES_API InvalidArgumentException : public TelvarException {
   ~InvalidArgumentException() override;
 };
 
-/// An image whose layout contradicts itself, or that has no pixels where it should.
+/// An image whose layout contradicts itself; in Process also one with a size but without pixels.
 class TELVAR_TYPES_API InvalidImageException : public TelvarException {
  public:
   explicit InvalidImageException(const std::string& message);
@@ -48,7 +52,9 @@ class TELVAR_TYPES_API InvalidImageException : public TelvarException {
   ~InvalidImageException() override;
 };
 
-/// An image that is empty, too small for the tool, or beyond the engine's limit.
+/// An image that is empty, too small for the tool, or beyond the engine's limits; from a loader
+/// also one without pixels, whatever its layout. In the character reader also a region that holds
+/// too many characters of the nominal size.
 class TELVAR_TYPES_API InvalidImageSizeException : public TelvarException {
  public:
   explicit InvalidImageSizeException(const std::string& message);
@@ -66,7 +72,8 @@ class TELVAR_TYPES_API InvalidLabelException : public TelvarException {
   ~InvalidLabelException() override;
 };
 
-/// A failed write, and every engine failure that has no class of its own.
+/// A failed write, and every engine failure that has no class of its own, such as a result too
+/// large for a message.
 class TELVAR_TYPES_API InvalidOperationException : public TelvarException {
  public:
   explicit InvalidOperationException(const std::string& message);
@@ -75,8 +82,8 @@ class TELVAR_TYPES_API InvalidOperationException : public TelvarException {
   ~InvalidOperationException() override;
 };
 
-/// A region that is not finite, singular, empty, too small for the tool, too large or wholly
-/// outside its image, or that cannot be applied to this type of image.
+/// A region that is not finite, singular, without extent (but see ROI), too small for the tool, too
+/// large or wholly outside its image, or that cannot be applied to this type of image.
 class TELVAR_TYPES_API InvalidROIException : public TelvarException {
  public:
   explicit InvalidROIException(const std::string& message);

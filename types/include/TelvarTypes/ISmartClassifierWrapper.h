@@ -35,24 +35,26 @@ class TELVAR_TYPES_API ISmartClassifierWrapper {
   ISmartClassifierWrapper& operator=(ISmartClassifierWrapper&&) = default;
 
   /// The current state, to be stored; the classifier is left as it is.
-  /// Throws the engine's own exception, derived from std::exception, when the train cache cannot be
-  /// written.
+  /// Throws the engine's own exception, derived from std::exception, or what the stream behind it
+  /// throws (std::bad_alloc, std::ios_base::failure), when the train cache cannot be written.
   virtual std::unique_ptr<SmartClassifier::Data> GetData() const = 0;
 
   /// Trains from the current state on `dataset` and installs what was learnt; images are asked from
   /// `loadImage` by their identifiers. Returns how it went.
   /// Throws InvalidArgumentException, InvalidLabelException, the image exceptions, the artifact
-  /// exceptions (a stored artifact that is damaged, of another tool or too new), and whatever
-  /// `loadImage` throws; artifact and model are then as before, the train cache may have changed.
-  /// If only building the model from a new artifact fails, GetData returns the new artifact while
-  /// the previous model stays in use.
+  /// exceptions (a stored artifact that is damaged, of another tool or too new),
+  /// InvalidOperationException (any other failure of the engine), and whatever `loadImage` throws;
+  /// artifact and model are then as before, the train cache may have changed. If only building the
+  /// model from a new artifact fails, GetData returns the new artifact while the previous model, if
+  /// any, stays in use until the next training.
   virtual SmartClassifier::TrainingResult Train(
       const SmartClassifier::Dataset& dataset,
       const std::function<std::shared_ptr<Image>(const std::string&)>& loadImage) = 0;
 
   /// Scores one image. The engine's model is built by the first call.
   /// Requires a non-null `image`, which stays alive and unchanged for the call.
-  /// Throws the artifact exceptions (an untrained classifier included) and the image exceptions.
+  /// Throws the artifact exceptions (an untrained classifier included), the image exceptions and
+  /// InvalidOperationException (any other failure of the engine).
   virtual SmartClassifier::Result Process(std::shared_ptr<Image> image) = 0;
 
   /// Scores every image of a batch; images are asked from `loadImage` by their identifiers.

@@ -56,10 +56,12 @@ class TELVAR_TYPES_API ISmartOCRWrapper {
   /// `loadImage` by their identifiers. The engine's model is built anew for the data set's size.
   /// Returns how it went.
   /// Throws InvalidArgumentException, InvalidLabelException, the image and region exceptions, the
-  /// artifact exceptions (a stored artifact that is damaged, of another tool or too new), and
-  /// whatever `loadImage` throws; artifact and model are then as before, the train cache may have
-  /// changed. If only building the model from a new artifact fails, GetData returns the new
-  /// artifact while the previous model stays in use.
+  /// artifact exceptions (a stored artifact that is damaged, of another tool or too new),
+  /// InvalidOperationException (any other failure of the engine), and whatever `loadImage` throws;
+  /// artifact and model are then as before, the train cache may have changed. If only building the
+  /// model from a new artifact fails, the reader holds the new artifact, which GetData returns, and
+  /// the data set's size; at that size the previous model, if any, stays in use, for any other size
+  /// a model is built from the new artifact.
   virtual SmartOCR::TrainResult Train(
       const SmartOCR::Dataset& dataset,
       const std::function<std::shared_ptr<Image>(const std::string&)>& loadImage) = 0;
@@ -68,10 +70,12 @@ class TELVAR_TYPES_API ISmartOCRWrapper {
   /// two forms with fielding then match what was read. The engine's model is built by the first
   /// call, and again when `size` moves by 0.0001 or more.
   /// Requires a non-null `image`, which stays alive and unchanged for the call.
-  /// Throws the artifact exceptions (an untrained reader included), the image and region exceptions
-  /// and InvalidArgumentException (size). With fielding also InvalidArgumentException "No matching
-  /// Fielding pattern was found", or "Invalid fielding pattern caused by empty lines or empty
-  /// patterns" for every other failure of fielding; no result is returned then.
+  /// Throws the artifact exceptions (an untrained reader included), the image and region
+  /// exceptions, InvalidArgumentException (size; see SmartOCR::Size for what the reader holds then)
+  /// and InvalidOperationException (any other failure of the engine). With fielding also
+  /// InvalidArgumentException "No matching Fielding pattern was found", or "Invalid fielding
+  /// pattern caused by empty lines or empty patterns" for every other failure of fielding, want of
+  /// memory included; no result is returned then.
   TELVAR_TYPES_OVERLOADS_IN_SLOT_ORDER(
       virtual SmartOCR::ProcessResult Process(std::shared_ptr<Image> image,
                                               const std::shared_ptr<ROI>& roi,
@@ -94,8 +98,8 @@ class TELVAR_TYPES_API ISmartOCRWrapper {
       const std::vector<std::pair<float, float>>& points, float height) = 0;
 
   /// The current state, to be stored; the reader is left as it is.
-  /// Throws the engine's own exception, derived from std::exception, when the train cache cannot be
-  /// written.
+  /// Throws the engine's own exception, derived from std::exception, or what the stream behind it
+  /// throws (std::bad_alloc, std::ios_base::failure), when the train cache cannot be written.
   virtual std::unique_ptr<SmartOCR::Data> GetData() const = 0;
 
  protected:

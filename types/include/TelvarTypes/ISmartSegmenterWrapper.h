@@ -36,17 +36,18 @@ class TELVAR_TYPES_API ISmartSegmenterWrapper {
   ISmartSegmenterWrapper& operator=(ISmartSegmenterWrapper&&) = default;
 
   /// The current state, to be stored; the segmenter is left as it is.
-  /// Throws the engine's own exception, derived from std::exception, when the train cache cannot be
-  /// written.
+  /// Throws the engine's own exception, derived from std::exception, or what the stream behind it
+  /// throws (std::bad_alloc, std::ios_base::failure), when the train cache cannot be written.
   virtual std::unique_ptr<SmartSegmenter::Data> GetData() const = 0;
 
   /// Trains from the current state on `dataset` and installs what was learnt; images are asked from
   /// `loadImage`, masks from `loadMask`, by their identifiers. Returns how it went.
   /// Throws InvalidArgumentException, the image and region exceptions, the artifact exceptions (a
-  /// stored artifact that is damaged, of another tool or too new), and whatever the loaders throw;
-  /// artifact and model are then as before, the train cache may have changed. If only
-  /// building the model from a new artifact fails, GetData returns the new artifact while the
-  /// previous model stays in use.
+  /// stored artifact that is damaged, of another tool or too new), InvalidOperationException (any
+  /// other failure of the engine), and whatever the loaders throw; artifact and model are then as
+  /// before, the train cache may have changed. If only building the model from a new artifact
+  /// fails, GetData returns the new artifact while the previous model, if any, stays in use until
+  /// the next training.
   virtual SmartSegmenter::TrainingResult Train(
       const SmartSegmenter::Dataset& dataset,
       const std::function<std::shared_ptr<Image>(const std::string&)>& loadImage,
@@ -54,7 +55,8 @@ class TELVAR_TYPES_API ISmartSegmenterWrapper {
 
   /// Segments `image` inside `roi` (null: the whole image). The engine's model is built by the
   /// first call. Requires a non-null `image`, which stays alive and unchanged for the call. Throws
-  /// the artifact exceptions (an untrained segmenter included), the image and region exceptions.
+  /// the artifact exceptions (an untrained segmenter included), the image and region exceptions and
+  /// InvalidOperationException (any other failure of the engine).
   virtual SmartSegmenter::ProcessResult Process(const std::shared_ptr<Image>& image,
                                                 const std::shared_ptr<ROI>& roi) = 0;
 

@@ -69,7 +69,8 @@ struct TELVAR_TYPES_API ResultImage {
 /// Fetches the image of an identifier while a tool trains or processes a batch.
 ///
 /// The library copies the pixels and releases the returned image before it asks for the next one.
-/// An image without pixels, or a null pointer, makes the engine reject that image. An exception
+/// An image without pixels, or a null pointer, counts as an empty image, which the embedded engine
+/// rejects with InvalidImageSizeException. An exception
 /// from a loader passes through the engine; with the embedded engine it reaches the caller of
 /// `Train` or `BatchProcess` unchanged. The loader may be called on a thread that the engine
 /// chooses; the embedded engine stays on the calling thread.

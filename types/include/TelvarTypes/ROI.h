@@ -14,9 +14,11 @@ namespace Orbalt::TelvarWrapper::Types {
 ///   ( cos(angle) u - sin(angle + skew) v + x,
 ///     sin(angle) u + cos(angle + skew) v + y ),
 /// computed in single precision. Nothing is checked here; a region that the engine cannot use makes
-/// the call fail with InvalidROIException.
+/// the call fail with InvalidROIException. The embedded engine takes a default-constructed region
+/// (0 x 0 at the origin, not turned) for the whole image, too, and refuses every other one without
+/// extent.
 struct TELVAR_TYPES_API ROI {
-  /// At (0, 0), not turned, without extent.
+  /// 0 x 0 at the origin, not turned.
   ROI();
   ROI(float x, float y = 0.0F, float angle = 0.0F, float skew = 0.0F, std::uint32_t width = 0,
       std::uint32_t height = 0);

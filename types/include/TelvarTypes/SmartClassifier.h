@@ -104,7 +104,9 @@ struct TELVAR_TYPES_API TrainingResult {
                  std::unordered_map<std::string, std::vector<CategoryScore>> samples = {});
   TELVAR_TYPES_VALUE_OPERATIONS(TrainingResult);
 
-  /// Share of right answers, 0..1, on samples held back, or cross-validated when there are few.
+  /// Share of right answers, 0..1, by networks that have not seen the sample: cross-validated where
+  /// the first training had up to 6000 samples, otherwise of one sample in twenty. The samples kept
+  /// in the artifact count.
   double overallScore = 0.0;
 
   /// Per sample key of the data set, the scores that the trained model gives its image.

@@ -32,8 +32,10 @@ class TELVAR_TYPES_API Data {
   std::string trainCache;
 };
 
-/// Nominal size of a character in the image or region to read. Not finite or beyond the engine's
-/// limits: InvalidArgumentException from the call that uses it.
+/// Nominal size of a character in the image or region to read. The embedded engine takes 4 to 4096
+/// pixels a side, the sides at most 8-fold different; anything else is InvalidArgumentException
+/// from the call that brings it. Do not repeat that call: the reader holds a finite size even when
+/// it was refused, and answers it from then on with the model of the size before, if there was one.
 struct TELVAR_TYPES_API Size {
   Size();
   Size(float width, float height);

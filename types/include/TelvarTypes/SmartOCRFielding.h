@@ -25,11 +25,11 @@ struct TELVAR_TYPES_API BasicFielding {
   /// The allowed characters as UTF-8 code points. Must not be empty.
   std::string allowedCharacters;
 
-  /// How many characters the sample must have; 0: any number.
+  /// How many characters the fielded sample must have; 0: any number but none. Not negative.
   std::int32_t count = 0;
 };
 
-/// Named patterns; the best fitting one wins, ties by name.
+/// Named patterns, at least one; the best fitting one wins, ties by name.
 struct TELVAR_TYPES_API AdvancedFielding {
   AdvancedFielding();
   AdvancedFielding(std::unordered_map<std::string, std::vector<std::vector<std::string>>> patterns);
@@ -50,8 +50,8 @@ struct TELVAR_TYPES_API FieldingResult {
   /// 1 again, with the re-decided lines. Default-constructed when no fielding was asked for.
   Sample sample;
 
-  /// Key of the matching pattern in `AdvancedFielding::patterns`; empty when no fielding was asked
-  /// for.
+  /// Key of the matching pattern in `AdvancedFielding::patterns`. Empty after basic fielding, and
+  /// when no fielding was asked for.
   std::string patternName;
 };
 

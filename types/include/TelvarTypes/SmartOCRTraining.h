@@ -79,12 +79,17 @@ struct TELVAR_TYPES_API TrainResult {
   /// Time the engine spent, whole milliseconds, rounded toward zero.
   double trainingTime = 0.0;
 
-  /// Share of the labels that the trained model reads right, 0..1; measured on samples held back
-  /// where there are enough of them.
+  /// Share of labels read right, 0..1: as the labelled category, within 0.42 of a nominal
+  /// character. With 8 or more labelled images, of the images held back from the first stage of the
+  /// training, as the network reads them after that stage: cautious, since the second stage learns
+  /// from all of them; but flattering where the artifact that the training started from had already
+  /// seen them. With fewer images, of all of them, as the finished network reads what it has learnt
+  /// from.
   double resultValue = 0.0;
 
   /// Per image identifier, in ascending byte order: for each of the image's labels, in their order,
-  /// the score 0..1 that the trained model gives the labelled category at the labelled place.
+  /// detection strength times score of the labelled category, 0..1, of the character that the
+  /// finished network reads nearest to the label; 0 when it reads none within 0.42 of a character.
   /// Neither the map nor a vector is null in a result of `Train`; null in a default-constructed
   /// record.
   std::shared_ptr<std::map<std::string, std::shared_ptr<std::vector<float>>>> labeledSampleResults;

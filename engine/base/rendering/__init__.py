@@ -1,0 +1,1 @@
+"""Seeded renderer of the images that the built-in network learns from."""
