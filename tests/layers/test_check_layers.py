@@ -20,7 +20,7 @@ class PlantedIncludes(unittest.TestCase):
             (False, "tests/unit/a.cpp", '"ocr/b.h"', "ocr/b.h"),
             # Upwards.
             (True, "host/files/a.cpp", '"commands/b.h"', "host/commands/b.h"),
-            (True, "engine/src/nn/a.h", '"core/b.h"', "engine/src/core/b.h"),
+            (True, "engine/src/core/a.h", '"nn/b.h"', "engine/src/nn/b.h"),
             (True, "bridge/a.h", '"ocr/b.h"', "ocr/b.h"),
             (True, "host/app/a.h", '"../files/b.h"', "host/files/b.h"),
             # Sideways.
