@@ -5,7 +5,7 @@
 set -euo pipefail
 
 build=(g++ cmake ninja-build ccache pkg-config git ca-certificates
-       protobuf-compiler libprotobuf-dev libtorch-dev libdnnl-dev libopencv-dev libxxhash-dev
+       protobuf-compiler libprotobuf-dev libdnnl-dev libhwy-dev libopencv-dev libxxhash-dev
        libcli11-dev nlohmann-json3-dev python3-dev pybind11-dev)
 test=(libgtest-dev libgmock-dev libbenchmark-dev python3 clang-14 clang-format-14 libclang-rt-14-dev binutils
       python3-numpy python3-pytest mypy locales chromium abigail-tools lintian dpkg-dev file doxygen)
