@@ -35,8 +35,8 @@ make_minimal() {
   [ -e "$minimal" ] && return
   rm -f "$cache"/minimal-*.tar
   run_to_log "minimal Debian 12" build/bare.log \
-    mmdebstrap --variant=apt --mode=root bookworm "$minimal.new" "${lists[@]}"
-  mv "$minimal.new" "$minimal"
+    mmdebstrap --variant=apt --mode=root bookworm "$cache/new.tar" "${lists[@]}"
+  mv "$cache/new.tar" "$minimal"
 }
 
 prepare() {
