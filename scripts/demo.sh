@@ -25,8 +25,8 @@ mkdir -p build
 
 step() { echo "[$1/4] $2"; }
 
-# fetch <package> <folder below /usr/share>: the installed folder, or the same out of the downloaded package. The
-# packages are not installed: one of them takes 225 MB, of which 12 are needed.
+# fetch <package> <its folder below /usr/share>: the installed folder, or the same out of the downloaded package, which
+# is not installed for it.
 fetch() {
   local target=$packages/usr/share/$2
   [ -e "$target" ] && return
@@ -60,8 +60,7 @@ step 1 "packages of the compiler and the libraries"
 scripts/install-packages.sh demo
 step 2 "images to train on"
 fetch dataset-fashion-mnist datasets/fashion-mnist
-fetch visp-images-data visp-images-data/ViSP-images/mire-2
-fetch jbigkit-testdata jbigkit-testdata
+fetch visp-images-data visp-images-data/ViSP-images
 step 3 "the library and the program"
 run_to_log "building" build/demo-build.log build
 step 4 "training three tools, and measuring them on images that they have not seen"

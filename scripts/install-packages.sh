@@ -14,7 +14,7 @@ test=(libgtest-dev libgmock-dev libbenchmark-dev libopencv-ml-dev libopencv-objd
       python3-numpy python3-pytest mypy clang-14 clang-format-14 libclang-rt-14-dev binutils locales chromium
       abigail-tools lintian dpkg-dev file doxygen)
 windows=(g++-mingw-w64-x86-64-posix wine64 wine googletest llvm-14 clang-14 dpkg-dev python3)
-demo=(dataset-fashion-mnist jbigkit-bin)
+demo=()  # demo.sh fetches its images without installing them
 bench=(tesseract-ocr libtesseract-dev libleptonica-dev jbigkit-bin jbigkit-testdata fonts-ocr-a fonts-ocr-b
        fonts-dejavu-core fonts-liberation visp-images-data dataset-fashion-mnist libbenchmark-dev
        libopencv-ml-dev libopencv-objdetect-dev pkg-config git python3 python3-numpy python3-pil python3-scipy)

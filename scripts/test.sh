@@ -53,8 +53,9 @@ quick_leg() {
     format) format ;;
     release)
       for name in dev coverage tidy; do configure "$name"; done
-      configure release -DTELVAR_TEST_PACKAGE_INSTALL="$package_install"
-      build release
+      # Without the rest, which installing would otherwise want to be built.
+      configure release -DTELVAR_TEST_PACKAGE_INSTALL="$package_install" -DCMAKE_SKIP_INSTALL_ALL_DEPENDENCY=ON
+      build release --target TelvarWrappers telvar_host telvar_stand_in wrapper_abi_tests wrapper_bench wrapper_unit_tests
       quick_tests --preset release \
         -R '^(abi|docs|unit|bench|packages)\.|^consumer\.(install|find_package|pkg_config|clang_host)$|^host\.test_(report|locale)$'
       ;;
@@ -75,7 +76,7 @@ quick_leg() {
 whole_leg() {
   case $1 in
     format) format ;;
-    release) preset release -DTELVAR_TEST_PACKAGE_INSTALL="$package_install" ;;
+    release) preset release -DTELVAR_TEST_PACKAGE_INSTALL="$package_install" -DCMAKE_SKIP_INSTALL_ALL_DEPENDENCY=OFF ;;
     asan-ubsan | tsan) preset "$1" ;;
     windows) scripts/test-windows.sh ;;
     bare) scripts/test-bare.sh ;;
