@@ -44,7 +44,7 @@ fetch() {
 }
 
 build() {
-  cmake --preset release -DTELVAR_BUILD_TESTS=OFF -DTELVAR_BUILD_BENCH=OFF &&
+  cmake --preset release -DTELVAR_BUILD_TESTS=OFF -DTELVAR_BUILD_BENCH=OFF -DTELVAR_BUILD_PYTHON=OFF &&
     cmake --build --preset release --target telvar_host
 }
 

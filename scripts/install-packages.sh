@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a task needs, if they are missing.
 #
-#   scripts/install-packages.sh build|test|demo|bench|windows|bare [...]
+#   scripts/install-packages.sh build|test|demo|bench|windows|bare|FILE [...]
 #
+# A FILE (its path has a slash) names packages, one a line; '#' starts a comment.
 # On a machine with nothing installed, `scripts/test.sh bare` proves the lists.
 set -euo pipefail
 . "$(dirname "$0")/progress.sh"
@@ -14,7 +15,6 @@ test=(libgtest-dev libgmock-dev libbenchmark-dev libopencv-ml-dev libopencv-objd
       python3-numpy python3-pytest mypy clang-14 clang-format-14 libclang-rt-14-dev binutils locales chromium
       abigail-tools lintian dpkg-dev file doxygen)
 windows=(g++-mingw-w64-x86-64-posix wine64 wine googletest llvm-14 clang-14 dpkg-dev python3)
-demo=()  # demo.sh fetches its images without installing them
 bench=(tesseract-ocr libtesseract-dev libleptonica-dev jbigkit-bin jbigkit-testdata fonts-ocr-a fonts-ocr-b
        fonts-dejavu-core fonts-liberation visp-images-data dataset-fashion-mnist libbenchmark-dev
        libopencv-ml-dev libopencv-objdetect-dev pkg-config git python3 python3-numpy python3-pil python3-scipy)
@@ -27,8 +27,13 @@ for task in "$@"; do
     test) wanted+=("${build[@]}" "${test[@]}") ;;
     windows) wanted+=("${build[@]}" "${windows[@]}") ;;
     bench) wanted+=("${build[@]}" "${bench[@]}") ;;
-    demo) wanted+=("${build[@]}" "${demo[@]}") ;;
+    demo) wanted+=("${library[@]}") ;;  # it fetches its images without installing them
     bare) wanted+=("${bare[@]}") ;;
+    */*)
+      listed=$(sed 's/#.*//' "$task")
+      read -r -d '' -a packages <<<"$listed" || true
+      wanted+=("${packages[@]}")
+      ;;
     *) echo "install-packages: unknown task '$task'" >&2; exit 2 ;;
   esac
 done
