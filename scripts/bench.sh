@@ -27,7 +27,7 @@ mkdir -p "$out"
 build() { cmake --build --preset release --target "$@" >"$out/build.log" || { tail -n 40 "$out/build.log"; return 1; }; }
 
 codes() {
-  scripts/install-listed-packages.sh bench/ocr/packages.txt
+  scripts/install-packages.sh bench/ocr/packages.txt
   build ocr_bench tesseract_peer hog_svm_peer
   /usr/bin/python3 bench/ocr/run.py --programs "$programs" --work "$out/ocr" "$@"
 }

@@ -1,19 +1,24 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a task needs, if they are missing.
 #
-#   scripts/install-packages.sh build|test|demo|bench|windows [...]
+#   scripts/install-packages.sh build|test|demo|bench|windows|bare|FILE [...]
+#
+# A FILE (its path has a slash) names packages, one a line; '#' starts a comment.
+# On a machine with nothing installed, `scripts/test.sh bare` proves the lists.
 set -euo pipefail
+. "$(dirname "$0")/progress.sh"
 
-build=(g++ cmake ninja-build ccache pkg-config git ca-certificates
-       protobuf-compiler libprotobuf-dev libdnnl-dev libhwy-dev libopencv-dev libxxhash-dev
-       libcli11-dev nlohmann-json3-dev python3-dev pybind11-dev)
-test=(libgtest-dev libgmock-dev libbenchmark-dev python3 clang-14 clang-format-14 libclang-rt-14-dev binutils
-      python3-numpy python3-pytest mypy locales chromium abigail-tools lintian dpkg-dev file doxygen)
+library=(g++ cmake ninja-build ccache protobuf-compiler libprotobuf-dev libdnnl-dev libhwy-dev libeigen3-dev
+         libopencv-imgproc-dev libopencv-imgcodecs-dev zlib1g-dev libxxhash-dev libcli11-dev nlohmann-json3-dev)
+build=("${library[@]}" python3-dev pybind11-dev)
+test=(libgtest-dev libgmock-dev libbenchmark-dev libopencv-ml-dev libopencv-objdetect-dev pkg-config git python3
+      python3-numpy python3-pytest mypy clang-14 clang-format-14 libclang-rt-14-dev binutils locales chromium
+      abigail-tools lintian dpkg-dev file doxygen)
 windows=(g++-mingw-w64-x86-64-posix wine64 wine googletest llvm-14 clang-14 dpkg-dev python3)
-demo=(dataset-fashion-mnist jbigkit-bin)
 bench=(tesseract-ocr libtesseract-dev libleptonica-dev jbigkit-bin jbigkit-testdata fonts-ocr-a fonts-ocr-b
        fonts-dejavu-core fonts-liberation visp-images-data dataset-fashion-mnist libbenchmark-dev
-       python3 python3-numpy python3-pil python3-scipy)
+       libopencv-ml-dev libopencv-objdetect-dev pkg-config git python3 python3-numpy python3-pil python3-scipy)
+bare=(mmdebstrap)
 
 wanted=()
 for task in "$@"; do
@@ -22,7 +27,13 @@ for task in "$@"; do
     test) wanted+=("${build[@]}" "${test[@]}") ;;
     windows) wanted+=("${build[@]}" "${windows[@]}") ;;
     bench) wanted+=("${build[@]}" "${bench[@]}") ;;
-    demo) wanted+=("${build[@]}" "${demo[@]}") ;;
+    demo) wanted+=("${library[@]}") ;;  # it fetches its images without installing them
+    bare) wanted+=("${bare[@]}") ;;
+    */*)
+      listed=$(sed 's/#.*//' "$task")
+      read -r -d '' -a packages <<<"$listed" || true
+      wanted+=("${packages[@]}")
+      ;;
     *) echo "install-packages: unknown task '$task'" >&2; exit 2 ;;
   esac
 done
@@ -33,8 +44,17 @@ for package in "${wanted[@]}"; do
 done
 [ ${#missing[@]} -eq 0 ] && exit 0
 
-run() { if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi; }
-echo "installing: ${missing[*]}"
-export DEBIAN_FRONTEND=noninteractive
-run apt-get update -qq
-run apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+as_root=()
+if [ "$(id -u)" != 0 ]; then
+  command -v sudo >/dev/null || { echo "install-packages: needs root or sudo to install: ${missing[*]}" >&2; exit 1; }
+  sudo -v  # asks for the password now, not behind the moving line
+  as_root=(sudo)
+fi
+log=$(mktemp --tmpdir telvar-packages.XXXXXX.log)
+apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -o APT::Status-Fd=1 -q)
+install=(install -y --no-install-recommends "${missing[@]}")
+run_to_log "list of packages" "$log" "${apt[@]}" update
+all=$("${apt[@]}" -s "${install[@]}" | grep -c '^Inst ') || true
+echo "installing $all packages: ${missing[*]} and what they need"
+run_to_log "packages" "$log" "${apt[@]}" "${install[@]}"
+rm -f "$log"

@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
 # Cross-builds the wrapper with the scripted engine for 64-bit Windows and runs its suites under wine.
 #
+#   scripts/test-windows.sh [option of ctest ...]
+#
 # Protocol Buffers for Windows is built once from Debian's source package and kept in
 # ${XDG_CACHE_HOME:-~/.cache}/telvar.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/progress.sh
 scripts/install-packages.sh windows
 
 source_dir=$PWD
@@ -37,28 +40,30 @@ build_protobuf() {
     dpkg-source -x ./*.dsc src >/dev/null
   )
   cmake -S "$work/src" -B "$work/build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_BUILD_TYPE=Release \
-    -DCMAKE_CXX_STANDARD=17 -DCMAKE_INSTALL_PREFIX="$stage" -Dprotobuf_BUILD_TESTS=OFF \
-    -Dprotobuf_BUILD_PROTOC_BINARIES=OFF -Dprotobuf_WITH_ZLIB=OFF -Dprotobuf_BUILD_SHARED_LIBS=OFF >"$work/log" 2>&1 \
-    && cmake --build "$work/build" >>"$work/log" 2>&1 && cmake --install "$work/build" >>"$work/log" 2>&1 \
-    || { tail -n 50 "$work/log"; return 1; }
+    -DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_STANDARD=17 -DCMAKE_INSTALL_PREFIX="$stage" -Dprotobuf_BUILD_TESTS=OFF \
+    -Dprotobuf_BUILD_PROTOC_BINARIES=OFF -Dprotobuf_WITH_ZLIB=OFF -Dprotobuf_BUILD_SHARED_LIBS=OFF
+  cmake --build "$work/build"
+  cmake --install "$work/build"
   touch "$stage/.done"
   rm -rf "$work"
 }
 
 mkdir -p "$cache" build
-[ -e "$stage/.done" ] || build_protobuf
+export -f build_protobuf
+export cache stage version toolchain
+[ -e "$stage/.done" ] || run_to_log "protobuf for Windows" build/windows-protobuf.log bash -euo pipefail -c build_protobuf
 lap "protobuf $version for Windows"
 
 export WINEPREFIX=$build/wine
 mkdir -p "$WINEPREFIX"
 trap 'wineserver -k || true' EXIT
 wineserver -p || true  # fails when one is running already
-[ -e "$WINEPREFIX/system.reg" ] || scripts/wine-run wineboot -i >/dev/null 2>&1
+[ -e "$WINEPREFIX/system.reg" ] || run_to_log "wine prefix" build/windows-wine.log scripts/wine-run wineboot -i
 lap "wine prefix"
 
 log=build/windows.log
-cmake --preset windows -DCMAKE_FIND_ROOT_PATH="$stage" -DTELVAR_WERROR=ON >"$log" 2>&1 || { cat "$log"; exit 1; }
-cmake --build --preset windows >"$log" 2>&1 || { tail -n 60 "$log"; exit 1; }
+run_to_log "windows: configuring" "$log" cmake --preset windows -DCMAKE_FIND_ROOT_PATH="$stage" -DTELVAR_WERROR=ON
+run_to_log "windows: building" "$log" cmake --build --preset windows
 lap "build"
-ctest --preset windows
+run_aloud "windows: testing" ctest --preset windows "$@"
 lap "tests"

@@ -64,13 +64,14 @@ NominalSize reading_size(const std::optional<NominalSize>& given, const StateFil
 
 EvaluationRun evaluate_reader(Session& session, const StateFile& state,
                               const std::filesystem::path& source,
-                              const std::optional<NominalSize>& given, bool with_report) {
+                              const std::optional<NominalSize>& given, bool with_report,
+                              const Fielding& fielding) {
   Problems problems;
   const auto data = read_ocr_data(source, Purpose::kEvaluate, problems);
   problems.throw_if_any();
   const auto size = reading_size(given, state, data);
   ReaderTool tool(session, state);
-  const auto evaluation = evaluate(tool, data, size, session.progress);
+  const auto evaluation = evaluate(tool, data, size, session.progress, fielding);
   EvaluationRun run;
   run.json = json_of(evaluation, data);
   run.text = "character error rate " + percent(evaluation.character_error_rate()) + " of " +
@@ -86,10 +87,11 @@ EvaluationRun evaluate_reader(Session& session, const StateFile& state,
 
 EvaluationRun run_evaluation(Session& session, const StateFile& state,
                              const std::filesystem::path& data,
-                             const std::optional<NominalSize>& size, bool with_report) {
+                             const std::optional<NominalSize>& size, bool with_report,
+                             const Fielding& fielding) {
   switch (state.tool) {
     case ToolKind::kOcr:
-      return evaluate_reader(session, state, data, size, with_report);
+      return evaluate_reader(session, state, data, size, with_report, fielding);
     case ToolKind::kClassifier:
       return evaluate_classifier(session, state, data, with_report);
     case ToolKind::kSegmenter:

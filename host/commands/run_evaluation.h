@@ -11,6 +11,7 @@
 #include "files/state_file.h"
 #include "library/session.h"
 #include "report/html.h"
+#include "tools/reader_tool.h"
 
 namespace telvar_host {
 
@@ -20,9 +21,11 @@ struct EvaluationRun {
   Section section;   // of a report; left empty without one
 };
 
-// `size` is for the reader: without it, that of the state, then that of the labels.
+// `size` and `fielding` are for the reader. Without a size, that of the state is taken, then that
+// of the labels.
 EvaluationRun run_evaluation(Session& session, const StateFile& state,
                              const std::filesystem::path& data,
-                             const std::optional<NominalSize>& size, bool with_report);
+                             const std::optional<NominalSize>& size, bool with_report,
+                             const Fielding& fielding = {});
 
 }  // namespace telvar_host

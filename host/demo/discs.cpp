@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "app/errors.h"
 #include "app/text.h"
 #include "datasets/layout.h"
@@ -9,7 +11,8 @@ namespace fs = std::filesystem;
 
 namespace telvar_host {
 
-void write_discs(const DemoSources& sources, const std::string& folder, OutputFolder& out) {
+void write_discs(const DemoSources& sources, const std::string& folder, const ImageCounts& counts,
+                 OutputFolder& out) {
   const auto frames = sources.root / "usr/share/visp-images-data/ViSP-images/mire-2";
   const auto labels = sources.labels / "segmenter_discs";
   for (const std::string part : {"train", "test"}) {
@@ -18,7 +21,9 @@ void write_discs(const DemoSources& sources, const std::string& folder, OutputFo
     Problems lost;
     const auto entries = entries_in(masks, lost);
     lost.throw_if_any();
-    for (const auto& mask : entries.pictures) {
+    const auto wanted = part == "train" ? counts.train : counts.test;
+    for (std::size_t i = 0; i < std::min(wanted, entries.pictures.size()); ++i) {
+      const auto& mask = entries.pictures[i];
       const auto name = mask.stem().u8string();
       const auto frame = frames / ("image." + name + ".pgm");
       if (!fs::exists(frame)) {

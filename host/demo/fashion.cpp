@@ -91,10 +91,11 @@ void write_first(const fs::path& folder, const std::string& stem, std::size_t pe
 
 }  // namespace
 
-void write_fashion(const DemoSources& sources, const std::string& folder, OutputFolder& out) {
+void write_fashion(const DemoSources& sources, const std::string& folder, const ImageCounts& counts,
+                   OutputFolder& out) {
   const auto packages = sources.root / "usr/share/datasets/fashion-mnist";
-  write_first(packages, "train", 200, folder + "/train", out);
-  write_first(packages, "t10k", 100, folder + "/test", out);
+  write_first(packages, "train", counts.train, folder + "/train", out);
+  write_first(packages, "t10k", counts.test, folder + "/test", out);
 }
 
 }  // namespace telvar_host

@@ -1,5 +1,7 @@
 #include "evaluation/reader_evaluation.h"
 
+#include <TelvarTypes/Exceptions.h>
+
 #include <algorithm>
 #include <iterator>
 
@@ -151,6 +153,19 @@ class Counter {
   ReaderEvaluation& evaluation_;
 };
 
+// What was read; nothing where no pattern matches.
+Reading read(ReaderTool& tool, const cv::Mat& picture, const OcrItem& item, const NominalSize& size,
+             const Fielding& fielding) {
+  if (std::holds_alternative<std::monostate>(fielding)) {
+    return tool.process(picture, item.region, size);
+  }
+  try {
+    return tool.process(picture, item.region, size, fielding);
+  } catch (const Orbalt::TelvarWrapper::InvalidArgumentException&) {
+    return {};
+  }
+}
+
 Json optional_json(const std::optional<double>& value) {
   return value ? Json(*value) : Json(nullptr);
 }
@@ -168,7 +183,7 @@ std::optional<double> ReaderEvaluation::exact_line_rate() const {
 }
 
 ReaderEvaluation evaluate(ReaderTool& tool, const OcrData& data, const NominalSize& size,
-                          Progress& progress) {
+                          Progress& progress, const Fielding& fielding) {
   ReaderEvaluation evaluation;
   Counter counter(tool, data, size, evaluation);
   progress.start("evaluating", data.items.size());
@@ -178,7 +193,7 @@ ReaderEvaluation evaluate(ReaderTool& tool, const OcrData& data, const NominalSi
     // The first call builds the model, which is not what an image costs.
     if (i == 0) tool.process(picture, item.region, size);
     evaluation.readings.push_back(
-        evaluation.timing.measure([&] { return tool.process(picture, item.region, size); }));
+        evaluation.timing.measure([&] { return read(tool, picture, item, size, fielding); }));
     counter.count(i, evaluation.readings.back());
     progress.step();
   }

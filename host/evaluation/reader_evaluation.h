@@ -48,9 +48,10 @@ struct ReaderEvaluation {
 // order. Characters: edit distance of the picture's whole text. Lines: aligned in order at least
 // cost. Partly marked pictures are compared mark by mark: the nearest reading within half a
 // character must have the mark's category; lines are compared where their text is given, and other
-// readings are free.
+// readings are free. With `fielding` what it decides is compared; where nothing matches, nothing
+// was read.
 ReaderEvaluation evaluate(ReaderTool& tool, const OcrData& data, const NominalSize& size,
-                          Progress& progress);
+                          Progress& progress, const Fielding& fielding = {});
 
 // character_error_rate, exact_line_rate, counts, milliseconds_median, milliseconds_p95, mistakes.
 Json json_of(const ReaderEvaluation& evaluation, const OcrData& data);

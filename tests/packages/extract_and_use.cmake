@@ -24,7 +24,7 @@ if(TOOLS)
   file(WRITE ${WORK}/points.csv "10,10\n30,11\n12,60\n")
   execute_process(COMMAND ${PREFIX}/bin/telvar sort --points ${WORK}/points.csv --height 24 COMMAND_ERROR_IS_FATAL ANY)
   # Where the program looks for what its demonstration trains on, from its own folder.
-  file(GLOB labels ${PREFIX}/share/telvar-wrappers/data/ocr_typewriter/chars.tsv ${PREFIX}/share/man/man1/telvar.1*)
+  file(GLOB labels ${PREFIX}/share/telvar-wrappers/data/segmenter_discs/classes.txt ${PREFIX}/share/man/man1/telvar.1*)
   list(LENGTH labels found)
   if(NOT found EQUAL 2)
     message(FATAL_ERROR "labels or manual page are not installed: found only '${labels}'")
