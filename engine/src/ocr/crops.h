@@ -3,6 +3,7 @@
 // Draws the crops that the network learns from: pieces of prepared samples at reading scale,
 // changed in the ways in which real pictures of one marking differ.
 
+#include <cstdint>
 #include <vector>
 
 #include "core/random.h"
@@ -23,24 +24,34 @@ struct Crop {
   std::vector<PreparedLabel> unlabelled;
 };
 
+/// Gray pixels, row by row.
+struct GrayPixels {
+  int width, height;
+  std::vector<std::uint8_t> pixels;
+};
+
 /// Chooses places so that rare categories come up more often than they occur, and now and then a
-/// place without regard to labels. Keeps a reference to the samples.
+/// place without regard to labels. Keeps a reference to the samples, and a smoothed copy of their
+/// pixels.
 class CropSource {
  public:
   /// `samples` must hold one label at least.
-  explicit CropSource(std::vector<const PreparedSample*> samples);
+  /// `exchanged`: the share of crops with light and dark exchanged.
+  CropSource(std::vector<const PreparedSample*> samples, float exchanged);
 
   /// Depends on `random` alone. Safe from several threads.
   Crop draw(core::Random& random) const;
 
  private:
   struct Place {
-    const PreparedSample* sample;
+    std::size_t sample;
     float x, y;
   };
   Place choose(core::Random& random) const;
 
   std::vector<const PreparedSample*> samples_;
+  std::vector<GrayPixels> smoothed_;  // of the samples: what crops are drawn from
+  float exchanged_;
   std::vector<Place> places_;
   std::vector<double> cumulated_;  // weights of the places
 };

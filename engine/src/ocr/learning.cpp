@@ -10,13 +10,10 @@
 namespace telvar::ocr {
 namespace {
 
-/// Many steps of few crops learn most in a given time; a chunk is one crop.
-constexpr int kCropsPerStep = 2;
-
 nn::TrainingPlan core_plan(const LearningPlan& plan) {
   nn::TrainingPlan core;
   core.steps = plan.steps;
-  core.chunks = kCropsPerStep;
+  core.chunks = plan.crops_per_step;  // a chunk is one crop
   core.seed = plan.seed;
   core.peak_rate = plan.peak_rate;
   core.warm_up = 0.05;
@@ -53,7 +50,7 @@ std::vector<float> log_shares(const std::vector<const PreparedSample*>& samples,
 
 void learn(nn::Network& net, const std::vector<const PreparedSample*>& samples,
            const LearningPlan& plan, core::WorkerPool& pool) {
-  const CropSource source(samples);
+  const CropSource source(samples, plan.exchanged);
   const std::vector<float> shares = log_shares(samples, categories_of(net));
   nn::train(
       net, {1, kCropHeight, kCropWidth},

@@ -16,6 +16,8 @@ struct LearningPlan {
   int steps = 0;
   double peak_rate = 4e-3;
   float uncertain_weight = 1;  // of background that is not certain (ocr/targets.h)
+  int crops_per_step = 2;      // many steps of few crops learn most in a given time
+  float exchanged = 0.3f;      // share of crops with light and dark exchanged
   std::uint64_t seed = 0;
 };
 

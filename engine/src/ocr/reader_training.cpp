@@ -34,8 +34,12 @@ struct Job {
   double peak_rate;
 
   LearningPlan plan(int stage, int stage_steps, float uncertain_weight) const {
-    return {stage_steps, peak_rate, uncertain_weight,
-            std::uint64_t{state.generation} << 8 | static_cast<std::uint64_t>(stage)};
+    LearningPlan plan;
+    plan.steps = stage_steps;
+    plan.peak_rate = peak_rate;
+    plan.uncertain_weight = uncertain_weight;
+    plan.seed = std::uint64_t{state.generation} << 8 | static_cast<std::uint64_t>(stage);
+    return plan;
   }
   SampleRefs refs(bool with_held_back) const;
   bool holds_back() const { return static_cast<int>(samples.size()) >= kLeastHeldBackFrom; }

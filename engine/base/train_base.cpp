@@ -1,0 +1,124 @@
+// Trains the built-in base network of the reader on a rendered data set (README.md):
+//
+//   train_base FOLDER BASE_FILE [--steps N] [--images N]
+//
+// The base file is a reader artifact without exemplars.
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <set>
+#include <stdexcept>
+#include <string>
+
+#include "ocr/learning.h"
+#include "ocr/reader_net.h"
+#include "ocr/reader_state.h"
+#include "telvar/image.h"
+
+namespace telvar::ocr {
+namespace {
+
+constexpr std::uint64_t kSeed = 0x62617365;
+
+struct BaseSet {
+  NominalSize size{};
+  std::vector<std::string> categories;  // ascending
+  std::vector<PreparedSample> samples;
+};
+
+using Json = nlohmann::json;
+
+Json read_labels(const std::string& folder) {
+  std::ifstream stream(folder + "/labels.json");
+  if (!stream) throw std::runtime_error(folder + "/labels.json cannot be read");
+  return Json::parse(stream);
+}
+
+std::vector<std::string> categories_in(const Json& labels) {
+  std::set<std::string> categories;
+  for (const Json& image : labels["images"]) {
+    for (const Json& character : image["characters"]) {
+      categories.insert(character["category"].get<std::string>());
+    }
+  }
+  return {categories.begin(), categories.end()};
+}
+
+PreparedSample read_sample(const std::string& folder, const Json& image, const BaseSet& set) {
+  const std::string file = folder + "/" + image["file"].get<std::string>();
+  const cv::Mat pixels = cv::imread(file, cv::IMREAD_GRAYSCALE);
+  if (pixels.empty()) throw std::runtime_error(file + " cannot be read");
+  const auto width = static_cast<unsigned>(pixels.cols), height = static_cast<unsigned>(pixels.rows);
+  const types::ImageView view(width, height, static_cast<unsigned>(pixels.step), 1, 8, 0,
+                              pixels.data);
+  PreparedSample sample = prepare(view, core::whole_image(view), set.size, file);
+  const float scale_x = static_cast<float>(sample.width) / static_cast<float>(width);
+  const float scale_y = static_cast<float>(sample.height) / static_cast<float>(height);
+  for (const Json& character : image["characters"]) {
+    sample.labels.push_back({index_of(character["category"].get<std::string>(), set.categories),
+                             (character["x"].get<float>() + 0.5f) * scale_x - 0.5f,
+                             (character["y"].get<float>() + 0.5f) * scale_y - 0.5f});
+  }
+  return sample;
+}
+
+BaseSet read_set(const std::string& folder, std::size_t most) {
+  const Json labels = read_labels(folder);
+  BaseSet set;
+  set.size = {labels["size"][0].get<float>(), labels["size"][1].get<float>()};
+  set.categories = categories_in(labels);
+  for (const Json& image : labels["images"]) {
+    if (set.samples.size() == most) break;
+    set.samples.push_back(read_sample(folder, image, set));
+  }
+  return set;
+}
+
+void write_base(const BaseSet& set, const nn::Network& net, const std::string& file) {
+  ReaderState state;
+  state.size = set.size;
+  state.categories = set.categories;
+  state.spacing = Spacing(static_cast<int>(set.categories.size()));
+  state.net = net;
+  std::ofstream(file, std::ios::binary) << write_reader_state(state);
+}
+
+void train_base(const std::string& folder, const std::string& file, int steps, std::size_t most) {
+  const BaseSet set = read_set(folder, most);
+  std::printf("%zu images, %zu categories\n", set.samples.size(), set.categories.size());
+  std::vector<const PreparedSample*> samples;
+  for (const PreparedSample& sample : set.samples) samples.push_back(&sample);
+  core::Random random({kSeed});
+  nn::Network net = make_reader_net(static_cast<int>(set.categories.size()), random);
+  core::WorkerPool pool;
+  LearningPlan plan;
+  plan.steps = steps;
+  plan.seed = kSeed;
+  plan.crops_per_step = 4;
+  plan.exchanged = 0.5f;
+  learn(net, samples, plan, pool);
+  write_base(set, net, file);
+}
+
+}  // namespace
+}  // namespace telvar::ocr
+
+int main(int count, char** arguments) {
+  std::map<std::string, std::string> options{{"--steps", "80000"}, {"--images", "1000000"}};
+  for (int i = 3; i + 1 < count; i += 2) options[arguments[i]] = arguments[i + 1];
+  if (count < 3 || count % 2 == 0 || options.size() > 2) {
+    std::fprintf(stderr, "usage: train_base FOLDER BASE_FILE [--steps N] [--images N]\n");
+    return 2;
+  }
+  try {
+    telvar::ocr::train_base(arguments[1], arguments[2], std::atoi(options["--steps"].c_str()),
+                            std::strtoul(options["--images"].c_str(), nullptr, 10));
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "train_base: %s\n", error.what());
+    return 1;
+  }
+}
