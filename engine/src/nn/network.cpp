@@ -31,6 +31,7 @@ auto& find_parameter(Parameters& parameters, std::string_view name) {
 void place_rows(const Parameter& from, const std::vector<int>& places, Parameter& to) {
   const std::size_t size = from.values.size() / static_cast<std::size_t>(from.shape.front());
   for (std::size_t i = 0; i < places.size(); ++i) {
+    if (places[i] == kNone) continue;
     std::copy_n(from.values.begin() + static_cast<std::ptrdiff_t>(i * size), size,
                 to.values.begin() + static_cast<std::ptrdiff_t>(places[i] * size));
   }

@@ -52,6 +52,7 @@ Assessment assess(const ReadingNet& net, const Spacing& spacing, const PreparedS
     assessment.confidences.push_back(character.strength *
                                      character.scores[static_cast<std::size_t>(label.category)]);
     assessment.right += character.best() == label.category;
+    assessment.judged.push_back({character.scores, label.category});
   }
   for (const FoundCharacter& character : found) {
     const int best = character.best();

@@ -93,11 +93,15 @@ std::vector<FoundCharacter> cluster(const std::vector<CellVote>& votes) {
       }
     });
     FoundCharacter character = mean_of(votes, agreeing);
-    if (character.strength >= kStrengthThreshold && rank(character) >= kFitThreshold) {
+    if (character.strength >= kDoubtfulStrength && rank(character) >= kDoubtfulFit) {
       found.push_back(std::move(character));
     }
   }
   return found;
+}
+
+bool is_certain(const FoundCharacter& character) {
+  return character.strength >= kStrengthThreshold && rank(character) >= kFitThreshold;
 }
 
 /// Beside means within the next place but one of the same line, which may be slanted.
@@ -106,22 +110,92 @@ bool stands_beside(const FoundCharacter& a, const FoundCharacter& b) {
   return std::abs(a.x - b.x) < kAlong && std::abs(a.y - b.y) < kAcross;
 }
 
-std::vector<FoundCharacter> without_doubtful_loners(std::vector<FoundCharacter> characters,
-                                                    const Buckets& buckets) {
-  std::vector<char> stays(characters.size());
-  for (std::size_t i = 0; i < characters.size(); ++i) {
-    bool accompanied = false;
-    buckets.around(characters[i].x, characters[i].y, [&](std::size_t k) {
-      accompanied = accompanied || (k != i && stands_beside(characters[i], characters[k]));
+/// Decides which of the characters found are read.
+class Selection {
+ public:
+  explicit Selection(const std::vector<FoundCharacter>& characters)
+      : characters_(characters), buckets_(kReach), read_(characters.size()) {
+    for (std::size_t i = 0; i < characters.size(); ++i) {
+      buckets_.add(characters[i].x, characters[i].y, i);
+    }
+  }
+
+  const std::vector<char>& select() {
+    for (std::size_t i = 0; i < characters_.size(); ++i) {
+      read_[i] = is_certain(characters_[i]) &&
+                 (rank(characters_[i]) >= kLoneThreshold || has_company(i));
+    }
+    // Each one that is read may be the neighbour that the next one needs.
+    while (take_doubtful()) {
+    }
+    return read_;
+  }
+
+ private:
+  static constexpr float kReach = 4.0f * kReadingCharacter;
+  /// How far off the course of its line a character may stand (a full stop does), how far that may
+  /// lean, and how the distance to its neighbour may differ from theirs.
+  static constexpr float kOffCourse = 0.35f * kReadingCharacter;
+  static constexpr float kSteepest = 0.3f;
+  static constexpr float kNarrow = 0.6f, kWide = 1.45f;
+  /// Characters of a line stand no farther apart.
+  static constexpr float kFarthest = 1.7f * kReadingCharacter;
+  /// Enough for any text; bounds the time that crowded places take.
+  static constexpr std::size_t kMostNeighbours = 32;
+
+  bool has_company(std::size_t index) const {
+    bool found = false;
+    buckets_.around(characters_[index].x, characters_[index].y, [&](std::size_t k) {
+      found = found || (k != index && is_certain(characters_[k]) &&
+                        stands_beside(characters_[index], characters_[k]));
     });
-    stays[i] = accompanied || rank(characters[i]) >= kLoneThreshold;
+    return found;
   }
-  std::vector<FoundCharacter> rest;
-  for (std::size_t i = 0; i < characters.size(); ++i) {
-    if (stays[i]) rest.push_back(std::move(characters[i]));
+
+  bool take_doubtful() {
+    bool any = false;
+    for (std::size_t i = 0; i < characters_.size(); ++i) {
+      if (read_[i] || !has_a_place(i)) continue;
+      read_[i] = 1;
+      any = true;
+    }
+    return any;
   }
-  return rest;
-}
+
+  /// Whether two neighbours on one side, or one on each, have the character on their course and at
+  /// their distance.
+  bool has_a_place(std::size_t index) const {
+    const FoundCharacter& at = characters_[index];
+    std::vector<const FoundCharacter*> near;
+    buckets_.around(at.x, at.y, [&](std::size_t k) {
+      const FoundCharacter& other = characters_[k];
+      if (!read_[k] || near.size() == kMostNeighbours) return;
+      if (std::hypot(other.x - at.x, other.y - at.y) < kReach) near.push_back(&other);
+    });
+    for (const FoundCharacter* a : near) {
+      for (const FoundCharacter* b : near) {
+        if (a->x < b->x && fits(at, *a, *b)) return true;
+      }
+    }
+    return false;
+  }
+
+  static bool fits(const FoundCharacter& at, const FoundCharacter& left,
+                   const FoundCharacter& right) {
+    const float run = right.x - left.x, lean = (right.y - left.y) / run;
+    if (run < 0.3f * kReadingCharacter || std::abs(lean) > kSteepest) return false;
+    if (std::abs(at.y - left.y - lean * (at.x - left.x)) > kOffCourse) return false;
+    const bool between = at.x > left.x && at.x < right.x;
+    const float expected = between ? run / 2 : run;
+    if (expected > kFarthest) return false;
+    const float nearest = std::min(std::abs(at.x - left.x), std::abs(at.x - right.x));
+    return nearest > kNarrow * expected && nearest < kWide * expected;
+  }
+
+  const std::vector<FoundCharacter>& characters_;
+  Buckets buckets_;
+  std::vector<char> read_;
+};
 
 }  // namespace
 
@@ -129,12 +203,20 @@ int FoundCharacter::best() const {
   return static_cast<int>(std::max_element(scores.begin(), scores.end()) - scores.begin());
 }
 
+void sharpen(std::vector<float>& scores, float sharpness) {
+  if (sharpness == 1) return;
+  const double before = std::accumulate(scores.begin(), scores.end(), 0.0);
+  const float highest = *std::max_element(scores.begin(), scores.end());
+  double sum = 0;
+  for (float& score : scores) sum += score = std::pow(score / highest, sharpness);
+  for (float& score : scores) score = static_cast<float>(score * before / sum);
+}
+
 std::vector<FoundCharacter> decode(const std::vector<CellVote>& votes, const Spacing& spacing) {
   std::vector<FoundCharacter> found = cluster(votes);
   std::stable_sort(found.begin(), found.end(),
                    [](const auto& a, const auto& b) { return rank(a) > rank(b); });
-  // No limit of a Spacing reaches further, nor does stands_beside.
-  Buckets buckets(2.0f * kReadingCharacter);
+  Buckets buckets(2.0f * kReadingCharacter);  // no limit of a Spacing reaches further
   std::vector<FoundCharacter> kept;
   for (FoundCharacter& character : found) {
     bool free = true;
@@ -146,7 +228,13 @@ std::vector<FoundCharacter> decode(const std::vector<CellVote>& votes, const Spa
     buckets.add(character.x, character.y, kept.size());
     kept.push_back(std::move(character));
   }
-  return without_doubtful_loners(std::move(kept), buckets);
+  Selection selection(kept);
+  const std::vector<char>& read = selection.select();
+  std::vector<FoundCharacter> result;
+  for (std::size_t i = 0; i < kept.size(); ++i) {
+    if (read[i]) result.push_back(std::move(kept[i]));
+  }
+  return result;
 }
 
 }  // namespace telvar::ocr

@@ -13,17 +13,19 @@ namespace telvar::ocr {
 
 /// Cells below this objectness have no vote.
 constexpr float kVoteThreshold = 0.15f;
-/// Characters below this strength are not reported. On rendered codes not seen in training, one
-/// true character in 600 lies below, and four out of five false ones.
+/// Characters of at least this strength, and strength times best score, are read wherever they
+/// stand in company; below the latter no category fits, whatever they are.
 constexpr float kStrengthThreshold = 0.55f;
-
-/// Nor are those whose strength times best score is less: whatever they are, no category fits. On
-/// the same codes that takes half of the false ones left, and none of 4200 true ones.
 constexpr float kFitThreshold = 0.2f;
 
 /// A character with nothing beside it must be that certain (strength times best score): most marks
 /// of a background that look like a character stand alone, most characters do not.
 constexpr float kLoneThreshold = 0.75f;
+
+/// Weaker ones, down to these, are read where a line of others has a place for them: on its course,
+/// as far from the next character as its characters stand from each other.
+constexpr float kDoubtfulStrength = 0.3f;
+constexpr float kDoubtfulFit = 0.12f;
 
 /// One cell's vote; the position in reading pixels.
 struct CellVote {
@@ -42,6 +44,9 @@ struct FoundCharacter {
 
   int best() const;
 };
+
+/// Raises scores to a power and brings them back to their sum.
+void sharpen(std::vector<float>& scores, float sharpness);
 
 /// In no particular order. O(n log n) in the votes, for votes spread over the image.
 std::vector<FoundCharacter> decode(const std::vector<CellVote>& votes, const Spacing& spacing);

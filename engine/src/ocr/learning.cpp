@@ -16,7 +16,8 @@ nn::TrainingPlan core_plan(const LearningPlan& plan) {
   core.chunks = plan.crops_per_step;  // a chunk is one crop
   core.seed = plan.seed;
   core.peak_rate = plan.peak_rate;
-  core.warm_up = 0.05;
+  core.warm_up = plan.warm_up;
+  core.final_rate = plan.final_rate;
   core.weight_decay = 0.02;
   core.beta2 = 0.999;
   core.clip_norm = 5;

@@ -1,6 +1,7 @@
 #include <chrono>
 
 #include "core/artifact.h"
+#include "core/library_threads.h"
 #include "core/messages.h"
 #include "core/worker_pool.h"
 #include "ocr/read_result.h"
@@ -33,18 +34,21 @@ class Model::Impl {
       : size_(size),
         categories_(std::move(state.categories)),
         spacing_(std::move(state.spacing)),
+        sharpness_(state.sharpness),
         net_(state.net),
         pool_(threads) {}
 
   std::string process(const types::ImageView& image, const types::AffineTransform& transform,
                       const types::Size2<unsigned>& size) const {
     const auto start = std::chrono::steady_clock::now();
+    const core::LibraryThreadScope scope;
     core::check_image(image, kSubject, reader::kImageLimits);
     const core::Region region =
         core::resolve_region(image, transform, size, kSubject, reader::kImageLimits);
     const reader::GraySource source = reader::source_of(image, region, size_, kSubject);
     auto found = reader::decode(net_.votes(source, pool_), spacing_);
     for (reader::FoundCharacter& character : found) {
+      reader::sharpen(character.scores, sharpness_);
       character.x = static_cast<float>((character.x + 0.5) * region.width / source.width - 0.5);
       character.y = static_cast<float>((character.y + 0.5) * region.height / source.height - 0.5);
     }
@@ -56,6 +60,7 @@ class Model::Impl {
   reader::NominalSize size_;
   std::vector<std::string> categories_;
   reader::Spacing spacing_;
+  float sharpness_;
   reader::ReadingNet net_;
   mutable core::WorkerPool pool_;  // may be used from several threads at once
 };

@@ -56,7 +56,9 @@ int categories_of(const nn::Network& net) {
 nn::Network widened(const nn::Network& net, int categories, const std::vector<int>& position,
                     core::Random& random) {
   std::vector<int> rows{kObjectness, kOffsetX, kOffsetY};
-  for (const int place : position) rows.push_back(kFirstCategory + place);
+  for (const int place : position) {
+    rows.push_back(place == nn::kNone ? nn::kNone : kFirstCategory + place);
+  }
   nn::Network wide = make_reader_net(categories, random);
   wide.adopt(net, "head", rows);
   return wide;

@@ -30,8 +30,9 @@ nn::Network make_reader_net(int categories, core::Random& random);
 /// The number of categories that a reader's network tells apart.
 int categories_of(const nn::Network& net);
 
-/// A network for more categories that answers the same for the old ones. `position` gives the new
-/// index of every old category; the weights of new ones start small, from `random`.
+/// A network for other categories that answers the same for those that it shares with `net`:
+/// `position` gives the new index of every old category, nn::kNone where there is none. The weights
+/// of new ones start small, from `random`.
 nn::Network widened(const nn::Network& net, int categories, const std::vector<int>& position,
                     core::Random& random);
 

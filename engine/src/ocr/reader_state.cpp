@@ -1,5 +1,7 @@
 #include "ocr/reader_state.h"
 
+#include <algorithm>
+
 #include "core/artifact.h"
 #include "nn/weights.h"
 #include "ocr/reader_net.h"
@@ -41,7 +43,21 @@ std::vector<PreparedSample> read_exemplars(core::ByteReader& reader, std::uint32
   return exemplars;
 }
 
-ReaderState parse(core::ByteReader& reader) {
+/// What version 2 added.
+void read_additions(core::ByteReader& reader, ReaderState& state) {
+  state.sharpness = reader.f32("sharpness");
+  if (state.sharpness < kLeastSharpness || state.sharpness > kMostSharpness) {
+    throw core::malformed_bytes("sharpness out of range");
+  }
+  state.base = reader.u32("base");
+  state.seen.resize(reader.count("images seen", 0, kMaxSeen));
+  for (std::uint64_t& digest : state.seen) digest = reader.u64("digest of an image");
+  if (!std::is_sorted(state.seen.begin(), state.seen.end())) {
+    throw core::malformed_bytes("the digests of the images seen are not in ascending order");
+  }
+}
+
+ReaderState parse(core::ByteReader& reader, std::uint32_t version) {
   ReaderState state;
   state.size = read_size(reader);
   state.generation = reader.u32("generation");
@@ -51,6 +67,7 @@ ReaderState parse(core::ByteReader& reader) {
   state.net = reader_layers(categories);
   nn::read_weights(reader, state.net);
   state.exemplars = read_exemplars(reader, static_cast<std::uint32_t>(categories));
+  if (version > 1) read_additions(reader, state);
   return state;
 }
 
@@ -67,13 +84,19 @@ std::string write_reader_state(const ReaderState& state) {
   nn::write_weights(writer, state.net);
   writer.u32(static_cast<std::uint32_t>(state.exemplars.size()));
   for (const PreparedSample& exemplar : state.exemplars) write_sample(writer, exemplar);
+  writer.f32(state.sharpness);
+  writer.u32(state.base);
+  writer.u32(static_cast<std::uint32_t>(state.seen.size()));
+  for (const std::uint64_t digest : state.seen) writer.u64(digest);
   return core::write_artifact(core::Tool::kOcr, kArtifactVersion, writer.bytes());
 }
 
 ReaderState read_reader_state(const std::string& artifact) {
   const core::OpenedArtifact opened =
       core::open_artifact(artifact, core::Tool::kOcr, kArtifactVersion);
-  return core::parse_payload(core::Tool::kOcr, opened.payload, parse);
+  return core::parse_payload(core::Tool::kOcr, opened.payload, [&](core::ByteReader& reader) {
+    return parse(reader, opened.version);
+  });
 }
 
 }  // namespace telvar::ocr

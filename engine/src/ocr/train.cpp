@@ -90,7 +90,7 @@ std::tuple<std::string, std::string> run(Request request, const types::ImageLoad
   core::WorkerPool pool;
   const reader::TrainingOutcome outcome = reader::train_reader(
       std::move(request.previous), request.categories, request.dataset.size,
-      std::move(request.prepared), reader::training_steps(request.labels), pool);
+      std::move(request.prepared), 0, pool);
   core::ArenaMessage<msg::TrainingResult> result;
   add_confidences(request, outcome, *result);
   result->set_result_value(outcome.reading_rate);

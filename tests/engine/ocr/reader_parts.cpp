@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "core/cache_session.h"
+#include "ocr/calibration.h"
 #include "ocr/contrast.h"
 #include "ocr/dataset.h"
 #include "ocr/decoding.h"
@@ -54,6 +55,48 @@ TEST(Decoding, NeighboursStayAsCloseAsTheirCategoriesStoodInTraining) {
   const Spacing turned = spacing.renumbered({1, 0}, 2);
   EXPECT_FLOAT_EQ(turned.limit(0, 1), spacing.limit(1, 0));
   EXPECT_FLOAT_EQ(turned.limit(1, 1), spacing.limit(0, 0));
+}
+
+TEST(Decoding, ReadsAWeakCharacterWhereALineHasAPlaceForIt) {
+  const auto line_with = [](float x, float y, float objectness) {
+    std::vector<CellVote> votes;
+    for (int i = 0; i < 4; ++i) {
+      for (int cell = 0; cell < 3; ++cell) votes.push_back(vote(24.0f * float(i), 0, 0.9f, {1}));
+    }
+    for (int cell = 0; cell < 5; ++cell) votes.push_back(vote(x, y, objectness, {1}));
+    return decode(votes, Spacing(1)).size();
+  };
+  const struct {
+    const char* where;
+    float x, y, objectness;
+    std::size_t read;
+  } cases[] = {{"next in line", 96, 2, 0.4f, 5},      {"before the first", -24, -2, 0.4f, 5},
+               {"too weak", 96, 2, 0.25f, 4},         {"off the course", 96, 14, 0.4f, 4},
+               {"too far from the last", 115, 0, 0.4f, 4}};
+  for (const auto& one : cases) {
+    EXPECT_EQ(line_with(one.x, one.y, one.objectness), one.read) << one.where;
+  }
+  // The second needs the first, and neither needs more.
+  std::vector<CellVote> votes;
+  for (int i = 0; i < 5; ++i) {
+    for (int cell = 0; cell < 5; ++cell) {
+      votes.push_back(vote(24.0f * float(i), 0, i < 2 ? 0.9f : 0.4f, {1}));
+    }
+  }
+  EXPECT_EQ(decode(votes, Spacing(1)).size(), 5u);
+}
+
+TEST(Calibration, FindsTheSharpnessThatScoresNeed) {
+  // Scores of 0.6 that are right as often as a power of 4 makes of them: 0.835.
+  std::vector<Judged> judged;
+  for (int i = 0; i < 1000; ++i) judged.push_back({{0.6f, 0.4f}, i % 1000 < 835 ? 0 : 1});
+  EXPECT_NEAR(fit_sharpness(judged), 4, 0.5);
+  // Few that are all right do not make scores certain.
+  EXPECT_LT(fit_sharpness({{{0.6f, 0.4f}, 0}, {{0.7f, 0.3f}, 0}}), 3);
+  std::vector<float> scores{0.5f, 0.3f, 0.1f};
+  sharpen(scores, 3);
+  EXPECT_NEAR(scores[0] + scores[1] + scores[2], 0.9f, 1e-6f);
+  EXPECT_NEAR(scores[0] / scores[1], std::pow(5.0f / 3, 3.0f), 1e-4f);
 }
 
 TEST(Decoding, HoldsNothingBackOfManyCharacters) {

@@ -197,6 +197,29 @@ TEST(Reader, TrainingReportsLabelsInOrderAndAHeldBackRate) {
   EXPECT_THAT(result.result_value(), AllOf(Ge(0.5f), Le(1.0f)));
 }
 
+TEST(Reader, SaysWhenNothingCouldBeHeldOut) {
+  const auto rate_of = [](const std::string& artifact, std::uint64_t first, int pages) {
+    PageSet set;
+    for (std::uint64_t i = first; i < first + pages; ++i) {
+      set.add("page-" + std::to_string(i), draw_page(i));
+    }
+    msg::TrainingResult result;
+    const auto cache = qv::ocr::TrainCache::create(0);
+    EXPECT_TRUE(result.ParseFromString(std::get<0>(
+        qv::ocr::train(artifact, set.dataset(), "", set.loader(), *cache))));
+    return result.result_value();
+  };
+  EXPECT_LT(rate_of("", 0, 1), -0.5f) << "a single image";
+  EXPECT_LT(rate_of(trained().artifact, 0, 2), -0.5f) << "images seen before";
+  EXPECT_GT(rate_of(trained().artifact, 50, 2), 0.5f) << "two new images";
+}
+
+TEST(Reader, ReadsThePolarityThatItsTrainingDidNotShow) {
+  PageStyle bright;
+  bright.bright = true;
+  EXPECT_GE(exact_lines(model(), bright, 100, 20), 0.9);
+}
+
 TEST(Reader, GoesOnFromAnArtifactWithoutForgetting) {
   PageSet further;
   PageStyle style;
