@@ -19,7 +19,7 @@ struct LearningPlan {
   double final_rate = 0.01;  // share of peak_rate at the end
   float uncertain_weight = 1;  // of background that is not certain (ocr/targets.h)
   int crops_per_step = 2;      // many steps of few crops learn most in a given time
-  float exchanged = 0.3f;      // share of crops with light and dark exchanged
+  float exchanged = 0.4f;      // share of crops with light and dark exchanged
   std::uint64_t seed = 0;
 };
 

@@ -26,9 +26,9 @@ constexpr double kFullyLabelled = 0.1;
 struct Effort {
   int round_steps = 500;
   int most_rounds = 9;
-  int finish_steps = 2500;
+  int finish_steps = 3500;
   int fold_steps = 400;        // of each fold's network
-  int few_steps = 1200;        // of the delivered network, where there are few images
+  int few_steps = 1500;        // of the delivered network, where there are few images
 };
 
 /// When a network reads new images well before it has learned anything of them.
