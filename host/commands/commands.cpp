@@ -9,6 +9,7 @@ void add_commands(CLI::App& app, Command& command) {
   add_train(app, command);
   add_process(app, command);
   add_batch(app, command);
+  add_merge(app, command);
   add_evaluate(app, command);
   add_inspect(app, command);
   add_sort(app, command);

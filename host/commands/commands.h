@@ -18,6 +18,7 @@ struct Outcome {
   Json json = Json::object();
   std::string text;
   ExitCode code = ExitCode::kOk;
+  bool silent = false;  // what there was to say is printed already
 };
 
 using Command = std::function<Outcome(Session&)>;
@@ -28,6 +29,7 @@ void add_check(CLI::App& app, Command& command);
 void add_train(CLI::App& app, Command& command);
 void add_process(CLI::App& app, Command& command);
 void add_batch(CLI::App& app, Command& command);
+void add_merge(CLI::App& app, Command& command);
 void add_evaluate(CLI::App& app, Command& command);
 void add_inspect(CLI::App& app, Command& command);
 void add_sort(CLI::App& app, Command& command);

@@ -52,7 +52,8 @@ NominalSize training_size(const std::optional<NominalSize>& given, const OcrData
   if (given) return *given;
   if (data.size.is_set()) return data.size;
   if (from.size.is_set()) return from.size;
-  throw usage_error("the labels name no character size; give --size WxH");
+  if (const auto size = median_box(data); size.is_set()) return size;
+  throw usage_error("the labels name no character size and hold no boxes; give --size WxH");
 }
 
 TrainingRun train_reader(Session& session, const std::filesystem::path& source,

@@ -19,7 +19,7 @@
 #include "metrics/overlap.h"
 #include "metrics/text_metrics.h"
 #include "metrics/timing.h"
-#include "report/html.h"
+#include "app/base64.h"
 
 namespace telvar_host {
 namespace {
@@ -182,10 +182,10 @@ TEST(Tables, CsvQuotes) {
 }
 
 TEST(Html, Base64) {
-  EXPECT_EQ(base64(""), "");
-  EXPECT_EQ(base64("f"), "Zg==");
-  EXPECT_EQ(base64("fo"), "Zm8=");
-  EXPECT_EQ(base64("foo"), "Zm9v");
+  EXPECT_EQ(to_base64(""), "");
+  EXPECT_EQ(to_base64("f"), "Zg==");
+  EXPECT_EQ(to_base64("fo"), "Zm8=");
+  EXPECT_EQ(to_base64("foo"), "Zm9v");
 }
 
 }  // namespace

@@ -56,7 +56,7 @@ class HostTest(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.scratch, ignore_errors=True)
 
     def arguments(self, *args):
-        library = ["--library", LIBRARY] if LIBRARY and not {"check", "inspect", "convert"}.intersection(args[:1]) else []
+        library = ["--library", LIBRARY] if LIBRARY and not {"check", "inspect", "convert", "merge"}.intersection(args[:1]) else []
         return [PROGRAM, *map(str, args), *library]
 
     def run_host(self, *args, env=None, stdin=None):

@@ -44,7 +44,6 @@ class BadInput(HostTest):
             ("1,2,3", "process", "--state", reader, "--roi", "1,2,3", page),
             ("width", "process", "--state", reader, "--roi", "0,0,0,0,0,5", page),
             ("skew", "process", "--state", reader, "--roi", "0,0,0,90,4,5", page),
-            ("ocr", "batch", "--state", reader, "--data", dark, "--out", new),
             ("4/3", "batch", "--state", state, "--data", dark, "--out", new, "--shard", "4/3"),
             ("not empty", "batch", "--state", state, "--data", dark, "--out", dark),
             ("--size", "evaluate", "--state", state, "--data", dark, "--size", "3x4"),

@@ -2,6 +2,7 @@
 import json
 import os
 import pty
+import shutil
 import signal
 import struct
 import subprocess
@@ -99,9 +100,11 @@ class Places(HostTest):
         _, err = process.communicate(timeout=60)
         self.assertEqual(process.returncode, 1)
         self.assertIn(b"results.csv: was written by another program", err)
-        self.assertEqual((foreign.read_text(), [foreign]), ("fremd", list(out.iterdir())))
+        self.assertEqual(foreign.read_text(), "fremd")
+        self.assertEqual(sorted(path.name for path in out.iterdir()), ["results.csv", "unfinished"])
         foreign.unlink()
         self.ok(*batch)
+        self.assertEqual(sorted(path.name for path in out.iterdir()), ["results.csv", "results.json"])
         self.assertEqual((out.stat().st_ino, out.stat().st_mode), (before.st_ino, before.st_mode))
 
 
@@ -133,19 +136,29 @@ class Interrupts(HostTest):
         state = self.train("classifier", self.brightness_set())
         for i in range(400):
             self.file(f"viele/{i}.png", flat(i % 250, side=60))
-        files = self.files()
         batch = ["batch", "--state", state, "--data", self.scratch / "viele", "--json", "--out"]
-        for count, out in enumerate(["aus", "aus/", "tief/er/aus", "tief/er/aus/", "aus"]):
-            process = self.start(*batch, f"{self.scratch}/{out}")
+        self.ok(*batch[:-2], "--out", self.scratch / "ganz")
+        whole = json.loads((self.scratch / "ganz/results.json").read_text("utf-8"))
+        files = self.files()
+        kept = 0
+        for count, name in enumerate(["aus", "aus", "aus/", "tief/er/aus", "tief/er/aus/"]):
+            out = self.scratch / name
+            process = self.start(*batch, out)
             seen = time.monotonic()
-            # The hidden folder shows that the run has begun.
-            self.interrupted(process, lambda: any(".telvar-" in file for file in self.files())
-                             and time.monotonic() > seen + 0.01 * count)
-            self.assertEqual(self.files(), files)
-        # What another run puts into the folder that this one made stays.
-        process = self.start(*batch, self.scratch / "tief/er", "--shard", "1/2")
-        self.interrupted(process, lambda: (self.scratch / "tief/er").is_dir() and self.file("tief/er/notiz.txt", "bleibt"))
-        self.assertEqual(set(self.files()) - set(files), {"tief", "tief/er", "tief/er/notiz.txt"})
+            moment = ("unfinished", "unfinished/.results")[count % 2]
+            self.interrupted(process, lambda: (out / moment).exists() and time.monotonic() > seen + 0.01 * count)
+            # Nothing is left of a run that had no results yet; others keep theirs out of sight.
+            done = (out / "unfinished/.results").exists()
+            kept += done
+            if not done:
+                self.assertEqual(self.files(), files)
+            else:
+                self.assertEqual([path.name for path in out.iterdir()], ["unfinished"])
+                self.ok(*batch[:-2], "--out", out)
+                self.assertEqual(json.loads((out / "results.json").read_text("utf-8")), whole)
+                self.assertEqual(sorted(path.name for path in out.iterdir()), ["results.csv", "results.json"])
+            shutil.rmtree(self.scratch / name.split("/")[0], ignore_errors=True)
+        self.assertGreater(kept, 0)
 
     def test_after_the_outcome_it_only_ends_the_program(self):
         data = self.brightness_set()
