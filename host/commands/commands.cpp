@@ -28,6 +28,12 @@ ToolKind tool_named(const std::string& name) {
   return name == "classifier" ? ToolKind::kClassifier : ToolKind::kSegmenter;
 }
 
+void require_tool(const StateFile& state, ToolKind tool, const std::string& from) {
+  if (state.tool == tool) return;
+  throw usage_error("--from " + from + ": is a state of the tool " + tool_name(state.tool) +
+                    ", not of " + tool_name(tool));
+}
+
 void refuse_option(bool given, const std::string& option, ToolKind tool) {
   if (given) throw usage_error(option + " does not apply to the tool " + tool_name(tool));
 }

@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "app/errors.h"
+#include "files/state_about.h"
 #include "tools/classifier_tool.h"
 #include "tools/reader_tool.h"
 #include "tools/segmenter_tool.h"
@@ -71,10 +72,8 @@ TrainingRun train_reader(Session& session, const std::filesystem::path& source,
   return run;
 }
 
-}  // namespace
-
-TrainingRun run_training(Session& session, const std::filesystem::path& data, const StateFile& from,
-                         const std::optional<NominalSize>& size) {
+TrainingRun trained(Session& session, const std::filesystem::path& data, const StateFile& from,
+                    const std::optional<NominalSize>& size) {
   switch (from.tool) {
     case ToolKind::kOcr:
       return train_reader(session, data, from, size);
@@ -84,6 +83,18 @@ TrainingRun run_training(Session& session, const std::filesystem::path& data, co
       break;
   }
   return train_segmenter(session, data, from);
+}
+
+}  // namespace
+
+TrainingRun run_training(Session& session, const std::filesystem::path& data, const StateFile& from,
+                         const std::optional<NominalSize>& size) {
+  auto about = about_of(from, "the state");
+  auto run = trained(session, data, from, size);
+  add_training(about,
+               {utc_now(), TELVAR_HOST_VERSION, run.images, run.counts, run.score, run.seconds});
+  run.state.about = serialised(about);
+  return run;
 }
 
 }  // namespace telvar_host

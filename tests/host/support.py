@@ -1,4 +1,6 @@
 """What the host tests share: running the program, and small data sets made from nothing."""
+import ctypes
+import ctypes.util
 import json
 import os
 import pathlib
@@ -31,6 +33,13 @@ def png(width, height, value, bits=8, channels=1):
     header = struct.pack(">IIBBBBB", width, height, bits, colour, 0, 0, 0)
     return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(bytes(rows)))
             + chunk(b"IEND", b""))
+
+
+def xxh64(data):
+    """XXH64 with seed 0, as state files use it."""
+    library = ctypes.CDLL(ctypes.util.find_library("xxhash") or "libxxhash.so.0")
+    library.XXH64.restype = ctypes.c_uint64
+    return library.XXH64(data, ctypes.c_size_t(len(data)), ctypes.c_uint64(0))
 
 
 def flat(value, side=12):

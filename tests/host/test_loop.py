@@ -76,6 +76,7 @@ class Loop(HostTest):
                 marks = content["images"][0]["characters"]
                 self.assertEqual([(m["x"], m["y"], m["category"], m["w"], m["h"]) for m in marks],
                                  [(x, y, c, 20, 30) for x, y, c in truth])
+                self.ok("check", "--tool", "ocr", "--data", labels, "--from", state)
                 self.train("ocr", labels, f"{written}.telvar")  # the size is that of the boxes
                 self.assertEqual(self.ok("inspect", "--state", self.scratch / f"{written}.telvar")["size"], [20, 30])
         marks = json.loads((self.scratch / "aus dataset/labels/labels.json").read_text("utf-8"))["images"][0]["characters"]
