@@ -22,6 +22,13 @@ if(WIN32)
   set(CMAKE_SHARED_LIBRARY_PREFIX "")
 else()
   set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  # The build tree has the same places. A path of its own would end in a colon, as CMake writes what it
+  # is to replace when installing, and the loader would look in the working folder. An engine that is
+  # installed elsewhere can be found by such a path alone.
+  if(NOT TELVAR_ENGINE STREQUAL "external")
+    set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
+    set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
+  endif()
 endif()
 
 find_program(CCACHE_PROGRAM ccache)

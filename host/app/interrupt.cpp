@@ -1,6 +1,7 @@
 #include "app/interrupt.h"
 
 #include <algorithm>
+#include <condition_variable>
 #include <cstdlib>
 #include <optional>
 #include <thread>
@@ -49,6 +50,28 @@ void remove_quietly(const std::filesystem::path& path, const std::filesystem::pa
   }
 }
 
+// What a StopRequest waits for. Never destroyed, for the same reason.
+struct Stop {
+  std::mutex mutex;
+  std::condition_variable asked;
+  bool expected = false;
+  bool requested = false;
+};
+
+Stop& stop() {
+  static auto* state = new Stop;
+  return *state;
+}
+
+// Returns false when nobody is there to stop by itself.
+bool ask_to_stop() {
+  std::lock_guard<std::mutex> lock(stop().mutex);
+  if (!stop().expected || stop().requested) return false;
+  stop().requested = true;
+  stop().asked.notify_all();
+  return true;
+}
+
 [[noreturn]] void end_program(const std::function<void(int)>& report, int exit_code) {
   output_mutex().lock();
   {
@@ -77,6 +100,7 @@ void set_reported(int exit_code) {
 namespace {
 std::function<void(int)>* windows_report = nullptr;
 BOOL WINAPI on_console_event(DWORD) {
+  if (ask_to_stop()) return TRUE;
   end_program(*windows_report, 130);
 }
 }  // namespace
@@ -99,12 +123,32 @@ void install_interrupt_handling(std::function<void(int)> report) {
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   std::thread([signals, report = std::move(report)] {
     int signal = 0;
-    while (sigwait(&signals, &signal) != 0) {
+    while (sigwait(&signals, &signal) != 0 || ask_to_stop()) {
     }
     end_program(report, 128 + signal);
   }).detach();
 }
 #endif
+
+StopRequest::StopRequest() {
+  std::lock_guard<std::mutex> lock(stop().mutex);
+  stop().expected = true;
+}
+
+StopRequest::~StopRequest() {
+  std::lock_guard<std::mutex> lock(stop().mutex);
+  stop().expected = stop().requested = false;
+}
+
+bool StopRequest::requested() const {
+  std::lock_guard<std::mutex> lock(stop().mutex);
+  return stop().requested;
+}
+
+bool StopRequest::wait(std::chrono::milliseconds longest) const {
+  std::unique_lock<std::mutex> lock(stop().mutex);
+  return stop().asked.wait_for(lock, longest, [] { return stop().requested; });
+}
 
 RemovedOnExit::RemovedOnExit(std::filesystem::path path) : RemovedOnExit(std::move(path), {}) {}
 

@@ -6,6 +6,7 @@
 // SIGPIPE is ignored: a closed pipe is an error of writing, not a death with work half done.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <mutex>
@@ -21,6 +22,19 @@ std::mutex& output_mutex();
 // The outcome or error is printed: an interrupt from now on ends the program with `exit_code` and
 // reports nothing. Hold `output_mutex()`.
 void set_reported(int exit_code);
+
+// While alive, the first interrupt does not end the program but asks it to stop by itself; the
+// second ends it.
+class StopRequest {
+ public:
+  StopRequest();
+  ~StopRequest();
+  StopRequest(const StopRequest&) = delete;
+  StopRequest& operator=(const StopRequest&) = delete;
+  bool requested() const;
+  // Waits for the request, at most that long; returns whether it is there.
+  bool wait(std::chrono::milliseconds longest) const;
+};
 
 // While alive, `path` (a file or a folder) is removed by an interrupt, after those made later; also
 // by the destructor unless `keep()` was called. Hold `output_mutex()` for `keep()` together with

@@ -103,4 +103,9 @@ std::vector<std::string> arguments(int argc, char** argv) {
 }
 #endif
 
+bool print_whole(std::FILE* stream, const std::string& text) {
+  return std::fwrite(text.data(), 1, text.size(), stream) == text.size() &&
+         std::fflush(stream) == 0;
+}
+
 }  // namespace telvar_host

@@ -22,6 +22,9 @@ class SilencedLibraries {
   SilencedLibraries& operator=(const SilencedLibraries&) = delete;
 };
 
+// Writes and flushes all of `text`; false when that fails.
+bool print_whole(std::FILE* stream, const std::string& text);
+
 // Makes standard output take bytes as they are (UTF-8, no line end translation).
 void prepare_console();
 

@@ -1,207 +1,160 @@
 #include "commands/batch_run.h"
 
-#include <TelvarTypes/Exceptions.h>
-
-#include <functional>
-#include <map>
-#include <opencv2/core.hpp>
-#include <set>
-
 #include "app/errors.h"
 #include "app/text.h"
-#include "commands/process_items.h"
-#include "datasets/tables.h"
+#include "commands/batch_record.h"
 #include "files/file_names.h"
+#include "files/input.h"
 #include "images/read_image.h"
-#include "tools/classifier_tool.h"
-#include "tools/segmenter_tool.h"
+
+namespace fs = std::filesystem;
 
 namespace telvar_host {
 namespace {
 
-constexpr std::size_t kGroupPictures = 64;
+constexpr std::size_t kGroupImages = 64;
 constexpr std::size_t kGroupBytes = std::size_t{256} << 20;
 
-using Pictures = std::map<std::string, cv::Mat>;
+// Hidden, so that they stay behind when the results are made visible.
+constexpr const char* kRecord = ".run.json";
+constexpr const char* kResults = ".results";
 
-struct ResultRow {
-  std::vector<std::string> fields;  // after file and error
-  Json json = Json::object();
-  std::string error;
-};
-
-using Rows = std::map<std::string, ResultRow>;
-
-// What one tool makes of a group of pictures.
-class BatchTool {
+// One group of images after the other.
+class BatchRunner {
  public:
-  virtual ~BatchTool() = default;
-  virtual Rows run(const Pictures& pictures) = 0;
-  // Names of `ResultRow::fields`; known once something was processed.
-  virtual std::vector<std::string> columns() const = 0;
-};
+  BatchRunner(Session& session, const StateFile& state, const PredictorSettings& settings,
+              KeptResults& kept, OutputFolder& out)
+      : session_(session), state_(state), settings_(settings), kept_(kept), out_(out) {}
 
-class ClassifierBatch : public BatchTool {
- public:
-  ClassifierBatch(Session& session, const StateFile& state) : tool_(session, state) {}
-
-  Rows run(const Pictures& pictures) override {
-    Rows rows;
-    for (const auto& [id, scores] : tool_.batch(pictures)) {
-      auto& row = rows[id];
-      const auto best = best_of(scores);
-      row.fields = {best.categoryId, fixed(best.score, 6)};
-      row.json = {{"category", best.categoryId}, {"score", best.score}};
-      categories_.clear();
-      for (const auto& score : scores) {
-        categories_.push_back(score.categoryId);
-        row.fields.push_back(fixed(score.score, 6));
-        row.json["scores"][score.categoryId] = score.score;
-      }
-    }
-    return rows;
-  }
-
-  std::vector<std::string> columns() const override {
-    std::vector<std::string> names = {"category", "score"};
-    for (const auto& category : categories_) names.push_back("score:" + category);
-    return names;
-  }
-
- private:
-  ClassifierTool tool_;
-  std::vector<std::string> categories_;
-};
-
-class SegmenterBatch : public BatchTool {
- public:
-  SegmenterBatch(Session& session, const StateFile& state, OutputFolder& out)
-      : tool_(session, state), out_(out) {}
-
-  Rows run(const Pictures& pictures) override {
-    Rows rows;
-    for (const auto& [id, probabilities] : tool_.batch(pictures)) {
-      auto& row = rows[id];
-      categories_.clear();
-      for (const auto& [category, probability] : probabilities) {
-        categories_.push_back(category);
-        const auto pixels = cv::countNonZero(probability >= 128);
-        const auto mask = "masks/" + names_.of(category) + "/" + id + ".png";
-        out_.write(path_from_utf8(mask), encoded(probability, ".png"));
-        row.fields.push_back(std::to_string(pixels));
-        row.json["categories"][category] = {
-            {"pixels", pixels},
-            {"share", pixels / static_cast<double>(probability.total())},
-            {"mask", mask}};
-      }
-    }
-    return rows;
-  }
-
-  std::vector<std::string> columns() const override {
-    std::vector<std::string> names;
-    for (const auto& category : categories_) names.push_back("pixels:" + category);
-    return names;
-  }
-
- private:
-  SegmenterTool tool_;
-  OutputFolder& out_;
-  CategoryFileNames names_;
-  std::vector<std::string> categories_;
-};
-
-bool concerns_every_picture(const std::exception& error) {
-  namespace Wrapper = Orbalt::TelvarWrapper;
-  return dynamic_cast<const Wrapper::InvalidTrainingArtifactException*>(&error) != nullptr ||
-         dynamic_cast<const Wrapper::UnsupportedTrainingArtifactVersionException*>(&error) !=
-             nullptr ||
-         dynamic_cast<const Wrapper::InvalidOperationException*>(&error) != nullptr;
-}
-
-// A group at once; when the engine refuses it, one by one, to find the picture that is refused.
-Rows run_group(BatchTool& tool, const Pictures& pictures) {
-  namespace Wrapper = Orbalt::TelvarWrapper;
-  if (pictures.empty()) return {};
-  try {
-    return tool.run(pictures);
-  } catch (const Wrapper::TelvarException& error) {
-    if (concerns_every_picture(error)) throw;
-    Rows rows;
-    if (pictures.size() == 1) {
-      rows[pictures.begin()->first].error = error.what();
-      return rows;
-    }
-    for (const auto& picture : pictures) rows.merge(run_group(tool, {picture}));
-    return rows;
-  }
-}
-
-Rows run_all(BatchTool& tool, const std::vector<BatchItem>& items, Progress& progress) {
-  Rows rows;
-  Pictures group;
-  std::size_t bytes = 0;
-  progress.start("batch", items.size());
-  for (const auto& item : items) {
+  void add(const ListedImage& image) {
     try {
-      group[item.id] = read_picture(item.file);
-      bytes += group[item.id].total() * group[item.id].elemSize();
+      const auto pixels = read_picture(image.file);
+      bytes_ += pixels.total() * pixels.elemSize();
+      pixels_[image.id] = pixels;
     } catch (const HostError& error) {
-      group.erase(item.id);
-      rows[item.id].error = error.what();
+      if (concerns_every_image(error)) throw;
+      errors_[image.id] = error.what();
     }
-    progress.step();
-    if (group.size() >= kGroupPictures || bytes >= kGroupBytes) {
-      rows.merge(run_group(tool, group));
-      group.clear();
-      bytes = 0;
-    }
+    group_.push_back(image);
+    // Readings take long and gain nothing by company.
+    const bool alone = state_.tool == ToolKind::kOcr;
+    if (alone || group_.size() >= kGroupImages || bytes_ >= kGroupBytes) finish_group();
   }
-  rows.merge(run_group(tool, group));
-  progress.finish();
-  return rows;
-}
 
-std::string csv_of(const std::vector<BatchItem>& items, const Rows& rows,
-                   const std::vector<std::string>& columns) {
-  std::string csv = "file";
-  for (const auto& column : columns) csv += "," + csv_field(column);
-  csv += ",error\n";
-  for (const auto& item : items) {
-    const auto& row = rows.at(item.id);
-    csv += csv_field(item.id);
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-      csv += "," + (i < row.fields.size() ? csv_field(row.fields[i]) : std::string());
+  void finish_group() {
+    if (group_.empty()) return;
+    if (!predictor_) predictor_ = make_predictor(session_, state_, settings_);
+    auto attempts = attempt(*predictor_, pixels_);
+    std::vector<std::pair<ListedImage, Json>> results;
+    for (const auto& image : group_) {
+      results.emplace_back(image, result_of(image, attempts[image.id]));
+      done_[image.id] = results.back().second;
     }
-    csv += "," + csv_field(row.error) + "\n";
+    kept_.add(results);
+    group_.clear();
+    pixels_.clear();
+    errors_.clear();
+    bytes_ = 0;
   }
-  return csv;
-}
+
+  Json take(const std::string& id) { return std::move(done_.at(id)); }
+
+ private:
+  Json result_of(const ListedImage& image, const Attempt& attempt) {
+    Json json = {{"file", image.id}};
+    const auto unread = errors_.find(image.id);
+    if (unread != errors_.end() || !attempt.prediction) {
+      json["error"] = unread != errors_.end() ? unread->second : attempt.error;
+      return json;
+    }
+    json.update(json_of(*attempt.prediction));
+    for (const auto& [category, map] : attempt.prediction->maps) {
+      const auto mask = "masks/" + names_.of(category) + "/" + image.id + ".png";
+      out_.write(path_from_utf8(mask), encoded(map, ".png"));
+      json["categories"][category]["mask"] = mask;
+    }
+    return json;
+  }
+
+  Session& session_;
+  const StateFile& state_;
+  const PredictorSettings& settings_;
+  KeptResults& kept_;
+  OutputFolder& out_;
+  std::unique_ptr<Predictor> predictor_;
+  CategoryFileNames names_;
+  std::vector<ListedImage> group_;
+  Images pixels_;
+  std::map<std::string, std::string> errors_;  // of images that cannot be read
+  std::size_t bytes_ = 0;
+  std::map<std::string, Json> done_;
+};
 
 }  // namespace
 
-BatchRun run_batch(Session& session, const StateFile& state, const std::vector<BatchItem>& items,
-                   OutputFolder& out) {
-  std::unique_ptr<BatchTool> tool;
-  if (state.tool == ToolKind::kClassifier) {
-    tool = std::make_unique<ClassifierBatch>(session, state);
-  } else {
-    tool = std::make_unique<SegmenterBatch>(session, state, out);
+KeptResults::KeptResults(OutputFolder& out, const Json& record, bool force) : out_(out) {
+  if (out.resumed()) {
+    const auto file = out.staging() / kRecord;
+    const bool known = fs::exists(file);
+    if (known && same_predictions(Json::parse(read_file(file), nullptr, false), record)) {
+      read();
+    } else if (known && !force) {
+      throw usage_error(utf8(out.staging()) +
+                        ": holds an unfinished run with another state or other settings; give "
+                        "--force to forget it");
+    } else {
+      out.discard_unfinished();
+    }
   }
-  auto rows = run_all(*tool, items, session.progress);
-  BatchRun run;
-  run.json["tool"] = tool_name(state.tool);
-  run.json["images"] = Json::array();
-  for (const auto& item : items) {
-    auto& row = rows[item.id];
-    if (row.error.empty() && row.json.empty()) row.error = "the library returned no result";
-    Json entry = {{"file", item.id}};
-    entry.update(row.error.empty() ? row.json : Json{{"error", row.error}});
-    run.json["images"].push_back(std::move(entry));
-    if (!row.error.empty()) ++run.failed;
+  out.write(kRecord, dumped(record) + "\n");
+}
+
+void KeptResults::read() {
+  const auto file = out_.staging() / kResults;
+  if (!fs::exists(file)) return;
+  for (const auto& line : split_lines(read_file(file))) {
+    // The last line of a run that was killed may be cut off.
+    const auto json = Json::parse(line, nullptr, false);
+    if (!json.is_object() || !json.contains("bytes") || !json.contains("result")) continue;
+    const auto& result = json["result"];
+    earlier_[result.value("file", "")] = {json["bytes"].get<std::uintmax_t>(), result};
   }
-  run.csv = csv_of(items, rows, tool->columns());
-  return run;
+}
+
+const Json* KeptResults::find(const ListedImage& image) const {
+  const auto found = earlier_.find(image.id);
+  const bool usable = found != earlier_.end() && found->second.first == image.bytes &&
+                      !found->second.second.contains("error");
+  return usable ? &found->second.second : nullptr;
+}
+
+void KeptResults::add(const std::vector<std::pair<ListedImage, Json>>& results) {
+  std::string lines;
+  for (const auto& [image, result] : results) {
+    lines += dumped({{"bytes", image.bytes}, {"result", result}}, -1) + "\n";
+  }
+  out_.append(kResults, lines);
+  out_.keep_unfinished();
+}
+
+std::vector<Json> run_batch(Session& session, const StateFile& state,
+                            const PredictorSettings& settings,
+                            const std::vector<ListedImage>& images, KeptResults& kept,
+                            OutputFolder& out) {
+  BatchRunner runner(session, state, settings, kept, out);
+  session.progress.start("batch", images.size());
+  for (const auto& image : images) {
+    if (kept.find(image) == nullptr) runner.add(image);
+    session.progress.step();
+  }
+  runner.finish_group();
+  session.progress.finish();
+  std::vector<Json> results;
+  for (const auto& image : images) {
+    const auto* earlier = kept.find(image);
+    results.push_back(earlier != nullptr ? *earlier : runner.take(image.id));
+  }
+  return results;
 }
 
 }  // namespace telvar_host

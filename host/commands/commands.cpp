@@ -9,6 +9,7 @@ void add_commands(CLI::App& app, Command& command) {
   add_train(app, command);
   add_process(app, command);
   add_batch(app, command);
+  add_merge(app, command);
   add_evaluate(app, command);
   add_inspect(app, command);
   add_sort(app, command);
@@ -25,6 +26,12 @@ CLI::Option* add_tool_option(CLI::App& app, std::string& name) {
 ToolKind tool_named(const std::string& name) {
   if (name == "ocr") return ToolKind::kOcr;
   return name == "classifier" ? ToolKind::kClassifier : ToolKind::kSegmenter;
+}
+
+void require_tool(const StateFile& state, ToolKind tool, const std::string& from) {
+  if (state.tool == tool) return;
+  throw usage_error("--from " + from + ": is a state of the tool " + tool_name(state.tool) +
+                    ", not of " + tool_name(tool));
 }
 
 void refuse_option(bool given, const std::string& option, ToolKind tool) {

@@ -5,6 +5,7 @@
 #include "app/text.h"
 #include "commands/commands.h"
 #include "convert/annotations.h"
+#include "convert/label_writers.h"
 #include "datasets/layout.h"
 #include "files/input.h"
 #include "files/output.h"
@@ -23,17 +24,17 @@ struct Options {
   bool force = false;
 };
 
-std::vector<AnnotatedPicture> read_coco(const Options& options) {
+std::vector<AnnotatedImage> read_coco(const Options& options) {
   const auto labels = path_from_utf8(options.labels);
   const auto images =
       options.images.empty() ? labels.parent_path() : path_from_utf8(options.images);
   return parse_coco(read_file(labels), options.labels, images);
 }
 
-std::vector<AnnotatedPicture> read_labelme(const Options& options) {
+std::vector<AnnotatedImage> read_labelme(const Options& options) {
   if (!options.images.empty()) {
     throw usage_error(
-        "--images does not apply to labelme files, which name their pictures themselves");
+        "--images does not apply to labelme files, which name their images themselves");
   }
   const auto folder = path_from_utf8(options.labels);
   require_folder(folder);
@@ -42,10 +43,16 @@ std::vector<AnnotatedPicture> read_labelme(const Options& options) {
     if (entry.path().extension() == ".json") files.push_back(entry.path());
   }
   std::sort(files.begin(), files.end());
-  std::vector<AnnotatedPicture> pictures;
+  std::vector<AnnotatedImage> images;
   for (const auto& file : files)
-    pictures.push_back(parse_labelme(read_file(file), utf8(file), folder));
-  return pictures;
+    images.push_back(parse_labelme(read_file(file), utf8(file), folder));
+  return images;
+}
+
+void require_any_label(const std::vector<AnnotatedImage>& images) {
+  const auto has_label = [](const auto& image) { return !image.shapes.empty(); };
+  if (std::any_of(images.begin(), images.end(), has_label)) return;
+  throw data_error(utf8(images.front().file) + ": has no labels, nor has any other image");
 }
 
 Outcome convert(const Options& options) {
@@ -55,17 +62,16 @@ Outcome convert(const Options& options) {
         "convert does not apply to the tool classifier: its data set is a folder per category");
   }
   OutputFolder out(path_from_utf8(options.out), options.force);
-  const auto pictures = options.from == "coco" ? read_coco(options) : read_labelme(options);
-  if (pictures.empty()) throw data_error(options.labels + ": labels no pictures");
-  if (tool == ToolKind::kOcr) {
-    write_reader_set(pictures, out);
-  } else {
-    write_segmenter_set(pictures, out);
-  }
+  const auto images = options.from == "coco" ? read_coco(options) : read_labelme(options);
+  if (images.empty()) throw data_error(options.labels + ": labels no images");
+  require_any_label(images);
+  const auto writer = make_dataset_writer(tool, {}, out, "");
+  for (const auto& image : images) writer->add(image);
+  writer->finish();
   out.commit();
   Outcome outcome;
-  outcome.json = {{"out", options.out}, {"images", pictures.size()}};
-  outcome.text = counted(pictures.size(), "picture") + " with labels in " + options.out + "\n";
+  outcome.json = {{"out", options.out}, {"images", images.size()}};
+  outcome.text = counted(images.size(), "image") + " with labels in " + options.out + "\n";
   return outcome;
 }
 
@@ -81,7 +87,7 @@ void add_convert(CLI::App& app, Command& command) {
   sub->add_option("--labels", options->labels, "The COCO file, or the folder of labelme files")
       ->required();
   sub->add_option("--images", options->images,
-                  "coco: folder of the pictures; otherwise that of the file");
+                  "coco: folder of the images; otherwise that of the file");
   sub->add_option("--out", options->out, "Folder for the data set")->required();
   sub->add_flag("--force", options->force, "Write into --out even if it is not empty");
   sub->footer(

@@ -6,126 +6,184 @@
 
 #include "app/text.h"
 #include "commands/commands.h"
-#include "commands/fielding_options.h"
-#include "commands/process_items.h"
-#include "datasets/ocr_data.h"
+#include "commands/inputs.h"
+#include "commands/predict_options.h"
+#include "commands/watch.h"
 #include "files/file_names.h"
+#include "files/input.h"
 #include "files/output.h"
-#include "files/state_file.h"
 #include "images/read_image.h"
+#include "report/annotate.h"
 
 namespace telvar_host {
 namespace {
 
 struct Options {
-  std::string state;
-  std::string roi;
-  std::string size;
-  FieldingOptions fielding;
+  PredictOptions predict;
+  LabelOptions labels;
   std::string out;
+  std::string watch;
   std::vector<std::string> images;
   bool force = false;
 };
 
-void refuse_inapplicable(const Options& options, ToolKind tool) {
-  if (tool != ToolKind::kOcr) {
-    refuse_option(!options.size.empty(), "--size", tool);
-    refuse_option(!options.fielding.allowed.empty(), "--allow", tool);
-    refuse_option(!options.fielding.patterns.empty(), "--patterns", tool);
-  }
-  if (tool == ToolKind::kClassifier) refuse_option(!options.roi.empty(), "--roi", tool);
-}
-
-ProcessSettings settings_of(const Options& options, const StateFile& state) {
-  ProcessSettings settings;
-  if (!options.roi.empty()) settings.region = parse_region(options.roi);
-  settings.size = options.size.empty() ? state.size : parse_size(options.size);
-  settings.fielding = fielding_of(options.fielding);
-  if (state.tool == ToolKind::kOcr && !settings.size.is_set()) {
-    throw usage_error(options.state + ": holds no character size; give --size WxH");
-  }
-  return settings;
-}
-
-// The pictures that go into the output folder. Where one of a picture's names is taken already, all
+// The images that go into the output folder. Where one of an image's names is taken already, all
 // of them get a number.
-class PictureWriter {
+class ImageWriter {
  public:
-  explicit PictureWriter(OutputFolder& out) : out_(out) {}
+  explicit ImageWriter(OutputFolder& out) : out_(out) {}
 
-  // Returns the names.
-  Json write(const ProcessedItem& item, const std::string& image) {
-    std::vector<std::pair<std::string, cv::Mat>> pictures = {{".png", item.annotated}};
-    for (const auto& [category, picture] : item.maps)
-      pictures.emplace_back("." + categories_.of(category) + ".png", picture);
-    const auto stem = path_from_utf8(image).stem().u8string();
-    auto name = stem;
-    const auto taken = [&](const auto& entry) { return used_.count(name + entry.first) != 0; };
-    for (int number = 2; std::any_of(pictures.begin(), pictures.end(), taken); ++number)
-      name = stem + "-" + std::to_string(number);
-    auto names = Json::array();
-    for (const auto& [ending, picture] : pictures) {
+  // Adds the names to `json`: all under "pictures", the maps also as "mask" of their category.
+  void write(const Prediction& prediction, const cv::Mat& annotated, const std::string& image,
+             Json& json) {
+    std::vector<std::pair<std::string, cv::Mat>> images = {{".png", annotated}};
+    for (const auto& [category, map] : prediction.maps)
+      images.emplace_back("." + categories_.of(category) + ".png", map);
+    const auto name = free_name(path_from_utf8(image).stem().u8string(), images);
+    json["pictures"] = Json::array();
+    for (const auto& [ending, pixels] : images) {
       used_.insert(name + ending);
-      out_.write(path_from_utf8(name + ending), encoded(picture, ".png"));
-      names.push_back(name + ending);
+      out_.write(path_from_utf8(name + ending), encoded(pixels, ".png"));
+      json["pictures"].push_back(name + ending);
     }
-    return names;
+    for (const auto& map : prediction.maps) {
+      json["categories"][map.first]["mask"] = name + "." + categories_.of(map.first) + ".png";
+    }
   }
 
   bool empty() const { return used_.empty(); }
 
  private:
+  template <typename Images>
+  std::string free_name(const std::string& stem, const Images& images) const {
+    auto name = stem;
+    const auto taken = [&](const auto& image) { return used_.count(name + image.first) != 0; };
+    for (int number = 2; std::any_of(images.begin(), images.end(), taken); ++number)
+      name = stem + "-" + std::to_string(number);
+    return name;
+  }
+
   OutputFolder& out_;
   CategoryFileNames categories_;
   std::set<std::string> used_;
 };
 
-Outcome process(const Options& options, Session& session) {
-  const auto state = read_state(path_from_utf8(options.state));
-  refuse_inapplicable(options, state.tool);
-  const auto settings = settings_of(options, state);
-  std::unique_ptr<OutputFolder> out;
-  std::unique_ptr<PictureWriter> writer;
-  if (!options.out.empty()) {
-    out = std::make_unique<OutputFolder>(path_from_utf8(options.out), options.force);
-    writer = std::make_unique<PictureWriter>(*out);
+// One image after the other through one tool.
+class Processing {
+ public:
+  Processing(const Options& options, Session& session, const StateFile& state)
+      : options_(options), settings_(predictor_settings(options.predict, state)) {
+    if (!options.out.empty()) {
+      out_ = std::make_unique<OutputFolder>(path_from_utf8(options.out), options.force);
+      writer_ = std::make_unique<ImageWriter>(*out_);
+    }
+    predictor_ = make_predictor(session, state, settings_);
   }
-  const auto processor = make_processor(session, state, settings);
+
+  // "file" and what was predicted, or "error".
+  Json process(const std::string& image) {
+    const auto attempt = telvar_host::attempt(*predictor_, path_from_utf8(image));
+    Json json = {{"file", image}};
+    if (!attempt.prediction) {
+      json["error"] = attempt.error;
+      return json;
+    }
+    json.update(json_of(*attempt.prediction));
+    if (writer_) {
+      const auto annotated =
+          drawn_prediction(attempt.image, *attempt.prediction, settings_.region, settings_.size);
+      writer_->write(*attempt.prediction, annotated, image, json);
+    }
+    return json;
+  }
+
+  LabelsWritten write_labels(const std::vector<PredictedImage>& images, ToolKind tool) {
+    const auto read_mask = [&](const std::string& name) {
+      return read_file(out_->staging() / path_from_utf8(name));
+    };
+    return write_asked_labels(images, options_.labels, {tool, {}, settings_.region, settings_.size},
+                              read_mask, out_.get());
+  }
+
+  // Whether there is anything to show.
+  bool commit() {
+    if (!out_ || writer_->empty()) return false;
+    out_->commit();
+    return true;
+  }
+
+ private:
+  const Options& options_;
+  PredictorSettings settings_;
+  std::unique_ptr<OutputFolder> out_;
+  std::unique_ptr<ImageWriter> writer_;
+  std::unique_ptr<Predictor> predictor_;
+};
+
+void require_inputs(const Options& options) {
+  const bool watching = !options.watch.empty();
+  if (watching == !options.images.empty()) {
+    throw usage_error(watching ? "--watch takes the images of its folder; give no others"
+                               : "no image is given; name files or folders, - for a list on "
+                                 "standard input, or --watch FOLDER");
+  }
+  if (watching && !options.out.empty()) {
+    throw usage_error("--out does not go with --watch, which has no end; batch writes folders");
+  }
+}
+
+Outcome process_all(const Options& options, Session& session, const StateFile& state) {
+  Processing processing(options, session, state);
+  const auto images = listed_images(options.images);
   Outcome outcome;
   outcome.json["tool"] = tool_name(state.tool);
   outcome.json["images"] = Json::array();
-  session.progress.start("processing", options.images.size());
-  for (const auto& image : options.images) {
+  std::vector<PredictedImage> predicted;
+  session.progress.start("processing", images.size());
+  for (const auto& image : images) {
     session.progress.step();
-    auto item = processed(*processor, image);
-    if (item.failed()) outcome.code = std::max(outcome.code, item.code);
-    if (writer && !item.failed()) item.json["pictures"] = writer->write(item, image);
-    outcome.text += item.text;
-    outcome.json["images"].push_back(std::move(item.json));
+    auto json = processing.process(image);
+    if (json.contains("error")) outcome.code = ExitCode::kBadData;
+    outcome.text += image + "\n" + text_of(json);
+    predicted.push_back({path_from_utf8(image), std::move(json)});
   }
   session.progress.finish();
-  if (out && !writer->empty()) {
-    out->commit();
+  const auto labels = processing.write_labels(predicted, state.tool);
+  outcome.json.update(labels.json);
+  for (auto& image : predicted) outcome.json["images"].push_back(std::move(image.json));
+  if (processing.commit()) {
     outcome.json["out"] = options.out;
-    outcome.text += "annotated pictures in " + options.out + "\n";
+    outcome.text += "annotated images in " + options.out + "\n";
   }
+  outcome.text += labels.text;
   return outcome;
+}
+
+Outcome process(const Options& options, Session& session) {
+  require_inputs(options);
+  const auto state = read_state(path_from_utf8(options.predict.state));
+  require_label_format(options.labels, state.tool);
+  if (options.watch.empty()) return process_all(options, session, state);
+  Processing processing(options, session, state);
+  return watch(path_from_utf8(options.watch), session.json(),
+               [&](const std::string& image) { return processing.process(image); });
 }
 
 }  // namespace
 
 void add_process(CLI::App& app, Command& command) {
   auto options = std::make_shared<Options>();
-  auto* sub = app.add_subcommand("process", "Use a trained tool on pictures");
-  sub->add_option("--state", options->state, "The trained state")->required();
-  sub->add_option("--roi", options->roi,
-                  "ocr, segmenter: region x,y,angle_deg,skew_deg,w,h; otherwise the whole picture");
-  sub->add_option("--size", options->size,
-                  "ocr: nominal character size WxH; otherwise that of the training");
-  add_fielding_options(*sub, options->fielding);
-  auto* out = sub->add_option("--out", options->out, "Folder for annotated pictures");
+  auto* sub = app.add_subcommand("process", "Use a trained tool on images");
+  add_predict_options(*sub, options->predict);
+  auto* out =
+      sub->add_option("--out", options->out, "Folder for annotated images, maps and labels");
   sub->add_flag("--force", options->force, "Write into --out even if it is not empty")->needs(out);
-  sub->add_option("image", options->images, "Pictures")->required();
+  add_label_options(*sub, options->labels, out);
+  sub->add_option("--watch", options->watch,
+                  "Process the images of this folder, and others as they come, until interrupted; "
+                  "with --json a line of JSON each");
+  sub->add_option("image", options->images,
+                  "Images, folders of them, or - for a list on standard input");
   sub->footer(
       "Example:\n  telvar process --state reader.telvar --roi 120,80,0,0,400,60 --allow 0123456789 "
       "--count 8 label.png");

@@ -47,18 +47,12 @@ const char* kind_name(int code) {
   return "interrupted";
 }
 
-// Standard output and error, whole or not at all. Returns false when the output cannot be written.
-bool print(std::FILE* stream, const std::string& text) {
-  return std::fwrite(text.data(), 1, text.size(), stream) == text.size() &&
-         std::fflush(stream) == 0;
-}
-
 void report_error(bool json, int code, const std::string& message) {
   if (json) {
     const Json error = {{"code", code}, {"kind", kind_name(code)}, {"message", message}};
-    print(stdout, dumped(Json{{"error", error}}) + "\n");
+    print_whole(stdout, dumped(Json{{"error", error}}) + "\n");
   } else {
-    print(own_stderr(), "telvar: " + message + "\n");
+    print_whole(own_stderr(), "telvar: " + message + "\n");
   }
 }
 
@@ -78,7 +72,7 @@ ExitCode code_of(const Wrapper::TelvarException& error) {
 int show(const Outcome& outcome, bool json) {
   {
     std::lock_guard<std::mutex> lock(output_mutex());
-    if (print(stdout, json ? dumped(outcome.json) + "\n" : outcome.text)) {
+    if (outcome.silent || print_whole(stdout, json ? dumped(outcome.json) + "\n" : outcome.text)) {
       set_reported(static_cast<int>(outcome.code));
       return static_cast<int>(outcome.code);
     }
@@ -136,7 +130,7 @@ int guarded(const Command& command, const GlobalOptions& options) {
 /// Commands that load no library have no use for one.
 void refuse_useless_library(const CLI::App& app, const GlobalOptions& options) {
   if (options.library.empty()) return;
-  for (const char* name : {"check", "inspect", "convert"}) {
+  for (const char* name : {"check", "inspect", "convert", "merge"}) {
     if (!app.got_subcommand(name)) continue;
     throw CLI::ValidationError("--library", std::string("means nothing to '") + name + "'");
   }

@@ -1,7 +1,11 @@
 #include "commands/run_evaluation.h"
 
+#include <algorithm>
+#include <set>
+
 #include "app/errors.h"
 #include "app/text.h"
+#include "files/state_about.h"
 #include "report/sections.h"
 
 namespace telvar_host {
@@ -16,6 +20,22 @@ std::string percent(const std::optional<double>& share) {
   return share ? fixed(100 * *share, 2) + " %" : "unknown";
 }
 
+// The categories of the data that the state says it does not know.
+template <typename Categories>
+void add_unknown(const StateFile& state, const Categories& categories, EvaluationRun& run) {
+  const auto known = about_of(state, "the state").categories;
+  if (!known) return;
+  auto unknown = Json::array();
+  std::string text;
+  for (const std::string& category : categories) {
+    if (std::binary_search(known->begin(), known->end(), category)) continue;
+    unknown.push_back(category);
+    text += " " + padded(category, 0);
+  }
+  run.json["unknown_categories"] = unknown;
+  if (!unknown.empty()) run.text += "unknown to the state:" + text + "\n";
+}
+
 EvaluationRun evaluate_classifier(Session& session, const StateFile& state,
                                   const std::filesystem::path& source, bool with_report) {
   Problems problems;
@@ -28,6 +48,9 @@ EvaluationRun evaluate_classifier(Session& session, const StateFile& state,
   run.text = "accuracy " + percent(evaluation.accuracy()) + ", " +
              std::to_string(evaluation.mistakes.size()) + " of " +
              std::to_string(evaluation.images) + " wrong\n" + timing_text(evaluation.timing);
+  std::set<std::string> categories;
+  for (const auto& item : data.items) categories.insert(item.category);
+  add_unknown(state, categories, run);
   if (with_report) run.section = section_of(evaluation);
   return run;
 }
@@ -50,6 +73,7 @@ EvaluationRun evaluate_segmenter(Session& session, const StateFile& state,
         "  " + padded(category, 24) + " " + (iou ? fixed(*iou, 4) : "occurs nowhere") + "\n";
   }
   run.text += timing_text(evaluation.timing);
+  add_unknown(state, data.categories, run);
   if (with_report) run.section = section_of(evaluation);
   return run;
 }
@@ -79,6 +103,11 @@ EvaluationRun evaluate_reader(Session& session, const StateFile& state,
              percent(evaluation.exact_line_rate()) + " of " + std::to_string(evaluation.lines) +
              " lines (" + std::to_string(evaluation.stray_lines) + " stray)\n" +
              timing_text(evaluation.timing);
+  std::set<std::string> categories;
+  for (const auto& item : data.items) {
+    for (const auto& mark : item.characters) categories.insert(mark.category);
+  }
+  add_unknown(state, categories, run);
   if (with_report) run.section = section_of(evaluation, data, size);
   return run;
 }

@@ -24,11 +24,21 @@ StateFile starting_state(const Options& options, ToolKind tool) {
   state.tool = tool;
   if (options.from.empty()) return state;
   state = read_state(path_from_utf8(options.from));
-  if (state.tool != tool) {
-    throw usage_error("--from " + options.from + ": is a state of the tool " +
-                      tool_name(state.tool) + ", not of " + tool_name(tool));
-  }
+  require_tool(state, tool, options.from);
   return state;
+}
+
+// What the engine's score stands for (docs/engine.md).
+std::string measured_on(const TrainingRun& run) {
+  switch (run.state.tool) {
+    case ToolKind::kOcr:
+      return "characters read right, of held-out images where there are enough, otherwise of all";
+    case ToolKind::kClassifier:
+      return "accuracy on held-out images, or by cross-validation where they are few";
+    case ToolKind::kSegmenter:
+      break;
+  }
+  return "mean intersection over union on held-out images";
 }
 
 Outcome outcome_of(const TrainingRun& run, const Options& options) {
@@ -39,15 +49,16 @@ Outcome outcome_of(const TrainingRun& run, const Options& options) {
   json["images"] = run.images;
   json["counts"] = run.counts;
   json["score"] = run.score;
+  json["score_measures"] = measured_on(run);
   json["seconds"] = run.seconds;
   if (run.state.tool == ToolKind::kOcr)
     json["size"] = {run.state.size.width, run.state.size.height};
   json["artifact_bytes"] = run.state.artifact.size();
   json["train_cache_bytes"] = run.state.train_cache.size();
-  outcome.text = "trained " + options.tool + " on " + std::to_string(run.images) + " pictures, " +
+  outcome.text = "trained " + options.tool + " on " + std::to_string(run.images) + " images, " +
                  std::to_string(run.counts.size()) + " categories, in " + fixed(run.seconds, 1) +
-                 " s\nscore on held-back samples " + fixed(100 * run.score, 1) + " %\nstate in " +
-                 options.state + "\n";
+                 " s\nscore " + fixed(100 * run.score, 1) + " %: " + measured_on(run) +
+                 "\nstate in " + options.state + "\n";
   return outcome;
 }
 

@@ -1,51 +1,47 @@
-// Labels of other programs, on their way to this one's data sets.
+// Labels of images, on their way from one program's format to another's.
 #pragma once
 
 #include <filesystem>
+#include <opencv2/core/mat.hpp>
 #include <opencv2/core/types.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "files/output.h"
+#include "app/region.h"
 
 namespace telvar_host {
 
-// One labelled thing: an outline of one or more polygons in pixels, or runs of a mask.
+// One labelled thing: an outline of one or more polygons in pixels (pixel corners at integers),
+// runs of a mask, or a mask.
 struct Shape {
   std::string category;
   std::vector<std::vector<cv::Point2d>> polygons;
   // Alternating counts of free and covered pixels, column by column, beginning with free ones.
   std::vector<unsigned> runs;
-  cv::Size runs_size;             // of the picture that they fill
+  cv::Size runs_size;             // of the image that they fill
+  cv::Mat mask;                   // 8-bit, not 0 belongs, of the image's size
   std::optional<cv::Rect2d> box;  // COCO files for segmenters may lack it
+  std::optional<double> score;    // of a prediction, 0..1
 };
 
-struct AnnotatedPicture {
+struct AnnotatedImage {
   std::filesystem::path file;
+  std::string embedded;  // the file's bytes, where the labels hold them
   std::vector<Shape> shapes;
+  std::string category;           // of the whole image, for the classifier
+  std::optional<Region> region;   // ocr: where the characters were looked for
+  std::vector<std::string> text;  // ocr: the lines, as far as known
 };
 
-// COCO: one file with images, annotations and categories; pictures lie in `images`. Polygons and
-// runs, compressed or not, are understood. Throws data_error naming file and place.
-std::vector<AnnotatedPicture> parse_coco(const std::string& text, const std::string& name,
-                                         const std::filesystem::path& images);
+// COCO: one file with images, annotations and categories; the images lie in the folder `images`.
+// Polygons and runs, compressed or not, are understood. Throws data_error naming file and place.
+std::vector<AnnotatedImage> parse_coco(const std::string& text, const std::string& name,
+                                       const std::filesystem::path& images);
 
-// labelme: one file per picture, which it names relative to itself. Polygons, rectangles, circles
-// and points are understood.
-AnnotatedPicture parse_labelme(const std::string& text, const std::string& name,
-                               const std::filesystem::path& folder);
-
-// Both writers copy pictures as they are, and those of kinds that data sets do not hold as PNG.
-// Both throw data_error when no picture has a label.
-
-// A segmenter's data set: images/ with masks/CATEGORY/NAME.png. Throws data_error naming the
-// picture for an empty category, one whose folder would be another's, a shape without an outline,
-// and runs for a picture of another size.
-void write_segmenter_set(const std::vector<AnnotatedPicture>& pictures, OutputFolder& out);
-
-// A reader's data set: the pictures and labels.json; a character stands at the centre of its box.
-// Throws data_error naming the picture for an empty category or a shape without a box.
-void write_reader_set(const std::vector<AnnotatedPicture>& pictures, OutputFolder& out);
+// labelme: one file per image, which it names relative to itself or holds. Polygons, rectangles,
+// circles and points are understood.
+AnnotatedImage parse_labelme(const std::string& text, const std::string& name,
+                             const std::filesystem::path& folder);
 
 }  // namespace telvar_host

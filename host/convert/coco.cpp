@@ -101,26 +101,26 @@ Shape read_shape(const JsonValue& annotation, const std::map<double, std::string
 
 }  // namespace
 
-std::vector<AnnotatedPicture> parse_coco(const std::string& text, const std::string& name,
-                                         const std::filesystem::path& images) {
+std::vector<AnnotatedImage> parse_coco(const std::string& text, const std::string& name,
+                                       const std::filesystem::path& images) {
   const auto document = parse_json(text, name);
   const JsonValue top(document, name, "");
   const auto categories = read_categories(top.at("categories"));
-  std::map<double, AnnotatedPicture> pictures;
+  std::map<double, AnnotatedImage> images_by_id;
   const auto list = top.at("images");
   for (std::size_t i = 0; i < list.size(); ++i) {
-    pictures[list.at(i).at("id").number()].file =
+    images_by_id[list.at(i).at("id").number()].file =
         images / path_from_utf8(list.at(i).at("file_name").string());
   }
   const auto annotations = top.at("annotations");
   for (std::size_t i = 0; i < annotations.size(); ++i) {
     const auto id = annotations.at(i).at("image_id");
-    const auto picture = pictures.find(id.number());
-    if (picture == pictures.end()) throw id.error("names no image");
-    picture->second.shapes.push_back(read_shape(annotations.at(i), categories));
+    const auto image = images_by_id.find(id.number());
+    if (image == images_by_id.end()) throw id.error("names no image");
+    image->second.shapes.push_back(read_shape(annotations.at(i), categories));
   }
-  std::vector<AnnotatedPicture> result;
-  for (auto& entry : pictures) result.push_back(std::move(entry.second));
+  std::vector<AnnotatedImage> result;
+  for (auto& entry : images_by_id) result.push_back(std::move(entry.second));
   return result;
 }
 

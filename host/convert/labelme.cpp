@@ -1,6 +1,7 @@
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 
+#include "app/base64.h"
 #include "app/text.h"
 #include "convert/annotations.h"
 #include "datasets/json_reader.h"
@@ -65,15 +66,22 @@ cv::Rect2d box_around(const Points& points) {
 
 }  // namespace
 
-AnnotatedPicture parse_labelme(const std::string& text, const std::string& name,
-                               const std::filesystem::path& folder) {
+AnnotatedImage parse_labelme(const std::string& text, const std::string& name,
+                             const std::filesystem::path& folder) {
   const auto document = parse_json(text, name);
   const JsonValue top(document, name, "");
-  AnnotatedPicture picture;
+  AnnotatedImage image;
   auto path = top.at("imagePath").string();
-  // Files labelled on Windows name their picture with backslashes.
+  // Files labelled on Windows name their image with backslashes.
   for (char& c : path) c = c == '\\' ? '/' : c;
-  picture.file = folder / path_from_utf8(path);
+  image.file = folder / path_from_utf8(path);
+  std::error_code lost;
+  if (!std::filesystem::exists(image.file, lost) && top.has("imageData") &&
+      top.at("imageData").raw().is_string()) {
+    const auto bytes = from_base64(top.at("imageData").string());
+    if (!bytes) throw top.at("imageData").error("is no base64");
+    image.embedded = *bytes;
+  }
   const auto shapes = top.at("shapes");
   for (std::size_t i = 0; i < shapes.size(); ++i) {
     const auto shape = shapes.at(i);
@@ -85,9 +93,9 @@ AnnotatedPicture parse_labelme(const std::string& text, const std::string& name,
     read.category = shape.at("label").string();
     read.box = box_around(polygon.empty() ? points : polygon);
     if (!polygon.empty()) read.polygons.push_back(polygon);
-    picture.shapes.push_back(std::move(read));
+    image.shapes.push_back(std::move(read));
   }
-  return picture;
+  return image;
 }
 
 }  // namespace telvar_host

@@ -75,9 +75,9 @@ class Tally {
 
   std::size_t training_categories() const { return training_.size(); }
 
-  void report_single_samples(const std::string& what) const {
+  void report_single_samples(const std::string& what, const Categories& known) const {
     for (const auto& [category, training] : training_) {
-      if (training.count != 1) continue;
+      if (training.count != 1 || known.count(category) != 0) continue;
       audit_.problems.add(utf8(training.file), "single_sample",
                           "is the only " + what + " to train '" + category + "' with");
     }
@@ -130,7 +130,7 @@ cv::Mat open_mask(const fs::path& file, const cv::Size& expected, const Segmente
   if (expected.area() > 0 && mask.size() != expected) {
     problems.add(path, "mask_size",
                  "is " + std::to_string(mask.cols) + " x " + std::to_string(mask.rows) +
-                     ", its picture " + std::to_string(expected.width) + " x " +
+                     ", its image " + std::to_string(expected.width) + " x " +
                      std::to_string(expected.height));
     return {};
   }
@@ -164,14 +164,14 @@ void check_marks(const OcrItem& item, const cv::Mat& picture, Tally& tally, Prob
                          mark.y > picture.rows - 0.5;
     if (outside && !picture.empty()) {
       problems.add(utf8(item.file), "outside",
-                   "has the label '" + mark.category + "' outside the picture, at " + place);
+                   "has the label '" + mark.category + "' outside the image, at " + place);
     }
   }
 }
 
 }  // namespace
 
-Audit audit_classifier(const fs::path& source, Progress& progress) {
+Audit audit_classifier(const fs::path& source, const Categories& known, Progress& progress) {
   Audit audit;
   Tally tally(audit);
   const auto data = read_classifier_data(source, Purpose::kAll, audit.problems);
@@ -184,15 +184,15 @@ Audit audit_classifier(const fs::path& source, Progress& progress) {
     used.push_back(item.file);
   }
   audit.images = data.items.size();
-  tally.report_single_samples("picture");
-  if (tally.training_categories() == 1) {
+  tally.report_single_samples("image", known);
+  if (known.empty() && tally.training_categories() == 1) {
     audit.problems.add(utf8(source), "single_category", "holds one category; training needs two");
   }
   report_rest(source, std::move(used), audit);
   return audit;
 }
 
-Audit audit_segmenter(const fs::path& source, Progress& progress) {
+Audit audit_segmenter(const fs::path& source, const Categories& known, Progress& progress) {
   Audit audit;
   Tally tally(audit);
   const auto data = read_segmenter_data(source, Purpose::kAll, audit.problems);
@@ -213,12 +213,12 @@ Audit audit_segmenter(const fs::path& source, Progress& progress) {
                          "no mask shows the category '" + category + "'");
     }
   }
-  tally.report_single_samples("picture");
+  tally.report_single_samples("image", known);
   report_rest(source, std::move(used), audit);
   return audit;
 }
 
-Audit audit_ocr(const fs::path& source, Progress& progress) {
+Audit audit_ocr(const fs::path& source, const Categories& known, Progress& progress) {
   Audit audit;
   Tally tally(audit);
   const auto data = read_ocr_data(source, Purpose::kAll, audit.problems);
@@ -238,7 +238,7 @@ Audit audit_ocr(const fs::path& source, Progress& progress) {
     check_marks(item, opened[item.file], tally, audit.problems);
   }
   audit.images = data.items.size();
-  tally.report_single_samples("place with a character");
+  tally.report_single_samples("place with a character", known);
   report_rest(source, std::move(used), audit);
   return audit;
 }

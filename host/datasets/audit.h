@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 
 #include "app/progress.h"
@@ -25,8 +26,14 @@ struct Audit {
 // are the same pixel by pixel, masks of another size or with unknown values, marks outside the
 // picture, and categories with one sample to train on. Throws data_error when there is no such data
 // set at all.
-Audit audit_classifier(const std::filesystem::path& data, Progress& progress);
-Audit audit_segmenter(const std::filesystem::path& data, Progress& progress);
-Audit audit_ocr(const std::filesystem::path& data, Progress& progress);
+//
+// `known` are the categories of the state that a training would go on from: one sample is enough of
+// these, and one category beside them.
+using Categories = std::set<std::string>;
+Audit audit_classifier(const std::filesystem::path& data, const Categories& known,
+                       Progress& progress);
+Audit audit_segmenter(const std::filesystem::path& data, const Categories& known,
+                      Progress& progress);
+Audit audit_ocr(const std::filesystem::path& data, const Categories& known, Progress& progress);
 
 }  // namespace telvar_host

@@ -1,5 +1,6 @@
 #include "datasets/ocr_data.h"
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 
@@ -15,6 +16,14 @@ namespace {
 
 std::string at(double x, double y) {
   return "(" + fixed(x, 1) + ", " + fixed(y, 1) + ")";
+}
+
+// 0 of nothing.
+float median(std::vector<double> values) {
+  if (values.empty()) return 0;
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return static_cast<float>(*middle);
 }
 
 void check_marks(OcrItem& item, Problems& problems) {
@@ -80,6 +89,21 @@ OcrData read_ocr_data(const fs::path& folder, Purpose purpose, Problems& problem
   if (data.items.empty() && problems.empty())
     throw data_error(utf8(folder) + ": labels no pictures");
   return data;
+}
+
+NominalSize median_box(const OcrData& data) {
+  std::vector<double> widths, heights;
+  for (const auto& item : data.items) {
+    const bool turned =
+        item.region &&
+        std::abs(std::cos(item.region->angle_deg * 3.14159265358979323846 / 180)) < std::sqrt(0.5);
+    for (const auto& mark : item.characters) {
+      if (!mark.box) continue;
+      widths.push_back(turned ? mark.box->second : mark.box->first);
+      heights.push_back(turned ? mark.box->first : mark.box->second);
+    }
+  }
+  return {median(std::move(widths)), median(std::move(heights))};
 }
 
 std::optional<NominalSize> size_from(const std::string& text) {

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "app/region.h"
@@ -17,6 +18,8 @@ struct CharacterMark {
   double x = 0;  // centre, image pixels
   double y = 0;
   std::string category;
+  std::optional<std::pair<double, double>> box = {};  // its width and height, image pixels
+  std::optional<double> score = {};  // of a prediction, 0..1; training takes no notice
 };
 
 struct OcrItem {
@@ -41,6 +44,10 @@ struct OcrData {
 // Structural faults (missing picture, empty label, mark outside its region) go to `problems`.
 // Throws data_error when there are no labels or a file is malformed, naming file and place.
 OcrData read_ocr_data(const std::filesystem::path& folder, Purpose purpose, Problems& problems);
+
+// The median width and height of the boxes that the marks have, in region pixels: those of a region
+// that is turned closer to 90 or 270 degrees than to 0 or 180 change places. Unset without boxes.
+NominalSize median_box(const OcrData& data);
 
 // "WxH", two numbers above 0 and at most 1e6; or nothing.
 std::optional<NominalSize> size_from(const std::string& text);

@@ -33,6 +33,19 @@ Region read_region(const JsonValue& value) {
   return region;
 }
 
+CharacterMark read_mark(const JsonValue& value) {
+  value.allow_only({"x", "y", "category", "w", "h", "score"});
+  CharacterMark mark{value.at("x").number(), value.at("y").number(), value.at("category").string()};
+  if (value.has("w") || value.has("h")) {
+    mark.box = {value.at("w").number(), value.at("h").number()};
+    if (!(mark.box->first > 0 && mark.box->second > 0)) {
+      throw value.error("'w' and 'h' must be above 0");
+    }
+  }
+  if (value.has("score")) mark.score = value.at("score").number();
+  return mark;
+}
+
 OcrItem read_item(const JsonValue& value, const fs::path& root) {
   value.allow_only({"file", "roi", "partial", "characters", "text"});
   OcrItem item;
@@ -43,9 +56,7 @@ OcrItem read_item(const JsonValue& value, const fs::path& root) {
     const auto characters = value.at("characters");
     for (std::size_t i = 0; i < characters.size(); ++i) {
       const auto mark = characters.at(i);
-      mark.allow_only({"x", "y", "category"});
-      item.characters.push_back(
-          {mark.at("x").number(), mark.at("y").number(), mark.at("category").string()});
+      item.characters.push_back(read_mark(mark));
     }
   }
   if (value.has("text")) {
@@ -60,8 +71,11 @@ CharacterMark read_mark(const NamedTable& table, std::size_t row) {
   CharacterMark mark{0, 0, trimmed(table.at(row, label))};
   if (table.has("x0")) {
     // x1 and y1 lie one pixel behind the box.
-    mark.x = (table.number(row, "x0") + table.number(row, "x1") - 1) / 2;
-    mark.y = (table.number(row, "y0") + table.number(row, "y1") - 1) / 2;
+    const double width = table.number(row, "x1") - table.number(row, "x0");
+    const double height = table.number(row, "y1") - table.number(row, "y0");
+    mark.x = table.number(row, "x0") + (width - 1) / 2;
+    mark.y = table.number(row, "y0") + (height - 1) / 2;
+    if (width > 0 && height > 0) mark.box = {width, height};
   } else {
     mark.x = table.number(row, "x");
     mark.y = table.number(row, "y");
@@ -102,6 +116,17 @@ bool has_unmarked_letters(const OcrItem& item) {
   std::size_t count = 0;
   for (const auto& line : item.lines) count += letters(line);
   return item.characters.size() < count;
+}
+
+nlohmann::ordered_json json_of(const CharacterMark& mark) {
+  nlohmann::ordered_json json = {{"x", mark.x}, {"y", mark.y}};
+  if (mark.box) {
+    json["w"] = mark.box->first;
+    json["h"] = mark.box->second;
+  }
+  json["category"] = mark.category;
+  if (mark.score) json["score"] = *mark.score;
+  return json;
 }
 
 }  // namespace
@@ -155,7 +180,7 @@ std::string labels_json(const OcrData& data, const fs::path& root) {
     if (item.partial) image["partial"] = true;
     image["characters"] = nlohmann::ordered_json::array();
     for (const auto& mark : item.characters) {
-      image["characters"].push_back({{"x", mark.x}, {"y", mark.y}, {"category", mark.category}});
+      image["characters"].push_back(json_of(mark));
     }
     if (!item.lines.empty()) image["text"] = item.lines;
     top["images"].push_back(std::move(image));

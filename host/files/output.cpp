@@ -1,5 +1,6 @@
 #include "files/output.h"
 
+#include <algorithm>
 #include <fstream>
 #include <system_error>
 #include <utility>
@@ -29,6 +30,8 @@ fs::path resolved_folder(const fs::path& path) {
   return result.has_filename() ? result : result.parent_path();
 }
 
+constexpr const char* kUnfinished = "unfinished";
+
 // Hidden, on the same file system as `path`.
 fs::path temporary_in(const fs::path& folder, const fs::path& path) {
   return folder / ("." + path.filename().u8string() + ".telvar-" + process_tag());
@@ -38,8 +41,9 @@ fs::path temporary_beside(const fs::path& path) {
   return temporary_in(path.parent_path(), path);
 }
 
-void write_new_file(const fs::path& path, std::string_view bytes) {
-  std::ofstream stream(path, std::ios::binary | std::ios::trunc);
+void write_new_file(const fs::path& path, std::string_view bytes,
+                    std::ios::openmode mode = std::ios::trunc) {
+  std::ofstream stream(path, std::ios::binary | mode);
   if (!stream) throw failure("cannot create " + utf8(path));
   stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   stream.close();
@@ -108,25 +112,50 @@ void write_file(const fs::path& path, std::string_view bytes, bool force) {
   flush_to_disk(target.parent_path());
 }
 
-OutputFolder::OutputFolder(fs::path target, bool force)
-    : target_(resolved_folder(target)), force_(force) {
-  const bool there = fs::exists(target_);
-  if (there && !fs::is_directory(target_)) {
-    throw usage_error(utf8(target) + ": is a file, not a folder");
+OutputFolder::OutputFolder(fs::path target, bool force, Unfinished unfinished)
+    : target_(resolved_folder(target)), force_(force), unfinished_(unfinished) {
+  require_free(target);
+  const bool inside = fs::exists(target_) || unfinished_ == Unfinished::kKept;
+  make_folders(inside ? target_ : target_.parent_path());
+  if (unfinished_ == Unfinished::kKept) lock_ = std::make_unique<FileLock>(staging() / ".lock");
+}
+
+void OutputFolder::require_free(const fs::path& given) const {
+  if (!fs::exists(target_)) return;
+  if (!fs::is_directory(target_)) throw usage_error(utf8(given) + ": is a file, not a folder");
+  if (force_) return;
+  for (const auto& entry : fs::directory_iterator(target_)) {
+    if (unfinished_ == Unfinished::kKept && entry.path().filename() == kUnfinished) continue;
+    throw usage_error(utf8(given) + ": exists and is not empty; give --force to write into it");
   }
-  if (there && !fs::is_empty(target_) && !force) {
-    throw usage_error(utf8(target) + ": exists and is not empty; give --force to write into it");
-  }
-  const auto parent = there ? target_ : target_.parent_path();
+}
+
+void OutputFolder::make_folders(const fs::path& parent) {
   // Under the lock, or an interrupt could remove a folder and this would make it again.
   std::lock_guard<std::mutex> lock(output_mutex());
   parents_ = std::make_unique<RemovedOnExit>(parent, existing_part(parent));
   std::error_code error;
   fs::create_directories(parent, error);
   if (error) throw failure("cannot create " + utf8(parent) + ": " + error.message());
-  staging_ = std::make_unique<RemovedOnExit>(temporary_in(parent, target_));
-  fs::create_directory(staging_->path(), error);
-  if (error) throw failure("cannot create " + utf8(staging_->path()) + ": " + error.message());
+  const bool kept = unfinished_ == Unfinished::kKept;
+  const auto path = kept ? target_ / kUnfinished : temporary_in(parent, target_);
+  resumed_ = kept && fs::exists(path);
+  staging_ = std::make_unique<RemovedOnExit>(path);
+  if (resumed_) staging_->keep();
+  fs::create_directory(path, error);
+  if (error) throw failure("cannot create " + utf8(path) + ": " + error.message());
+}
+
+void OutputFolder::keep_unfinished() {
+  std::lock_guard<std::mutex> lock(output_mutex());
+  staging_->keep();
+}
+
+void OutputFolder::discard_unfinished() {
+  std::lock_guard<std::mutex> lock(output_mutex());
+  for (const auto& entry : fs::directory_iterator(staging())) {
+    if (entry.path().filename() != ".lock") fs::remove_all(entry.path());
+  }
 }
 
 OutputFolder::~OutputFolder() = default;
@@ -143,6 +172,13 @@ void OutputFolder::write(const fs::path& relative, std::string_view bytes) {
   fs::create_directories(path.parent_path(), error);
   if (error) throw failure("cannot create " + utf8(path.parent_path()) + ": " + error.message());
   write_new_file(path, bytes);
+}
+
+void OutputFolder::append(const fs::path& relative, std::string_view bytes) {
+  const auto path = staging() / relative;
+  std::lock_guard<std::mutex> lock(output_mutex());
+  write_new_file(path, bytes, std::ios::app);
+  flush_to_disk(path);
 }
 
 void OutputFolder::commit() {
@@ -162,14 +198,17 @@ void OutputFolder::commit() {
 void OutputFolder::move_one_by_one() {
   std::vector<std::pair<fs::path, fs::path>> moves;
   for (const auto& entry : fs::recursive_directory_iterator(staging())) {
-    if (entry.is_directory()) continue;
-    const auto destination = target_ / entry.path().lexically_relative(staging());
+    const auto relative = entry.path().lexically_relative(staging());
+    if (entry.is_directory() || relative.u8string().front() == '.') continue;
+    const auto destination = target_ / relative;
     if (!force_ && fs::exists(destination)) {
       throw failure(utf8(destination) +
                     ": was written by another program meanwhile; give --force to replace it");
     }
     moves.emplace_back(entry.path(), destination);
   }
+  std::stable_partition(moves.begin(), moves.end(),
+                        [&](const auto& move) { return move.second != target_ / "results.json"; });
   for (const auto& [from, to] : moves) {
     std::error_code error;
     fs::create_directories(to.parent_path(), error);
@@ -177,6 +216,9 @@ void OutputFolder::move_one_by_one() {
     rename_or_throw(from, to);
   }
   flush_to_disk(target_);
+  lock_.reset();
+  std::error_code left_for_the_next_run;
+  fs::remove_all(staging(), left_for_the_next_run);
 }
 
 }  // namespace telvar_host

@@ -1,6 +1,5 @@
 #include "files/state_file.h"
 
-#include <cmath>
 #include <cstring>
 
 #define XXH_INLINE_ALL
@@ -15,9 +14,13 @@ namespace telvar_host {
 namespace {
 
 constexpr std::string_view kMagic = "TLVSTATE";
-constexpr std::uint32_t kVersion = 1;
+constexpr std::uint32_t kVersion = 2;  // 1 without a description
 constexpr std::size_t kChecked = 56;
 constexpr std::size_t kHeader = 64;
+constexpr std::size_t kTail = 16;  // of version 2, before the description
+constexpr std::uint64_t kLargestPart = std::uint64_t{1} << 34;
+constexpr std::uint64_t kLargestAbout = std::uint64_t{1} << 24;
+constexpr float kLargestSize = 1e6F;
 
 template <typename Number>
 void append(std::string& bytes, Number value) {
@@ -64,26 +67,48 @@ void check_header(std::string_view bytes, const std::string& name) {
   if (number_at<std::uint64_t>(bytes, kChecked) != checksum(bytes.substr(0, kChecked))) {
     throw data_error(name + ": damaged state file: the header's checksum is wrong");
   }
-  if (version != kVersion) {
+  if (version < 1 || version > kVersion) {
     throw data_error(name + ": state file of format version " + std::to_string(version) +
-                     "; this program reads version 1");
+                     "; this program reads versions 1 and 2");
+  }
+  const auto artifact = number_at<std::uint64_t>(bytes, 24);
+  const auto cache = number_at<std::uint64_t>(bytes, 40);
+  if (artifact >= kLargestPart || cache >= kLargestPart) {
+    throw data_error(name + ": damaged state file: the header announces " +
+                     std::to_string(artifact) + " + " + std::to_string(cache) +
+                     " bytes, more than any state has");
   }
 }
 
 NominalSize size_in(std::string_view bytes, ToolKind tool, const std::string& name) {
   const NominalSize size{float_at(bytes, 16), float_at(bytes, 20)};
-  const bool valid = tool == ToolKind::kOcr ? std::isfinite(size.width) && size.width >= 0 &&
-                                                  std::isfinite(size.height) && size.height >= 0
+  // Comparisons with what is no number are false.
+  const auto fits = [](float value) { return value >= 0 && value <= kLargestSize; };
+  const bool valid = tool == ToolKind::kOcr ? fits(size.width) && fits(size.height)
                                             : size.width == 0 && size.height == 0;
   if (!valid) throw data_error(name + ": damaged state file: the character size is invalid");
   return size;
+}
+
+// The description from the end of a file.
+std::string_view about_in(std::string_view tail, const std::string& name) {
+  const auto length = number_at<std::uint64_t>(tail, 0);
+  const auto about = tail.substr(kTail);
+  if (length == 0 || length != about.size() || length > kLargestAbout) {
+    throw data_error(name + ": damaged state file: the description has " +
+                     std::to_string(about.size()) + " bytes, not " + std::to_string(length));
+  }
+  if (checksum(about) != number_at<std::uint64_t>(tail, 8)) {
+    throw data_error(name + ": damaged state file: the description's checksum is wrong");
+  }
+  return about;
 }
 
 }  // namespace
 
 std::string serialised(const StateFile& state) {
   std::string bytes(kMagic);
-  append(bytes, kVersion);
+  append(bytes, state.about.empty() ? std::uint32_t{1} : kVersion);
   append(bytes, static_cast<std::uint32_t>(state.tool));
   append(bytes, bits_of(state.size.width));
   append(bytes, bits_of(state.size.height));
@@ -92,11 +117,16 @@ std::string serialised(const StateFile& state) {
   append(bytes, static_cast<std::uint64_t>(state.train_cache.size()));
   append(bytes, checksum(state.train_cache));
   append(bytes, checksum(bytes));
-  return bytes + state.artifact + state.train_cache;
+  bytes += state.artifact + state.train_cache;
+  if (state.about.empty()) return bytes;
+  append(bytes, static_cast<std::uint64_t>(state.about.size()));
+  append(bytes, checksum(state.about));
+  return bytes + state.about;
 }
 
 std::size_t serialised_size(const StateFile& state) {
-  return kHeader + state.artifact.size() + state.train_cache.size();
+  return kHeader + state.artifact.size() + state.train_cache.size() +
+         (state.about.empty() ? 0 : kTail + state.about.size());
 }
 
 StateFile parse_state(std::string_view bytes, const std::string& name) {
@@ -110,20 +140,23 @@ StateFile parse_state(std::string_view bytes, const std::string& name) {
   state.size = size_in(bytes, state.tool, name);
   const auto artifact = number_at<std::uint64_t>(bytes, 24);
   const auto cache = number_at<std::uint64_t>(bytes, 40);
+  const bool described = number_at<std::uint32_t>(bytes, 8) > 1;
   const std::uint64_t rest = bytes.size() - kHeader;
-  if (artifact > rest || cache != rest - artifact) {
+  const std::uint64_t parts = artifact + cache;  // below 2^35, see check_header
+  if (described ? rest < parts + kTail : rest != parts) {
     throw data_error(name + ": damaged state file: " + std::to_string(rest) +
                      " bytes follow the header, which announces " + std::to_string(artifact) +
-                     " + " + std::to_string(cache));
+                     " + " + std::to_string(cache) + (described ? " and a description" : ""));
   }
   const auto artifact_bytes = bytes.substr(kHeader, artifact);
-  const auto cache_bytes = bytes.substr(kHeader + artifact);
+  const auto cache_bytes = bytes.substr(kHeader + artifact, cache);
   if (checksum(artifact_bytes) != number_at<std::uint64_t>(bytes, 32)) {
     throw data_error(name + ": damaged state file: the artifact's checksum is wrong");
   }
   if (checksum(cache_bytes) != number_at<std::uint64_t>(bytes, 48)) {
     throw data_error(name + ": damaged state file: the train cache's checksum is wrong");
   }
+  if (described) state.about = about_in(bytes.substr(kHeader + parts), name);
   state.artifact = artifact_bytes;
   state.train_cache = cache_bytes;
   return state;
@@ -135,9 +168,8 @@ StateFile read_state(const std::filesystem::path& path) {
   check_header(bytes, utf8(path));
   const auto artifact = number_at<std::uint64_t>(bytes, 24);
   const auto cache = number_at<std::uint64_t>(bytes, 40);
-  constexpr std::uint64_t kLimit = std::uint64_t{1} << 34;
-  // One byte more than announced shows that there are more.
-  if (artifact < kLimit && cache < kLimit) bytes += file.read(artifact + cache + 1);
+  // One byte more than there may be shows that there are more.
+  bytes += file.read(artifact + cache + kTail + kLargestAbout + 1);
   return parse_state(bytes, utf8(path));
 }
 

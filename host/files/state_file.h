@@ -4,7 +4,7 @@
 //
 //   offset  size  content
 //        0     8  magic "TLVSTATE"
-//        8     4  format version, 1
+//        8     4  format version: 2, or 1 without a description
 //       12     4  tool: 1 ocr, 2 classifier, 3 segmenter
 //       16     4  width of the last OCR training, IEEE single precision; 0 for the other tools
 //       20     4  height, likewise
@@ -13,7 +13,9 @@
 //       40     8  length of the train cache in bytes
 //       48     8  XXH64 of the train cache
 //       56     8  XXH64 of bytes 0 to 55
-//       64        artifact, then train cache, then the end of the file
+//       64        artifact, then train cache; in version 1 then the end of the file
+//                  in version 2: 8 bytes length of the description, above 0; 8 bytes XXH64 of it;
+//                  the description, JSON in UTF-8 (see state_about.h); the end of the file
 #pragma once
 
 #include <filesystem>
@@ -29,6 +31,7 @@ struct StateFile {
   NominalSize size;  // OCR only
   std::string artifact;
   std::string train_cache;
+  std::string about = {};  // the description; empty in version 1
 };
 
 std::string serialised(const StateFile& state);
@@ -36,11 +39,13 @@ std::string serialised(const StateFile& state);
 std::size_t serialised_size(const StateFile& state);
 
 // Throws data_error "NAME: ..." saying which part is damaged: the magic, the version, the header,
-// the tool, the size, the length of the file, the artifact or the train cache. Nothing is allocated
+// the tool, the size, the length of the file, the artifact, the train cache or the description.
+// Nothing is allocated
 // before the lengths agree with the bytes there are.
 StateFile parse_state(std::string_view bytes, const std::string& name);
 
-// The header is checked before the rest is read. Artifact and train cache are below 16 GiB each.
+// The header is checked before the rest is read. Artifact and train cache are below 16 GiB each,
+// the description below 16 MiB.
 StateFile read_state(const std::filesystem::path& path);
 void write_state(const std::filesystem::path& path, const StateFile& state, bool force);
 

@@ -9,6 +9,7 @@
 #include "app/terminal.h"
 #include "app/text.h"
 #include "files/input.h"
+#include "images/header_size.h"
 
 namespace fs = std::filesystem;
 
@@ -60,6 +61,18 @@ bool is_supported(const cv::Mat& picture) {
   return depth && (channels == 1 || channels == 3 || channels == 4);
 }
 
+// What no tool takes is not decoded first, which would take up to some gigabytes.
+void require_fair_size(const std::string& bytes, const fs::path& path) {
+  constexpr std::uint64_t kLongestSide = 32768, kMostPixels = std::uint64_t{1} << 28;
+  const auto size = size_in_header(bytes);
+  if (!size) return;
+  const auto [width, height] = *size;
+  if (width > kLongestSide || height > kLongestSide || width * height > kMostPixels) {
+    throw data_error(utf8(path) + ": is " + std::to_string(width) + " x " + std::to_string(height) +
+                     " pixels; images have at most 32768 a side and 2^28 in all");
+  }
+}
+
 cv::Mat decode(const std::string& bytes, const fs::path& path) {
   const cv::Mat buffer(1, static_cast<int>(bytes.size()), CV_8U, const_cast<char*>(bytes.data()));
   // Orientation tags are common in JPEG only, and OpenCV applies them only without UNCHANGED.
@@ -90,11 +103,20 @@ bool has_foreign_picture_name(const fs::path& path) {
 }
 
 cv::Mat read_picture(const fs::path& path) {
-  const auto bytes = read_file(path, (std::uintmax_t{1} << 31) - 1);
+  std::error_code lost;
+  // A pipe that nobody writes to would be waited for without end.
+  if (fs::exists(path, lost) && !fs::is_regular_file(path, lost) && !fs::is_directory(path, lost)) {
+    throw data_error(utf8(path) + ": is a pipe or a device, not a file");
+  }
+  return decoded_picture(read_file(path, (std::uintmax_t{1} << 31) - 1), path);
+}
+
+cv::Mat decoded_picture(const std::string& bytes, const fs::path& path) {
   if (bytes.empty()) throw data_error(utf8(path) + ": is empty");
+  require_fair_size(bytes, path);
   if (is_jpeg(bytes) && jpeg_is_cut_off(bytes)) throw data_error(utf8(path) + ": JPEG is cut off");
   cv::Mat picture = decode(bytes, path);
-  if (picture.empty()) throw data_error(utf8(path) + ": is no readable picture");
+  if (picture.empty()) throw data_error(utf8(path) + ": is no readable image");
   if (!is_supported(picture)) {
     throw data_error(utf8(path) +
                      ": has pixels of an unsupported type (8 or 16 bit with 1, 3 or 4 "
@@ -108,7 +130,7 @@ std::string encoded(const cv::Mat& picture, const std::string& extension) {
   const std::vector<int> options =
       extension == ".jpg" ? std::vector<int>{cv::IMWRITE_JPEG_QUALITY, 85} : std::vector<int>{};
   if (!cv::imencode(extension, picture, bytes, options)) {
-    throw failure("cannot encode a picture as " + extension);
+    throw failure("cannot encode an image as " + extension);
   }
   return std::string(bytes.begin(), bytes.end());
 }

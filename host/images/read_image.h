@@ -16,8 +16,11 @@ bool has_foreign_picture_name(const std::filesystem::path& path);
 bool has_jpeg_name(const std::filesystem::path& path);
 
 // Pixels as stored: 8 or 16 bit, 1, 3 (BGR) or 4 (BGRA) channels. JPEG orientation tags are
-// applied. Throws data_error naming the file: unreadable, cut off, or of another pixel type.
+// applied. Throws data_error naming the file: unreadable, no file, cut off, larger than any tool
+// takes (32768 a side, 2^28 in all; known before it is decoded), or of another pixel type.
 cv::Mat read_picture(const std::filesystem::path& path);
+// The same of a file's bytes; `path` is for errors.
+cv::Mat decoded_picture(const std::string& bytes, const std::filesystem::path& path);
 
 // Encoded bytes; `extension` is ".png" or ".jpg".
 std::string encoded(const cv::Mat& picture, const std::string& extension);

@@ -18,7 +18,10 @@ struct GlobalOptions {
 class Session {
  public:
   explicit Session(const GlobalOptions& options)
-      : progress(options.quiet), library_path_(options.library) {}
+      : progress(options.quiet), json_(options.json), library_path_(options.library) {}
+
+  // Whether the outcome is asked for as JSON.
+  bool json() const { return json_; }
 
   // Loads on first use. Everything that came from it must be gone before the session is.
   Library& library();
@@ -26,6 +29,7 @@ class Session {
   Progress progress;
 
  private:
+  bool json_;
   std::string library_path_;
   std::unique_ptr<Library> library_;
 };

@@ -17,9 +17,11 @@ class Timing {
     auto result = work();
     const std::chrono::duration<double, std::milli> spent =
         std::chrono::steady_clock::now() - start;
-    milliseconds_.push_back(spent.count());
+    add(spent.count());
     return result;
   }
+
+  void add(double milliseconds) { milliseconds_.push_back(milliseconds); }
 
   // 0 when nothing was measured.
   double quantile(double share) const {

@@ -6,6 +6,7 @@
 
 #include "app/text.h"
 #include "images/read_image.h"
+#include "predictions/over_image.h"
 
 namespace telvar_host {
 namespace {
@@ -54,20 +55,8 @@ std::string ascii(const std::string& text) {
   return shown;
 }
 
-// The image's pixel of each region pixel, so that results in region pixels can be laid over the
-// image.
-cv::Mat over_image(const cv::Mat& result, const std::optional<Region>& region,
-                   const cv::Size& size) {
-  if (!region) return result;
-  const auto origin = region->to_image(0, 0);
-  const auto right = region->to_image(1, 0);
-  const auto down = region->to_image(0, 1);
-  const cv::Matx23d to_image(right.first - origin.first, down.first - origin.first, origin.first,
-                             right.second - origin.second, down.second - origin.second,
-                             origin.second);
-  cv::Mat laid;
-  cv::warpAffine(result, laid, to_image, size, cv::INTER_LINEAR);
-  return laid;
+std::string with_percent(const std::string& name, double share) {
+  return name + "  " + fixed(100 * share, 1) + " %";
 }
 
 }  // namespace
@@ -153,6 +142,31 @@ cv::Mat captioned(const cv::Mat& canvas, const std::vector<Caption>& captions) {
     baseline += kLine;
   }
   return shown;
+}
+
+cv::Mat drawn_prediction(const cv::Mat& image, const Prediction& prediction,
+                         const std::optional<Region>& region, const NominalSize& size) {
+  std::vector<Caption> captions;
+  const auto caption = [&](const std::string& text) {
+    captions.push_back({text, category_colour(captions.size())});
+  };
+  switch (prediction.tool) {
+    case ToolKind::kClassifier: {
+      const auto best = best_of(prediction.scores);
+      caption(with_percent(best.categoryId, best.score));
+      return captioned(drawn_large(image), captions);
+    }
+    case ToolKind::kOcr:
+      for (const auto& line : prediction.reading.lines) caption(line.text);
+      return captioned(drawn_reading(image, prediction.reading, region, size), captions);
+    case ToolKind::kSegmenter:
+      break;
+  }
+  for (const auto& [category, map] : prediction.maps) {
+    const double found = cv::countNonZero(map >= 128);
+    caption(with_percent(category, found / static_cast<double>(map.total())));
+  }
+  return captioned(drawn_segments(image, prediction.maps, region), captions);
 }
 
 }  // namespace telvar_host

@@ -7,8 +7,7 @@
 #include <vector>
 
 #include "app/region.h"
-#include "tools/reader_tool.h"
-#include "tools/segmenter_tool.h"
+#include "predictions/prediction.h"
 
 namespace telvar_host {
 
@@ -28,6 +27,10 @@ cv::Mat drawn_large(const cv::Mat& picture);
 // Each category's pixels of at least half probability tinted and outlined in its colour.
 cv::Mat drawn_segments(const cv::Mat& picture, const Probabilities& probabilities,
                        const std::optional<Region>& region);
+
+// What was predicted of the image, with captions.
+cv::Mat drawn_prediction(const cv::Mat& image, const Prediction& prediction,
+                         const std::optional<Region>& region, const NominalSize& size);
 
 struct Caption {
   std::string text;  // UTF-8

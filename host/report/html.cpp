@@ -1,5 +1,6 @@
 #include "report/html.h"
 
+#include "app/base64.h"
 #include "app/text.h"
 #include "images/read_image.h"
 #include "report/style.h"
@@ -25,30 +26,13 @@ std::string section_html(const Section& section) {
 
 }  // namespace
 
-std::string base64(const std::string& bytes) {
-  static constexpr char kDigits[] =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  text.reserve((bytes.size() + 2) / 3 * 4);
-  for (std::size_t i = 0; i < bytes.size(); i += 3) {
-    unsigned group = 0;
-    for (std::size_t k = 0; k < 3; ++k) {
-      group = (group << 8) | (i + k < bytes.size() ? static_cast<unsigned char>(bytes[i + k]) : 0U);
-    }
-    for (std::size_t k = 0; k < 4; ++k) {
-      text += i + k > bytes.size() ? '=' : kDigits[(group >> (18 - 6 * k)) & 63];
-    }
-  }
-  return text;
-}
-
 std::string picture_html(const cv::Mat& picture, const std::string& alt) {
   const bool small = picture.total() < 128 * 128;
   const auto bytes = encoded(picture, small ? ".png" : ".jpg");
   return std::string("<img loading=\"lazy\" ") + (small ? "class=\"sharp\" " : "") + "width=\"" +
          std::to_string(picture.cols) + "\" height=\"" + std::to_string(picture.rows) +
          "\" alt=\"" + html_escaped(alt) + "\" src=\"data:image/" + (small ? "png" : "jpeg") +
-         ";base64," + base64(bytes) + "\">";
+         ";base64," + to_base64(bytes) + "\">";
 }
 
 std::string file_html(const std::string& file) {

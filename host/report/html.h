@@ -42,6 +42,4 @@ std::string details_html(const std::string& summary, const std::string& body, bo
 // A table; cells are plain text, the first row is the header.
 std::string table_html(const std::vector<std::vector<std::string>>& rows);
 
-std::string base64(const std::string& bytes);
-
 }  // namespace telvar_host

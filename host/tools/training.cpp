@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "app/errors.h"
+#include "files/state_about.h"
 #include "tools/classifier_tool.h"
 #include "tools/reader_tool.h"
 #include "tools/segmenter_tool.h"
@@ -52,7 +53,8 @@ NominalSize training_size(const std::optional<NominalSize>& given, const OcrData
   if (given) return *given;
   if (data.size.is_set()) return data.size;
   if (from.size.is_set()) return from.size;
-  throw usage_error("the labels name no character size; give --size WxH");
+  if (const auto size = median_box(data); size.is_set()) return size;
+  throw usage_error("the labels name no character size and hold no boxes; give --size WxH");
 }
 
 TrainingRun train_reader(Session& session, const std::filesystem::path& source,
@@ -70,10 +72,8 @@ TrainingRun train_reader(Session& session, const std::filesystem::path& source,
   return run;
 }
 
-}  // namespace
-
-TrainingRun run_training(Session& session, const std::filesystem::path& data, const StateFile& from,
-                         const std::optional<NominalSize>& size) {
+TrainingRun trained(Session& session, const std::filesystem::path& data, const StateFile& from,
+                    const std::optional<NominalSize>& size) {
   switch (from.tool) {
     case ToolKind::kOcr:
       return train_reader(session, data, from, size);
@@ -83,6 +83,18 @@ TrainingRun run_training(Session& session, const std::filesystem::path& data, co
       break;
   }
   return train_segmenter(session, data, from);
+}
+
+}  // namespace
+
+TrainingRun run_training(Session& session, const std::filesystem::path& data, const StateFile& from,
+                         const std::optional<NominalSize>& size) {
+  auto about = about_of(from, "the state");
+  auto run = trained(session, data, from, size);
+  add_training(about,
+               {utc_now(), TELVAR_HOST_VERSION, run.images, run.counts, run.score, run.seconds});
+  run.state.about = serialised(about);
+  return run;
 }
 
 }  // namespace telvar_host

@@ -20,8 +20,8 @@ struct TrainingRun {
 };
 
 // Trains from `from` (empty strings: from nothing). `size` is for the reader: without it, that of
-// the labels, then that of `from`. Throws data_error for a data set with faults, before anything is
-// trained.
+// the labels, that of `from`, then the median box of the labels. Throws data_error for a data set
+// with faults, before anything is trained.
 TrainingRun run_training(Session& session, const std::filesystem::path& data, const StateFile& from,
                          const std::optional<NominalSize>& size = {});
 

@@ -4,7 +4,7 @@ The program `telvar` reads and writes the same files. Layout, little endian:
 
     offset  size  content
          0     8  magic "TLVSTATE"
-         8     4  format version, 1
+         8     4  format version: 2, or 1 without a description
         12     4  tool: 1 ocr, 2 classifier, 3 segmenter
         16   2x4  nominal width and height of a character (ocr; 0: unknown), IEEE single precision; 0 for other tools
         24     8  length of the artifact
@@ -12,15 +12,17 @@ The program `telvar` reads and writes the same files. Layout, little endian:
         40     8  length of the train cache
         48     8  XXH64 of the train cache
         56     8  XXH64 of bytes 0 to 55
-        64        artifact, train cache, end of the file
+        64        artifact, train cache; in version 1 then the end of the file
+                  in version 2: 8 bytes length of the description, 8 bytes XXH64 of it, the description (JSON in UTF-8)
 """
 
+import json
 import math
 import os
 import struct
 import tempfile
 from dataclasses import dataclass
-from typing import Optional, Tuple, Union
+from typing import Any, Dict, Optional, Tuple, Union
 
 from telvar._native import xxh64
 from telvar.records import Data
@@ -30,10 +32,11 @@ __all__ = ["State", "StateError", "read_state", "write_state"]
 Path = Union[str, "os.PathLike[str]"]
 
 _MAGIC = b"TLVSTATE"
-_VERSION = 1
+_VERSIONS = (1, 2)
 _FIELDS = struct.Struct("<8sIIffQQQQ")
 _CHECKSUM = struct.Struct("<Q")
 _HEADER = _FIELDS.size + _CHECKSUM.size
+_TAIL = struct.Struct("<QQ")
 _TOOLS = {1: "ocr", 2: "classifier", 3: "segmenter"}
 
 
@@ -50,21 +53,24 @@ class State:
     data: Data
     #: Nominal width and height of a character, region pixels; None when unknown, and for the other tools.
     size: Optional[Tuple[float, float]] = None
+    #: What the file says of itself: `categories` and `trainings` (docs/host.md, "State file"); None when it says nothing.
+    about: Optional[Dict[str, Any]] = None
 
 
 def read_state(path: Path) -> State:
     """Reads a state file and checks all of it. Raises OSError and StateError."""
     with open(path, "rb") as file:
-        tool, size, lengths, checksums = _parse_header(file.read(_HEADER), path)
+        version, tool, size, lengths, checksums = _parse_header(file.read(_HEADER), path)
         rest = os.fstat(file.fileno()).st_size - _HEADER
-        if sum(lengths) != rest:
+        if rest < sum(lengths) + _TAIL.size if version > 1 else rest != sum(lengths):
             raise StateError(f"{path}: damaged state file: {rest} bytes follow the header, which announces "
-                             f"{lengths[0]} + {lengths[1]}")
+                             f"{lengths[0]} + {lengths[1]}" + (" and a description" if version > 1 else ""))
         parts = [file.read(length) for length in lengths]
+        about = _read_about(file.read(), path) if version > 1 else None
     for part, checksum, name in zip(parts, checksums, ("artifact", "train cache")):
         if xxh64(part) != checksum:
             raise StateError(f"{path}: damaged state file: the {name}'s checksum is wrong")
-    return State(tool, Data(*parts), size)
+    return State(tool, Data(*parts), size, about)
 
 
 def write_state(path: Path, state: State) -> None:
@@ -77,9 +83,11 @@ def write_state(path: Path, state: State) -> None:
     if not _is_size(state.tool, width, height):
         raise ValueError(f"state.size of a {state.tool} state cannot be {state.size!r}")
     artifact, cache = state.data.artifact, state.data.train_cache
-    fields = _FIELDS.pack(_MAGIC, _VERSION, tools[0], width, height, len(artifact), xxh64(artifact), len(cache),
+    about = b"" if state.about is None else json.dumps(state.about, ensure_ascii=False).encode("utf-8")
+    fields = _FIELDS.pack(_MAGIC, 2 if about else 1, tools[0], width, height, len(artifact), xxh64(artifact), len(cache),
                           xxh64(cache))
-    _replace(path, fields + _CHECKSUM.pack(xxh64(fields)) + artifact + cache)
+    _replace(path, fields + _CHECKSUM.pack(xxh64(fields)) + artifact + cache
+             + (_TAIL.pack(len(about), xxh64(about)) + about if about else b""))
 
 
 def read_state_of(tool: str, path: Path) -> State:
@@ -97,7 +105,7 @@ def write_data(tool: str, data: Data, path: Path, size: Optional[Tuple[float, fl
 
 def _parse_header(
     header: bytes, path: Path
-) -> Tuple[str, Optional[Tuple[float, float]], Tuple[int, int], Tuple[int, int]]:
+) -> Tuple[int, str, Optional[Tuple[float, float]], Tuple[int, int], Tuple[int, int]]:
     if header[: len(_MAGIC)] != _MAGIC:
         raise StateError(f"{path}: is no telvar state file (wrong magic)")
     if len(header) < _HEADER:
@@ -105,14 +113,30 @@ def _parse_header(
     if _CHECKSUM.unpack_from(header, _FIELDS.size)[0] != xxh64(header[: _FIELDS.size]):
         raise StateError(f"{path}: damaged state file: the header's checksum is wrong")
     _, version, tool, width, height, artifact, artifact_sum, cache, cache_sum = _FIELDS.unpack_from(header)
-    if version != _VERSION:
-        raise StateError(f"{path}: state file of format version {version}; this package reads version {_VERSION}")
+    if version not in _VERSIONS:
+        raise StateError(f"{path}: state file of format version {version}; this package reads versions 1 and 2")
     if tool not in _TOOLS:
         raise StateError(f"{path}: state file of an unknown tool ({tool})")
     if not _is_size(_TOOLS[tool], width, height):
         raise StateError(f"{path}: damaged state file: the character size is invalid")
     size = (width, height) if width > 0 and height > 0 else None
-    return _TOOLS[tool], size, (artifact, cache), (artifact_sum, cache_sum)
+    return version, _TOOLS[tool], size, (artifact, cache), (artifact_sum, cache_sum)
+
+
+def _read_about(tail: bytes, path: Path) -> Dict[str, Any]:
+    length, checksum = _TAIL.unpack_from(tail)
+    text = tail[_TAIL.size:]
+    if length != len(text):
+        raise StateError(f"{path}: damaged state file: the description has {len(text)} bytes, not {length}")
+    if xxh64(text) != checksum:
+        raise StateError(f"{path}: damaged state file: the description's checksum is wrong")
+    try:
+        about = json.loads(text)
+    except ValueError:
+        about = None
+    if not isinstance(about, dict):
+        raise StateError(f"{path}: damaged state file: the description is not of its form")
+    return about
 
 
 def _is_size(tool: str, width: float, height: float) -> bool:

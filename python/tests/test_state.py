@@ -32,6 +32,18 @@ def test_a_state_is_read_as_it_was_written(path, tool, size):
     assert path.stat().st_size == 64 + len(DATA.artifact) + len(DATA.train_cache)
 
 
+def test_a_description_is_kept_and_checked(path):
+    state = telvar.State("classifier", DATA, about={"categories": ["ä"], "trainings": []})
+    telvar.write_state(path, state)
+    assert telvar.read_state(path) == state
+    whole = path.read_bytes()
+    for damaged, text in ((whole[:-1], "the description has"), (whole[:-2] + b" }", "the description's checksum is wrong"),
+                          (whole[:80], "and a description")):
+        path.write_bytes(damaged)
+        with pytest.raises(telvar.StateError, match=text):
+            telvar.read_state(path)
+
+
 def test_the_bytes_are_those_of_the_documented_layout(path):
     telvar.write_state(path, telvar.State("ocr", telvar.Data(b"", b""), (1.0, 2.0)))
     fields = struct.pack("<8sIIffQQQQ", b"TLVSTATE", 1, 1, 1, 2, 0, 0xEF46DB3751D8E999, 0, 0xEF46DB3751D8E999)
@@ -53,7 +65,7 @@ def test_tools_are_saved_and_loaded(path):
     (lambda c: b"PNG" + c, "is no telvar state file"),
     (lambda c: c[:40], r"the header is cut off \(40 of 64 bytes\)"),
     (lambda c: c[:30] + b"\1" + c[31:], "the header's checksum is wrong"),
-    (lambda c: edited(c, 8, b"\2"), "format version 2; this package reads version 1"),
+    (lambda c: edited(c, 8, b"\3"), "format version 3; this package reads versions 1 and 2"),
     (lambda c: edited(c, 12, b"\7"), r"unknown tool \(7\)"),
     (lambda c: edited(c, 16, struct.pack("<f", float("nan"))), "the character size is invalid"),
     (lambda c: edited(c, 24, struct.pack("<Q", 2**63)), r"16 bytes follow the header, which announces 9223372036854775808 \+ 5"),

@@ -88,7 +88,7 @@ struct Segmenter {
   static std::string& Image(Dataset& set) { return set.samples[1].imageId; }
   static void Train(Types::ISmartSegmenterWrapper& tool, const Dataset& set) {
     tool.Train(set, Load, [](const std::string& id) {
-      return id == "nothing" ? nullptr : samples::LoadMask(id);
+      return id == "nothing" || id == "short rows" ? Load(id) : samples::LoadMask(id);
     });
   }
   static void Process(Types::ISmartSegmenterWrapper& tool, ImagePointer image, RegionPointer roi) {

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "allocations.h"
+#include "classifier/answers.h"
 #include "core/cache_session.h"
 #include "core/messages.h"
 #include "telvar_msg/classification.pb.h"
@@ -80,6 +81,23 @@ TEST(WantOfMemoryInAMessage, EndsInBadAlloc) {
     const auto make = [] { return std::make_unique<int>(0); };
     const auto parse = [&](int&) { core::ParsedMessage<Message>(bytes, "data set"); };
     EXPECT_GT(sweep(mode, make, parse, [](int&, int) {}), 10);
+  }
+}
+
+TEST(WantOfMemoryInAnAnswer, EndsInBadAlloc) {
+  const std::vector<std::string> categories = {"a category that needs memory of its own", "b"};
+  const float scores[] = {0.75F, 0.25F};
+  const auto make = [] { return std::make_unique<int>(0); };
+  const auto answer = [&](int&) {
+    core::ArenaMessage<telvar_msg::qv::classification::ProcessingResult> result;
+    for (int i = 0; i < 20; ++i) {
+      const std::string key = "a sample that needs memory of its own " + std::to_string(i);
+      classifier::fill_sample_result(categories, scores, (*result->mutable_samples())[key]);
+    }
+    core::serialised(*result, "batch");
+  };
+  for (const Mode mode : {Mode::kOnce, Mode::kFromThenOn}) {
+    EXPECT_GT(sweep(mode, make, answer, [](int&, int) {}), 10);
   }
 }
 

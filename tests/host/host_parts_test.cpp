@@ -4,22 +4,28 @@
 
 #include <cmath>
 #include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
 
+#include <TelvarTypes/Exceptions.h>
+
+#include "app/base64.h"
 #include "app/errors.h"
 #include "app/region.h"
 #include "app/text.h"
 #include "convert/annotations.h"
+#include "convert/outlines.h"
 #include "datasets/layout.h"
 #include "datasets/ocr_labels.h"
 #include "datasets/tables.h"
 #include "files/flush.h"
 #include "files/output.h"
 #include "files/state_file.h"
+#include "images/header_size.h"
 #include "images/read_image.h"
 #include "metrics/overlap.h"
 #include "metrics/text_metrics.h"
 #include "metrics/timing.h"
-#include "report/html.h"
+#include "predictions/predictor.h"
 
 namespace telvar_host {
 namespace {
@@ -83,8 +89,91 @@ TEST(Overlap, CountsFromTheThresholdUp) {
 TEST(Timing, QuantilesByNearestRank) {
   Timing timing;
   EXPECT_EQ(timing.quantile(0.5), 0);
-  timing.measure([] { return 0; });
-  EXPECT_EQ(timing.quantile(0.5), timing.quantile(0.95));
+  for (const double value : {40, 10, 30, 20}) timing.add(value);
+  // The smallest value that at least this share does not exceed.
+  for (const auto& [share, value] : {std::pair(0.25, 10), {0.26, 20}, {0.5, 20}, {0.95, 40}}) {
+    EXPECT_EQ(timing.quantile(share), value) << share;
+  }
+  EXPECT_GE(Timing().measure([] { return 0; }), 0);
+}
+
+// What concerns every image ends a run; what concerns one is said beside it.
+TEST(Predictions, OneRuleForWhatConcernsEveryImage) {
+  namespace Wrapper = Orbalt::TelvarWrapper;
+  const auto check = [](bool every, const std::exception& error) {
+    EXPECT_EQ(concerns_every_image(error), every) << error.what();
+  };
+  check(false, data_error("the file cannot be read"));
+  check(true, failure("the disk is full"));
+  check(true, usage_error("no size"));
+  check(false, Wrapper::InvalidImageException("image"));
+  check(false, Wrapper::InvalidImageSizeException("size"));
+  check(false, Wrapper::InvalidROIException("region"));
+  check(false, Wrapper::InvalidArgumentException("no pattern"));
+  check(true, Wrapper::InvalidTrainingArtifactException("artifact"));
+  check(true, Wrapper::UnsupportedTrainingArtifactVersionException("version"));
+  check(true, Wrapper::InvalidOperationException("busy"));
+  check(true, std::bad_alloc());
+  check(true, std::runtime_error("unforeseen"));
+}
+
+class TwoRefused : public Predictor {
+ public:
+  Prediction predict(const cv::Mat& image) override {
+    if (image.cols == 2) {
+      throw Orbalt::TelvarWrapper::InvalidImageSizeException("image width 2 is below 3");
+    }
+    if (image.cols == 9) {
+      throw Orbalt::TelvarWrapper::InvalidOperationException("busy");
+    }
+    Prediction prediction;
+    prediction.scores.emplace_back("a", image.cols);
+    return prediction;
+  }
+};
+
+TEST(Predictions, ARefusedImageLeavesTheOthersOfItsGroup) {
+  TwoRefused predictor;
+  const auto image = [](int width) { return cv::Mat(1, width, CV_8U); };
+  auto attempts = attempt(predictor, Images{{"a", image(3)}, {"b", image(2)}, {"c", image(4)}});
+  EXPECT_EQ(attempts.at("a").prediction->scores.front().score, 3);
+  EXPECT_EQ(attempts.at("b").error, "image width 2 is below 3");
+  EXPECT_FALSE(attempts.at("b").prediction);
+  EXPECT_EQ(attempts.at("c").prediction->scores.front().score, 4);
+  EXPECT_THROW(attempt(predictor, Images{{"a", image(3)}, {"b", image(9)}}),
+               Orbalt::TelvarWrapper::InvalidOperationException);
+}
+
+TEST(HeaderSize, OfEveryKindIsThatOfTheDecodedImage) {
+  const cv::Mat image = cv::Mat::zeros(23, 311, CV_8UC3);
+  for (const char* extension : {".png", ".jpg", ".bmp", ".ppm", ".tiff"}) {
+    std::vector<unsigned char> bytes;
+    ASSERT_TRUE(cv::imencode(extension, image, bytes));
+    const auto size = size_in_header({bytes.begin(), bytes.end()});
+    ASSERT_TRUE(size) << extension;
+    EXPECT_THAT(*size, Pair(311, 23)) << extension;
+  }
+  EXPECT_THAT(*size_in_header("P5 # a comment\n 40000\n7 255\n"), Pair(40000, 7));
+  EXPECT_FALSE(size_in_header("GIF89a"));
+}
+
+TEST(Outlines, FilledAgainAreTheMask) {
+  // Parts that touch at a corner, a hole with an island, and what lies at the edges.
+  const std::vector<std::string> rows = {"##......#", "##.####.#", "..######.", "..#....#.",
+                                         "..#.##.##", "..#....##", "..######.", "#.......#"};
+  cv::Mat mask(static_cast<int>(rows.size()), 9, CV_8U);
+  for (int y = 0; y < mask.rows; ++y) {
+    for (int x = 0; x < mask.cols; ++x) mask.at<unsigned char>(y, x) = rows[y][x] == '#' ? 255 : 0;
+  }
+  Shape shape;
+  shape.polygons = outlines_of(mask, 0);
+  cv::Mat filled = cv::Mat::zeros(mask.size(), CV_8U);
+  for (const auto& polygon : shape.polygons) {
+    Shape part;
+    part.polygons = {polygon};
+    fill_shape(filled, part, "mask");
+  }
+  EXPECT_EQ(cv::countNonZero(filled != mask), 0);
 }
 
 TEST(Region, PixelsComeBackThroughTheImage) {
@@ -182,10 +271,16 @@ TEST(Tables, CsvQuotes) {
 }
 
 TEST(Html, Base64) {
-  EXPECT_EQ(base64(""), "");
-  EXPECT_EQ(base64("f"), "Zg==");
-  EXPECT_EQ(base64("fo"), "Zm8=");
-  EXPECT_EQ(base64("foo"), "Zm9v");
+  EXPECT_EQ(to_base64(""), "");
+  EXPECT_EQ(to_base64("f"), "Zg==");
+  EXPECT_EQ(to_base64("fo"), "Zm8=");
+  EXPECT_EQ(to_base64("foo"), "Zm9v");
+  for (const std::string bytes : {"", "f", "fo", "foo", "\xFF\x01"}) {
+    EXPECT_EQ(from_base64(to_base64(bytes)), bytes);
+  }
+  EXPECT_EQ(from_base64("Zm 9v\n"), "foo");
+  for (const char* wrong : {"Zm9", "Zm9-", "Z=9v", "===="})
+    EXPECT_FALSE(from_base64(wrong)) << wrong;
 }
 
 }  // namespace

@@ -1,4 +1,6 @@
 """What the host tests share: running the program, and small data sets made from nothing."""
+import ctypes
+import ctypes.util
 import json
 import os
 import pathlib
@@ -33,6 +35,13 @@ def png(width, height, value, bits=8, channels=1):
             + chunk(b"IEND", b""))
 
 
+def xxh64(data):
+    """XXH64 with seed 0, as state files use it."""
+    library = ctypes.CDLL(ctypes.util.find_library("xxhash") or "libxxhash.so.0")
+    library.XXH64.restype = ctypes.c_uint64
+    return library.XXH64(data, ctypes.c_size_t(len(data)), ctypes.c_uint64(0))
+
+
 def flat(value, side=12):
     """A gray picture of one brightness, told from others of it by its first pixel."""
     return png(side, side, lambda x, y: value + (1 if x == 0 else 0))
@@ -56,7 +65,7 @@ class HostTest(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.scratch, ignore_errors=True)
 
     def arguments(self, *args):
-        library = ["--library", LIBRARY] if LIBRARY and not {"check", "inspect", "convert"}.intersection(args[:1]) else []
+        library = ["--library", LIBRARY] if LIBRARY and not {"check", "inspect", "convert", "merge"}.intersection(args[:1]) else []
         return [PROGRAM, *map(str, args), *library]
 
     def run_host(self, *args, env=None, stdin=None):

@@ -1,5 +1,7 @@
 """What is wrong is refused with the documented exit code, by a line that names it, and nothing is written."""
 import json
+import os
+import struct
 import subprocess
 import unittest
 
@@ -44,7 +46,6 @@ class BadInput(HostTest):
             ("1,2,3", "process", "--state", reader, "--roi", "1,2,3", page),
             ("width", "process", "--state", reader, "--roi", "0,0,0,0,0,5", page),
             ("skew", "process", "--state", reader, "--roi", "0,0,0,90,4,5", page),
-            ("ocr", "batch", "--state", reader, "--data", dark, "--out", new),
             ("4/3", "batch", "--state", state, "--data", dark, "--out", new, "--shard", "4/3"),
             ("not empty", "batch", "--state", state, "--data", dark, "--out", dark),
             ("--size", "evaluate", "--state", state, "--data", dark, "--size", "3x4"),
@@ -185,14 +186,18 @@ class BadInput(HostTest):
     def test_pictures(self):
         state = self.train("classifier", self.brightness_set())
         jpeg = self.file("ab.jpg", b"\xff\xd8\xff\xe0" + b"\0" * 90)
+        # No pixels of it are there, and none are asked for: the header says enough.
+        huge = self.file("riesig.png", b"\x89PNG\r\n\x1a\n\0\0\0\rIHDR" + struct.pack(">II", 30000, 30000) + b"\x08\2\0\0\0")
+        os.mkfifo(self.scratch / "rohr.png")
         thin = self.file("dünn.png", png(1, 4, lambda x, y: 9))
         good = self.file("gut.png", flat(9))
-        done = self.run_host("process", "--state", state, jpeg, thin, self.scratch / "fehlt.png", good, "--json")
+        done = self.run_host("process", "--state", state, jpeg, thin, self.scratch / "fehlt.png", huge, self.scratch / "rohr.png",
+                             good, "--json")
         self.assertEqual(done.code, BAD_DATA)
         errors = [item.get("error", "") for item in json.loads(done.out)["images"]]
-        for part, error in zip(["cut off", "width 1", "no such file", ""], errors):
+        for part, error in zip(["cut off", "width 1", "no such file", "30000 x 30000", "is a pipe"], errors):
             self.assertIn(part, error)
-        self.assertEqual(errors[3], "")
+        self.assertEqual(errors[5], "")
         self.refused(BAD_DATA, "ab.jpg", "evaluate", "--state", state, "--data", self.one_picture(jpeg),
                      "--out", f"{self.scratch}/neu/tief/")
 

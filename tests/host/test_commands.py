@@ -48,27 +48,6 @@ class ClassifierCommands(HostTest):
         found = self.ok("evaluate", "--state", state, "--data", data)
         self.assertEqual((found["counts"]["images"], found["accuracy"]), (2, 1))
 
-    def test_batch_and_shards_give_each_picture_once(self):
-        state = self.train("classifier", self.brightness_set())
-        pictures = self.scratch / "alle"
-        for value in range(0, 250, 25):
-            self.file(f"alle/tief/{value}.png", flat(value))
-        self.file("alle/kaputt.png", b"no picture")
-        (pictures / "ring.png").symlink_to("ring.png")
-        done = self.run_host("batch", "--state", state, "--data", pictures, "--out", self.scratch / "ganz", "--json")
-        self.assertEqual((done.code, json.loads(done.out)["failed"]), (3, 2), str(done))
-        with open(self.scratch / "ganz/results.csv", newline="", encoding="utf-8") as stream:
-            whole = {row["file"]: row for row in csv.DictReader(stream)}
-        self.assertEqual(len(whole), 12)
-        self.assertIn("kaputt.png", whole["kaputt.png"]["error"])
-        self.assertEqual(whole["tief/225.png"]["category"], "hell")
-        shards = []
-        for i in (1, 2, 3):
-            self.run_host("batch", "--state", state, "--data", pictures, "--out", self.scratch / "teile", "--shard", f"{i}/3")
-            found = json.loads((self.scratch / f"teile/shard-{i}-of-3/results.json").read_text("utf-8"))
-            shards += [image["file"] for image in found["images"]]
-        self.assertEqual(sorted(shards), sorted(whole))
-
 
 class SegmenterCommands(HostTest):
     def test_check_train_process_evaluate_batch(self):
@@ -239,7 +218,7 @@ class Conversion(HostTest):
         source = self.file("c/labels.json", json.dumps(labels))
         self.ok("convert", "--from", "coco", "--tool", "ocr", "--labels", source, "--out", self.scratch / "leser")
         written = json.loads((self.scratch / "leser/labels.json").read_text("utf-8"))["images"]
-        self.assertEqual(written, [{"file": "bild.png", "characters": [{"x": 3.5, "y": 2, "category": "teil"}]}])
+        self.assertEqual(written, [{"file": "bild.png", "characters": [{"x": 3.5, "y": 2, "w": 4, "h": 3, "category": "teil"}]}])
 
     def test_labelme_boxes_become_characters(self):
         self.file("l/seite.png", png(40, 30, lambda x, y: 0 if (x, y) == (12, 10) else 255))
@@ -248,8 +227,9 @@ class Conversion(HostTest):
         out = self.scratch / "neu"
         self.ok("convert", "--from", "labelme", "--tool", "ocr", "--labels", self.scratch / "l", "--out", out)
         labels = json.loads((out / "labels.json").read_text("utf-8"))
-        self.assertEqual(labels["images"][0]["characters"], [{"x": 12, "y": 10, "category": "Ä"}])
-        state = self.train("ocr", out, "z.telvar", "--size", "15x15")
+        self.assertEqual(labels["images"][0]["characters"], [{"x": 12, "y": 10, "w": 15, "h": 15, "category": "Ä"}])
+        state = self.train("ocr", out, "z.telvar")
+        self.assertEqual(self.ok("inspect", "--state", state)["size"], [15, 15])  # the median box
         self.assertEqual(self.ok("evaluate", "--state", state, "--data", out)["character_error_rate"], 0)
 
 

@@ -2,27 +2,39 @@
 import json
 import os
 import pty
+import shutil
 import signal
 import struct
 import subprocess
 import time
 import unittest
 
-from support import HostTest, flat
+from support import HostTest, flat, xxh64
 
 
 class StateFiles(HostTest):
     def test_damage_is_named(self):
         state = self.train("ocr", self.text_set())
         whole = state.read_bytes()
-        artifact, = struct.unpack_from("<Q", whole, 24)
+        artifact, cache = (struct.unpack_from("<Q", whole, at)[0] for at in (24, 40))
+        about = 64 + artifact + cache
 
         def flipped(at):
             return whole[:at] + bytes([whole[at] ^ 1]) + whole[at + 1:]
 
+        def sealed(at, bytes):
+            """With other bytes in the header, and its checksum over them."""
+            header = whole[:at] + bytes + whole[at + len(bytes):56]
+            return header + struct.pack("<Q", xxh64(header)) + whole[64:]
+
         for part, content in [("magic", b""), ("magic", flipped(0)), ("cut off", whole[:40]),
                               ("header's checksum", flipped(16)), ("header's checksum", flipped(60)),
-                              ("bytes follow the header", whole[:-1]), ("bytes follow the header", whole + b"x"),
+                              ("bytes follow the header", whole[:about + 10]),
+                              ("the description has", whole[:-1]), ("the description has", whole + b"x"),
+                              ("the description's checksum", flipped(about + 20)),
+                              ("more than any state has", sealed(24, struct.pack("<Q", 1 << 60))),
+                              ("character size is invalid", sealed(16, struct.pack("<f", 1e30))),
+                              ("reads versions 1 and 2", sealed(8, struct.pack("<I", 3))),
                               ("artifact's checksum", flipped(64)),
                               ("train cache's checksum", flipped(64 + artifact))]:
             with self.subTest(part):
@@ -31,6 +43,41 @@ class StateFiles(HostTest):
                 self.assertEqual(done.code, 3)
                 self.assertIn(part, json.loads(done.out)["error"]["message"])
                 self.assertIn("kaputt.telvar", done.out)
+
+    def test_a_state_says_what_it_knows(self):
+        state = self.train("classifier", self.brightness_set())
+        self.file("mehr/hell/1.png", flat(210))
+        self.file("mehr/halb é/2.png", flat(110))
+        more = ["--tool", "classifier", "--data", self.scratch / "mehr"]
+        checked = self.run_host("check", *more, "--from", state, "--json")
+        found = json.loads(checked.out)
+        # One more of what the state knows is enough; of what it does not know, one is too few.
+        self.assertEqual([problem["kind"] for problem in found["problems"]], ["single_sample"])
+        self.assertIn("halb é", found["problems"][0]["why"])
+        self.assertEqual(found["new_categories"], ["halb é"])
+        measured = self.ok("evaluate", "--state", state, "--data", self.scratch / "mehr")
+        self.assertEqual(measured["unknown_categories"], ["halb é"])
+        self.ok("train", *more, "--from", state, "--state", self.scratch / "weiter.telvar")
+        artifact = self.scratch / "artefakt"
+        about = self.ok("inspect", "--state", self.scratch / "weiter.telvar", "--extract", artifact)
+        self.assertEqual(about["categories"], ["dunkel é", "halb é", "hell"])
+        self.assertEqual([training["images"] for training in about["trainings"]], [6, 2])
+        self.assertEqual(about["trainings"][1]["counts"], {"halb é": 1, "hell": 1})
+        self.assertIn(b"\thell\n", artifact.read_bytes())
+        self.assertEqual(len(artifact.read_bytes()), about["artifact_bytes"])
+
+    def test_a_state_of_the_first_format_still_serves(self):
+        whole = self.train("classifier", self.brightness_set()).read_bytes()
+        artifact, cache = (struct.unpack_from("<Q", whole, at)[0] for at in (24, 40))
+        header = whole[:8] + struct.pack("<I", 1) + whole[12:56]
+        old = self.file("alt.telvar", header + struct.pack("<Q", xxh64(header)) + whole[64:64 + artifact + cache])
+        about = self.ok("inspect", "--state", old)
+        self.assertEqual((about["format_version"], about["categories"], about["trainings"]), (1, None, []))
+        more = ["--tool", "classifier", "--data", self.scratch / "licht", "--from", old]
+        self.assertIn("does not say which categories", self.run_host("check", *more).err)
+        self.ok("train", *more, "--state", self.scratch / "weiter.telvar")
+        about = self.ok("inspect", "--state", self.scratch / "weiter.telvar")
+        self.assertEqual((about["categories"], len(about["trainings"])), (None, 1))
 
     def test_nothing_is_overwritten_without_force(self):
         data = self.brightness_set()
@@ -99,9 +146,11 @@ class Places(HostTest):
         _, err = process.communicate(timeout=60)
         self.assertEqual(process.returncode, 1)
         self.assertIn(b"results.csv: was written by another program", err)
-        self.assertEqual((foreign.read_text(), [foreign]), ("fremd", list(out.iterdir())))
+        self.assertEqual(foreign.read_text(), "fremd")
+        self.assertEqual(sorted(path.name for path in out.iterdir()), ["results.csv", "unfinished"])
         foreign.unlink()
         self.ok(*batch)
+        self.assertEqual(sorted(path.name for path in out.iterdir()), ["results.csv", "results.json"])
         self.assertEqual((out.stat().st_ino, out.stat().st_mode), (before.st_ino, before.st_mode))
 
 
@@ -133,19 +182,29 @@ class Interrupts(HostTest):
         state = self.train("classifier", self.brightness_set())
         for i in range(400):
             self.file(f"viele/{i}.png", flat(i % 250, side=60))
-        files = self.files()
         batch = ["batch", "--state", state, "--data", self.scratch / "viele", "--json", "--out"]
-        for count, out in enumerate(["aus", "aus/", "tief/er/aus", "tief/er/aus/", "aus"]):
-            process = self.start(*batch, f"{self.scratch}/{out}")
+        self.ok(*batch[:-2], "--out", self.scratch / "ganz")
+        whole = json.loads((self.scratch / "ganz/results.json").read_text("utf-8"))
+        files = self.files()
+        kept = 0
+        for count, name in enumerate(["aus", "aus", "aus/", "tief/er/aus", "tief/er/aus/"]):
+            out = self.scratch / name
+            process = self.start(*batch, out)
             seen = time.monotonic()
-            # The hidden folder shows that the run has begun.
-            self.interrupted(process, lambda: any(".telvar-" in file for file in self.files())
-                             and time.monotonic() > seen + 0.01 * count)
-            self.assertEqual(self.files(), files)
-        # What another run puts into the folder that this one made stays.
-        process = self.start(*batch, self.scratch / "tief/er", "--shard", "1/2")
-        self.interrupted(process, lambda: (self.scratch / "tief/er").is_dir() and self.file("tief/er/notiz.txt", "bleibt"))
-        self.assertEqual(set(self.files()) - set(files), {"tief", "tief/er", "tief/er/notiz.txt"})
+            moment = ("unfinished", "unfinished/.results")[count % 2]
+            self.interrupted(process, lambda: (out / moment).exists() and time.monotonic() > seen + 0.01 * count)
+            # Nothing is left of a run that had no results yet; others keep theirs out of sight.
+            done = (out / "unfinished/.results").exists()
+            kept += done
+            if not done:
+                self.assertEqual(self.files(), files)
+            else:
+                self.assertEqual([path.name for path in out.iterdir()], ["unfinished"])
+                self.ok(*batch[:-2], "--out", out)
+                self.assertEqual(json.loads((out / "results.json").read_text("utf-8")), whole)
+                self.assertEqual(sorted(path.name for path in out.iterdir()), ["results.csv", "results.json"])
+            shutil.rmtree(self.scratch / name.split("/")[0], ignore_errors=True)
+        self.assertGreater(kept, 0)
 
     def test_after_the_outcome_it_only_ends_the_program(self):
         data = self.brightness_set()
