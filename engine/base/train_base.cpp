@@ -52,7 +52,8 @@ PreparedSample read_sample(const std::string& folder, const Json& image, const B
   const std::string file = folder + "/" + image["file"].get<std::string>();
   const cv::Mat pixels = cv::imread(file, cv::IMREAD_GRAYSCALE);
   if (pixels.empty()) throw std::runtime_error(file + " cannot be read");
-  const auto width = static_cast<unsigned>(pixels.cols), height = static_cast<unsigned>(pixels.rows);
+  const auto width = static_cast<unsigned>(pixels.cols),
+             height = static_cast<unsigned>(pixels.rows);
   const types::ImageView view(width, height, static_cast<unsigned>(pixels.step), 1, 8, 0,
                               pixels.data);
   PreparedSample sample = prepare(view, core::whole_image(view), set.size, file);

@@ -102,10 +102,10 @@ class Network {
   void initialise(core::Random& random);
 
   /// Takes over what a network of the same layers, but with fewer answers and perhaps fewer input
-  /// channels, has learned: answer i of its pointwise layer `head` becomes answer places[i] here, and
-  /// is left out where that is kNone.
-  /// Weights of input channels that it does not have become 0; answers that it does not have stay
-  /// as they are. Throws std::out_of_range when the layers differ.
+  /// channels, has learned: answer i of its pointwise layer `head` becomes answer places[i] here,
+  /// and is left out where that is kNone. Weights of input channels that it does not have become 0;
+  /// answers that it does not have stay as they are. Throws std::out_of_range when the layers
+  /// differ.
   void adopt(const Network& other, const std::string& head, const std::vector<int>& places);
 
  private:

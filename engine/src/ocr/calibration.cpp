@@ -19,8 +19,8 @@ constexpr double kLeastProbability = 1e-4;
 double cost_of(const Judged& judged, float sharpness) {
   std::vector<float> scores = judged.scores;
   sharpen(scores, sharpness);
-  return -std::log(std::max<double>(scores[static_cast<std::size_t>(judged.category)],
-                                    kLeastProbability));
+  return -std::log(
+      std::max<double>(scores[static_cast<std::size_t>(judged.category)], kLeastProbability));
 }
 
 }  // namespace
@@ -30,8 +30,7 @@ float fit_sharpness(const std::vector<Judged>& judged) {
   double best_cost = std::numeric_limits<double>::max();
   float best = kUsualSharpness;
   for (int i = 0; i < kCandidates; ++i) {
-    const auto candidate =
-        kLeastSharpness * std::exp2(static_cast<float>(i) * 0.25f);
+    const auto candidate = kLeastSharpness * std::exp2(static_cast<float>(i) * 0.25f);
     const double octaves = std::log2(candidate / kUsualSharpness);
     double cost = kBelief * octaves * octaves;
     for (const Judged& one : judged) cost += cost_of(one, candidate);

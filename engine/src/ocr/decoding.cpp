@@ -122,8 +122,8 @@ class Selection {
 
   const std::vector<char>& select() {
     for (std::size_t i = 0; i < characters_.size(); ++i) {
-      read_[i] = is_certain(characters_[i]) &&
-                 (rank(characters_[i]) >= kLoneThreshold || has_company(i));
+      read_[i] =
+          is_certain(characters_[i]) && (rank(characters_[i]) >= kLoneThreshold || has_company(i));
     }
     // Each one that is read may be the neighbour that the next one needs.
     while (take_doubtful()) {

@@ -15,8 +15,8 @@ namespace telvar::ocr {
 struct LearningPlan {
   int steps = 0;
   double peak_rate = 4e-3;
-  double warm_up = 0.05;     // share of the steps
-  double final_rate = 0.01;  // share of peak_rate at the end
+  double warm_up = 0.05;       // share of the steps
+  double final_rate = 0.01;    // share of peak_rate at the end
   float uncertain_weight = 1;  // of background that is not certain (ocr/targets.h)
   int crops_per_step = 2;      // many steps of few crops learn most in a given time
   float exchanged = 0.4f;      // share of crops with light and dark exchanged

@@ -27,12 +27,14 @@ struct Effort {
   int round_steps = 500;
   int most_rounds = 9;
   int finish_steps = 3500;
-  int fold_steps = 400;        // of each fold's network
-  int few_steps = 1500;        // of the delivered network, where there are few images
+  int fold_steps = 400;  // of each fold's network
+  int few_steps = 1500;  // of the delivered network, where there are few images
 };
 
-/// When a network reads new images well before it has learned anything of them.
+/// When a network reads new images well before it has learned anything of them. From the lower rate
+/// on, what it reads without a label is taken for a character from the start.
 constexpr double kGoodFromTheStart = 0.97;
+constexpr double kTrustedFromTheStart = 0.8;
 constexpr Effort kTouchUp{200, 2, 300, 100, 300};
 
 /// A round must read so much more of what is held out, or so many labels, to count as better.
@@ -54,7 +56,8 @@ struct Count {
 };
 
 std::uint64_t digest_of(const PreparedSample& sample) {
-  return core::checksum({reinterpret_cast<const char*>(sample.pixels.data()), sample.pixels.size()});
+  return core::checksum(
+      {reinterpret_cast<const char*>(sample.pixels.data()), sample.pixels.size()});
 }
 
 /// Old indexes to new ones: where each of `from` stands in `to`, nn::kNone where it does not; both
@@ -198,6 +201,18 @@ class Training {
     return flags;
   }
 
+  /// How well new images are read before anything was learned of them decides on the effort. What
+  /// the network finds without a label on them is not taught as background, if it can be trusted.
+  Effort look_before() {
+    const double rate = read(state_.net, chosen([](int) { return true; })).count.rate();
+    if (rate >= kTrustedFromTheStart) {
+      settle_unlabelled();
+    } else {
+      for (PreparedSample& sample : samples_) sample.unlabelled.clear();
+    }
+    return rate >= kGoodFromTheStart ? kTouchUp : Effort();
+  }
+
   static bool is_better(const Count& now, const Count& best) {
     return now.right - best.right >= std::max(1.0, kLeastGain * now.all);
   }
@@ -205,8 +220,8 @@ class Training {
   float learn_holding_out() {
     const std::vector<char> held =
         chosen([](int i) { return i % kHoldOutEvery == kHoldOutEvery - 1; });
+    const Effort effort = look_before();
     Reading reading = read(state_.net, held);
-    const Effort effort = reading.count.rate() >= kGoodFromTheStart ? kTouchUp : Effort();
     Count best = reading.count;
     int idle = 0, rounds = 0;
     while (rounds < effort.most_rounds && idle < kPatience) {
@@ -230,9 +245,7 @@ class Training {
 
   /// Each fold of the new images is read by a network that learned from everything else.
   float learn_from_few() {
-    const std::vector<char> fresh = chosen([](int) { return true; });
-    const Effort effort =
-        read(state_.net, fresh).count.rate() >= kGoodFromTheStart ? kTouchUp : Effort();
+    const Effort effort = look_before();
     Count unseen;
     std::vector<Judged> judged;
     for (int fold = 0; fold < kFolds && new_.size() >= kFolds; ++fold) {

@@ -88,9 +88,9 @@ std::tuple<std::string, std::string> run(Request request, const types::ImageLoad
   }
   const core::LibraryThreadScope scope;  // not around the loader, which is the host's
   core::WorkerPool pool;
-  const reader::TrainingOutcome outcome = reader::train_reader(
-      std::move(request.previous), request.categories, request.dataset.size,
-      std::move(request.prepared), 0, pool);
+  const reader::TrainingOutcome outcome =
+      reader::train_reader(std::move(request.previous), request.categories, request.dataset.size,
+                           std::move(request.prepared), 0, pool);
   core::ArenaMessage<msg::TrainingResult> result;
   add_confidences(request, outcome, *result);
   result->set_result_value(outcome.reading_rate);

@@ -70,8 +70,10 @@ TEST(Decoding, ReadsAWeakCharacterWhereALineHasAPlaceForIt) {
     const char* where;
     float x, y, objectness;
     std::size_t read;
-  } cases[] = {{"next in line", 96, 2, 0.4f, 5},      {"before the first", -24, -2, 0.4f, 5},
-               {"too weak", 96, 2, 0.25f, 4},         {"off the course", 96, 14, 0.4f, 4},
+  } cases[] = {{"next in line", 96, 2, 0.4f, 5},
+               {"before the first", -24, -2, 0.4f, 5},
+               {"too weak", 96, 2, 0.25f, 4},
+               {"off the course", 96, 14, 0.4f, 4},
                {"too far from the last", 115, 0, 0.4f, 4}};
   for (const auto& one : cases) {
     EXPECT_EQ(line_with(one.x, one.y, one.objectness), one.read) << one.where;

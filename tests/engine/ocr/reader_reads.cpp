@@ -205,8 +205,8 @@ TEST(Reader, SaysWhenNothingCouldBeHeldOut) {
     }
     msg::TrainingResult result;
     const auto cache = qv::ocr::TrainCache::create(0);
-    EXPECT_TRUE(result.ParseFromString(std::get<0>(
-        qv::ocr::train(artifact, set.dataset(), "", set.loader(), *cache))));
+    EXPECT_TRUE(result.ParseFromString(
+        std::get<0>(qv::ocr::train(artifact, set.dataset(), "", set.loader(), *cache))));
     return result.result_value();
   };
   EXPECT_LT(rate_of("", 0, 1), -0.5f) << "a single image";
