@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the other scripts: what somebody who waits sees. Nothing stays silent for ten seconds.
 
 # clock <seconds>: 75 as 1:15.

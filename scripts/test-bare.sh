@@ -39,12 +39,16 @@ make_minimal() {
   mv "$cache/new.tar" "$minimal"
 }
 
-prepare() {
-  mkdir -p "$cache/archives/partial"
-  make_minimal
+unpack() {
   rm -rf "$tree"
   mkdir -p "$tree"
   tar -xf "$minimal" -C "$tree"
+}
+
+prepare() {
+  mkdir -p "$cache/archives/partial"
+  make_minimal
+  run_to_log "unpacking it" build/bare.log unpack
   cp "$cache/apt.conf" "$tree/etc/apt/apt.conf.d/00machine"
   cp -L /etc/resolv.conf /etc/hosts "$tree/etc/"
   echo force-unsafe-io >"$tree/etc/dpkg/dpkg.cfg.d/unsafe-io"  # the tree need not survive a power cut

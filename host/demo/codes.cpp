@@ -1,6 +1,4 @@
 #include <algorithm>
-#include <array>
-#include <cmath>
 #include <opencv2/imgproc.hpp>
 
 #include "app/errors.h"
@@ -8,7 +6,7 @@
 #include "datasets/layout.h"
 #include "datasets/ocr_labels.h"
 #include "demo/demo_sets.h"
-#include "demo/dot_font.h"
+#include "demo/printed_code.h"
 #include "images/read_image.h"
 
 namespace fs = std::filesystem;
@@ -16,9 +14,6 @@ namespace fs = std::filesystem;
 namespace telvar_host {
 namespace {
 
-constexpr double kDotPitch = 2.5;  // pixels
-const NominalSize kCharacterSize{static_cast<float>(kDotColumns * kDotPitch),
-                                 static_cast<float>(kDotRows* kDotPitch)};
 const cv::Size kImageSize{208, 84};
 constexpr std::size_t kLetters = 4;  // of a lot number, before its four digits
 const std::string kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
@@ -51,7 +46,7 @@ std::string two_digits(int number) {
 }
 
 // A lot number, and the day until which it is good.
-std::array<std::string, 2> random_code(cv::RNG& rng, Deck& letters) {
+std::vector<std::string> random_code(cv::RNG& rng, Deck& letters) {
   std::string lot;
   for (std::size_t i = 0; i < kLetters; ++i) lot += letters.deal();
   lot += two_digits(rng.uniform(0, 100)) + two_digits(rng.uniform(0, 100));
@@ -80,74 +75,6 @@ cv::Mat random_surface(cv::RNG& rng, const Scenes& scenes) {
   return surface;
 }
 
-// How much ink lies where: drops of about a dot's pitch, none quite in its place.
-class Print {
- public:
-  Print(cv::RNG& rng, cv::Size size) : rng_(rng), ink_(size, CV_32F, cv::Scalar(0)) {}
-
-  void drop(cv::Point2d centre) {
-    centre.x += rng_.gaussian(0.09 * kDotPitch);
-    centre.y += rng_.gaussian(0.09 * kDotPitch);
-    const double radius = kDotPitch * rng_.uniform(0.42, 0.56);
-    const double strength = rng_.uniform(0.75, 1.0);
-    const auto reach = static_cast<int>(std::ceil(2 * radius));
-    for (int y = cvRound(centre.y) - reach; y <= cvRound(centre.y) + reach; ++y) {
-      for (int x = cvRound(centre.x) - reach; x <= cvRound(centre.x) + reach; ++x) {
-        if (x < 0 || y < 0 || x >= ink_.cols || y >= ink_.rows) continue;
-        const double distance = std::hypot(x - centre.x, y - centre.y) / radius;
-        const auto here = static_cast<float>(strength * std::exp(-std::pow(distance, 4)));
-        ink_.at<float>(y, x) = std::max(ink_.at<float>(y, x), here);
-      }
-    }
-  }
-
-  const cv::Mat& ink() const { return ink_; }
-
- private:
-  cv::RNG& rng_;
-  cv::Mat ink_;
-};
-
-// Prints both lines, turned by a few degrees about the middle; returns where each character stands.
-std::vector<CharacterMark> print_code(cv::RNG& rng, const std::array<std::string, 2>& code,
-                                      Print& print) {
-  const double angle = rng.uniform(-4.0, 4.0) * CV_PI / 180;
-  const cv::Point2d origin(kImageSize.width / 2.0 + rng.uniform(-15.0, 15.0),
-                           kImageSize.height / 2.0 + rng.uniform(-6.0, 6.0));
-  const auto placed = [&](double column, double row) {
-    const cv::Point2d flat(column * kDotPitch, row * kDotPitch);
-    return origin + cv::Point2d(flat.x * std::cos(angle) - flat.y * std::sin(angle),
-                                flat.x * std::sin(angle) + flat.y * std::cos(angle));
-  };
-  constexpr double kAdvance = kDotColumns + 1.4;
-  constexpr double kLineDistance = kDotRows + 4;
-  std::vector<CharacterMark> marks;
-  for (std::size_t line = 0; line < code.size(); ++line) {
-    const double top = (static_cast<double>(line) - 1) * kLineDistance + 2;
-    const double first = -kAdvance * static_cast<double>(code[line].size()) / 2;
-    for (std::size_t i = 0; i < code[line].size(); ++i) {
-      const double left = first + kAdvance * static_cast<double>(i);
-      for (const auto& dot : dots_of(code[line][i])) print.drop(placed(left + dot.x, top + dot.y));
-      const auto centre = placed(left + (kDotColumns - 1) / 2.0, top + (kDotRows - 1) / 2.0);
-      marks.push_back({centre.x, centre.y, std::string(1, code[line][i])});
-    }
-  }
-  return marks;
-}
-
-// What a camera makes of it: ink on the surface, a little out of focus, with the sensor's noise.
-cv::Mat photographed(cv::RNG& rng, const cv::Mat& surface, const cv::Mat& ink) {
-  constexpr double kInk = 30;
-  const double opacity = rng.uniform(0.7, 0.95);
-  cv::Mat image = surface + opacity * ink.mul(kInk - surface);
-  cv::GaussianBlur(image, image, {}, rng.uniform(0.4, 0.8));
-  cv::Mat noise(image.size(), CV_32F);
-  rng.fill(noise, cv::RNG::NORMAL, 0, 4);
-  image += noise;
-  image.convertTo(image, CV_8U);
-  return image;
-}
-
 Scenes scenes_in(const fs::path& images, const std::vector<std::string>& folders) {
   Scenes scenes;
   for (const auto& folder : folders) {
@@ -167,17 +94,16 @@ void write_part(cv::RNG rng, const Scenes& scenes, std::size_t count, const std:
                 OutputFolder& out) {
   Deck letters(rng);
   OcrData data;
-  data.size = kCharacterSize;
+  data.size = printed_character_size();
   for (std::size_t i = 0; i < count; ++i) {
     const auto code = random_code(rng, letters);
-    Print print(rng, kImageSize);
+    const auto printed = print_code(rng, random_surface(rng, scenes), code);
     OcrItem item;
-    item.characters = print_code(rng, code, print);
+    item.characters = printed.characters;
     const auto number = std::to_string(i + 1);
     item.file = std::string(3 - std::min<std::size_t>(3, number.size()), '0') + number + ".png";
-    item.lines = {code[0], code[1]};
-    const auto image = photographed(rng, random_surface(rng, scenes), print.ink());
-    out.write(path_from_utf8(folder) / item.file, encoded(image, ".png"));
+    item.lines = code;
+    out.write(path_from_utf8(folder) / item.file, encoded(printed.image, ".png"));
     data.items.push_back(std::move(item));
   }
   out.write(path_from_utf8(folder + "/labels.json"), labels_json(data, ""));
