@@ -33,8 +33,8 @@ class TELVAR_TYPES_API TelvarException : public std::exception {
   std::string message_;
 };
 
-/// A malformed message, parameters out of range, too few samples, a data set that contradicts
-/// itself, or a fielding pattern that is empty or that nothing matches.
+/// A malformed message, parameters out of range, too few samples, a data set that is too large or
+/// contradicts itself or its images, and whatever fails in fielding.
 class TELVAR_TYPES_API InvalidArgumentException : public TelvarException {
  public:
   explicit InvalidArgumentException(const std::string& message);
@@ -52,9 +52,9 @@ class TELVAR_TYPES_API InvalidImageException : public TelvarException {
   ~InvalidImageException() override;
 };
 
-/// An image that is empty, too small for the tool, or beyond the engine's limits; from a loader
-/// also one without pixels, whatever its layout. In the character reader also a region that holds
-/// too many characters of the nominal size.
+/// An image that is empty, too small for the tool, or beyond the engine's limits; from an image
+/// loader also one without pixels, whatever its layout. In the character reader also a region that
+/// holds too many characters of the nominal size.
 class TELVAR_TYPES_API InvalidImageSizeException : public TelvarException {
  public:
   explicit InvalidImageSizeException(const std::string& message);

@@ -70,10 +70,10 @@ struct TELVAR_TYPES_API ResultImage {
 ///
 /// The library copies the pixels and releases the returned image before it asks for the next one.
 /// An image without pixels, or a null pointer, counts as an empty image, which the embedded engine
-/// rejects with InvalidImageSizeException. An exception
-/// from a loader passes through the engine; with the embedded engine it reaches the caller of
-/// `Train` or `BatchProcess` unchanged. The loader may be called on a thread that the engine
-/// chooses; the embedded engine stays on the calling thread.
+/// rejects with InvalidImageSizeException (as a mask, whose size is then not its image's, with
+/// InvalidArgumentException). An exception from a loader passes through the engine; with the
+/// embedded engine it reaches the caller of `Train` or `BatchProcess` unchanged. The loader may be
+/// called on a thread that the engine chooses; the embedded engine stays on the calling thread.
 using ImageLoader = std::function<std::shared_ptr<Image>(const std::string& imageId)>;
 
 }  // namespace Orbalt::TelvarWrapper::Types
