@@ -1,12 +1,14 @@
 """The image classifier and its records."""
 
+import time
 from dataclasses import dataclass, field
 from typing import Dict, List, Mapping, NamedTuple, Optional
 
 from telvar import _native
+from telvar.about import About, about_of, with_training
 from telvar.images import ImageLoader, Pixels
 from telvar.records import Data
-from telvar.state import Path, read_state_of, write_data
+from telvar.state import Path, State, read_state_of, write_state
 
 __all__ = ["CategoryScore", "Dataset", "Sample", "SmartClassifier", "TrainingResult"]
 
@@ -49,19 +51,24 @@ class TrainingResult:
 class SmartClassifier:
     """Scores whole images against the categories it was trained on."""
 
-    def __init__(self, data: Optional[Data] = None) -> None:
+    #: What `save` writes of the tool's trainings: see `telvar.about`. Kept up to date by `train`.
+    about: About
+
+    def __init__(self, data: Optional[Data] = None, about: Optional[About] = None) -> None:
         """From a stored state; None: untrained. A bad artifact shows at the first call that needs it."""
         data = data or Data()
+        self.about = about_of(data, about)
         self._tool = _native.SmartClassifier(data.artifact, data.train_cache)
 
     @classmethod
     def load(cls, path: Path) -> "SmartClassifier":
         """From a state file. Raises OSError and StateError."""
-        return cls(read_state_of("classifier", path).data)
+        state = read_state_of("classifier", path)
+        return cls(state.data, state.about)
 
     def save(self, path: Path) -> None:
         """Writes the state file, whole or not at all; replaces what is there. Raises OSError."""
-        write_data("classifier", self.get_data(), path)
+        write_state(path, State("classifier", self.get_data(), about=self.about))
 
     def get_data(self) -> Data:
         """The current state, to be stored."""
@@ -73,7 +80,12 @@ class SmartClassifier:
         Raises InvalidArgumentException, InvalidLabelException, the image and artifact exceptions, and what `load_image`
         raises; artifact and model are then as before, the train cache may have changed.
         """
-        return self._tool.train(dataset, load_image)
+        start = time.monotonic()
+        result = self._tool.train(dataset, load_image)
+        categories = [sample.category_id for sample in dataset.samples.values()]
+        self.about = with_training(
+            self.about, len(categories), categories, result.overall_score, time.monotonic() - start)
+        return result
 
     def process(self, image: Pixels) -> List[CategoryScore]:
         """Scores one image: one entry a category, by ascending category. The first call builds the model.

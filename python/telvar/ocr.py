@@ -3,13 +3,15 @@
 All positions and sizes are in region pixels: those of the region that is read, or of the image where there is none.
 """
 
+import time
 from dataclasses import dataclass, field
 from typing import Dict, List, Mapping, NamedTuple, Optional, Sequence, Tuple, Union
 
 from telvar import _native
+from telvar.about import About, about_of, with_training
 from telvar.images import ImageLoader, Pixels
 from telvar.records import ROI, Data
-from telvar.state import Path, read_state_of, write_data
+from telvar.state import Path, State, read_state_of, write_state
 
 __all__ = [
     "AdvancedFielding",
@@ -162,9 +164,18 @@ class SmartOCR:
     #: last training; None when neither was.
     size: Optional[Tuple[float, float]]
 
-    def __init__(self, data: Optional[Data] = None, size: Optional[Tuple[float, float]] = None) -> None:
+    #: What `save` writes of the tool's trainings: see `telvar.about`. Kept up to date by `train`.
+    about: About
+
+    def __init__(
+        self,
+        data: Optional[Data] = None,
+        size: Optional[Tuple[float, float]] = None,
+        about: Optional[About] = None,
+    ) -> None:
         """From a stored state; None: untrained. A bad artifact shows at the first call that needs it."""
         data = data or Data()
+        self.about = about_of(data, about)
         self._tool = _native.SmartOCR(data.artifact, data.train_cache)
         self.size = size
 
@@ -172,11 +183,11 @@ class SmartOCR:
     def load(cls, path: Path) -> "SmartOCR":
         """From a state file, with its size. Raises OSError and StateError."""
         state = read_state_of("ocr", path)
-        return cls(state.data, state.size)
+        return cls(state.data, state.size, state.about)
 
     def save(self, path: Path) -> None:
         """Writes the state file with `size`, whole or not at all; replaces what is there. Raises OSError."""
-        write_data("ocr", self.get_data(), path, self.size)
+        write_state(path, State("ocr", self.get_data(), self.size, self.about))
 
     def get_data(self) -> Data:
         """The current state, to be stored."""
@@ -188,7 +199,11 @@ class SmartOCR:
         Raises InvalidArgumentException, InvalidLabelException, the image, region and artifact exceptions, and what
         `load_image` raises; artifact and model are then as before, the train cache may have changed.
         """
+        start = time.monotonic()
         result = self._tool.train(dataset, load_image)
+        categories = [label.category_id for data in dataset.train_data for label in data.assignments]
+        self.about = with_training(
+            self.about, len(dataset.train_data), categories, result.result_value, time.monotonic() - start)
         self.size = (dataset.width, dataset.height)
         return result
 

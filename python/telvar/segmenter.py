@@ -1,12 +1,14 @@
 """The pixel segmenter and its records."""
 
+import time
 from dataclasses import dataclass, field
 from typing import Dict, Mapping, Optional, Sequence
 
 from telvar import _native
+from telvar.about import About, about_of, with_training
 from telvar.images import ImageLoader, Pixels, ResultImage
 from telvar.records import ROI, Data
-from telvar.state import Path, read_state_of, write_data
+from telvar.state import Path, State, read_state_of, write_state
 
 __all__ = ["Dataset", "Sample", "SmartSegmenter", "TrainingResult"]
 
@@ -48,19 +50,24 @@ class SmartSegmenter:
     image: the probability 0..255 that the pixel belongs to the category.
     """
 
-    def __init__(self, data: Optional[Data] = None) -> None:
+    #: What `save` writes of the tool's trainings: see `telvar.about`. Kept up to date by `train`.
+    about: About
+
+    def __init__(self, data: Optional[Data] = None, about: Optional[About] = None) -> None:
         """From a stored state; None: untrained. A bad artifact shows at the first call that needs it."""
         data = data or Data()
+        self.about = about_of(data, about)
         self._tool = _native.SmartSegmenter(data.artifact, data.train_cache)
 
     @classmethod
     def load(cls, path: Path) -> "SmartSegmenter":
         """From a state file. Raises OSError and StateError."""
-        return cls(read_state_of("segmenter", path).data)
+        state = read_state_of("segmenter", path)
+        return cls(state.data, state.about)
 
     def save(self, path: Path) -> None:
         """Writes the state file, whole or not at all; replaces what is there. Raises OSError."""
-        write_data("segmenter", self.get_data(), path)
+        write_state(path, State("segmenter", self.get_data(), about=self.about))
 
     def get_data(self) -> Data:
         """The current state, to be stored."""
@@ -72,7 +79,12 @@ class SmartSegmenter:
         Raises InvalidArgumentException, the image, region and artifact exceptions, and what the loaders raise; artifact
         and model are then as before, the train cache may have changed.
         """
-        return self._tool.train(dataset, load_image, load_mask)
+        start = time.monotonic()
+        result = self._tool.train(dataset, load_image, load_mask)
+        categories = [category for sample in dataset.samples for category in sample.category_masks]
+        self.about = with_training(
+            self.about, len(dataset.samples), categories, result.score, time.monotonic() - start)
+        return result
 
     def process(self, image: Pixels, roi: Optional[ROI] = None) -> Dict[str, ResultImage]:
         """Segments the image inside `roi` (None: the whole image). The first call builds the model.

@@ -17,14 +17,14 @@ The program `telvar` reads and writes the same files. Layout, little endian:
 """
 
 import json
-import math
 import os
 import struct
 import tempfile
 from dataclasses import dataclass
-from typing import Any, Dict, Optional, Tuple, Union
+from typing import Optional, Tuple, Union
 
 from telvar._native import xxh64
+from telvar.about import About, is_about
 from telvar.records import Data
 
 __all__ = ["State", "StateError", "read_state", "write_state"]
@@ -37,6 +37,7 @@ _FIELDS = struct.Struct("<8sIIffQQQQ")
 _CHECKSUM = struct.Struct("<Q")
 _HEADER = _FIELDS.size + _CHECKSUM.size
 _TAIL = struct.Struct("<QQ")
+_LARGEST_SIZE = 1e6  # pixels
 _TOOLS = {1: "ocr", 2: "classifier", 3: "segmenter"}
 
 
@@ -53,8 +54,8 @@ class State:
     data: Data
     #: Nominal width and height of a character, region pixels; None when unknown, and for the other tools.
     size: Optional[Tuple[float, float]] = None
-    #: What the file says of itself: `categories` and `trainings` (docs/host.md, "State file"); None when it says nothing.
-    about: Optional[Dict[str, Any]] = None
+    #: What the file says of itself, see `telvar.about`; None when it says nothing.
+    about: Optional[About] = None
 
 
 def read_state(path: Path) -> State:
@@ -98,11 +99,6 @@ def read_state_of(tool: str, path: Path) -> State:
     return state
 
 
-def write_data(tool: str, data: Data, path: Path, size: Optional[Tuple[float, float]] = None) -> None:
-    """Writes the state file of a certain tool."""
-    write_state(path, State(tool, data, size))
-
-
 def _parse_header(
     header: bytes, path: Path
 ) -> Tuple[int, str, Optional[Tuple[float, float]], Tuple[int, int], Tuple[int, int]]:
@@ -123,18 +119,19 @@ def _parse_header(
     return version, _TOOLS[tool], size, (artifact, cache), (artifact_sum, cache_sum)
 
 
-def _read_about(tail: bytes, path: Path) -> Dict[str, Any]:
+def _read_about(tail: bytes, path: Path) -> About:
     length, checksum = _TAIL.unpack_from(tail)
     text = tail[_TAIL.size:]
     if length != len(text):
         raise StateError(f"{path}: damaged state file: the description has {len(text)} bytes, not {length}")
     if xxh64(text) != checksum:
         raise StateError(f"{path}: damaged state file: the description's checksum is wrong")
+    about: About = {}
     try:
         about = json.loads(text)
     except ValueError:
-        about = None
-    if not isinstance(about, dict):
+        pass
+    if not is_about(about):
         raise StateError(f"{path}: damaged state file: the description is not of its form")
     return about
 
@@ -142,7 +139,8 @@ def _read_about(tail: bytes, path: Path) -> Dict[str, Any]:
 def _is_size(tool: str, width: float, height: float) -> bool:
     if tool != "ocr":
         return width == 0 and height == 0
-    return math.isfinite(width) and width >= 0 and math.isfinite(height) and height >= 0
+    # False for what is no number.
+    return 0 <= width <= _LARGEST_SIZE and 0 <= height <= _LARGEST_SIZE
 
 
 def _replace(path: Path, content: bytes) -> None:

@@ -7,7 +7,7 @@ import subprocess
 import pytest
 
 import telvar
-from telvar import _native, ocr
+from telvar import _native, classifier
 
 DATA = telvar.Data(b"artifact \0\xff", b"cache")
 
@@ -45,7 +45,7 @@ def test_a_description_is_kept_and_checked(path):
 
 
 def test_the_bytes_are_those_of_the_documented_layout(path):
-    telvar.write_state(path, telvar.State("ocr", telvar.Data(b"", b""), (1.0, 2.0)))
+    telvar.write_state(path, telvar.State("ocr", telvar.Data(), (1.0, 2.0)))
     fields = struct.pack("<8sIIffQQQQ", b"TLVSTATE", 1, 1, 1, 2, 0, 0xEF46DB3751D8E999, 0, 0xEF46DB3751D8E999)
     assert path.read_bytes() == fields + struct.pack("<Q", _native.xxh64(fields))
 
@@ -78,6 +78,28 @@ def test_damage_is_named(path, damage, text):
     path.write_bytes(damage(path.read_bytes()))
     with pytest.raises(telvar.StateError, match="pärts.telvar: .*" + text):
         telvar.read_state(path)
+
+
+def test_a_description_of_another_form_is_refused(path):
+    telvar.write_state(path, telvar.State("classifier", DATA, about={"categories": [3], "trainings": []}))
+    with pytest.raises(telvar.StateError, match="the description is not of its form"):
+        telvar.read_state(path)
+
+
+def test_a_tool_keeps_account_of_its_trainings(path):
+    samples = {key: classifier.Sample(key, category) for key, category in zip("abcd", ["x", "y", "x", b"\xff"])}
+    tool = telvar.SmartClassifier()
+    tool.train(classifier.Dataset(samples), lambda name: None)
+    tool.save(path)
+    again = telvar.SmartClassifier.load(path)
+    assert again.about == tool.about
+    again.train(classifier.Dataset({"e": classifier.Sample("e", "z")}), lambda name: None)
+    assert again.about["categories"] == ["x", "y", "z", "\ufffd"]
+    assert [(t["images"], t["counts"]) for t in again.about["trainings"]] == [(4, {"x": 2, "y": 1, "\ufffd": 1}), (1, {"z": 1})]
+    # What the two strings alone have learnt is not known.
+    unknown = telvar.SmartClassifier(DATA)
+    unknown.train(classifier.Dataset(samples), lambda name: None)
+    assert "categories" not in unknown.about and len(unknown.about["trainings"]) == 1
 
 
 def test_what_cannot_be_written_leaves_what_was_there(path):
