@@ -91,11 +91,11 @@ def test_the_reader_learns_and_a_pattern_decides():
 
 def test_the_engine_names_the_image_it_refuses():
     data = classifier.Dataset({str(i): classifier.Sample("none.png", "ab"[i % 2]) for i in range(6)})
-    with pytest.raises(telvar.InvalidImageException, match="image 'none.png'"):
+    with pytest.raises(telvar.InvalidImageSizeException, match="image 'none.png'.* empty"):
         telvar.SmartClassifier().train(data, lambda name: None)
     with pytest.raises(telvar.InvalidROIException):
         telvar.SmartSegmenter().train(
-            segmenter.Dataset(["c"], [segmenter.Sample("a", {"c": "a"}, telvar.ROI(1e6, 0, 9, 9))]),
+            segmenter.Dataset(["c"], [segmenter.Sample(name, {"c": name}, telvar.ROI(1e6, 0, 9, 9)) for name in "abc"]),
             lambda name: noise(1, 40, 40), lambda name: noise(1, 40, 40))
 
 
