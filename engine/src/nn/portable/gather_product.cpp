@@ -26,6 +26,8 @@ using Vector = hn::Vec<Floats>;
 constexpr std::size_t kLanes = HWY_LANES(float);
 constexpr bool kManyRegisters =
     HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL || HWY_TARGET == HWY_NEON;
+/// Whether masked loads and stores leave the other lanes' memory alone.
+constexpr bool kMasksMemory = HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2;
 constexpr std::size_t kMaxVectors = kManyRegisters ? 4 : 2;
 
 /// Rows of a tile of so many vectors: sums, one row of the matrix and one value fill the registers,
@@ -104,24 +106,37 @@ HWY_INLINE void store_whole(const GatherProduct& product, Vector sum, std::size_
   store(finish(product, sum, addend), product.result_number, product.result, index);
 }
 
-/// Stores the first `count` lanes of a vector and touches nothing behind them.
-HWY_NOINLINE void store_part(const GatherProduct& product, Vector sum, std::size_t index,
-                             std::size_t count) {
-  const Floats floats;
-  float buffer[kLanes] = {};
-  for (std::size_t i = 0; product.addend != nullptr && i < count; ++i) {
-    buffer[i] = product.addend_number == Number::kFloat
-                    ? static_cast<const float*>(product.addend)[index + i]
-                    : to_float(static_cast<const bfloat16*>(product.addend)[index + i]);
-  }
-  hn::StoreU(finish(product, sum, hn::LoadU(floats, buffer)), floats, buffer);
+/// Stores `count` sums one by one.
+HWY_NOINLINE void store_singly(const GatherProduct& product, const float* sums, std::size_t index,
+                               std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) {
+    float value = sums[i];
+    if (product.addend != nullptr) {
+      value += product.addend_number == Number::kFloat
+                   ? static_cast<const float*>(product.addend)[index + i]
+                   : to_float(static_cast<const bfloat16*>(product.addend)[index + i]);
+    }
+    if (product.relu && value < 0) value = 0;
     if (product.result_number == Number::kFloat) {
-      static_cast<float*>(product.result)[index + i] = buffer[i];
+      static_cast<float*>(product.result)[index + i] = value;
     } else {
-      static_cast<bfloat16*>(product.result)[index + i] = to_bfloat16(buffer[i]);
+      static_cast<bfloat16*>(product.result)[index + i] = to_bfloat16(value);
     }
   }
+}
+
+/// Stores the first `count` lanes of a vector and touches nothing behind them.
+HWY_INLINE void store_part(const GatherProduct& product, Vector sum, std::size_t index,
+                           std::size_t count) {
+  const Floats floats;
+  if (kMasksMemory && product.addend == nullptr && product.result_number == Number::kFloat) {
+    hn::BlendedStore(finish(product, sum, hn::Zero(floats)), hn::FirstN(floats, count), floats,
+                     static_cast<float*>(product.result) + index);
+    return;
+  }
+  float sums[kLanes];
+  hn::StoreU(sum, floats, sums);
+  store_singly(product, sums, index, count);
 }
 
 template <std::size_t kRow, std::size_t kVectors, std::size_t... kColumn, std::size_t kCount>

@@ -262,10 +262,9 @@ const float* PortableConvolution::read_output_band(const Band& band, const void*
   const std::size_t columns = geometry_.out;
   const std::size_t padded = kernel_.padded(geometry_.out);
   const std::size_t rows = positions(band);
+  if (columns != padded) std::fill_n(scratch, rows * padded, 0.F);
   for (std::size_t row = 0; row < rows; ++row) {
-    float* to = scratch + row * padded;
-    copy_numbers(number_, output, first + row * columns, columns, to);
-    std::fill(to + columns, to + padded, 0.F);
+    copy_numbers(number_, output, first + row * columns, columns, scratch + row * padded);
   }
   return scratch;
 }
