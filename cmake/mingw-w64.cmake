@@ -13,3 +13,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/wine-run)
+
+# Vectors on the stack: GCC aligns it to 16 bytes here, yet moves wider ones as if they were aligned.
+# The assembler then writes every such move as one that takes any address; it is as fast.
+set(CMAKE_CXX_FLAGS_INIT -Wa,-muse-unaligned-vector-move)

@@ -9,7 +9,7 @@ namespace telvar::nn::portable {
 namespace {
 
 /// 256 KiB: the packed weights and the results need the rest of a second-level cache.
-constexpr std::size_t kBandFloats = 64 * 1024;
+constexpr std::size_t kBandFloats = std::size_t{64} * 1024;
 
 int ceil_divide(int a, int b) {
   return (a + b - 1) / b;

@@ -23,22 +23,24 @@ using Words = hn::RebindToUnsigned<Floats>;
 using Halves = hn::Rebind<std::uint16_t, Floats>;
 using Vector = hn::Vec<Floats>;
 
-constexpr int kLanes = static_cast<int>(HWY_LANES(float));
+constexpr std::size_t kLanes = HWY_LANES(float);
 constexpr bool kManyRegisters =
     HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL || HWY_TARGET == HWY_NEON;
-constexpr int kMaxVectors = kManyRegisters ? 4 : 2;
+/// Whether masked loads and stores leave the other lanes' memory alone.
+constexpr bool kMasksMemory = HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2;
+constexpr std::size_t kMaxVectors = kManyRegisters ? 4 : 2;
 
 /// Rows of a tile of so many vectors: sums, one row of the matrix and one value fill the registers,
 /// and there are sums enough to hide the latency of a multiplication and addition.
-constexpr int tile_rows(int vectors) {
+constexpr std::size_t tile_rows(std::size_t vectors) {
   return vectors == kMaxVectors ? 6 : 8;
 }
 
 /// The sums of a tile, row by row. Every index into it is a constant, so it lives in registers.
-template <int kRows, int kVectors>
+template <std::size_t kRows, std::size_t kVectors>
 using Sums = Vector[kRows * kVectors];
 
-template <int kRow, int kVectors, std::size_t... kColumn, std::size_t kCount>
+template <std::size_t kRow, std::size_t kVectors, std::size_t... kColumn, std::size_t kCount>
 HWY_INLINE void add_row(Vector value, const Vector (&matrix)[kVectors], Vector (&sums)[kCount],
                         std::index_sequence<kColumn...> /*columns*/) {
   ((sums[kRow * kVectors + kColumn] =
@@ -46,9 +48,15 @@ HWY_INLINE void add_row(Vector value, const Vector (&matrix)[kVectors], Vector (
    ...);
 }
 
+template <std::size_t kRow, std::size_t kVectors, std::size_t... kColumn, std::size_t kCount>
+HWY_INLINE void start_row(const Vector (&initial)[kVectors], Vector (&sums)[kCount],
+                          std::index_sequence<kColumn...> /*columns*/) {
+  ((sums[kRow * kVectors + kColumn] = initial[kColumn]), ...);
+}
+
 /// Adds the products of one tile. `rows` has an offset for each of its rows, `matrix` is the first
 /// row of the block, and `step` the distance of its rows.
-template <int kRows, int kVectors, std::size_t... kRow, std::size_t... kColumn>
+template <std::size_t kRows, std::size_t kVectors, std::size_t... kRow, std::size_t... kColumn>
 HWY_INLINE void add_products(const GatherProduct& product, const std::int32_t* rows,
                              const float* HWY_RESTRICT matrix, std::size_t step,
                              Sums<kRows, kVectors>& sums, std::index_sequence<kRow...> /*rows*/,
@@ -98,33 +106,46 @@ HWY_INLINE void store_whole(const GatherProduct& product, Vector sum, std::size_
   store(finish(product, sum, addend), product.result_number, product.result, index);
 }
 
-/// Stores the first `count` lanes of a vector and touches nothing behind them.
-HWY_NOINLINE void store_part(const GatherProduct& product, Vector sum, std::size_t index,
-                             int count) {
-  const Floats floats;
-  float buffer[kLanes] = {};
-  for (int i = 0; product.addend != nullptr && i < count; ++i) {
-    buffer[i] = product.addend_number == Number::kFloat
-                    ? static_cast<const float*>(product.addend)[index + i]
-                    : to_float(static_cast<const bfloat16*>(product.addend)[index + i]);
-  }
-  hn::StoreU(finish(product, sum, hn::LoadU(floats, buffer)), floats, buffer);
-  for (int i = 0; i < count; ++i) {
+/// Stores `count` sums one by one.
+HWY_NOINLINE void store_singly(const GatherProduct& product, const float* sums, std::size_t index,
+                               std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) {
+    float value = sums[i];
+    if (product.addend != nullptr) {
+      value += product.addend_number == Number::kFloat
+                   ? static_cast<const float*>(product.addend)[index + i]
+                   : to_float(static_cast<const bfloat16*>(product.addend)[index + i]);
+    }
+    if (product.relu && value < 0) value = 0;
     if (product.result_number == Number::kFloat) {
-      static_cast<float*>(product.result)[index + i] = buffer[i];
+      static_cast<float*>(product.result)[index + i] = value;
     } else {
-      static_cast<bfloat16*>(product.result)[index + i] = to_bfloat16(buffer[i]);
+      static_cast<bfloat16*>(product.result)[index + i] = to_bfloat16(value);
     }
   }
 }
 
-template <int kRow, int kVectors, std::size_t... kColumn, std::size_t kCount>
-HWY_INLINE void store_row(const GatherProduct& product, const Vector (&sums)[kCount], int row,
-                          int begin, std::index_sequence<kColumn...> /*columns*/) {
+/// Stores the first `count` lanes of a vector and touches nothing behind them.
+HWY_INLINE void store_part(const GatherProduct& product, Vector sum, std::size_t index,
+                           std::size_t count) {
+  const Floats floats;
+  if (kMasksMemory && product.addend == nullptr && product.result_number == Number::kFloat) {
+    hn::BlendedStore(finish(product, sum, hn::Zero(floats)), hn::FirstN(floats, count), floats,
+                     static_cast<float*>(product.result) + index);
+    return;
+  }
+  float sums[kLanes];
+  hn::StoreU(sum, floats, sums);
+  store_singly(product, sums, index, count);
+}
+
+template <std::size_t kRow, std::size_t kVectors, std::size_t... kColumn, std::size_t kCount>
+HWY_INLINE void store_row(const GatherProduct& product, const Vector (&sums)[kCount],
+                          std::size_t row, std::size_t begin,
+                          std::index_sequence<kColumn...> /*columns*/) {
   if (row >= product.rows) return;
   const std::size_t index = static_cast<std::size_t>(product.result_offsets[row]) + begin;
-  const int missing = begin + kVectors * kLanes - product.columns;
-  if (missing <= 0) {
+  if (begin + kVectors * kLanes <= product.columns) {
     (store_whole(product, sums[kRow * kVectors + kColumn], index + kColumn * kLanes), ...);
     return;
   }
@@ -132,40 +153,35 @@ HWY_INLINE void store_row(const GatherProduct& product, const Vector (&sums)[kCo
   ((kColumn + 1 < kVectors
         ? store_whole(product, sums[kRow * kVectors + kColumn], index + kColumn * kLanes)
         : store_part(product, sums[kRow * kVectors + kColumn], index + kColumn * kLanes,
-                     kLanes - missing)),
+                     product.columns - begin - kColumn * kLanes)),
    ...);
 }
 
-template <int kRows, int kVectors, std::size_t... kRow, std::size_t... kColumn>
-HWY_INLINE void run_tile(const GatherProduct& product, int first_row, int begin,
+template <std::size_t kRows, std::size_t kVectors, std::size_t... kRow, std::size_t... kColumn>
+HWY_INLINE void run_tile(const GatherProduct& product, std::size_t first_row, std::size_t begin,
                          const float* matrix, std::size_t step,
                          std::index_sequence<kRow...> row_indices,
                          std::index_sequence<kColumn...> columns) {
   const Floats floats;
   // Rows behind the last repeat it; they are not stored.
+  const std::size_t last = product.rows - 1;
   const std::int32_t rows[kRows] = {
-      product.row_offsets[first_row + static_cast<int>(kRow) < product.rows
-                              ? first_row + static_cast<int>(kRow)
-                              : product.rows - 1]...};
+      product.row_offsets[first_row + kRow < last ? first_row + kRow : last]...};
   const Vector initial[kVectors] = {
       product.initial == nullptr
           ? hn::Zero(floats)
           : hn::LoadU(floats, product.initial + begin + kColumn * kLanes)...};
   Sums<kRows, kVectors> sums = {};
-  ((sums[kRow * kVectors] = initial[0]), ...);
-  if constexpr (kVectors > 1) ((sums[kRow * kVectors + 1] = initial[1]), ...);
-  if constexpr (kVectors > 2) ((sums[kRow * kVectors + 2] = initial[2]), ...);
-  if constexpr (kVectors > 3) ((sums[kRow * kVectors + 3] = initial[3]), ...);
+  (start_row<kRow>(initial, sums, columns), ...);
   add_products<kRows, kVectors>(product, rows, matrix, step, sums, row_indices, columns);
-  (store_row<kRow, kVectors>(product, sums, first_row + static_cast<int>(kRow), begin, columns),
-   ...);
+  (store_row<kRow, kVectors>(product, sums, first_row + kRow, begin, columns), ...);
 }
 
-template <int kVectors>
-HWY_NOINLINE void run_block(const GatherProduct& product, int begin, const float* matrix,
+template <std::size_t kVectors>
+HWY_NOINLINE void run_block(const GatherProduct& product, std::size_t begin, const float* matrix,
                             std::size_t step) {
-  constexpr int kRows = tile_rows(kVectors);
-  for (int row = 0; row < product.rows; row += kRows) {
+  constexpr std::size_t kRows = tile_rows(kVectors);
+  for (std::size_t row = 0; row < product.rows; row += kRows) {
     run_tile<kRows, kVectors>(product, row, begin, matrix, step, std::make_index_sequence<kRows>(),
                               std::make_index_sequence<kVectors>());
   }
@@ -176,15 +192,14 @@ void run(const GatherProduct& product);
 const ProductKernel kKernel = {kLanes, kMaxVectors, run};
 
 void run(const GatherProduct& product) {
-  const int blocks = kKernel.blocks(product.columns);
-  for (int block = 0; block < blocks; ++block) {
-    const int begin = kKernel.block_begin(product.columns, block);
-    const int width = kKernel.block_begin(product.columns, block + 1) - begin;
+  const std::size_t blocks = kKernel.blocks(product.columns);
+  for (std::size_t block = 0; block < blocks; ++block) {
+    const std::size_t begin = kKernel.block_begin(product.columns, block);
+    const std::size_t width = kKernel.block_begin(product.columns, block + 1) - begin;
     const bool packed = product.order == MatrixOrder::kBlocks;
     const std::size_t step = packed ? width : kKernel.padded(product.columns);
-    const float* matrix =
-        product.matrix + (packed ? static_cast<std::size_t>(begin) * product.depth : begin);
-    const int vectors = width / kLanes;
+    const float* matrix = product.matrix + (packed ? begin * product.depth : begin);
+    const std::size_t vectors = width / kLanes;
     if (vectors == 1) run_block<1>(product, begin, matrix, step);
     if (vectors == 2) run_block<2>(product, begin, matrix, step);
     if constexpr (kMaxVectors > 2) {

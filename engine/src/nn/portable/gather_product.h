@@ -24,13 +24,13 @@ enum class MatrixOrder {
 struct GatherProduct {
   const float* values = nullptr;
   const std::int32_t* row_offsets = nullptr;
-  int rows = 0;
+  std::size_t rows = 0;
   const std::int32_t* depth_offsets = nullptr;
-  int depth = 0;
+  std::size_t depth = 0;
 
   const float* matrix = nullptr;
   MatrixOrder order = MatrixOrder::kRows;
-  int columns = 0;
+  std::size_t columns = 0;
 
   /// Padded to whole vectors; null: zeros.
   const float* initial = nullptr;
@@ -48,15 +48,17 @@ struct GatherProduct {
 
 /// The loop for one instruction set.
 struct ProductKernel {
-  int lanes;        // of a vector
-  int max_vectors;  // of a block of columns
+  std::size_t lanes;        // of a vector
+  std::size_t max_vectors;  // of a block of columns
   void (*run)(const GatherProduct& product);
 
-  int vectors(int columns) const { return (columns + lanes - 1) / lanes; }
-  int padded(int columns) const { return vectors(columns) * lanes; }
-  int blocks(int columns) const { return (vectors(columns) + max_vectors - 1) / max_vectors; }
+  std::size_t vectors(std::size_t columns) const { return (columns + lanes - 1) / lanes; }
+  std::size_t padded(std::size_t columns) const { return vectors(columns) * lanes; }
+  std::size_t blocks(std::size_t columns) const {
+    return (vectors(columns) + max_vectors - 1) / max_vectors;
+  }
   /// First column of a block, counted from 0; padded(columns) for the block behind the last.
-  int block_begin(int columns, int block) const {
+  std::size_t block_begin(std::size_t columns, std::size_t block) const {
     return vectors(columns) * block / blocks(columns) * lanes;
   }
 };

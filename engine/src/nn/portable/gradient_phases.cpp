@@ -32,7 +32,7 @@ void add_taps(const ConvolutionGeometry& geometry, const Bands& bands, int row, 
               Phase& phase) {
   for (const AxisTap& vertical : axis_taps(geometry, row)) {
     for (const AxisTap& horizontal : axis_taps(geometry, column)) {
-      phase.taps.push_back({vertical.tap, horizontal.tap});
+      phase.taps.push_back(vertical.tap * geometry.kernel + horizontal.tap);
       for (int channel = 0; channel < geometry.out; ++channel) {
         phase.depth_offsets.push_back(bands.tap(vertical.shift, horizontal.shift, channel));
       }

@@ -16,16 +16,10 @@
 
 namespace telvar::nn::portable {
 
-/// A weight's place in its kernel.
-struct Tap {
-  int row;
-  int column;
-};
-
 struct Phase {
   int height;  // of its positions in an image
   int width;
-  std::vector<Tap> taps;  // all of one row before the next
+  std::vector<int> taps;  // row * kernel + column
   // What the product needs. The tables are those of the largest band; others use their begin.
   std::vector<std::int32_t> depth_offsets;
   std::vector<std::int32_t> row_offsets;

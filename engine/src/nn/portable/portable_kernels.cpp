@@ -36,12 +36,13 @@ Reading input_reading(const ConvolutionGeometry& geometry) {
 
 /// Writes a matrix in blocks of columns, padded with zeros. `value(row, column)` yields it.
 template <class Value>
-void pack_blocks(const ProductKernel& kernel, int depth, int columns, Value value, float* packed) {
-  for (int block = 0; block < kernel.blocks(columns); ++block) {
-    const int begin = kernel.block_begin(columns, block);
-    const int end = kernel.block_begin(columns, block + 1);
-    for (int row = 0; row < depth; ++row) {
-      for (int column = begin; column < end; ++column) {
+void pack_blocks(const ProductKernel& kernel, std::size_t depth, std::size_t columns, Value value,
+                 float* packed) {
+  for (std::size_t block = 0; block < kernel.blocks(columns); ++block) {
+    const std::size_t begin = kernel.block_begin(columns, block);
+    const std::size_t end = kernel.block_begin(columns, block + 1);
+    for (std::size_t row = 0; row < depth; ++row) {
+      for (std::size_t column = begin; column < end; ++column) {
         *packed++ = column < columns ? value(row, column) : 0.F;
       }
     }
@@ -95,10 +96,9 @@ class PortableConvolution : public Convolution {
   void add_taps();
   void add_positions();
 
-  int max_positions() const {
-    return input_bands_.max_images() * input_bands_.max_rows() * geometry_.out_width();
+  std::size_t positions(const Band& band) const {
+    return static_cast<std::size_t>(band.images) * band.rows * geometry_.out_width();
   }
-  int positions(const Band& band) const { return band.images * band.rows * geometry_.out_width(); }
   /// Index of a band's first element in the output.
   std::size_t output_index(const Band& band) const {
     return (static_cast<std::size_t>(band.first_image) * geometry_.out_height() + band.first_row) *
@@ -111,7 +111,7 @@ class PortableConvolution : public Convolution {
     return number_ == Number::kFloat && geometry_.out % kernel_.lanes == 0;
   }
   std::size_t output_band_floats() const {
-    return output_is_padded() ? 0 : max_positions() * output_floats();
+    return output_is_padded() ? 0 : positions_.size() * output_floats();
   }
   const float* read_output_band(const Band& band, const void* output, float* scratch) const;
   void store_gradient(const float* sums, float* gradient) const;
@@ -154,28 +154,25 @@ void PortableConvolution::add_positions() {
 }
 
 void PortableConvolution::pack(const float* weights, void* packed, void* /*scratch*/) const {
-  const int taps = geometry_.kernel * geometry_.kernel;
-  const auto value = [&](int row, int out) {
-    const int in = row % geometry_.in;
-    return weights[(static_cast<std::size_t>(out) * geometry_.in + in) * taps + row / geometry_.in];
+  const std::size_t in = geometry_.in;
+  const std::size_t taps = taps_.size() / in;
+  const auto value = [&](std::size_t row, std::size_t out) {
+    return weights[(out * in + row % in) * taps + row / in];
   };
-  pack_blocks(kernel_, static_cast<int>(taps_.size()), geometry_.out, value,
-              static_cast<float*>(packed));
+  pack_blocks(kernel_, taps_.size(), geometry_.out, value, static_cast<float*>(packed));
 }
 
 void PortableConvolution::pack_for_gradient(const float* weights, void* packed,
                                             void* /*scratch*/) const {
   auto* to = static_cast<float*>(packed);
-  const int taps = geometry_.kernel * geometry_.kernel;
+  const std::size_t out = geometry_.out;
+  const std::size_t taps = taps_.size() / geometry_.in;
   for (const Phase& phase : phases_) {
-    const auto value = [&](int row, int in) {
-      const Tap tap = phase.taps[row / geometry_.out];
-      const std::size_t out = row % geometry_.out;
-      return weights[(out * geometry_.in + in) * taps + tap.row * geometry_.kernel + tap.column];
+    const auto value = [&](std::size_t row, std::size_t in) {
+      return weights[(row % out * geometry_.in + in) * taps + phase.taps[row / out]];
     };
-    const int depth = static_cast<int>(phase.depth_offsets.size());
-    pack_blocks(kernel_, depth, geometry_.in, value, to);
-    to += static_cast<std::size_t>(depth) * kernel_.padded(geometry_.in);
+    pack_blocks(kernel_, phase.depth_offsets.size(), geometry_.in, value, to);
+    to += phase.depth_offsets.size() * kernel_.padded(geometry_.in);
   }
 }
 
@@ -188,7 +185,7 @@ void PortableConvolution::forward(const void* input, const void* packed, const f
   GatherProduct product;
   product.row_offsets = positions_.data();
   product.depth_offsets = taps_.data();
-  product.depth = static_cast<int>(taps_.size());
+  product.depth = taps_.size();
   product.matrix = static_cast<const float*>(packed);
   product.order = MatrixOrder::kBlocks;
   product.columns = geometry_.out;
@@ -221,14 +218,14 @@ void PortableConvolution::input_gradient(const void* output_gradient, const void
     product.result = element(gradient, number_, first_row * geometry_.width * geometry_.in);
     product.matrix = static_cast<const float*>(packed);
     for (const Phase& phase : phases_) {
-      product.rows =
-          band.images * std::clamp(phase.height - band.first_row, 0, band.rows) * phase.width;
+      const std::size_t rows = std::clamp(phase.height - band.first_row, 0, band.rows);
+      product.rows = rows * band.images * phase.width;
       product.row_offsets = phase.row_offsets.data();
       product.result_offsets = phase.result_offsets.data();
       product.depth_offsets = phase.depth_offsets.data();
-      product.depth = static_cast<int>(phase.depth_offsets.size());
+      product.depth = phase.depth_offsets.size();
       kernel_.run(product);
-      product.matrix += static_cast<std::size_t>(product.depth) * kernel_.padded(geometry_.in);
+      product.matrix += product.depth * kernel_.padded(geometry_.in);
     }
   }
 }
@@ -242,7 +239,7 @@ void PortableConvolution::weight_gradient(const void* input, const void* output_
   // The roles change: taps are the rows, and the sum goes over the positions.
   GatherProduct product;
   product.row_offsets = taps_.data();
-  product.rows = static_cast<int>(taps_.size());
+  product.rows = taps_.size();
   product.depth_offsets = positions_.data();
   product.columns = geometry_.out;
   product.result = sums;
@@ -265,10 +262,9 @@ const float* PortableConvolution::read_output_band(const Band& band, const void*
   const std::size_t columns = geometry_.out;
   const std::size_t padded = kernel_.padded(geometry_.out);
   const std::size_t rows = positions(band);
+  if (columns != padded) std::fill_n(scratch, rows * padded, 0.F);
   for (std::size_t row = 0; row < rows; ++row) {
-    float* to = scratch + row * padded;
-    copy_numbers(number_, output, first + row * columns, columns, to);
-    std::fill(to + columns, to + padded, 0.F);
+    copy_numbers(number_, output, first + row * columns, columns, scratch + row * padded);
   }
   return scratch;
 }
