@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Cross-builds the wrapper with the scripted engine for 64-bit Windows and runs its suites under wine.
+# Cross-builds the library with its engine for 64-bit Windows and runs its suites under wine.
 #
 #   scripts/test-windows.sh [option of ctest ...]
 #
-# Protocol Buffers and Highway for Windows are built once from Debian's source packages and kept in
+# Protocol Buffers for Windows are built once from Debian's source package and kept in
 # ${XDG_CACHE_HOME:-~/.cache}/telvar.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -68,7 +68,6 @@ library() {
 mkdir -p "$cache" build
 library protobuf protobuf-compiler -Dprotobuf_BUILD_TESTS=OFF -Dprotobuf_BUILD_PROTOC_BINARIES=OFF \
   -Dprotobuf_WITH_ZLIB=OFF -Dprotobuf_BUILD_SHARED_LIBS=OFF
-library highway libhwy-dev -DHWY_ENABLE_CONTRIB=OFF -DHWY_ENABLE_EXAMPLES=OFF
 
 export WINEPREFIX=$build/wine
 mkdir -p "$WINEPREFIX"

@@ -35,6 +35,8 @@ struct PassTable {
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "nn/dispatch.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace telvar::nn::HWY_NAMESPACE {
 namespace {
@@ -371,11 +373,8 @@ HWY_AFTER_NAMESPACE();
 namespace telvar::nn {
 namespace {
 
-HWY_EXPORT(pass_table);
-HWY_EXPORT(adam);
-
 const PassTable& passes_over(Number number) {
-  return *HWY_DYNAMIC_DISPATCH(pass_table)(number);
+  return *TELVAR_FOR_PROCESSOR(pass_table)(number);
 }
 
 }  // namespace
@@ -445,7 +444,7 @@ void spread_mean(Number number, const float* gradient, int images, const Extent&
 
 void adam_step(const AdamStep& step, const float* gradient, std::size_t count, float* mean,
                float* square, float* values) {
-  HWY_DYNAMIC_DISPATCH(adam)(step, gradient, count, mean, square, values);
+  TELVAR_FOR_PROCESSOR(adam)(step, gradient, count, mean, square, values);
 }
 
 }  // namespace telvar::nn

@@ -11,6 +11,8 @@
 #include <hwy/foreach_target.h>  // must stand before highway.h
 #include <hwy/highway.h>
 
+#include "nn/dispatch.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace telvar::nn::portable {
 namespace HWY_NAMESPACE {
@@ -221,10 +223,8 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace telvar::nn::portable {
 
-HWY_EXPORT(kernel);
-
 const ProductKernel& product_kernel() {
-  return *HWY_DYNAMIC_DISPATCH(kernel)();
+  return *TELVAR_FOR_PROCESSOR(kernel)();
 }
 
 }  // namespace telvar::nn::portable
