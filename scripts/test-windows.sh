@@ -83,3 +83,12 @@ run_to_log "windows: building" "$log" cmake --build --preset windows
 lap "build"
 run_aloud "windows: testing" ctest --preset windows "$@"
 lap "tests"
+
+# What the engine writes there answers alike here; the tests have shown the reverse.
+here=$source_dir/build/release/bin/engine_kept_tests
+if [ $# -eq 0 ] && [ -x "$here" ]; then
+  cmake --build --preset windows --target write_kept_samples >>"$log" 2>&1
+  run_aloud "windows: training for this system" scripts/wine-run "$build/bin/write_kept_samples.exe" "$build/kept"
+  TELVAR_KEPT_SAMPLES=$build/kept "$here"
+  lap "state from Windows"
+fi
