@@ -2,11 +2,11 @@
 //
 //   telvar_classifier_bench [--set FOLDER|parts|textures]... [--per-class 10,50,200] [--draws 5]
 //                           [--test N] [--methods svm,engine] [--effort 10] [--full]
+//                           [--foreign N]
 //
 // Prints one row per method, set and number of images a class: means over the draws. FOLDER holds
-// gzipped IDX files; --full trains on all of its images instead.
-
-#include <sys/resource.h>
+// gzipped IDX files; --full trains on all of its images instead. --foreign leaves N categories
+// untrained, others in every draw, and shows how sure the engine is of images of them.
 
 #include <cstdio>
 #include <cstdlib>
@@ -18,20 +18,13 @@
 
 namespace bench {
 
-double cpu_seconds() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-         1e-6 * double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
-}
-
 namespace {
 
 struct Options {
   std::vector<std::string> sets;
   std::vector<int> per_class = {10, 50, 200};
   std::vector<std::string> methods = {"svm", "engine"};
-  int draws = 5, test = 0, effort = 10;
+  int draws = 5, test = 0, effort = 10, foreign = 0;
   bool full = false;
 };
 
@@ -63,20 +56,17 @@ Options parse(int argc, char** argv) {
       options.draws = std::stoi(value);
     } else if (name == "--test") {
       options.test = std::stoi(value);
+    } else if (name == "--foreign") {
+      options.foreign = std::stoi(value);
     } else if (name == "--effort") {
       options.effort = std::stoi(value);
     } else {
       throw std::runtime_error("unknown option " + name);
     }
   }
+  if (options.foreign > 0) options.methods = {"engine"};  // the other has no confidence
   if (options.sets.empty()) options.sets = {"parts", "textures"};
   return options;
-}
-
-SplitImages open_set(const std::string& name) {
-  if (name == "parts") return draw_parts(400, 100);
-  if (name == "textures") return draw_textures(400, 100);
-  return read_idx_folder(name);
 }
 
 Outcome run(const std::string& method, const LabelledImages& train, const LabelledImages& test,
@@ -90,21 +80,38 @@ void print_row(const std::string& method, const LabelledImages& train, int per_c
                const std::vector<Outcome>& outcomes) {
   Outcome mean;
   const double n = double(outcomes.size());
-  mean.own_estimate = mean.calibration = 0;
+  mean.own_estimate = mean.calibration = mean.foreign = 0;
   for (const Outcome& outcome : outcomes) {
     mean.accuracy += outcome.accuracy / n;
     mean.train_seconds += outcome.train_seconds / n;
     mean.single_ms += outcome.single_ms / n;
     mean.own_estimate += outcome.own_estimate / n;
     mean.calibration += outcome.calibration / n;
+    mean.foreign += outcome.foreign / n;
   }
   std::printf("%-10s %-14s %8d %5zu %9.2f %9.1f %9.2f", method.c_str(), train.name.c_str(),
               per_class, outcomes.size(), 100 * mean.accuracy, mean.train_seconds, mean.single_ms);
   if (mean.own_estimate >= 0) {
     std::printf(" %9.2f %9.2f", 100 * mean.own_estimate, 100 * mean.calibration);
   }
+  if (mean.foreign >= 0) std::printf(" %9.2f", 100 * mean.foreign);
   std::printf("\n");
   std::fflush(stdout);
+}
+
+/// Without the images of `count` categories from `first` on, counted round.
+LabelledImages without(const LabelledImages& all, int count, int first) {
+  LabelledImages rest;
+  rest.name = all.name;
+  rest.categories = all.categories;
+  for (std::size_t i = 0; i < all.images.size(); ++i) {
+    if ((all.labels[i] + all.categories - first % all.categories) % all.categories < count) {
+      continue;
+    }
+    rest.images.push_back(all.images[i]);
+    rest.labels.push_back(all.labels[i]);
+  }
+  return rest;
 }
 
 void run_set(const SplitImages& split, const Options& options) {
@@ -120,7 +127,8 @@ void run_set(const SplitImages& split, const Options& options) {
   for (const int per_class : options.per_class) {
     std::vector<std::vector<Outcome>> outcomes(options.methods.size());
     for (int draw = 0; draw < options.draws; ++draw) {
-      const LabelledImages train = draw_subset(split.train, per_class, unsigned(draw));
+      const LabelledImages train =
+          without(draw_subset(split.train, per_class, unsigned(draw)), options.foreign, 3 * draw);
       for (std::size_t m = 0; m < options.methods.size(); ++m) {
         outcomes[m].push_back(run(options.methods[m], train, test, options.effort));
       }
@@ -137,8 +145,8 @@ void run_set(const SplitImages& split, const Options& options) {
 int main(int argc, char** argv) {
   try {
     const bench::Options options = bench::parse(argc, argv);
-    std::printf("%-10s %-14s %8s %5s %9s %9s %9s %9s %9s\n", "method", "set", "a class", "draws",
-                "correct %", "train s", "ms/image", "own est.", "calib. %");
+    std::printf("%-10s %-14s %8s %5s %9s %9s %9s %9s %9s %9s\n", "method", "set", "a class",
+                "draws", "correct %", "train s", "ms/image", "own est.", "calib. %", "foreign %");
     for (const auto& name : options.sets) bench::run_set(bench::open_set(name), options);
     return 0;
   } catch (const std::exception& error) {

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 #include "methods.h"
 #include "telvar/classifier.h"
@@ -37,24 +38,44 @@ std::string dataset_of(const LabelledImages& set) {
   return dataset.SerializeAsString();
 }
 
+/// Share of the foreign images whose confidence reaches that of nine tenths of the right answers.
+double reaching(std::vector<double> right, const std::vector<double>& foreign) {
+  if (right.empty() || foreign.empty()) return -1;
+  const auto limit = right.begin() + std::ptrdiff_t(right.size() / 10);
+  std::nth_element(right.begin(), limit, right.end());
+  const auto count =
+      std::count_if(foreign.begin(), foreign.end(), [&](double score) { return score >= *limit; });
+  return double(count) / double(foreign.size());
+}
+
 /// Accuracy, and how far stated scores are from observed accuracy (ten bins of the best score).
-void judge(const messages::ProcessingResult& result, const LabelledImages& test, Outcome& outcome) {
-  double counts[10] = {}, sums[10] = {}, hits[10] = {};
+void judge(const messages::ProcessingResult& result, const LabelledImages& train,
+           const LabelledImages& test, Outcome& outcome) {
+  double counts[10] = {}, sums[10] = {}, hits[10] = {}, known = 0;
+  std::vector<double> right_scores, foreign_scores;
+  const std::set<int> trained(train.labels.begin(), train.labels.end());
   for (const auto& [key, sample] : result.samples()) {
     const messages::Score* best = nullptr;
     for (const auto& score : sample.scores()) {
       if (best == nullptr || score.score() > best->score()) best = &score;
     }
-    const bool right = best->category_id() == category_of(test.labels[std::stoul(key)]);
+    const int label = test.labels[std::stoul(key)];
+    if (trained.count(label) == 0) {
+      foreign_scores.push_back(best->score());
+      continue;
+    }
+    const bool right = best->category_id() == category_of(label);
+    if (right) right_scores.push_back(best->score());
     const int bin = std::clamp(int(best->score() * 10), 0, 9);
     counts[bin] += 1, sums[bin] += best->score(), hits[bin] += right;
-    outcome.accuracy += right;
+    outcome.accuracy += right, known += 1;
   }
   outcome.calibration = 0;
   for (int bin = 0; bin < 10; ++bin) {
-    outcome.calibration += std::abs(sums[bin] - hits[bin]) / double(test.images.size());
+    outcome.calibration += std::abs(sums[bin] - hits[bin]) / known;
   }
-  outcome.accuracy /= double(test.images.size());
+  outcome.accuracy /= known;
+  outcome.foreign = reaching(right_scores, foreign_scores);
 }
 
 }  // namespace
@@ -79,7 +100,7 @@ Outcome run_engine(const LabelledImages& train, const LabelledImages& test, int 
   messages::ProcessingResult result;
   result.ParseFromString(classifier::process(artifact, batch.SerializeAsString(), loader_of(test),
                                              *classifier::TrainCache::create(false)));
-  judge(result, test, outcome);
+  judge(result, train, test, outcome);
 
   const classifier::Model model(artifact, "", telvar::types::CpuDevice());
   const std::size_t singles = std::min<std::size_t>(test.images.size(), 200);

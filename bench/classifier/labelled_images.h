@@ -29,6 +29,9 @@ SplitImages draw_parts(int train_per_category, int test_per_category);
 /// Generated colour textures of eight kinds, 48 to 96 px.
 SplitImages draw_textures(int train_per_category, int test_per_category);
 
+/// "parts", "textures" or the folder of an IDX set.
+SplitImages open_set(const std::string& name);
+
 /// A random choice of `per_category` training images of each category.
 LabelledImages draw_subset(const LabelledImages& all, int per_category, unsigned seed);
 

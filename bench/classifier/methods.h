@@ -14,9 +14,12 @@ struct Outcome {
   double single_ms = 0;      // CPU, one image at a time
   double own_estimate = -1;  // of the accuracy, by the method itself; -1: none
   double calibration = -1;   // expected calibration error over ten bins; -1: none
+  double foreign = -1;       // share of the images of categories that were not trained whose
+                             // confidence reaches that of nine tenths of the right answers
 };
 
-/// The engine, at this effort.
+/// The engine, at this effort. Test images of categories that `train` has none of are foreign, and
+/// count for nothing else.
 Outcome run_engine(const LabelledImages& train, const LabelledImages& test, int effort);
 
 /// Histograms of oriented gradients and a support vector machine with a radial kernel, both

@@ -7,7 +7,7 @@ import subprocess
 import pytest
 
 import telvar
-from telvar import _native, classifier
+from telvar import _native, classifier, ocr
 
 DATA = telvar.Data(b"artifact \0\xff", b"cache")
 
@@ -125,8 +125,13 @@ def test_a_missing_state_is_the_systems_error(path):
 
 @pytest.mark.skipif("TELVAR_PROGRAM" not in os.environ, reason="the program telvar is not built")
 def test_the_program_finds_the_same_in_the_file(path):
-    telvar.SmartOCR(DATA, (18.5, 24)).save(path)
+    reader = telvar.SmartOCR(size=(18.5, 24))
+    labels = [ocr.TrainDataAssignment(1, 2, category) for category in ("Ä", "b", "b")]
+    reader.train(ocr.Dataset(18.5, 24, [ocr.TrainData("p", labels)]), lambda name: None)
+    telvar.write_state(path, telvar.State("ocr", DATA, reader.size, reader.about))
     said = json.loads(subprocess.run([os.environ["TELVAR_PROGRAM"], "inspect", "--state", path, "--json"],
                                      check=True, capture_output=True).stdout)
     assert (said["tool"], said["size"]) == ("ocr", [18.5, 24])
+    assert (said["categories"], said["trainings"]) == (["b", "Ä"], reader.about["trainings"])
+    assert said["trainings"][0]["counts"] == {"b": 2, "Ä": 1}
     assert (said["artifact_bytes"], said["train_cache_bytes"]) == (len(DATA.artifact), len(DATA.train_cache))

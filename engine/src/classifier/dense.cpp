@@ -1,74 +1,70 @@
 #include "classifier/dense.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstring>
+
+#define EIGEN_DONT_PARALLELIZE
+#include <Eigen/Cholesky>
+#include <Eigen/Core>
+
+#include "classifier/dot_products.h"
+
+// Eigen is compiled for the least processor that the library runs on, where its products take two
+// to three times as long as ours; its small triangular solves are a hundredth of the work.
 
 namespace telvar::classifier {
 namespace {
 
-#if defined(__x86_64__) && defined(__linux__) && defined(__GNUC__) && !defined(__clang__) && \
-    !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-// The loader picks the widest form that the processor has.
-#define TELVAR_WIDEST __attribute__((target_clones("avx512f", "arch=haswell", "default")))
-#else
-#define TELVAR_WIDEST
-#endif
+static_assert(Matrix::kRowMultiple % kDotLength == 0);
 
-constexpr int kTile = 4;
-constexpr int kLanes = 16;
 constexpr int kBlock = 64;
 
-/// out[4 i + j] = dot product of a[i] and b[j] over `length` values, a multiple of 16.
-TELVAR_WIDEST void dot_tile(const float* const* a, const float* const* b, std::size_t length,
-                            float* out) {
-  typedef float Lanes __attribute__((vector_size(kLanes * sizeof(float)), aligned(4)));
-  Lanes sums[kTile][kTile] = {};
-  for (std::size_t k = 0; k < length; k += kLanes) {
-    Lanes left[kTile], right[kTile];
-    for (int i = 0; i < kTile; ++i) {
-      std::memcpy(&left[i], a[i] + k, sizeof(Lanes));
-      std::memcpy(&right[i], b[i] + k, sizeof(Lanes));
-    }
-    for (int i = 0; i < kTile; ++i) {
-      for (int j = 0; j < kTile; ++j) sums[i][j] += left[i] * right[j];
-    }
-  }
-  for (int i = 0; i < kTile; ++i) {
-    for (int j = 0; j < kTile; ++j) {
-      float sum = 0;
-      for (int lane = 0; lane < kLanes; ++lane) sum += sums[i][j][lane];
-      out[i * kTile + j] = sum;
-    }
-  }
+using Block = Eigen::Map<Eigen::Matrix<float, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>, 0,
+                         Eigen::OuterStride<>>;
+using ConstBlock =
+    Eigen::Map<const Eigen::Matrix<float, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>, 0,
+               Eigen::OuterStride<>>;
+
+Eigen::OuterStride<> stride_of(const Matrix& matrix) {
+  return Eigen::OuterStride<>(static_cast<Eigen::Index>(matrix.stride()));
 }
 
+/// Rows i0 .. i1 - 1 and columns j0 .. j1 - 1.
+Block block_of(Matrix& matrix, int i0, int i1, int j0, int j1) {
+  return Block(matrix.row(i0) + j0, i1 - i0, j1 - j0, stride_of(matrix));
+}
+ConstBlock block_of(const Matrix& matrix, int i0, int i1, int j0, int j1) {
+  return ConstBlock(matrix.row(i0) + j0, i1 - i0, j1 - j0, stride_of(matrix));
+}
+
+/// Up to the next multiple of 16, one of two rows that are multiplied must be zero.
 std::size_t padded(int length) {
-  return (static_cast<std::size_t>(length) + 15) / 16 * 16;
+  return (static_cast<std::size_t>(length) + kDotLength - 1) / kDotLength * kDotLength;
 }
 
-/// The rows of a tile; beyond the last one, that one again.
-void point_at(const Matrix& matrix, int first, int last, const float** rows) {
-  for (int i = 0; i < kTile; ++i) rows[i] = matrix.row(std::min(first + i, last - 1));
+/// Rows first .. last - 1, from a column on.
+Rows rows_of(const Matrix& matrix, int first, int last, int column = 0) {
+  return {matrix.row(first) + column, matrix.stride(), last - first};
 }
 
-/// Calls take(i, j, dot) for rows i of a in [i0, i1) and rows j of b in [j0, j1), over the first
-/// `length` columns; beyond it, up to the next multiple of 16, one of the factors must be zero.
-template <class Take>
-void dots(const Matrix& a, int i0, int i1, const Matrix& b, int j0, int j1, int length,
-          const Take& take) {
-  const float *left[kTile], *right[kTile];
-  float out[kTile * kTile];
-  for (int i = i0; i < i1; i += kTile) {
-    point_at(a, i, i1, left);
-    for (int j = j0; j < j1; j += kTile) {
-      point_at(b, j, j1, right);
-      dot_tile(left, right, padded(length), out);
-      for (int r = 0; r < std::min(kTile, i1 - i); ++r) {
-        for (int c = 0; c < std::min(kTile, j1 - j); ++c) take(i + r, j + c, out[r * kTile + c]);
-      }
-    }
+/// Subtracts from rows i0 .. i1 - 1 of `matrix`, at columns j0 .. j1 - 1, their dot products with
+/// rows j0 .. j1 - 1 of `lower` over columns k0 .. j0 - 1; k0 and j0 are multiples of kBlock.
+void subtract_products(Matrix& matrix, int i0, int i1, const Matrix& lower, int j0, int j1,
+                       int k0) {
+  float products[kBlock * kBlock];
+  dot_products(rows_of(matrix, i0, i1, k0), rows_of(lower, j0, j1, k0),
+               static_cast<std::size_t>(j0 - k0), products, kBlock);
+  for (int i = i0; i < i1; ++i) {
+    float* const row = matrix.row(i) + j0;
+    for (int j = 0; j < j1 - j0; ++j) row[j] -= products[(i - i0) * kBlock + j];
   }
+}
+
+/// Solves x lower' = rows for the block on the diagonal of `lower`, in place.
+void divide(Matrix& matrix, int i0, int i1, const Matrix& lower, int j0, int j1) {
+  Block rows = block_of(matrix, i0, i1, j0, j1);
+  const ConstBlock diagonal = block_of(lower, j0, j1, j0, j1);
+  const auto triangle = diagonal.triangularView<Eigen::Lower>();
+  triangle.transpose().solveInPlace<Eigen::OnTheRight>(rows);
 }
 
 int blocks_of(int count) {
@@ -82,48 +78,34 @@ Matrix product_transposed(const Matrix& a, const Matrix& b, core::WorkerPool& po
   const int across = blocks_of(b.rows());
   pool.run(blocks_of(a.rows()) * across, [&](int block) {
     const int i0 = block / across * kBlock, j0 = block % across * kBlock;
-    dots(a, i0, std::min(a.rows(), i0 + kBlock), b, j0, std::min(b.rows(), j0 + kBlock),
-         a.columns(), [&](int i, int j, float dot) { product.at(i, j) = dot; });
+    dot_products(rows_of(a, i0, std::min(a.rows(), i0 + kBlock)),
+                 rows_of(b, j0, std::min(b.rows(), j0 + kBlock)), padded(a.columns()),
+                 product.row(i0) + j0, product.stride());
   });
   return product;
 }
 
 bool factorise(Matrix& matrix, core::WorkerPool& pool) {
   const int n = matrix.rows();
-  for (int i = 0; i < n; ++i) {
-    std::fill(matrix.row(i) + i + 1, matrix.row(i) + matrix.stride(), 0.0f);
-  }
   for (int j0 = 0; j0 < n; j0 += kBlock) {
     const int j1 = std::min(n, j0 + kBlock);
-    // Everything left of the panel is final: subtract its part from the whole panel.
-    pool.run(blocks_of(n - j0), [&](int block) {
-      const int i0 = j0 + block * kBlock, i1 = std::min(n, i0 + kBlock);
-      if (j0 == 0) return;
-      dots(matrix, i0, i1, matrix, j0, j1, j0, [&](int i, int j, float dot) {
-        if (j <= i) matrix.at(i, j) -= dot;
-      });
+    // Everything left of the panel is final: its part is subtracted from the whole panel.
+    pool.run(j0 == 0 ? 0 : blocks_of(n - j0), [&](int block) {
+      const int i0 = j0 + block * kBlock;
+      subtract_products(matrix, i0, std::min(n, i0 + kBlock), matrix, j0, j1, 0);
     });
-    for (int j = j0; j < j1; ++j) {
-      double pivot = matrix.at(j, j);
-      for (int k = j0; k < j; ++k) pivot -= static_cast<double>(matrix.at(j, k)) * matrix.at(j, k);
-      if (!(pivot > 0)) return false;
-      matrix.at(j, j) = static_cast<float>(std::sqrt(pivot));
-      for (int i = j + 1; i < j1; ++i) {
-        float sum = matrix.at(i, j);
-        for (int k = j0; k < j; ++k) sum -= matrix.at(i, k) * matrix.at(j, k);
-        matrix.at(i, j) = sum / matrix.at(j, j);
-      }
+    Block diagonal = block_of(matrix, j0, j1, j0, j1);
+    if (Eigen::LLT<Eigen::Ref<Block::PlainObject, 0, Eigen::OuterStride<>>>(diagonal).info() !=
+        Eigen::Success) {
+      return false;
     }
     pool.run(blocks_of(n - j1), [&](int block) {
-      const int i0 = j1 + block * kBlock, i1 = std::min(n, i0 + kBlock);
-      for (int i = i0; i < i1; ++i) {
-        for (int j = j0; j < j1; ++j) {
-          float sum = matrix.at(i, j);
-          for (int k = j0; k < j; ++k) sum -= matrix.at(i, k) * matrix.at(j, k);
-          matrix.at(i, j) = sum / matrix.at(j, j);
-        }
-      }
+      const int i0 = j1 + block * kBlock;
+      divide(matrix, i0, std::min(n, i0 + kBlock), matrix, j0, j1);
     });
+  }
+  for (int i = 0; i < n; ++i) {
+    std::fill(matrix.row(i) + i + 1, matrix.row(i) + matrix.stride(), 0.0f);
   }
   return true;
 }
@@ -138,17 +120,8 @@ Matrix inverse_transposed(const Matrix& lower, core::WorkerPool& pool) {
     for (int c = c0; c < c1; ++c) inverse.at(c, c) = 1;
     for (int i0 = c0; i0 < n; i0 += kBlock) {
       const int i1 = std::min(n, i0 + kBlock);
-      if (i0 > c0) {
-        dots(inverse, c0, c1, lower, i0, i1, i0,
-             [&](int c, int i, float dot) { inverse.at(c, i) -= dot; });
-      }
-      for (int c = c0; c < c1; ++c) {
-        for (int i = i0; i < i1; ++i) {
-          float sum = inverse.at(c, i);
-          for (int k = i0; k < i; ++k) sum -= lower.at(i, k) * inverse.at(c, k);
-          inverse.at(c, i) = sum / lower.at(i, i);
-        }
-      }
+      if (i0 > c0) subtract_products(inverse, c0, c1, lower, i0, i1, c0);
+      divide(inverse, c0, c1, lower, i0, i1);
     }
   });
   return inverse;

@@ -1,7 +1,7 @@
 #pragma once
 
-// Dense single-precision algebra for the kernel machine: own code, so that the results depend on
-// no installed BLAS, its threads or its settings.
+// Dense single-precision algebra for the kernel machine. The products are ours, the rest is Eigen's
+// (headers only), so that the results depend on no installed BLAS, its threads or its settings.
 
 #include <cstddef>
 #include <vector>
@@ -13,11 +13,14 @@ namespace telvar::classifier {
 /// Row-major; rows are padded to a multiple of 16 values with zeros.
 class Matrix {
  public:
+  static constexpr std::size_t kRowMultiple = 16;
+
   Matrix() = default;
   Matrix(int rows, int columns)
       : rows_(rows),
         columns_(columns),
-        stride_((static_cast<std::size_t>(columns) + 15) / 16 * 16),
+        stride_((static_cast<std::size_t>(columns) + kRowMultiple - 1) / kRowMultiple *
+                kRowMultiple),
         values_(stride_ * rows) {}
 
   int rows() const { return rows_; }

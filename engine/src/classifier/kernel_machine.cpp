@@ -21,8 +21,8 @@ void KernelMachine::place_landmarks(const std::vector<Features>& samples,
   }
 }
 
-Matrix KernelMachine::kernel_of(const std::vector<Features>& samples,
-                                core::WorkerPool& pool) const {
+Matrix KernelMachine::similarities(const std::vector<Features>& samples,
+                                   core::WorkerPool& pool) const {
   const Matrix features = weighted(samples, choice_.group_weights);
   const std::vector<float> squares = squares_of(features);
   const int views = static_cast<int>(orders_.size()), most = std::max(1, kBlockRows / views);
@@ -53,7 +53,7 @@ KernelMachine KernelMachine::learn(const KernelChoice& choice, const std::vector
   KernelMachine machine;
   machine.choice_ = choice;
   machine.place_landmarks(samples, views);
-  const Matrix kernel = machine.kernel_of(samples, pool);
+  const Matrix kernel = machine.similarities(samples, pool);
   const Matrix targets = targets_of(labels, categories, machine.offsets_);
   Solution solution = solve_surely(kernel, choice.ridge, targets, pool);
   machine.coefficients_ = std::move(solution.coefficients);
@@ -65,7 +65,7 @@ KernelMachine KernelMachine::learn(const KernelChoice& choice, const std::vector
 }
 
 Matrix KernelMachine::scores(const std::vector<Features>& samples, core::WorkerPool& pool) const {
-  const Matrix kernel = kernel_of(samples, pool);
+  const Matrix kernel = similarities(samples, pool);
   Matrix scores(kernel.rows(), coefficients_.columns());
   for (int i = 0; i < scores.rows(); ++i) {
     std::copy(offsets_.begin(), offsets_.end(), scores.row(i));

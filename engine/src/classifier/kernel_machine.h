@@ -28,6 +28,9 @@ class KernelMachine {
                              const std::vector<FeatureOrder>& views, const std::vector<int>& labels,
                              int categories, core::WorkerPool& pool, Matrix& held_out);
 
+  /// How alike samples and landmarks are, 0..1, samples x landmarks.
+  Matrix similarities(const std::vector<Features>& samples, core::WorkerPool& pool) const;
+
   /// Scores, samples x categories.
   Matrix scores(const std::vector<Features>& samples, core::WorkerPool& pool) const;
 
@@ -42,8 +45,6 @@ class KernelMachine {
                        const std::vector<FeatureOrder>& views);
 
  private:
-  Matrix kernel_of(const std::vector<Features>& samples, core::WorkerPool& pool) const;
-
   KernelChoice choice_;
   Matrix landmarks_;                      // samples x weighted features
   std::vector<float> squares_;            // of the landmarks' lengths

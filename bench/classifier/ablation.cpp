@@ -1,0 +1,207 @@
+// What every part of the classifier brings: each alone, and all together.
+//
+//   telvar_classifier_ablation [--set FOLDER|parts|textures] [--per-class 50] [--draw 0]
+//                              [--test 500] [--effort 10]
+//
+// Prints a row for every part: the share of the test images that it gets right, and the CPU seconds
+// that it takes to learn. FOLDER holds gzipped IDX files.
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "classifier/dataset.h"
+#include "classifier/network_training.h"
+#include "classifier/state.h"
+#include "classifier/trainer.h"
+#include "labelled_images.h"
+#include "methods.h"
+
+namespace bench {
+namespace {
+
+namespace engine = telvar::classifier;
+
+struct Options {
+  std::string set = "parts";
+  int per_class = 50, test = 500, effort = 10;
+  unsigned draw = 0;
+};
+
+Options parse(int argc, char** argv) {
+  Options options;
+  for (int i = 1; i + 1 < argc; i += 2) {
+    const std::string name = argv[i], value = argv[i + 1];
+    if (name == "--set") {
+      options.set = value;
+    } else if (name == "--per-class") {
+      options.per_class = std::stoi(value);
+    } else if (name == "--draw") {
+      options.draw = static_cast<unsigned>(std::stoul(value));
+    } else if (name == "--test") {
+      options.test = std::stoi(value);
+    } else if (name == "--effort") {
+      options.effort = std::stoi(value);
+    } else {
+      throw std::runtime_error("unknown option " + name);
+    }
+  }
+  if (argc % 2 == 0) throw std::runtime_error(std::string(argv[argc - 1]) + " needs a value");
+  return options;
+}
+
+engine::Thumbnail reduced(const cv::Mat& image, int side) {
+  const auto channels = unsigned(image.channels());
+  const telvar::types::Image copy(unsigned(image.cols), unsigned(image.rows),
+                                  unsigned(image.step[0]), channels, 8, channels == 3 ? 1 : 0,
+                                  image.data);
+  return engine::make_thumbnail(telvar::types::ImageView(copy), side);
+}
+
+/// The images of a set as the classifier sees them, and what it made of those that it learned.
+struct Experiment {
+  engine::Canvas canvas;
+  engine::TrainingSet set;
+  std::vector<engine::Sample> tests;
+  std::vector<int> test_labels;
+  std::vector<const engine::Sample*> learned, asked;
+};
+
+std::vector<engine::Sample> placed(const LabelledImages& images, const engine::Canvas& canvas) {
+  std::vector<engine::Sample> samples;
+  for (const cv::Mat& image : images.images) {
+    samples.push_back(engine::place(reduced(image, canvas.thumbnail_side), canvas));
+  }
+  return samples;
+}
+
+void prepare(const LabelledImages& train, const LabelledImages& test, Experiment& experiment) {
+  std::vector<engine::Thumbnail> thumbnails;
+  std::vector<engine::DatasetEntry> entries;
+  const int side = engine::thumbnail_side_for(int(train.images.size()));
+  for (std::size_t i = 0; i < train.images.size(); ++i) {
+    thumbnails.push_back(reduced(train.images[i], side));
+    const std::string name = std::to_string(i);
+    entries.push_back({name, name, std::string(1, char('a' + train.labels[i]))});
+  }
+  experiment.canvas = engine::choose_canvas(thumbnails);
+  std::vector<engine::Sample> samples = placed(train, experiment.canvas);
+  engine::measure_levels(experiment.canvas, samples);
+  const int nets = engine::nets_for(samples.size());
+  experiment.set = engine::join_samples(entries, std::move(samples), nullptr, nets);
+  experiment.tests = placed(test, experiment.canvas);
+  experiment.test_labels = test.labels;
+  for (const auto& sample : experiment.set.samples) experiment.learned.push_back(&sample);
+  for (const auto& sample : experiment.tests) experiment.asked.push_back(&sample);
+}
+
+void print_row(const char* part, double right, double seconds) {
+  std::printf("%-44s %9.2f %9.1f\n", part, 100 * right, seconds);
+  std::fflush(stdout);
+}
+
+/// A kernel machine on some of the feature groups.
+void kernel_row(const char* part, const Experiment& experiment, const std::set<int>& groups,
+                const std::vector<int>& views, telvar::core::WorkerPool& pool) {
+  const double start = cpu_seconds();
+  const auto described = [&](const std::vector<const engine::Sample*>& samples) {
+    auto all = engine::describe_all(samples, experiment.canvas, pool);
+    for (auto& features : all) {
+      for (int g = 0; g < engine::kFeatureGroups; ++g) {
+        if (groups.count(g) == 0) features[g].clear();
+      }
+    }
+    return all;
+  };
+  const auto features = described(experiment.learned);
+  const auto orders = engine::orders_in_views(experiment.canvas, views);
+  const int categories = int(experiment.set.categories.size());
+  const std::size_t probe = std::min<std::size_t>(500, experiment.set.kept.size());
+  std::vector<engine::Features> probed;
+  std::vector<int> probed_labels;
+  for (std::size_t k = 0; k < probe; ++k) {
+    probed.push_back(features[experiment.set.kept[k]]);
+    probed_labels.push_back(experiment.set.labels[experiment.set.kept[k]]);
+  }
+  const auto choice = engine::choose_kernel(probed, probed_labels, categories, orders, pool);
+  engine::Matrix held_out;
+  const auto machine = engine::KernelMachine::learn(choice, features, orders, experiment.set.labels,
+                                                    categories, pool, held_out);
+  const double seconds = cpu_seconds() - start;
+  const engine::Matrix scores = machine.scores(described(experiment.asked), pool);
+  print_row(part, engine::accuracy(scores, experiment.test_labels), seconds);
+}
+
+/// One network on all samples, which learns from the views in `symmetry`.
+void network_row(const char* part, const Experiment& experiment, const engine::Symmetry& symmetry,
+                 int effort, telvar::core::WorkerPool& pool) {
+  engine::NetworkTask task;
+  task.samples = &experiment.set.samples;
+  task.labels = &experiment.set.labels;
+  task.canvas = experiment.canvas;
+  task.symmetry = symmetry;
+  task.categories = int(experiment.set.categories.size());
+  task.effort = effort;
+  task.goes_on = false;
+  task.seed = 1;
+  for (std::size_t i = 0; i < experiment.set.samples.size(); ++i) task.members.push_back(int(i));
+  telvar::nn::Network net = engine::network_layers(experiment.canvas, task.categories);
+  telvar::core::Random random({task.seed});
+  net.initialise(random);
+  const double start = cpu_seconds();
+  engine::train_network(net, task, pool);
+  const double seconds = cpu_seconds() - start;
+  const engine::NetworkAnswers answers(net, experiment.canvas);
+  print_row(part, engine::accuracy(answers.logits(experiment.asked, pool), experiment.test_labels),
+            seconds);
+}
+
+void run(const Options& options) {
+  const SplitImages split = open_set(options.set);
+  const LabelledImages test = draw_subset(split.test, options.test / split.test.categories, 1);
+  Experiment experiment;
+  prepare(draw_subset(split.train, options.per_class, options.draw), test, experiment);
+  telvar::core::WorkerPool pool;
+  const double start = cpu_seconds();
+  const auto trained =
+      engine::train_classifier(experiment.set, experiment.canvas, nullptr,
+                               engine::nets_for(experiment.learned.size()), options.effort, pool);
+  const double seconds = cpu_seconds() - start;
+  const engine::ClassifierState& state = trained.state;
+  const std::vector<int> upright = {0}, views = engine::views_of(state.symmetry);
+  const std::set<int> every = {0, 1, 2, 3, 4};
+  std::printf("%s, %d a class, %zu views alike\n%-44s %9s %9s\n", split.train.name.c_str(),
+              options.per_class, views.size(), "part", "correct %", "CPU s");
+  kernel_row("kernel machine: shapes", experiment, {0, 1}, views, pool);
+  kernel_row("kernel machine: pixels", experiment, {2}, views, pool);
+  kernel_row("kernel machine: texture and colour", experiment, {3, 4}, views, pool);
+  kernel_row("kernel machine: all groups", experiment, every, views, pool);
+  if (views.size() > 1) {
+    kernel_row("kernel machine: all groups, as they lie", experiment, every, upright, pool);
+    network_row("one network, as they lie", experiment, {}, options.effort, pool);
+  }
+  network_row("one network", experiment, state.symmetry, options.effort, pool);
+  const engine::Matrix logits = engine::mean_logits(state, experiment.asked, pool);
+  print_row("networks of all folds", engine::accuracy(logits, experiment.test_labels), seconds);
+  print_row(
+      "all together",
+      engine::accuracy(engine::scores_of(state, experiment.asked, pool), experiment.test_labels),
+      seconds);
+}
+
+}  // namespace
+}  // namespace bench
+
+int main(int argc, char** argv) {
+  try {
+    bench::run(bench::parse(argc, argv));
+    return 0;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "telvar_classifier_ablation: %s\n", error.what());
+    return 1;
+  }
+}
