@@ -11,6 +11,8 @@
 #include <hwy/foreach_target.h>  // must stand before highway.h
 #include <hwy/highway.h>
 
+#include "nn/dispatch.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace telvar::classifier {
 namespace HWY_NAMESPACE {
@@ -94,11 +96,9 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace telvar::classifier {
 
-HWY_EXPORT(run);
-
 void dot_products(const Rows& a, const Rows& b, std::size_t length, float* out,
                   std::size_t out_stride) {
-  HWY_DYNAMIC_DISPATCH(run)(a, b, length, out, out_stride);
+  TELVAR_FOR_PROCESSOR(run)(a, b, length, out, out_stride);
 }
 
 }  // namespace telvar::classifier
