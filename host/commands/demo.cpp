@@ -80,7 +80,8 @@ Job codes_job(const DemoSources& sources, const ImageCounts& counts, OutputFolde
                "measured on " + text(counts.test) + " with other codes, on photographs of " +
                "other scenes. The photographs are real (Debian's visp-images-data); the codes " +
                "are drawn on them as a dot-matrix printer sets them. The reader is told the " +
-               "pattern: four letters and four digits, below them a date.";
+               "pattern: four letters and four digits, below them a date. What does not fit it " +
+               "counts as not read.";
       },
       {"exact_line_rate", "exact_line_rate_without_patterns"},
       code_patterns()};

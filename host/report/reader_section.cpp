@@ -130,7 +130,7 @@ std::string readings_html(const ReaderEvaluation& evaluation, const OcrData& dat
                          ? "The first " + std::to_string(kShown) + " of " +
                                std::to_string(data.items.size()) + " pictures as they were read"
                          : std::string("The pictures as they were read");
-  return details_html(title, html, data.items.size() == 1);
+  return details_html(title, html, true);
 }
 
 }  // namespace
