@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <cmath>
 #include <memory>
 
 #include "app/text.h"
@@ -39,7 +40,9 @@ void add_trainings(const StateAbout& about, Outcome& outcome) {
                                          {"seconds", training.seconds}});
     outcome.text += "  trained      " + training.time + " on " + std::to_string(training.images) +
                     " images in " + fixed(training.seconds, 1) + " s, score " +
-                    fixed(100 * training.score, 1) + " % (telvar " + training.program + ")\n";
+                    fixed(100 * std::abs(training.score), 1) +
+                    (training.score < 0 ? " % on the training images themselves" : " %") +
+                    " (telvar " + training.program + ")\n";
   }
 }
 

@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <cmath>
 #include <memory>
 
 #include "app/text.h"
@@ -32,7 +33,9 @@ StateFile starting_state(const Options& options, ToolKind tool) {
 std::string measured_on(const TrainingRun& run) {
   switch (run.state.tool) {
     case ToolKind::kOcr:
-      return "characters read right, of held-out images where there are enough, otherwise of all";
+      return run.score < 0
+                 ? "characters read right on the training images themselves: none could be held out"
+                 : "characters read right on images that had not been learned from";
     case ToolKind::kClassifier:
       return "accuracy on held-out images, or by cross-validation where they are few";
     case ToolKind::kSegmenter:
@@ -48,7 +51,8 @@ Outcome outcome_of(const TrainingRun& run, const Options& options) {
   json["state"] = options.state;
   json["images"] = run.images;
   json["counts"] = run.counts;
-  json["score"] = run.score;
+  json["score"] = std::abs(run.score);
+  json["held_out"] = run.score >= 0;
   json["score_measures"] = measured_on(run);
   json["seconds"] = run.seconds;
   if (run.state.tool == ToolKind::kOcr)
@@ -57,7 +61,7 @@ Outcome outcome_of(const TrainingRun& run, const Options& options) {
   json["train_cache_bytes"] = run.state.train_cache.size();
   outcome.text = "trained " + options.tool + " on " + std::to_string(run.images) + " images, " +
                  std::to_string(run.counts.size()) + " categories, in " + fixed(run.seconds, 1) +
-                 " s\nscore " + fixed(100 * run.score, 1) + " %: " + measured_on(run) +
+                 " s\nscore " + fixed(100 * std::abs(run.score), 1) + " %: " + measured_on(run) +
                  "\nstate in " + options.state + "\n";
   return outcome;
 }

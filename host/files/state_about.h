@@ -15,7 +15,7 @@ struct TrainingRecord {
   std::string program;  // version of this program
   std::size_t images = 0;
   std::map<std::string, std::size_t> counts;  // images (ocr: characters) by category
-  double score = 0;                           // what the tool reported, 0..1
+  double score = 0;  // what the tool reported; less than 0: nothing was held out
   double seconds = 0;
 };
 

@@ -13,7 +13,7 @@ namespace telvar_host {
 
 struct TrainingRun {
   StateFile state;
-  double score = 0;  // what the tool reports, 0..1
+  double score = 0;  // what the tool reports, 0..1; less than 0: nothing could be held out
   double seconds = 0;
   std::size_t images = 0;
   std::map<std::string, std::size_t> counts;  // pictures (ocr: characters) by category
