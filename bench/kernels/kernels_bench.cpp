@@ -10,13 +10,15 @@
 #include <vector>
 
 #include <benchmark/benchmark.h>
-#include <hwy/aligned_allocator.h>
-#include <hwy/targets.h>
+#include <hwy/highway.h>
 
+#include "nn/buffer.h"
+#include "nn/dispatch.h"
 #include "nn/kernels.h"
 
 namespace {
 
+using telvar::nn::Buffer;
 using telvar::nn::Convolution;
 using telvar::nn::ConvolutionGeometry;
 using telvar::nn::Epilogue;
@@ -49,11 +51,13 @@ const Layer kLayers[] = {
     {"classifier/points_16_to_32_halved", {16, 28, 28, 16, 32, 1, 2, 1}},
 };
 
-hwy::AlignedFreeUniquePtr<float[]> memory(std::size_t bytes) {
+Buffer memory(std::size_t bytes) {
   const std::size_t count = bytes / sizeof(float) + 1;
-  auto floats = hwy::AllocateAligned<float>(count);
-  for (std::size_t i = 0; i < count; ++i) floats[i] = static_cast<float>(i % 97) / 97 - 0.5F;
-  return floats;
+  Buffer buffer(count * sizeof(float));
+  for (std::size_t i = 0; i < count; ++i) {
+    buffer.floats()[i] = static_cast<float>(i % 97) / 97 - 0.5F;
+  }
+  return buffer;
 }
 
 struct Operands {
@@ -65,11 +69,10 @@ struct Operands {
         packed(memory(kernel.packed_bytes())),
         packed_for_gradient(memory(kernel.packed_gradient_bytes())),
         scratch(memory(kernel.scratch_bytes())) {
-    kernel.pack(weights.get(), packed.get(), scratch.get());
-    kernel.pack_for_gradient(weights.get(), packed_for_gradient.get(), scratch.get());
+    kernel.pack(weights.floats(), packed.floats(), scratch.floats());
+    kernel.pack_for_gradient(weights.floats(), packed_for_gradient.floats(), scratch.floats());
   }
-  hwy::AlignedFreeUniquePtr<float[]> input, output, weights, bias, packed, packed_for_gradient,
-      scratch;
+  Buffer input, output, weights, bias, packed, packed_for_gradient, scratch;
 };
 
 enum class Call { kForward, kInputGradient, kWeightGradient, kPack };
@@ -83,16 +86,18 @@ void run(benchmark::State& state, const KernelSet& set, const ConvolutionGeometr
   const Operands at(*kernel, geometry);
   for (auto _ : state) {
     if (call == Call::kForward) {
-      kernel->forward(at.input.get(), at.packed.get(), at.bias.get(), nullptr, at.output.get(),
-                      at.scratch.get());
+      kernel->forward(at.input.floats(), at.packed.floats(), at.bias.floats(), nullptr,
+                      at.output.floats(), at.scratch.floats());
     } else if (call == Call::kInputGradient) {
-      kernel->input_gradient(at.output.get(), at.packed_for_gradient.get(), at.input.get(),
-                             at.scratch.get());
+      kernel->input_gradient(at.output.floats(), at.packed_for_gradient.floats(), at.input.floats(),
+                             at.scratch.floats());
     } else if (call == Call::kWeightGradient) {
-      kernel->weight_gradient(at.input.get(), at.output.get(), at.weights.get(), at.scratch.get());
+      kernel->weight_gradient(at.input.floats(), at.output.floats(), at.weights.floats(),
+                              at.scratch.floats());
     } else {
-      kernel->pack(at.weights.get(), at.packed.get(), at.scratch.get());
-      kernel->pack_for_gradient(at.weights.get(), at.packed_for_gradient.get(), at.scratch.get());
+      kernel->pack(at.weights.floats(), at.packed.floats(), at.scratch.floats());
+      kernel->pack_for_gradient(at.weights.floats(), at.packed_for_gradient.floats(),
+                                at.scratch.floats());
     }
     benchmark::ClobberMemory();
   }
@@ -121,14 +126,13 @@ void register_all(const KernelSet& set) {
 /// Takes --targets=... away from the arguments; false if it names none.
 bool limit_targets(int& argc, char** argv) {
   const std::map<std::string, std::int64_t> targets = {
-      {"avx512", HWY_AVX3}, {"avx2", HWY_AVX2}, {"sse4", HWY_SSE4}, {"scalar", HWY_SCALAR}};
+      {"avx512", HWY_AVX3}, {"avx2", HWY_AVX2}, {"sse4", HWY_SSE4}, {"baseline", 0}};
   for (int i = 1; i < argc; ++i) {
     const std::string argument = argv[i];
     if (argument.rfind("--targets=", 0) != 0) continue;
     const auto target = targets.find(argument.substr(argument.find('=') + 1));
     if (target == targets.end()) return false;
-    hwy::SetSupportedTargetsForTest(target->second);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+    telvar::nn::limit_targets_for_test(target->second);
     for (; i + 1 < argc; ++i) argv[i] = argv[i + 1];
     --argc;
   }
@@ -139,7 +143,7 @@ bool limit_targets(int& argc, char** argv) {
 
 int main(int argc, char** argv) {
   if (!limit_targets(argc, argv)) {
-    std::fputs("--targets=: one of avx512, avx2, sse4, scalar\n", stderr);
+    std::fputs("--targets=: one of avx512, avx2, sse4, baseline\n", stderr);
     return 2;
   }
   benchmark::Initialize(&argc, argv);

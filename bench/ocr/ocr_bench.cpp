@@ -1,7 +1,9 @@
 // Trains the character reader on a set of codes, and reads a set with it, through the public
 // wrapper.
 //
-//   ocr_bench train SET PICTURES ARTIFACT   writes ARTIFACT; prints "wall_ms cpu_ms result_value"
+//   ocr_bench train SET PICTURES ARTIFACT [FROM]   writes ARTIFACT, going on from the artifact
+//   FROM;
+//                                                  prints "wall_ms cpu_ms result_value"
 //   ocr_bench read ARTIFACT SET OUT         writes the tables of code_set.h
 //   ocr_bench read-inverted ARTIFACT SET OUT   the same with light and dark exchanged
 //   ocr_bench read-patterns ARTIFACT SET OUT   as the patterns of the set match what was read; no
@@ -57,11 +59,19 @@ types::SmartOCR::Dataset dataset_of(const CodeSet& set) {
   return dataset;
 }
 
-void train(const std::string& folder, std::size_t pictures, const std::string& path) {
+std::string read_file(const std::string& path) {
+  std::ifstream stream(path, std::ios::binary);
+  if (!stream) throw std::runtime_error("cannot read " + path);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+// `from`: an artifact to go on from, or nothing.
+void train(const std::string& folder, std::size_t pictures, const std::string& path,
+           const std::string& from) {
   const CodeSet set = telvar_bench::load_code_set(folder, pictures);
   std::map<std::string, const Picture*> by_name;
   for (const Picture& picture : set.pictures) by_name[picture.file] = &picture;
-  const auto reader = make_reader("");
+  const auto reader = make_reader(from.empty() ? "" : read_file(from));
   const double wall = telvar_bench::wall_ms(), cpu = telvar_bench::process_cpu_ms();
   const auto result = reader->Train(
       dataset_of(set), [&](const std::string& id) { return image_of(*by_name.at(id)); });
@@ -135,8 +145,9 @@ void read(const std::string& path, const std::string& folder, const std::string&
 }
 
 int run(const std::vector<std::string>& arguments) {
-  if (arguments.size() == 4 && arguments[0] == "train") {
-    train(arguments[1], std::stoul(arguments[2]), arguments[3]);
+  if ((arguments.size() == 4 || arguments.size() == 5) && arguments[0] == "train") {
+    train(arguments[1], std::stoul(arguments[2]), arguments[3],
+          arguments.size() == 5 ? arguments[4] : "");
     return 0;
   }
   const std::map<std::string, ReadPicture> ways = {
@@ -145,7 +156,7 @@ int run(const std::vector<std::string>& arguments) {
     read(arguments[1], arguments[2], arguments[3], ways.at(arguments[0]));
     return 0;
   }
-  std::cerr << "usage: ocr_bench train SET PICTURES ARTIFACT |\n"
+  std::cerr << "usage: ocr_bench train SET PICTURES ARTIFACT [FROM] |\n"
                "       ocr_bench read|read-inverted|read-patterns ARTIFACT SET OUT\n";
   return 2;
 }

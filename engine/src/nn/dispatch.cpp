@@ -17,7 +17,7 @@ std::int64_t found_targets() {
     targets |= HWY_SSE4;
   }
   if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
-      __builtin_cpu_supports("bmi2")) {
+      __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("f16c")) {
     targets |= HWY_AVX2;
   }
   if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&

@@ -72,14 +72,18 @@ std::vector<int> positions(const std::vector<std::string>& from,
   return result;
 }
 
-/// What a training from nothing starts with: the base for the categories that it knows.
-ReaderState fresh_state(const std::vector<std::string>& categories, core::Random& random) {
+/// The base for the categories that it knows; the others start afresh.
+nn::Network base_for(const std::vector<std::string>& categories, core::Random& random) {
   const ReaderState base = built_in_base();
+  return widened(base.net, static_cast<int>(categories.size()),
+                 positions(base.categories, categories), random);
+}
+
+ReaderState fresh_state(const std::vector<std::string>& categories, core::Random& random) {
   ReaderState state;
   state.categories = categories;
   state.base = kBaseNumber;
-  state.net = widened(base.net, static_cast<int>(categories.size()),
-                      positions(base.categories, categories), random);
+  state.net = base_for(categories, random);
   state.spacing = Spacing(static_cast<int>(categories.size()));
   return state;
 }
@@ -111,6 +115,16 @@ class Training {
       if (!std::binary_search(state.seen.begin(), state.seen.end(), digest)) new_.push_back(i);
       digests_.push_back(digest);
     }
+  }
+
+  /// Starts over from the base where that reads the new images better than the network does, as it
+  /// may when they are of another kind than those before; what is kept of the latter is learned
+  /// again.
+  void choose_start(const nn::Network& base) {
+    const std::vector<char> fresh = chosen([](int) { return true; });
+    const Count own = read(state_.net, fresh).count;
+    if (own.rate() >= kTrustedFromTheStart) return;
+    if (read(base, fresh).count.right > own.right) state_.net = base;
   }
 
   /// Returns the rate as TrainingOutcome has it.
@@ -292,12 +306,14 @@ TrainingOutcome train_reader(std::optional<ReaderState> previous,
   constexpr std::uint64_t kSeed = 0x6f6372;  // any constant: keys the random numbers
   TrainingOutcome outcome;
   core::Random random({kSeed, previous ? previous->generation + 1u : 0u});
+  const bool goes_on = previous.has_value();
   outcome.state = previous ? extended(std::move(*previous), categories, random)
                            : fresh_state(categories, random);
   outcome.state.size = size;
   ++outcome.state.generation;
   for (const PreparedSample& sample : samples) outcome.state.spacing.learn(sample.labels);
   Training training(outcome.state, samples, most_steps, pool);
+  if (goes_on) training.choose_start(base_for(categories, random));
   outcome.reading_rate = training.run();
   const Count count = training.read_all(outcome.confidences);
   if (outcome.reading_rate < 0) outcome.reading_rate = static_cast<float>(-count.rate());
