@@ -163,6 +163,30 @@ std::vector<PreparedLabel> carried(const std::vector<PreparedLabel>& labels, con
   return result;
 }
 
+/// Excerpts, which an earlier training has left, come up so often at most for each crop of what is
+/// new.
+constexpr double kMostOfExcerpts = 0.7;
+
+/// A character this near to the edge of an excerpt, in prepared pixels, may have its centre beyond.
+constexpr float kUnknownEdge = 0.5f * kPreparedCharacter;
+
+/// The cells that lie on the edge of the sample or beyond.
+std::vector<char> cells_on_edge(const PreparedSample& sample, const Mapping& mapping,
+                                const Elastic& elastic) {
+  std::vector<char> cells;
+  for (int row = 0; row < kCellRows; ++row) {
+    for (int column = 0; column < kCellColumns; ++column) {
+      const float x = cell_centre(column) + kMargin, y = cell_centre(row) + kMargin;
+      float px, py;
+      mapping.to_prepared(x + elastic.x(x, y), y + elastic.y(x, y), px, py);
+      cells.push_back(px < kUnknownEdge || py < kUnknownEdge ||
+                      px > static_cast<float>(sample.width) - kUnknownEdge ||
+                      py > static_cast<float>(sample.height) - kUnknownEdge);
+    }
+  }
+  return cells;
+}
+
 }  // namespace
 
 CropSource::CropSource(std::vector<const PreparedSample*> samples, float exchanged)
@@ -176,11 +200,21 @@ CropSource::CropSource(std::vector<const PreparedSample*> samples, float exchang
       counts[category] += 1;
     }
   }
+  const auto weight_of = [&](const PreparedLabel& label) {
+    return 1 / std::sqrt(counts[static_cast<std::size_t>(label.category)]);
+  };
+  double whole = 0, excerpts = 0;
+  for (const PreparedSample* sample : samples_) {
+    for (const PreparedLabel& label : sample->labels) {
+      (sample->excerpt ? excerpts : whole) += weight_of(label);
+    }
+  }
+  const double share = whole > 0 ? std::min(1.0, kMostOfExcerpts * whole / excerpts) : 1;
   double sum = 0;
   for (std::size_t i = 0; i < samples_.size(); ++i) {
     for (const PreparedLabel& label : samples_[i]->labels) {
       places_.push_back({i, label.x, label.y});
-      cumulated_.push_back(sum += 1 / std::sqrt(counts[static_cast<std::size_t>(label.category)]));
+      cumulated_.push_back(sum += weight_of(label) * (samples_[i]->excerpt ? share : 1));
     }
   }
 }
@@ -211,6 +245,7 @@ Crop CropSource::draw(core::Random& random) const {
   crop.pixels = without_margin(raster, std::exp(clamped_normal(random, 0.15f, 0.4f)));
   crop.labels = carried(sample.labels, mapping, elastic);
   crop.unlabelled = carried(sample.unlabelled, mapping, elastic);
+  if (sample.excerpt) crop.unknown = cells_on_edge(sample, mapping, elastic);
   return crop;
 }
 

@@ -22,7 +22,17 @@ struct Crop {
   core::Raster pixels;
   std::vector<PreparedLabel> labels;
   std::vector<PreparedLabel> unlabelled;
+  /// Row by row, whether a cell without a label may be something else than background; empty: none.
+  std::vector<char> unknown;
 };
+
+constexpr int kCellColumns = kCropWidth / kCellStride;
+constexpr int kCellRows = kCropHeight / kCellStride;
+
+/// Crop pixel at the centre of a cell.
+constexpr float cell_centre(int index) {
+  return static_cast<float>(index * kCellStride) + (kCellStride - 1) / 2.0f;
+}
 
 /// Gray pixels, row by row.
 struct GrayPixels {

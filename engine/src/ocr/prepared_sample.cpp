@@ -113,6 +113,7 @@ PreparedSample cut_out(const PreparedSample& sample, const Window& window) {
   part.width = window.width;
   part.height = window.height;
   part.aspect = sample.aspect;
+  part.excerpt = true;
   part.pixels.reserve(static_cast<std::size_t>(part.width) * part.height);
   for (int row = 0; row < part.height; ++row) {
     const auto first = sample.pixels.begin() +

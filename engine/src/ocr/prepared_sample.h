@@ -46,6 +46,8 @@ struct PreparedSample {
   std::vector<PreparedLabel> labels;  // in the window that is the whole sample
   /// Centres of what looks like characters without labels; they teach nothing.
   std::vector<PreparedLabel> unlabelled;
+  /// Cut out of a larger sample: what lies on its edges and beyond is not known.
+  bool excerpt = false;
 };
 
 /// The size in prepared pixels of a region. Throws invalid_image_size, naming `subject`, beyond

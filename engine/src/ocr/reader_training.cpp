@@ -117,6 +117,16 @@ class Training {
     }
   }
 
+  /// Two kinds of marking need more than one: longer rounds and a longer finish.
+  Effort for_two_kinds() const {
+    Effort effort;
+    effort.round_steps = 800;
+    effort.finish_steps = 7000;
+    effort.fold_steps = 600;
+    effort.few_steps = 3000;
+    return effort;
+  }
+
   /// Starts over from the base where that reads the new images better than the network does, as it
   /// may when they are of another kind than those before; what is kept of the latter is learned
   /// again.
@@ -224,7 +234,8 @@ class Training {
     } else {
       for (PreparedSample& sample : samples_) sample.unlabelled.clear();
     }
-    return rate >= kGoodFromTheStart ? kTouchUp : Effort();
+    if (rate >= kGoodFromTheStart) return kTouchUp;
+    return rate < kTrustedFromTheStart && !state_.exemplars.empty() ? for_two_kinds() : Effort();
   }
 
   static bool is_better(const Count& now, const Count& best) {

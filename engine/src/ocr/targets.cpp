@@ -65,7 +65,7 @@ Targets make_targets(const Crop& crop, float elsewhere) {
       targets.category[cell] = found.label->category;
       targets.offset_x[cell] = (found.label->x - x) / kReadingCharacter;
       targets.offset_y[cell] = (found.label->y - y) / kReadingCharacter;
-    } else {
+    } else if (crop.unknown.empty() || !crop.unknown[cell]) {
       targets.weight[cell] = background_weight(crop, elsewhere, found.distance, x, y);
     }
   }

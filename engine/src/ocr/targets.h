@@ -22,9 +22,6 @@
 
 namespace telvar::ocr {
 
-constexpr int kCellColumns = kCropWidth / kCellStride;
-constexpr int kCellRows = kCropHeight / kCellStride;
-
 /// Radii in nominal characters.
 constexpr float kPositiveRadius = 0.26f;
 constexpr float kIgnoreRadius = 0.42f;
@@ -42,11 +39,6 @@ struct Targets {
   std::vector<float> offset_x;         // from the cell's centre to the character's, characters
   std::vector<float> offset_y;
 };
-
-/// Reading pixel at the centre of a cell.
-constexpr float cell_centre(int index) {
-  return static_cast<float>(index * kCellStride) + (kCellStride - 1) / 2.0f;
-}
 
 /// `elsewhere`: the weight of background that is not certain, 0..1.
 Targets make_targets(const Crop& crop, float elsewhere);
