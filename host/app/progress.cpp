@@ -46,7 +46,7 @@ void Progress::start(const std::string& what, std::size_t total) {
     write(kClearLine + line());  // even the shortest stage shows
     drawer_ = std::thread([this] { keep_drawing(); });
   } else {
-    write(what_ + (total_ > 0 ? ": " + std::to_string(total_) + " pictures" : "") + "\n");
+    write(what_ + (total_ > 0 ? ": " + std::to_string(total_) + " images" : "") + "\n");
   }
 }
 
@@ -86,8 +86,11 @@ void Progress::keep_drawing() {
 std::string Progress::line() const {
   const auto elapsed = "  " + clock(seconds_since(begin_));
   if (total_ == 0 || count_ == total_) return what_ + elapsed;
-  return what_ + ": " + std::to_string(count_) + " of " + std::to_string(total_) + " pictures" +
-         elapsed;
+  const auto text =
+      what_ + ": " + std::to_string(count_) + " of " + std::to_string(total_) + " images" + elapsed;
+  if (count_ == 0) return text;
+  const double each = seconds_since(begin_) / static_cast<double>(count_);
+  return text + ", " + clock(each * static_cast<double>(total_ - count_)) + " left";
 }
 
 }  // namespace telvar_host

@@ -14,6 +14,7 @@ void add_commands(CLI::App& app, Command& command) {
   add_inspect(app, command);
   add_sort(app, command);
   add_convert(app, command);
+  add_label(app, command);
   add_demo(app, command);
 }
 

@@ -35,6 +35,7 @@ void add_evaluate(CLI::App& app, Command& command);
 void add_inspect(CLI::App& app, Command& command);
 void add_sort(CLI::App& app, Command& command);
 void add_convert(CLI::App& app, Command& command);
+void add_label(CLI::App& app, Command& command);
 void add_demo(CLI::App& app, Command& command);
 
 // Required option --tool ocr|classifier|segmenter.

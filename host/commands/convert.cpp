@@ -49,6 +49,13 @@ std::vector<AnnotatedImage> read_labelme(const Options& options) {
   return images;
 }
 
+std::vector<AnnotatedImage> read_annotations(const Options& options) {
+  if (options.from == "coco") return read_coco(options);
+  if (options.from == "labelme") return read_labelme(options);
+  const auto labels = path_from_utf8(options.labels);
+  return read_yolo(labels, options.images.empty() ? labels : path_from_utf8(options.images));
+}
+
 void require_any_label(const std::vector<AnnotatedImage>& images) {
   const auto has_label = [](const auto& image) { return !image.shapes.empty(); };
   if (std::any_of(images.begin(), images.end(), has_label)) return;
@@ -62,7 +69,7 @@ Outcome convert(const Options& options) {
         "convert does not apply to the tool classifier: its data set is a folder per category");
   }
   OutputFolder out(path_from_utf8(options.out), options.force);
-  const auto images = options.from == "coco" ? read_coco(options) : read_labelme(options);
+  const auto images = read_annotations(options);
   if (images.empty()) throw data_error(options.labels + ": labels no images");
   require_any_label(images);
   const auto writer = make_dataset_writer(tool, {}, out, "");
@@ -80,14 +87,15 @@ Outcome convert(const Options& options) {
 void add_convert(CLI::App& app, Command& command) {
   auto options = std::make_shared<Options>();
   auto* sub = app.add_subcommand("convert", "Make a data set from labels of other programs");
-  sub->add_option("--from", options->from, "coco or labelme")
+  sub->add_option("--from", options->from, "coco, labelme or yolo")
       ->required()
-      ->check(CLI::IsMember({"coco", "labelme"}));
+      ->check(CLI::IsMember({"coco", "labelme", "yolo"}));
   add_tool_option(*sub, options->tool);
-  sub->add_option("--labels", options->labels, "The COCO file, or the folder of labelme files")
+  sub->add_option("--labels", options->labels,
+                  "The COCO file, or the folder of labelme or YOLO files")
       ->required();
   sub->add_option("--images", options->images,
-                  "coco: folder of the images; otherwise that of the file");
+                  "coco, yolo: folder of the images; otherwise that of the labels");
   sub->add_option("--out", options->out, "Folder for the data set")->required();
   sub->add_flag("--force", options->force, "Write into --out even if it is not empty");
   sub->footer(

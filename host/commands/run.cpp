@@ -14,8 +14,10 @@
 #include "app/errors.h"
 #include "app/interrupt.h"
 #include "app/terminal.h"
+#include "app/text.h"
 #include "commands/commands.h"
 #include "library/session.h"
+#include "metrics/text_metrics.h"
 
 namespace telvar_host {
 namespace {
@@ -98,13 +100,41 @@ void refuse_empty_value(const std::string& argument) {
   }
 }
 
+// "; did you mean 'process'?" for the nearest name, if any is near.
+std::string suggestion(const std::string& given, const std::vector<std::string>& names) {
+  std::string nearest;
+  std::size_t least = std::max<std::size_t>(2, given.size() / 2);  // more than half is another word
+  for (const auto& name : names) {
+    const auto distance = edit_distance(code_points(given), code_points(name));
+    if (distance >= least) continue;
+    least = distance;
+    nearest = name;
+  }
+  return nearest.empty() ? "" : "; did you mean '" + nearest + "'?";
+}
+
+std::vector<std::string> command_names(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const auto* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+    names.push_back(command->get_name());
+  }
+  return names;
+}
+
 // CLI11 asks for a command first, even where one was meant and misspelt.
 std::string explained(const CLI::App& app, const CLI::ParseError& error) {
   const auto unknown = app.remaining();
-  const std::string hint = "; telvar --help lists the commands";
   if (!app.get_subcommands().empty()) return error.what();
-  if (!unknown.empty()) return "'" + unknown.front() + "' is no command" + hint;
-  return error.what() + hint;
+  const std::string hint = "; telvar --help lists the commands";
+  if (unknown.empty()) return error.what() + hint;
+  return "'" + unknown.front() + "' is no command" +
+         suggestion(unknown.front(), command_names(app)) + hint;
+}
+
+// "telvar predict --help" asks for what there is not.
+bool names_no_command(const CLI::App& app) {
+  const auto unknown = app.remaining();
+  return app.get_subcommands().empty() && !unknown.empty() && unknown.front().front() != '-';
 }
 
 int guarded(const Command& command, const GlobalOptions& options) {
@@ -174,11 +204,12 @@ int run(const std::vector<std::string>& arguments) {
     version.text = "telvar " TELVAR_HOST_VERSION "\n";
     version.json["version"] = TELVAR_HOST_VERSION;
     return show(version, options.json);
-  } catch (const CLI::CallForHelp&) {
-    Outcome help;
-    help.text = app.help();
-    help.json["help"] = help.text;
-    return show(help, options.json);
+  } catch (const CLI::CallForHelp& help) {
+    if (names_no_command(app)) return fail(options.json, ExitCode::kUsage, explained(app, help));
+    Outcome shown;
+    shown.text = app.help();
+    shown.json["help"] = shown.text;
+    return show(shown, options.json);
   } catch (const CLI::ParseError& error) {
     return fail(options.json, ExitCode::kUsage, explained(app, error));
   }

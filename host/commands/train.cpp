@@ -17,6 +17,7 @@ struct Options {
   std::string state;
   std::string from;
   std::string size;
+  bool skip_bad = false;
   bool force = false;
 };
 
@@ -51,6 +52,7 @@ Outcome outcome_of(const TrainingRun& run, const Options& options) {
   json["state"] = options.state;
   json["images"] = run.images;
   json["counts"] = run.counts;
+  json["skipped"] = run.skipped;
   json["score"] = std::abs(run.score);
   json["held_out"] = run.score >= 0;
   json["score_measures"] = measured_on(run);
@@ -69,13 +71,15 @@ Outcome outcome_of(const TrainingRun& run, const Options& options) {
 Outcome train(const Options& options, Session& session) {
   const auto tool = tool_named(options.tool);
   refuse_option(!options.size.empty() && tool != ToolKind::kOcr, "--size", tool);
-  std::optional<NominalSize> size;
-  if (!options.size.empty()) size = parse_size(options.size);
+  TrainingSettings settings;
+  if (!options.size.empty()) settings.size = parse_size(options.size);
+  settings.skip_bad = options.skip_bad;
   const auto target = path_from_utf8(options.state);
   require_writable_file(target, options.force);
   const auto run =
-      run_training(session, path_from_utf8(options.data), starting_state(options, tool), size);
-  write_state(target, run.state, options.force);
+      run_training(session, path_from_utf8(options.data), starting_state(options, tool), settings);
+  for (const auto& reason : run.skipped) session.progress.note("left out: " + reason);
+  write_state_or_keep(target, run.state, options.force);
   return outcome_of(run, options);
 }
 
@@ -88,7 +92,10 @@ void add_train(CLI::App& app, Command& command) {
   sub->add_option("--data", options->data, "The data set (docs/datasets.md)")->required();
   sub->add_option("--state", options->state, "Where the state goes")->required();
   sub->add_option("--from", options->from, "Go on from this state instead of from nothing");
-  sub->add_option("--size", options->size, "ocr: nominal character size WxH in region pixels");
+  sub->add_option("--size", options->size,
+                  "ocr: nominal character size WxH in region pixels, that of a usual character; "
+                  "otherwise that of the labels, of --from, or the median of the labels' boxes");
+  sub->add_flag("--skip-bad", options->skip_bad, "Leave out images and masks that cannot be read");
   sub->add_flag("--force", options->force, "Replace the state file if it exists");
   sub->footer(
       "Example:\n  telvar train --tool ocr --data labels/ --state reader.telvar --size 18x24");

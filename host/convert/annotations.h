@@ -44,4 +44,10 @@ std::vector<AnnotatedImage> parse_coco(const std::string& text, const std::strin
 AnnotatedImage parse_labelme(const std::string& text, const std::string& name,
                              const std::filesystem::path& folder);
 
+// YOLO: NAME.txt for each image, with lines of a class and a box or polygon in shares of the image;
+// the classes' names stand in classes.txt or obj.names, a line each, there or one folder up. Images
+// lie in the folder `images`. Throws data_error naming file and line.
+std::vector<AnnotatedImage> read_yolo(const std::filesystem::path& labels,
+                                      const std::filesystem::path& images);
+
 }  // namespace telvar_host

@@ -109,7 +109,8 @@ void check_mask_values(const cv::Mat& mask, const SegmenterData& data, const std
   cv::minMaxLoc(mask, nullptr, &value, nullptr, nullptr, known == 0);
   problems.add(path, "mask_value",
                "has " + counted(unknown, "pixel") + " of no class in classes.txt, such as " +
-                   std::to_string(static_cast<int>(value)));
+                   (value == kNoClass ? std::string("of a colour that is no class's")
+                                      : std::to_string(static_cast<int>(value))));
 }
 
 // Opens a mask once, whatever the number of categories it serves. Empty when it is of no use.
@@ -118,7 +119,7 @@ cv::Mat open_mask(const fs::path& file, const cv::Size& expected, const Segmente
   const auto path = utf8(file);
   cv::Mat mask;
   try {
-    mask = read_picture(file);
+    mask = as_indexes(read_picture(file), data.colours);
   } catch (const HostError& error) {
     problems.add(path, "unreadable", reason(error.what(), path));
     return {};

@@ -91,6 +91,12 @@ OcrData read_ocr_data(const fs::path& folder, Purpose purpose, Problems& problem
   return data;
 }
 
+bool needs_places(const OcrItem& item) {
+  return item.characters.empty() &&
+         std::any_of(item.lines.begin(), item.lines.end(),
+                     [](const std::string& line) { return !trimmed(line).empty(); });
+}
+
 NominalSize median_box(const OcrData& data) {
   std::vector<double> widths, heights;
   for (const auto& item : data.items) {

@@ -36,6 +36,9 @@ struct OcrItem {
   std::pair<double, double> in_region(const CharacterMark& mark) const;
 };
 
+// Whether the text is known, but of no character where it stands.
+bool needs_places(const OcrItem& item);
+
 struct OcrData {
   NominalSize size;  // unset when the files name none
   std::vector<OcrItem> items;

@@ -26,11 +26,22 @@ ByStem by_stem(const std::vector<fs::path>& pictures, Problems& problems) {
   return found;
 }
 
-fs::path classes_file(const fs::path& part) {
-  for (const auto& candidate : {part / "classes.txt", part.parent_path() / "classes.txt"}) {
-    if (is_file(candidate)) return candidate;
+void read_classes(const fs::path& part, SegmenterData& data) {
+  for (const auto& folder : {part, part.parent_path()}) {
+    if (const auto file = folder / "classes.txt"; is_file(file)) {
+      data.classes = parse_classes(read_file(file, 1 << 20), utf8(file));
+      data.colours = std::make_shared<ColourIndexes>(palette_colours());
+      return;
+    }
+    if (const auto file = folder / "labelmap.txt"; is_file(file)) {
+      auto map = parse_label_map(read_file(file, 1 << 20), utf8(file));
+      data.classes = std::move(map.classes);
+      data.colours = std::make_shared<ColourIndexes>(std::move(map.colours));
+      return;
+    }
   }
-  return {};
+  throw data_error(utf8(part) +
+                   ": masks/ holds class indexes but there is no classes.txt, nor labelmap.txt");
 }
 
 void report_unfit_masks(const ByStem& masks, const ByStem& pictures, Problems& problems) {
@@ -40,7 +51,7 @@ void report_unfit_masks(const ByStem& masks, const ByStem& pictures, Problems& p
                    "is a JPEG, whose compression marks pixels around the edges; store it as PNG");
     }
     if (pictures.count(stem) == 0) {
-      problems.add(utf8(file), "mask_without_image", "no picture of that name lies in images/");
+      problems.add(utf8(file), "mask_without_image", "no image of that name lies in images/");
     }
   }
 }
@@ -67,9 +78,8 @@ void add_category_folders(const std::vector<fs::path>& folders, const ByStem& pi
 }
 
 // masks/NAME.png with class indexes
-void add_index_masks(const ByStem& files, const std::map<int, std::string>& classes,
-                     const ByStem& pictures, std::map<std::string, SegmenterItem>& items,
-                     Problems& problems) {
+void add_index_masks(const ByStem& files, const SegmenterData& data, const ByStem& pictures,
+                     std::map<std::string, SegmenterItem>& items, Problems& problems) {
   report_unfit_masks(files, pictures, problems);
   for (auto& [stem, item] : items) {
     const auto mask = files.find(stem);
@@ -77,7 +87,9 @@ void add_index_masks(const ByStem& files, const std::map<int, std::string>& clas
       problems.add(utf8(item.file), "missing_mask", "has no mask masks/" + stem + ".png");
       continue;
     }
-    for (const auto& [index, name] : classes) item.masks[name] = {mask->second, index};
+    for (const auto& [index, name] : data.classes) {
+      item.masks[name] = {mask->second, index, data.colours};
+    }
   }
 }
 
@@ -87,7 +99,7 @@ void require_layout(const fs::path& part) {
     if (!is_folder(part / name)) {
       throw data_error(utf8(part) + ": has no folder " + name +
                        "/; expected images/ with masks/<category>/NAME.png, or masks/NAME.png and "
-                       "classes.txt");
+                       "classes.txt or labelmap.txt");
     }
   }
 }
@@ -104,14 +116,9 @@ void read_part(const Part& part, const fs::path& root, SegmenterData& data,
   if (masks.pictures.empty()) {
     add_category_folders(masks.folders, pictures, items, categories, problems);
   } else {
-    const auto classes = classes_file(part.folder);
-    if (classes.empty()) {
-      throw data_error(utf8(part.folder) +
-                       ": masks/ holds class indexes but there is no classes.txt");
-    }
-    data.classes = parse_classes(read_file(classes, 1 << 20), utf8(classes));
+    read_classes(part.folder, data);
     for (const auto& entry : data.classes) categories.insert(entry.second);
-    add_index_masks(by_stem(masks.pictures, problems), data.classes, pictures, items, problems);
+    add_index_masks(by_stem(masks.pictures, problems), data, pictures, items, problems);
   }
   for (auto& entry : items) data.items.push_back(std::move(entry.second));
 }
@@ -125,7 +132,7 @@ SegmenterData read_segmenter_data(const fs::path& source, Purpose purpose, Probl
     read_part(part, source, data, categories, problems);
   }
   if (data.items.empty() && problems.empty()) {
-    throw data_error(utf8(source) + ": holds no pictures in images/");
+    throw data_error(utf8(source) + ": holds no images in images/");
   }
   if (categories.empty() && problems.empty()) {
     throw data_error(utf8(source) + ": masks/ holds no masks");
@@ -138,11 +145,16 @@ SegmenterData read_segmenter_data(const fs::path& source, Purpose purpose, Probl
 
 std::string wrong_mask_channels(const cv::Mat& mask) {
   return "has " + std::to_string(mask.channels()) +
-         " channels, not one (a palette is read as its colours; store the indexes as gray)";
+         " channels, not one (colours are read only of masks/NAME.png with classes.txt or "
+         "labelmap.txt)";
+}
+
+cv::Mat as_indexes(const cv::Mat& stored, const std::shared_ptr<const ColourIndexes>& colours) {
+  return colours && stored.type() == CV_8UC3 ? indexes_of(stored, *colours) : stored;
 }
 
 cv::Mat read_mask(const MaskSource& source) {
-  const cv::Mat stored = read_picture(source.file);
+  const cv::Mat stored = as_indexes(read_picture(source.file), source.colours);
   if (stored.channels() != 1) {
     throw data_error(utf8(source.file) + ": a mask " + wrong_mask_channels(stored));
   }

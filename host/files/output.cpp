@@ -1,6 +1,7 @@
 #include "files/output.h"
 
 #include <algorithm>
+#include <chrono>
 #include <fstream>
 #include <system_error>
 #include <utility>
@@ -39,6 +40,21 @@ fs::path temporary_in(const fs::path& folder, const fs::path& path) {
 
 fs::path temporary_beside(const fs::path& path) {
   return temporary_in(path.parent_path(), path);
+}
+
+// What runs that were killed left for `path` a day ago or earlier: nothing takes as long between
+// two files, and a younger one may belong to a run on another machine.
+void clear_leftovers(const fs::path& folder, const fs::path& path) {
+  const auto prefix = "." + path.filename().u8string() + ".telvar-";
+  const auto day_ago = fs::file_time_type::clock::now() - std::chrono::hours(24);
+  std::error_code lost;  // leftovers are no reason to fail
+  for (fs::directory_iterator at(folder, lost), end; !lost && at != end; at.increment(lost)) {
+    std::error_code gone;
+    const bool ours = at->path().filename().u8string().compare(0, prefix.size(), prefix) == 0;
+    if (ours && fs::last_write_time(at->path(), gone) < day_ago && !gone) {
+      fs::remove_all(at->path(), gone);
+    }
+  }
 }
 
 void write_new_file(const fs::path& path, std::string_view bytes,
@@ -88,6 +104,7 @@ void require_replaceable(const fs::path& path, bool force) {
 
 void require_writable_file(const fs::path& path, bool force) {
   require_replaceable(path, force);
+  clear_leftovers(resolved(path).parent_path(), resolved(path));
   const RemovedOnExit trial(temporary_beside(resolved(path)));
   // Under the lock, or an interrupt could remove the file and this would make it again.
   std::lock_guard<std::mutex> lock(output_mutex());
@@ -137,6 +154,7 @@ void OutputFolder::make_folders(const fs::path& parent) {
   std::error_code error;
   fs::create_directories(parent, error);
   if (error) throw failure("cannot create " + utf8(parent) + ": " + error.message());
+  clear_leftovers(parent, target_);
   const bool kept = unfinished_ == Unfinished::kKept;
   const auto path = kept ? target_ / kUnfinished : temporary_in(parent, target_);
   resumed_ = kept && fs::exists(path);

@@ -7,6 +7,7 @@
 
 #include "app/errors.h"
 #include "app/text.h"
+#include "files/flush.h"
 #include "files/input.h"
 #include "files/output.h"
 
@@ -175,6 +176,19 @@ StateFile read_state(const std::filesystem::path& path) {
 
 void write_state(const std::filesystem::path& path, const StateFile& state, bool force) {
   write_file(path, serialised(state), force);
+}
+
+void write_state_or_keep(const std::filesystem::path& path, const StateFile& state, bool force) {
+  try {
+    write_state(path, state, force);
+  } catch (const HostError& error) {
+    std::error_code none;
+    const auto folder = std::filesystem::temp_directory_path(none);
+    const auto other = folder / (path.stem().u8string() + "-" + process_tag() + ".telvar");
+    if (none) throw;
+    write_state(other, state, true);
+    throw failure(std::string(error.what()) + "; the state is in " + utf8(other) + " instead");
+  }
 }
 
 }  // namespace telvar_host

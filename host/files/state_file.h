@@ -48,5 +48,8 @@ StateFile parse_state(std::string_view bytes, const std::string& name);
 // the description below 16 MiB.
 StateFile read_state(const std::filesystem::path& path);
 void write_state(const std::filesystem::path& path, const StateFile& state, bool force);
+// The same; but a state that cannot be written there (the folder went away, the disk is full) is
+// written into the system's folder for temporary files, and the error says where it is.
+void write_state_or_keep(const std::filesystem::path& path, const StateFile& state, bool force);
 
 }  // namespace telvar_host

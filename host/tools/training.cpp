@@ -1,47 +1,69 @@
 #include "tools/training.h"
 
+#include <algorithm>
 #include <chrono>
 
 #include "app/errors.h"
+#include "app/text.h"
 #include "files/state_about.h"
 #include "tools/classifier_tool.h"
+#include "tools/readable.h"
 #include "tools/reader_tool.h"
 #include "tools/segmenter_tool.h"
 
 namespace telvar_host {
 namespace {
 
-template <typename Tool, typename Train>
-TrainingRun timed(Session& session, const StateFile& from, const Train& train) {
-  Tool tool(session, from);
+std::string listed(const std::vector<std::string>& reasons) {
+  constexpr std::size_t kMost = 10;
+  std::string text =
+      counted(reasons.size(), "file") + " cannot be read (--skip-bad leaves them out)";
+  for (std::size_t i = 0; i < std::min(kMost, reasons.size()); ++i) text += "; " + reasons[i];
+  return text + (reasons.size() > kMost ? "; ..." : "");
+}
+
+// Trains on `data`. When a file cannot be read, the error names all such files, not just the first.
+template <typename Tool, typename Data, typename Train>
+TrainingRun timed(Session& session, const StateFile& from, Data& data, bool skip_bad,
+                  const Train& train) {
   TrainingRun run;
+  if (skip_bad) run.skipped = remove_unreadable(data, session.progress);
+  Tool tool(session, from);
   const auto start = std::chrono::steady_clock::now();
-  run.score = train(tool);
+  try {
+    run.score = train(tool);
+  } catch (const HostError& error) {
+    if (error.code() != ExitCode::kBadData) throw;
+    const auto reasons = remove_unreadable(data, session.progress);
+    if (reasons.empty()) throw;
+    throw data_error(reasons.size() == 1 ? reasons.front() : listed(reasons));
+  }
   run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   run.state = tool.state();
+  run.images = data.items.size();
   return run;
 }
 
 TrainingRun train_classifier(Session& session, const std::filesystem::path& source,
-                             const StateFile& from) {
+                             const StateFile& from, const TrainingSettings& settings) {
   Problems problems;
-  const auto data = read_classifier_data(source, Purpose::kTrain, problems);
+  auto data = read_classifier_data(source, Purpose::kTrain, problems);
   problems.throw_if_any();
   auto run = timed<ClassifierTool>(
-      session, from, [&](ClassifierTool& tool) { return tool.train(data, session.progress); });
-  run.images = data.items.size();
+      session, from, data, settings.skip_bad,
+      [&](ClassifierTool& tool) { return tool.train(data, session.progress); });
   for (const auto& item : data.items) ++run.counts[item.category];
   return run;
 }
 
 TrainingRun train_segmenter(Session& session, const std::filesystem::path& source,
-                            const StateFile& from) {
+                            const StateFile& from, const TrainingSettings& settings) {
   Problems problems;
-  const auto data = read_segmenter_data(source, Purpose::kTrain, problems);
+  auto data = read_segmenter_data(source, Purpose::kTrain, problems);
   problems.throw_if_any();
-  auto run = timed<SegmenterTool>(
-      session, from, [&](SegmenterTool& tool) { return tool.train(data, session.progress); });
-  run.images = data.items.size();
+  auto run = timed<SegmenterTool>(session, from, data, settings.skip_bad, [&](SegmenterTool& tool) {
+    return tool.train(data, session.progress);
+  });
   for (const auto& item : data.items) {
     for (const auto& mask : item.masks) ++run.counts[mask.first];
   }
@@ -57,15 +79,26 @@ NominalSize training_size(const std::optional<NominalSize>& given, const OcrData
   throw usage_error("the labels name no character size and hold no boxes; give --size WxH");
 }
 
+// Such an image would teach that there is nothing to read in it.
+void require_places(const OcrData& data, Problems& problems) {
+  for (const auto& item : data.items) {
+    if (needs_places(item)) {
+      problems.add(utf8(item.file), "no_places",
+                   "has text but no characters; telvar label finds their places");
+    }
+  }
+}
+
 TrainingRun train_reader(Session& session, const std::filesystem::path& source,
-                         const StateFile& from, const std::optional<NominalSize>& given) {
+                         const StateFile& from, const TrainingSettings& settings) {
   Problems problems;
-  const auto data = read_ocr_data(source, Purpose::kTrain, problems);
+  auto data = read_ocr_data(source, Purpose::kTrain, problems);
+  require_places(data, problems);
   problems.throw_if_any();
-  const auto size = training_size(given, data, from);
-  auto run = timed<ReaderTool>(
-      session, from, [&](ReaderTool& tool) { return tool.train(data, size, session.progress); });
-  run.images = data.items.size();
+  const auto size = training_size(settings.size, data, from);
+  auto run = timed<ReaderTool>(session, from, data, settings.skip_bad, [&](ReaderTool& tool) {
+    return tool.train(data, size, session.progress);
+  });
   for (const auto& item : data.items) {
     for (const auto& mark : item.characters) ++run.counts[mark.category];
   }
@@ -73,24 +106,24 @@ TrainingRun train_reader(Session& session, const std::filesystem::path& source,
 }
 
 TrainingRun trained(Session& session, const std::filesystem::path& data, const StateFile& from,
-                    const std::optional<NominalSize>& size) {
+                    const TrainingSettings& settings) {
   switch (from.tool) {
     case ToolKind::kOcr:
-      return train_reader(session, data, from, size);
+      return train_reader(session, data, from, settings);
     case ToolKind::kClassifier:
-      return train_classifier(session, data, from);
+      return train_classifier(session, data, from, settings);
     case ToolKind::kSegmenter:
       break;
   }
-  return train_segmenter(session, data, from);
+  return train_segmenter(session, data, from, settings);
 }
 
 }  // namespace
 
 TrainingRun run_training(Session& session, const std::filesystem::path& data, const StateFile& from,
-                         const std::optional<NominalSize>& size) {
+                         const TrainingSettings& settings) {
   auto about = about_of(from, "the state");
-  auto run = trained(session, data, from, size);
+  auto run = trained(session, data, from, settings);
   add_training(about,
                {utc_now(), TELVAR_HOST_VERSION, run.images, run.counts, run.score, run.seconds});
   run.state.about = serialised(about);

@@ -209,6 +209,22 @@ TEST(StateFileTest, EveryChangedByteIsNoticed) {
   }
 }
 
+TEST(StateFileTest, WhatCannotBeWrittenIsKeptElsewhere) {
+  StateFile state;
+  state.artifact = "an artifact that took hours";
+  try {
+    write_state_or_keep("/nowhere/at/all/reader.telvar", state, false);
+    FAIL();
+  } catch (const HostError& error) {
+    const std::string text = error.what();
+    EXPECT_NE(text.find("/nowhere/at/all: no such folder"), std::string::npos) << text;
+    const auto from = text.find("the state is in ") + 16;
+    const auto kept = path_from_utf8(text.substr(from, text.rfind(" instead") - from));
+    EXPECT_EQ(read_state(kept).artifact, state.artifact);
+    std::filesystem::remove(kept);
+  }
+}
+
 TEST(Labels, AreWrittenAsTheyAreRead) {
   const std::string text =
       R"({"size": [18, 24], "images": [{"file": "a b.png", "roi": [1, 2, 3, 4, 5, 6], "partial": true,

@@ -201,6 +201,30 @@ class BadInput(HostTest):
         self.refused(BAD_DATA, "ab.jpg", "evaluate", "--state", state, "--data", self.one_picture(jpeg),
                      "--out", f"{self.scratch}/neu/tief/")
 
+    def test_all_unreadable_files_are_named_or_left_out(self):
+        data = self.brightness_set()
+        self.file("licht/hell/halb.png", flat(9, side=90)[:-30])
+        self.file("licht/dunkel é/leer.png", b"")
+        train = ["train", "--tool", "classifier", "--data", data, "--state", self.scratch / "z"]
+        self.refused(BAD_DATA, "2 files cannot be read", *train)
+        message = self.run_host(*train).err
+        self.assertIn("halb.png", message)
+        self.assertIn("leer.png: is empty", message)
+        trained = self.ok(*train, "--skip-bad")
+        self.assertEqual((trained["images"], len(trained["skipped"])), (6, 2))
+        mask = self.bright_set() / "masks/fleck/1.png"
+        mask.write_bytes(b"?")
+        trained = self.ok("train", "--tool", "segmenter", "--data", self.scratch / "flecken", "--state", self.scratch / "s",
+                          "--skip-bad")
+        self.assertEqual((trained["images"], trained["counts"]), (2, {"fleck": 2}))
+
+    def test_what_is_misspelt_gets_a_suggestion(self):
+        for named, arguments in [("'predict' is no command", ["predict", "--help"]), ("did you mean 'process'?", ["proces"]),
+                                 ("'xyzzyxyzzy' is no command; telvar --help", ["xyzzyxyzzy"])]:
+            done = subprocess.run([PROGRAM, *arguments], capture_output=True)
+            self.assertEqual(done.returncode, USAGE)
+            self.assertIn(named, done.stderr.decode())
+
     def test_masks(self):
         data = self.bright_set()
         state = self.train("segmenter", data)

@@ -1,5 +1,5 @@
 """Every command end to end, on data small enough to know the answers."""
-import csv
+import base64
 import gzip
 import html
 import json
@@ -83,6 +83,30 @@ class SegmenterCommands(HostTest):
         self.assertAlmostEqual(found["iou"]["links"], 1)
         self.assertAlmostEqual(found["iou"]["oben rechts"], 0)
         self.assertAlmostEqual(found["mean_iou"], 0.5)
+
+    def test_masks_that_show_classes_by_colours(self):
+        # The usual palette's colours of classes 1 and 2, and its border; colours that a label map names.
+        palette = {0: (0, 0, 0), 1: (128, 0, 0), 2: (0, 128, 0), 9: (224, 224, 192)}
+        mapped = {0: (0, 0, 0), 1: (10, 20, 30), 2: (250, 0, 250), 9: (0, 0, 0)}
+        shown = lambda x, y: (1 if x < 3 else 2) if y < 4 else 9 if x == 5 else 0
+        for name, colours, file, text in (("palette", palette, "classes.txt", "1 links\n2 rechts\n"),
+                                          ("karte", mapped, "labelmap.txt",
+                                           "# label:color_rgb:parts:actions\nbackground:0,0,0::\n"
+                                           "links:10,20,30::\nrechts:250,0,250::\n")):
+            with self.subTest(name):
+                for i in range(2):
+                    self.file(f"{name}/images/{i}.png", png(8, 8, lambda x, y: 250 if y < 4 and x < 3 else 7 + i))
+                    self.file(f"{name}/masks/{i}.png", png(8, 8, lambda x, y: colours[shown(x, y)], channels=3))
+                self.file(f"{name}/{file}", text)
+                data = self.scratch / name
+                self.assertEqual(self.ok("check", "--tool", "segmenter", "--data", data)["counts"], {"links": 2, "rechts": 2})
+                state = self.train("segmenter", data, f"{name}.telvar")
+                # The stand-in finds what is bright for every category: 12 pixels of "links", none of "rechts".
+                self.assertEqual(self.ok("evaluate", "--state", state, "--data", data)["iou"], {"links": 1, "rechts": 0})
+                self.file(f"{name}/masks/1.png", png(8, 8, lambda x, y: (1, 2, 3) if x == 0 else (0, 0, 0), channels=3))
+                found = self.run_host("check", "--tool", "segmenter", "--data", data, "--json")
+                self.assertIn(("mask_value", "has 8 pixels of no class in classes.txt, such as of a colour that is no class's"),
+                              [(p["kind"], p["why"]) for p in json.loads(found.out)["problems"]])
 
     def test_categories_of_data_and_model_count_alike(self):
         state = self.train("segmenter", self.bright_set())
@@ -219,6 +243,44 @@ class Conversion(HostTest):
         self.ok("convert", "--from", "coco", "--tool", "ocr", "--labels", source, "--out", self.scratch / "leser")
         written = json.loads((self.scratch / "leser/labels.json").read_text("utf-8"))["images"]
         self.assertEqual(written, [{"file": "bild.png", "characters": [{"x": 3.5, "y": 2, "w": 4, "h": 3, "category": "teil"}]}])
+
+    def test_yolo(self):
+        self.file("y/bilder/a.png", png(20, 10, lambda x, y: 250 if 5 <= x < 10 and 2 <= y < 8 else 9))
+        self.file("y/classes.txt", "A\nÖ\n")
+        self.file("y/labels/a.txt", "1 0.375 0.5 0.25 0.6\n")
+        convert = ["convert", "--from", "yolo", "--labels", self.scratch / "y/labels", "--images", self.scratch / "y/bilder"]
+        self.ok(*convert, "--tool", "ocr", "--out", self.scratch / "leser")
+        written = json.loads((self.scratch / "leser/labels.json").read_text("utf-8"))["images"]
+        self.assertEqual(written, [{"file": "a.png", "characters": [{"x": 7, "y": 4.5, "w": 5, "h": 6, "category": "Ö"}]}])
+        # A polygon of the same corners.
+        for name, line in ("box", "1 0.375 0.5 0.25 0.6"), ("polygon", "1 0.25 0.2 0.5 0.2 0.5 0.8 0.25 0.8"):
+            self.file("y/labels/a.txt", line + "\n\n")
+            self.ok(*convert, "--tool", "segmenter", "--out", self.scratch / name)
+            state = self.train("segmenter", self.scratch / name, name + ".telvar")
+            self.assertEqual(self.ok("evaluate", "--state", state, "--data", self.scratch / name)["iou"], {"Ö": 1})
+        for named, line in [("a.txt: line 1: there is no class 2 among the 2 names", "2 0 0 1 1"), ("'x' is no number", "1 x"),
+                            ("expected a class and a box", "1 0.1 0.2 0.3"), ("there is no class", "0.5 0 0 1 1")]:
+            self.file("y/labels/a.txt", line)
+            refused = self.run_host(*convert, "--tool", "ocr", "--out", self.scratch / "neu")
+            self.assertEqual(refused.code, 3)
+            self.assertIn(named, refused.err)
+        self.file("y/labels/a.txt", "")
+        self.file("y/labels/fremd.txt", "0 0 0 1 1")
+        self.assertIn("fremd.*: no such image", self.run_host(*convert, "--tool", "ocr", "--out", self.scratch / "neu").err)
+
+    def test_labelme_files_that_hold_their_image(self):
+        image = png(20, 16, lambda x, y: 200 if x < 4 and y < 4 else 30)
+        shapes = [{"label": "teil", "shape_type": "polygon", "points": [[0, 0], [4, 0], [4, 4], [0, 4]]}]
+        content = {"imagePath": "..\\weg\\bild.png", "imageData": base64.b64encode(image).decode(), "shapes": shapes}
+        labels = self.file("l/bild.json", json.dumps(content)).parent
+        out = self.scratch / "neu"
+        self.ok("convert", "--from", "labelme", "--tool", "segmenter", "--labels", labels, "--out", out)
+        self.assertEqual((out / "images/bild.png").read_bytes(), image)
+        state = self.train("segmenter", out)
+        self.assertEqual(self.ok("evaluate", "--state", state, "--data", out)["iou"], {"teil": 1})
+        self.file("l/bild.json", json.dumps({**content, "imageData": "kein Bild!"}))
+        refused = self.run_host("convert", "--from", "labelme", "--tool", "segmenter", "--labels", labels, "--out", self.scratch / "x")
+        self.assertIn("imageData: is no base64", refused.err)
 
     def test_labelme_boxes_become_characters(self):
         self.file("l/seite.png", png(40, 30, lambda x, y: 0 if (x, y) == (12, 10) else 255))

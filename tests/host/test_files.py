@@ -123,12 +123,25 @@ class Places(HostTest):
             done = self.run_host(*train, place)
             self.assertEqual(done.code, code, str(done))
             self.assertIn(text, done.err)
-            self.assertNotIn("pictures", done.err)  # not even loaded
+            self.assertNotIn("images", done.err)  # not even loaded
         state = self.file("geheim", b"")
         state.chmod(0o600)
         self.ok(*train, state)
         self.assertEqual(state.stat().st_mode & 0o777, 0o600)
         self.assertNotIn(".telvar-", "".join(self.files()))
+
+    def test_what_killed_runs_left_is_cleared_after_a_day(self):
+        self.file(".aus.telvar-4000000/rest", b"?")
+        self.file(".aus.telvar-4000001/rest", b"?")
+        self.file(".z.telvar-4000000", b"?")
+        self.file(".zz.telvar-4000000", b"?")
+        for name in (".aus.telvar-4000000", ".z.telvar-4000000", ".zz.telvar-4000000"):
+            os.utime(self.scratch / name, (time.time() - 90000, ) * 2)
+        state = self.train("classifier", self.brightness_set(), "z")
+        self.ok("evaluate", "--state", state, "--data", self.scratch / "licht", "--out", self.scratch / "aus")
+        # What is young, and what belongs to another output, stays.
+        self.assertEqual([name for name in self.files() if ".telvar-" in name],
+                         [".aus.telvar-4000001", ".aus.telvar-4000001/rest", ".zz.telvar-4000000"])
 
     def test_folders(self):
         state = self.train("classifier", self.brightness_set())
@@ -229,13 +242,13 @@ class Environment(HostTest):
         os.close(master)
         self.assertEqual(done.returncode, 0)
         self.assertIn("\r", shown.replace("\r\n", ""))
-        self.assertRegex(shown, "[0-6] of 6 pictures|checking  0:00")
+        self.assertRegex(shown, "[0-6] of 6 images|checking  0:00")
         self.assertNotIn("\r", self.run_host("check", "--tool", "classifier", "--data", data).err)
 
     def test_streams(self):
         data = self.brightness_set()
         arguments = ["check", "--tool", "classifier", "--data", data]
-        self.assertIn("6 pictures", self.run_host(*arguments).err)
+        self.assertIn("6 images", self.run_host(*arguments).err)
         self.assertEqual(self.run_host(*arguments, "--quiet").err, "")
         self.assertIn("hell", self.run_host(*arguments, "--quiet").out)
         self.file("licht/hell/halb.png", flat(9, side=90)[:-30])

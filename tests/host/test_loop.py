@@ -82,6 +82,34 @@ class Loop(HostTest):
         marks = json.loads((self.scratch / "aus dataset/labels/labels.json").read_text("utf-8"))["images"][0]["characters"]
         self.assertEqual({m["score"] for m in marks}, {0.9})
 
+    def test_typed_text_gets_places(self):
+        state = self.train("ocr", self.text_set())
+        # name, typed lines, what the page shows, (x, y, category) that are placed, whether to look at it
+        for name, typed, shown, placed, look in [
+            ("alles", ["A B", "", "ÇD"], "ABÇD", [(15, 15, "A"), (35, 15, "B"), (15, 45, "Ç"), (35, 45, "D")], None),
+            ("anderes", ["AX", "ÇD"], "ABÇD", [(15, 15, "A"), (35, 15, "X"), (15, 45, "Ç"), (35, 45, "D")], (4, 4, 1)),
+            ("eins fehlt", ["AB", "ÇD"], "ABD", [(15, 15, "A"), (35, 15, "B"), (35, 45, "D")], (4, 3, 0)),
+            ("eins zu viel", ["B", "ÇD"], "ABÇD", [(35, 15, "B"), (15, 45, "Ç"), (35, 45, "D")], None),
+            ("nichts", ["UVW"], "", [], (3, 0, 0)),
+        ]:
+            with self.subTest(name):
+                data = self.text_set(name, shown=shown)
+                image = {"file": "seite.png", "text": typed}
+                (data / "labels.json").write_text(json.dumps({"images": [image]}), "utf-8")
+                refused = self.run_host("train", "--tool", "ocr", "--data", data, "--size", "20x30", "--state", data / "z")
+                self.assertEqual(refused.code, 3)
+                self.assertIn("telvar label", refused.err)
+                out = self.scratch / f"{name} gesetzt"
+                found = self.ok("label", "--state", state, "--data", data, "--out", out)
+                written = json.loads((out / "labels.json").read_text("utf-8"))
+                marks = written["images"][0]["characters"]
+                self.assertEqual([(m["x"], m["y"], m["category"]) for m in marks], placed)
+                self.assertEqual(written["size"], [20, 30])
+                self.assertEqual(written["images"][0].get("partial", False), len(placed) < sum(map(len, "".join(typed).split())))
+                self.assertEqual([(d["letters"], d["placed"], d["doubtful"]) for d in found["doubtful"]], [look] if look else [])
+        refused = self.run_host("label", "--state", state, "--data", self.scratch / "schrift", "--out", self.scratch / "x")
+        self.assertIn("has no image with text but without characters", refused.err)
+
     def test_regions(self):
         state = self.train("ocr", self.text_set())
         page = self.file("versetzt.png", png(80, 70, lambda x, y: 0 if (x, y) in {(22, 18), (42, 18)} else 255))

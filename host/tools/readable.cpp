@@ -1,0 +1,58 @@
+#include "tools/readable.h"
+
+#include <algorithm>
+#include <set>
+
+#include "app/errors.h"
+#include "images/read_image.h"
+
+namespace telvar_host {
+namespace {
+
+std::set<std::filesystem::path> files_of(const SegmenterItem& item) {
+  std::set<std::filesystem::path> files = {item.file};
+  for (const auto& mask : item.masks) files.insert(mask.second.file);
+  return files;
+}
+
+template <typename Item>
+std::set<std::filesystem::path> files_of(const Item& item) {
+  return {item.file};
+}
+
+template <typename Items>
+std::vector<std::string> removed(Items& items, Progress& progress) {
+  std::vector<std::string> reasons;
+  const auto is_bad = [&](const auto& item) {
+    progress.step();
+    for (const auto& file : files_of(item)) {
+      try {
+        read_picture(file);
+      } catch (const HostError& error) {
+        reasons.push_back(error.what());
+        return true;
+      }
+    }
+    return false;
+  };
+  progress.start("looking for unreadable files", items.size());
+  items.erase(std::remove_if(items.begin(), items.end(), is_bad), items.end());
+  progress.finish();
+  return reasons;
+}
+
+}  // namespace
+
+std::vector<std::string> remove_unreadable(ClassifierData& data, Progress& progress) {
+  return removed(data.items, progress);
+}
+
+std::vector<std::string> remove_unreadable(SegmenterData& data, Progress& progress) {
+  return removed(data.items, progress);
+}
+
+std::vector<std::string> remove_unreadable(OcrData& data, Progress& progress) {
+  return removed(data.items, progress);
+}
+
+}  // namespace telvar_host
