@@ -2,6 +2,9 @@
 
 #if defined(TELVAR_ONEDNN)
 #include <omp.h>
+
+#include <cstdlib>
+#include <new>
 #endif
 #if defined(__SSE2__)
 #include <xmmintrin.h>
@@ -28,12 +31,21 @@ unsigned set_control(unsigned) {
 #endif
 
 #if defined(TELVAR_ONEDNN)
+/// OpenMP's library keeps a record of each thread, and ends the process where it gets no memory
+/// for it.
+void check_memory_for_openmp() {
+  constexpr std::size_t kMoreThanARecord = 4096;
+  void* volatile block = std::malloc(kMoreThanARecord);  // volatile, or it would be left out
+  if (block == nullptr) throw std::bad_alloc();
+  std::free(block);
+}
 int set_threads(int threads) {
   const int before = omp_get_max_threads();
   omp_set_num_threads(threads);
   return before;
 }
 #else
+void check_memory_for_openmp() {}
 int set_threads(int threads) {
   return threads;
 }
@@ -42,7 +54,7 @@ int set_threads(int threads) {
 }  // namespace
 
 LibraryThreadScope::LibraryThreadScope()
-    : threads_(set_threads(1)), control_(set_control(kOurControl)) {}
+    : threads_((check_memory_for_openmp(), set_threads(1))), control_(set_control(kOurControl)) {}
 
 LibraryThreadScope::~LibraryThreadScope() {
   set_control(control_);

@@ -18,6 +18,7 @@ constexpr std::string_view kMagic("\x89TLC\r\n\x1A\n", 8);
 constexpr std::uint32_t kVersion = 1;
 constexpr std::uint32_t kMaxImageId = 1u << 20;
 constexpr std::uint64_t kEntryOverhead = 64;
+constexpr std::uint64_t kSmallestEntry = 4 + 8 + 8;  // bytes of its three numbers
 
 std::string read_all(std::istream& stream) try {
   return std::string(std::istreambuf_iterator<char>(stream.rdbuf()), {});
@@ -163,7 +164,12 @@ void TrainCacheStore::load(std::istream& stream) {
   try {
     const std::string bytes = read_all(stream);
     ByteReader reader(checked_entries(bytes, tool_));
-    for (std::uint64_t left = reader.u64("entries"); left > 0; --left) {
+    const std::uint64_t entries = reader.u64("entries");
+    if (entries > reader.remaining() / kSmallestEntry) {
+      throw malformed_bytes(std::to_string(entries) + " entries are announced, " +
+                            std::to_string(reader.remaining()) + " bytes are left");
+    }
+    for (std::uint64_t left = entries; left > 0; --left) {
       CacheKey key;
       key.image_id = reader.text("image identifier", kMaxImageId);
       key.digest = reader.u64("digest");

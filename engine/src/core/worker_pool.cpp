@@ -1,18 +1,35 @@
 #include "core/worker_pool.h"
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <exception>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "core/library_threads.h"
 
+#if !defined(_WIN32)
+#include <unistd.h>
+#endif
+
 namespace telvar::core {
 namespace {
+
+#if defined(_WIN32)
+int this_process() {
+  return 0;
+}
+#else
+pid_t this_process() {
+  return getpid();
+}
+#endif
 
 struct Job {
   Job(int chunks_, const std::function<void(int)>& work_) : work(work_), chunks(chunks_) {}
@@ -44,10 +61,28 @@ class WorkerPool::Impl {
 
   ~Impl() { stop(); }
 
+  /// Whether this process is a copy, made by fork, of the one that has the threads. Nothing but
+  /// the work itself may then be touched: the mutex and the conditions may be held or waited for
+  /// by threads that do not exist here.
+  bool is_copy() const { return process_ != this_process(); }
+
+  /// Keeps a copy, which cannot be destroyed, where leak checkers find it.
+  static void abandon(std::unique_ptr<Impl> copy) noexcept {
+    static std::atomic<Impl*> abandoned{nullptr};
+    copy->next_abandoned_ = abandoned.load();
+    while (!abandoned.compare_exchange_weak(copy->next_abandoned_, copy.get())) {
+    }
+    copy.release();
+  }
+
   unsigned threads() const { return static_cast<unsigned>(workers_.size()) + 1; }
 
   void run(int chunks, const std::function<void(int)>& work) {
     const LibraryThreadScope scope;
+    if (is_copy()) {
+      for (int chunk = 0; chunk < chunks; ++chunk) work(chunk);
+      return;
+    }
     Job job(chunks, work);
     std::unique_lock<std::mutex> lock(mutex_);
     if (chunks > 1 && !workers_.empty()) {
@@ -70,8 +105,14 @@ class WorkerPool::Impl {
     for (std::thread& worker : workers_) worker.join();
   }
 
-  void serve() {
+  void serve() try {
     const LibraryThreadScope scope;
+    serve_in_scope();
+  } catch (const std::bad_alloc&) {
+    // No memory for the scope: the other threads do the work.
+  }
+
+  void serve_in_scope() {
     std::unique_lock<std::mutex> lock(mutex_);
     while (true) {
       wake_.wait(lock, [this] { return stopping_ || !jobs_.empty(); });
@@ -111,6 +152,8 @@ class WorkerPool::Impl {
     jobs_.erase(std::remove(jobs_.begin(), jobs_.end(), &job), jobs_.end());
   }
 
+  decltype(this_process()) process_ = this_process();
+  Impl* next_abandoned_ = nullptr;
   std::mutex mutex_;
   std::condition_variable wake_, done_;
   std::deque<Job*> jobs_;
@@ -119,7 +162,10 @@ class WorkerPool::Impl {
 };
 
 WorkerPool::WorkerPool(unsigned threads) : impl_(std::make_unique<Impl>(threads)) {}
-WorkerPool::~WorkerPool() = default;
+
+WorkerPool::~WorkerPool() {
+  if (impl_->is_copy()) Impl::abandon(std::move(impl_));
+}
 
 unsigned WorkerPool::threads() const {
   return impl_->threads();

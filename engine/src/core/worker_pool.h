@@ -23,15 +23,15 @@ class WorkerPool {
   explicit WorkerPool(unsigned threads = 0);
   WorkerPool(const WorkerPool&) = delete;
   WorkerPool& operator=(const WorkerPool&) = delete;
-  /// Ends and joins its threads.
+  /// Ends and joins its threads. In a process that fork made, which has none, it does nothing.
   ~WorkerPool();
 
   unsigned threads() const;
 
-  /// Calls work(0) .. work(chunks - 1), each once, on the pool and the calling thread, inside a
-  /// LibraryThreadScope; returns when all are done. Rethrows the exception of the lowest chunk
-  /// that threw; chunks not yet begun are then left out. May be called from several threads at
-  /// once, and from within `work` (the calling thread then works too, so nothing can block).
+  /// Calls work(0) .. work(chunks - 1), each once, on pool and calling thread (in a process that
+  /// fork made, on that alone), inside a LibraryThreadScope; returns when all are done. Rethrows
+  /// the exception of the lowest chunk that threw; chunks not yet begun are then left out. May be
+  /// called from several threads at once, and from within `work`, which then cannot block.
   void run(int chunks, const std::function<void(int chunk)>& work);
 
  private:

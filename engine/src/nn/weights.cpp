@@ -9,7 +9,6 @@ namespace {
 
 using core::malformed_bytes;
 
-constexpr std::uint32_t kMaxTensors = 4096;
 constexpr std::uint32_t kMaxName = 256;
 constexpr std::string_view kVarianceSuffix = "running_var";
 
@@ -65,9 +64,10 @@ void write_weights(core::ByteWriter& writer, const Network& network) {
 }
 
 void read_weights(core::ByteReader& reader, Network& network) {
-  if (reader.count("tensors", 0, kMaxTensors) != network.parameters().size()) {
-    throw malformed_bytes("the network has " + std::to_string(network.parameters().size()) +
-                          " tensors");
+  const std::uint32_t count = reader.u32("tensors");
+  if (count != network.parameters().size()) {
+    throw malformed_bytes(std::to_string(count) + " tensors, the network has " +
+                          std::to_string(network.parameters().size()));
   }
   for (Parameter* parameter : by_name(network.parameters())) read_parameter(reader, *parameter);
 }

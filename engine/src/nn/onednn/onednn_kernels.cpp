@@ -3,10 +3,12 @@
 
 #include <cstring>
 #include <dnnl.hpp>
+#include <mutex>
 #include <optional>
 #include <string>
 
 #include "nn/kernels.h"
+#include "nn/onednn/code_memory.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::nn {
@@ -39,6 +41,12 @@ dnnl::primitive_attr with_own_scratch() {
 [[noreturn]] void rethrow(const dnnl::error& error, const std::string& activity) {
   if (error.status == dnnl_out_of_memory) throw std::bad_alloc();
   throw types::exception(activity + ": oneDNN: " + error.what());
+}
+
+template <class Primitive, class Description>
+Primitive make_primitive(const Description& description) {
+  require_code_memory();
+  return Primitive(description);
 }
 
 /// oneDNN falls back on plain loops, a hundred times slower, where no kernel of its own fits.
@@ -165,10 +173,10 @@ class OneDnnConvolution final : public Convolution {
             : Forward::desc(kind, direct, layout_.input, layout_.weights, output, layout_.strides,
                             layout_.dilations, layout_.before, layout_.after);
     forward_desc_ = {described, attributes, engine_};
-    forward_ = Forward(forward_desc_);
+    forward_ = make_primitive<Forward>(forward_desc_);
     pack_desc_ = {engine_, layout_.plain_weights, engine_, forward_desc_.weights_desc(),
                   with_own_scratch()};
-    pack_ = dnnl::reorder(pack_desc_);
+    pack_ = make_primitive<dnnl::reorder>(pack_desc_);
     need(forward_desc_.scratchpad_desc());
     need(pack_desc_.scratchpad_desc());
   }
@@ -179,32 +187,32 @@ class OneDnnConvolution final : public Convolution {
         {dnnl::prop_kind::forward_training, direct, layout_.input, layout_.weights, layout_.output,
          layout_.strides, layout_.dilations, layout_.before, layout_.after},
         engine_);
-    Gradients made;
-    made.input_desc = {{direct, layout_.input, layout_.weights, layout_.output, layout_.strides,
-                        layout_.dilations, layout_.before, layout_.after},
-                       with_own_scratch(),
-                       engine_,
-                       hint};
+    Gradients gradients;
+    gradients.input_desc = {{direct, layout_.input, layout_.weights, layout_.output,
+                             layout_.strides, layout_.dilations, layout_.before, layout_.after},
+                            with_own_scratch(),
+                            engine_,
+                            hint};
     const memory::desc sums(layout_.weight_shape, kFloat, Tag::any);
-    made.weight_desc = {{direct, layout_.input, sums, layout_.output, layout_.strides,
-                         layout_.dilations, layout_.before, layout_.after},
-                        with_own_scratch(),
-                        engine_,
-                        hint};
-    made.pack_desc = {engine_, layout_.plain_weights, engine_, made.input_desc.weights_desc(),
-                      with_own_scratch()};
-    made.unpack_desc = {engine_, made.weight_desc.diff_weights_desc(), engine_,
-                        layout_.plain_weights, with_own_scratch()};
-    made.input = InputGradient(made.input_desc);
-    made.weight = WeightGradient(made.weight_desc);
-    made.pack = dnnl::reorder(made.pack_desc);
-    made.unpack = dnnl::reorder(made.unpack_desc);
-    need(made.input_desc.scratchpad_desc());
-    need(made.pack_desc.scratchpad_desc());
-    const std::size_t sums_bytes = aligned(made.weight_desc.diff_weights_desc().get_size());
-    need(made.weight_desc.scratchpad_desc(), sums_bytes);
-    need(made.unpack_desc.scratchpad_desc(), sums_bytes);
-    gradients_ = std::move(made);
+    gradients.weight_desc = {{direct, layout_.input, sums, layout_.output, layout_.strides,
+                              layout_.dilations, layout_.before, layout_.after},
+                             with_own_scratch(),
+                             engine_,
+                             hint};
+    gradients.pack_desc = {engine_, layout_.plain_weights, engine_,
+                           gradients.input_desc.weights_desc(), with_own_scratch()};
+    gradients.unpack_desc = {engine_, gradients.weight_desc.diff_weights_desc(), engine_,
+                             layout_.plain_weights, with_own_scratch()};
+    gradients.input = make_primitive<InputGradient>(gradients.input_desc);
+    gradients.weight = make_primitive<WeightGradient>(gradients.weight_desc);
+    gradients.pack = make_primitive<dnnl::reorder>(gradients.pack_desc);
+    gradients.unpack = make_primitive<dnnl::reorder>(gradients.unpack_desc);
+    need(gradients.input_desc.scratchpad_desc());
+    need(gradients.pack_desc.scratchpad_desc());
+    const std::size_t sums_bytes = aligned(gradients.weight_desc.diff_weights_desc().get_size());
+    need(gradients.weight_desc.scratchpad_desc(), sums_bytes);
+    need(gradients.unpack_desc.scratchpad_desc(), sums_bytes);
+    gradients_ = std::move(gradients);
   }
 
   void need(const memory::desc& scratch, std::size_t beside = 0) {
@@ -212,7 +220,11 @@ class OneDnnConvolution final : public Convolution {
   }
 
   memory view(const memory::desc& layout, const void* values) const {
-    return {layout, engine_, const_cast<void*>(values)};
+    try {
+      return {layout, engine_, const_cast<void*>(values)};
+    } catch (const dnnl::error& error) {
+      rethrow(error, "describing a tensor");
+    }
   }
 
   void run(const dnnl::primitive& primitive, const memory::desc& scratch_layout, void* scratch,
@@ -263,6 +275,7 @@ class OneDnnKernels final : public KernelSet {
     if (is_broken(geometry, number, use)) {
       return portable_kernels().make_convolution(geometry, number, epilogue, use);
     }
+    const std::lock_guard lock(making_);
     try {
       auto made = std::make_unique<OneDnnConvolution>(engine_, geometry, number, epilogue, use);
       if (made->fast()) return made;
@@ -273,7 +286,16 @@ class OneDnnKernels final : public KernelSet {
   }
 
  private:
-  dnnl::engine engine_{dnnl::engine::kind::cpu, 0};
+  static dnnl::engine make_engine() {
+    try {
+      return {dnnl::engine::kind::cpu, 0};
+    } catch (const dnnl::error& error) {
+      rethrow(error, "starting");
+    }
+  }
+
+  dnnl::engine engine_ = make_engine();
+  mutable std::mutex making_;
 };
 
 }  // namespace
