@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include "classifier/feature_views.h"
+#include "classifier/kernel_machine.h"
 
 namespace telvar::classifier {
 namespace {
@@ -13,6 +14,11 @@ namespace {
 constexpr double kAsWell = 0.93, kEachAsWell = 0.5;
 constexpr std::size_t kFewestToJudge = 40;
 constexpr double kClearlyBetter = 0.1;  // than chance, before anything is believed
+
+// Other views win by a clear gain: so much less error, more than chance makes of it, and no
+// category for which they are clearly worse.
+constexpr double kGain = 0.95, kLoss = 1.1;
+constexpr double kGainErrors = 2, kLossErrors = 3;  // standard errors; there are many categories
 
 /// Whether samples are recognised as well in some views as they are. `upright` and `recognised`
 /// count them by category, the latter over all of the views. Each category is looked at: two that
@@ -31,20 +37,71 @@ bool as_well(const std::vector<int>& upright, const std::vector<int>& recognised
   return all_seen >= kAsWell * all - error;
 }
 
-}  // namespace
+/// The squared leave-one-out error of every sample, by a machine that compares in all views.
+std::vector<double> errors_of(const Symmetry& symmetry, const std::vector<Features>& features,
+                              const std::vector<int>& labels, const Canvas& canvas,
+                              const KernelChoice& choice, int categories, core::WorkerPool& pool) {
+  Matrix held_out;
+  KernelMachine::learn(choice, features, orders_in_views(canvas, views_of(symmetry)), labels,
+                       categories, pool, held_out);
+  std::vector<double> errors(features.size());
+  for (int i = 0; i < held_out.rows(); ++i) {
+    for (int c = 0; c < categories; ++c) {
+      const double error = held_out.at(i, c) - (labels[i] == c ? 1 : 0);
+      errors[i] += error * error;
+    }
+  }
+  return errors;
+}
 
-Symmetry find_symmetry(const std::vector<Features>& features, const std::vector<int>& labels,
-                       const Canvas& canvas, const KernelChoice& choice, int categories,
-                       core::WorkerPool& pool) {
+double mean_of(const std::vector<double>& values) {
+  return std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
+}
+
+/// Whether the mean of `mine` is further than so many standard errors from that of `others`, which
+/// are of the same samples, at least one.
+bool differ(const std::vector<double>& mine, const std::vector<double>& others,
+            double standard_errors) {
+  const double difference = mean_of(mine) - mean_of(others);
+  double squares = 0;
+  for (std::size_t i = 0; i < mine.size(); ++i) {
+    squares += std::pow(mine[i] - others[i] - difference, 2);
+  }
+  const auto count = static_cast<double>(mine.size());
+  return std::abs(difference) > standard_errors * std::sqrt(squares) / count;
+}
+
+/// Whether errors are clearly lower than before in all, and in no category clearly higher: two that
+/// are each other's mirror image would be lost among many that gain.
+bool clear_gain(const std::vector<double>& errors, const std::vector<double>& before,
+                const std::vector<int>& labels, int categories) {
+  if (mean_of(errors) > kGain * mean_of(before) || !differ(errors, before, kGainErrors)) {
+    return false;
+  }
+  for (int c = 0; c < categories; ++c) {
+    std::vector<double> mine, others;
+    for (std::size_t i = 0; i < labels.size(); ++i) {
+      if (labels[i] == c) mine.push_back(errors[i]), others.push_back(before[i]);
+    }
+    if (mine.empty() || mean_of(mine) <= kLoss * mean_of(others)) continue;
+    if (differ(mine, others, kLossErrors)) return false;
+  }
+  return true;
+}
+
+/// The views in which samples are recognised about as well as they are, if they are `recognised`.
+Symmetry recognised_symmetry(const std::vector<Features>& features, const std::vector<int>& labels,
+                             const Canvas& canvas, const KernelChoice& choice, int categories,
+                             core::WorkerPool& pool, bool& recognised) {
   const std::size_t count = features.size();
-  if (count < kFewestToJudge) return {};
   const bool square = canvas.width == canvas.height;
   std::vector<int> views = {0, 4, 2};
   if (square) views.insert(views.end(), {1, 3});
   const auto right = recognised_in_views(choice, features, labels, categories,
                                          orders_in_views(canvas, views), pool);
   const int upright = std::accumulate(right[0].begin(), right[0].end(), 0);
-  if (upright < (1.0 / categories + kClearlyBetter) * static_cast<double>(count)) return {};
+  recognised = upright >= (1.0 / categories + kClearlyBetter) * static_cast<double>(count);
+  if (!recognised) return {};
   Symmetry symmetry;
   symmetry.mirrored = as_well(right[0], right[1], 1, count);
   if (as_well(right[0], right[2], 1, count)) symmetry.turns = Turns::kUpsideDown;
@@ -54,6 +111,33 @@ Symmetry find_symmetry(const std::vector<Features>& features, const std::vector<
     if (as_well(right[0], turned, 3, count)) symmetry.turns = Turns::kAny;
   }
   return symmetry;
+}
+
+}  // namespace
+
+Symmetry find_symmetry(const std::vector<Features>& features, const std::vector<int>& labels,
+                       const Canvas& canvas, const KernelChoice& choice, int categories,
+                       core::WorkerPool& pool) {
+  if (features.size() < kFewestToJudge) return {};
+  bool recognised = false;
+  Symmetry best =
+      recognised_symmetry(features, labels, canvas, choice, categories, pool, recognised);
+  if (!recognised) return {};
+  const auto errors_with = [&](const Symmetry& symmetry) {
+    return errors_of(symmetry, features, labels, canvas, choice, categories, pool);
+  };
+  const std::vector<double> before = errors_with(best);
+  double lowest = mean_of(before);
+  for (const Turns turns : {Turns::kNone, Turns::kUpsideDown, Turns::kAny}) {
+    if (turns == Turns::kAny && canvas.width != canvas.height) continue;
+    for (const bool mirrored : {false, true}) {
+      const std::vector<double> errors = errors_with({mirrored, turns});
+      if (mean_of(errors) >= lowest || !clear_gain(errors, before, labels, categories)) continue;
+      best = {mirrored, turns};
+      lowest = mean_of(errors);
+    }
+  }
+  return best;
 }
 
 }  // namespace telvar::classifier

@@ -11,9 +11,10 @@
 
 namespace telvar::classifier {
 
-/// In which views samples are recognised about as well as they are, in every category. `features`
-/// and `labels` (0 .. categories - 1) belong together; too few samples, or too badly recognised
-/// ones, show no symmetry.
+/// In which views samples are recognised about as well as they are, in every category; or other
+/// views, if comparing in all of them makes the leave-one-out error clearly lower. `features` and
+/// `labels` (0 .. categories - 1) belong together; too few samples, or too badly recognised ones,
+/// show no symmetry.
 Symmetry find_symmetry(const std::vector<Features>& features, const std::vector<int>& labels,
                        const Canvas& canvas, const KernelChoice& choice, int categories,
                        core::WorkerPool& pool);

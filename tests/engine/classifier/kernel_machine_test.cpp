@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "classifier/stacking.h"
+#include "classifier/symmetry_search.h"
 #include "core/random.h"
 
 namespace telvar::classifier {
@@ -145,6 +146,50 @@ TEST(KernelMachine, AnswersAlikeInAllViewsHoweverManySamplesAreAsked) {
   for (int i = 0; i < scores.rows(); ++i) {
     ASSERT_NEAR(scores.at(i, 0), reversed.at(i, 0), 1e-4) << i;
     ASSERT_EQ(scores.at(i, 0), machine.scores({all[i]}, pool).at(0, 0)) << i;
+  }
+}
+
+/// Noisy samples of random patterns, every second one mirrored. The first two kinds are not, but
+/// may be each other's mirror image.
+struct Patterns {
+  Patterns(const Canvas& canvas, bool opposites) {
+    core::Random random({8});
+    const std::vector<int> mirror = order_in_view(canvas, 4)[kPixels];
+    const auto mirrored = [&](const std::vector<float>& pattern) {
+      std::vector<float> out;
+      for (const int from : mirror) out.push_back(pattern[from]);
+      return out;
+    };
+    std::vector<std::vector<float>> kinds(kKinds, std::vector<float>(mirror.size()));
+    for (auto& kind : kinds) {
+      for (float& value : kind) value = random.normal();
+    }
+    if (opposites) kinds[1] = mirrored(kinds[0]);
+    for (int i = 0; i < 10 * kKinds; ++i) {
+      labels.push_back(i % kKinds);
+      const bool turned = i / kKinds % 2 == 1 && !(opposites && labels[i] < 2);
+      std::vector<float> pixels = turned ? mirrored(kinds[labels[i]]) : kinds[labels[i]];
+      for (float& value : pixels) value += random.normal();
+      samples.push_back({{}, {}, pixels, {}, {}});
+    }
+  }
+
+  static constexpr int kKinds = 8, kPixels = 2;
+  std::vector<Features> samples;
+  std::vector<int> labels;
+};
+
+TEST(Symmetry, IsForbiddenByTwoKindsThatAreEachOthersMirrorImage) {
+  core::WorkerPool pool(2);
+  Canvas canvas;
+  canvas.width = 28, canvas.height = 20;
+  const KernelChoice choice{{0, 0, 0.001f, 0, 0}, 0.1f};
+  for (const bool opposites : {false, true}) {
+    const Patterns patterns(canvas, opposites);
+    const Symmetry found =
+        find_symmetry(patterns.samples, patterns.labels, canvas, choice, Patterns::kKinds, pool);
+    EXPECT_EQ(found.mirrored, !opposites);
+    EXPECT_EQ(found.turns, Turns::kNone);
   }
 }
 
