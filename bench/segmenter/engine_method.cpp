@@ -44,6 +44,9 @@ class EngineMethod : public Method {
     const auto cache = seg::TrainCache::create(false, 0);
     const auto [result, artifact] =
         seg::train("", dataset.SerializeAsString(), "", image, mask, *cache, {});
+    telvar_msg::qv::segmentation::TrainingResult parsed;
+    parsed.ParseFromString(result);
+    score_ = parsed.score();
     model_ = std::make_unique<seg::Model>(artifact, "", types::CpuDevice());
   }
 
@@ -59,7 +62,10 @@ class EngineMethod : public Method {
     return pictures;
   }
 
+  double score() const override { return score_; }
+
  private:
+  double score_ = -1;
   std::unique_ptr<seg::Model> model_;
 };
 

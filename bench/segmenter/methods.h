@@ -20,6 +20,8 @@ class Method {
   virtual std::string name() const = 0;
   virtual void train(const PictureSet& set) = 0;
   virtual ProbabilityPictures segment(const cv::Mat& image) = 0;
+  /// What the training itself says of its mean IoU; negative when it says nothing.
+  virtual double score() const { return -1; }
 };
 
 /// The engine behind telvar/segmenter.h.

@@ -3,7 +3,7 @@
 //   segmenter_bench [--small] [--set NAME]... [--method NAME]... [--folder DIR] [--pictures DIR]
 //
 // --small     few pictures and no claim: shows that everything runs
-// --set       defects, mosaics, discs or stains; all of them by default
+// --set       one of make_sets below; all of them by default
 // --method    engine, forest or threshold; all of them by default
 // --folder    adds a set from DIR/{train,test}/{images,masks}/*.png, mask value v > 0: category "v"
 // --pictures  writes every test picture with what the methods found beside it
@@ -18,6 +18,8 @@
 #include <opencv2/imgproc.hpp>
 #include <set>
 
+#include "context_sets.h"
+#include "figures.h"
 #include "folder_set.h"
 #include "methods.h"
 
@@ -51,38 +53,20 @@ std::vector<PictureSet> make_sets(const Options& options) {
       {"defects", [&] { return make_defects(count(15), test, 1); }},
       {"mosaics", [&] { return make_mosaics(count(10), test, 2); }},
       {"discs", [&] { return make_discs(count(8), test, 3); }},
-      {"stains", [&] { return make_stains(count(10), test, 4); }}};
+      {"stains", [&] { return make_stains(count(10), test, 4); }},
+      {"sheets", [&] { return make_sheets(count(8), test, 5); }},
+      {"sizes", [&] { return make_sizes(count(8), test, 6); }},
+      {"neighbours", [&] { return make_neighbours(count(12), test, 7); }},
+      {"organs", [&] { return make_organs(count(10), test, 8); }},
+      {"rare", [&] { return make_rare(count(20), options.small ? 2 : 20, 9); }},
+      {"coins", [&] { return make_coins(3, test, 10); }},
+      {"cells", [&] { return make_cells(count(12), test, 11); }}};
   std::vector<PictureSet> sets;
   for (const auto& [name, make] : makers) {
     if (chosen(options.sets, name)) sets.push_back(make());
   }
   if (!options.folder.empty()) sets.push_back(read_folder_set(options.folder));
   return sets;
-}
-
-/// Pixel counts of one category over the test pictures.
-struct Counts {
-  double shared = 0;
-  double united = 0;
-};
-
-double mean_iou(const std::map<std::string, Counts>& counts) {
-  double sum = 0;
-  for (const auto& [category, count] : counts) sum += count.shared / std::max(1.0, count.united);
-  return sum / static_cast<double>(counts.size());
-}
-
-void count_overlap(const LabelledPicture& picture, const ProbabilityPictures& found,
-                   std::map<std::string, Counts>& counts) {
-  for (auto& [category, count] : counts) {
-    const cv::Mat claimed = found.at(category) >= 128;
-    const auto mask = picture.masks.find(category);
-    const cv::Mat belongs = mask == picture.masks.end()
-                                ? cv::Mat(cv::Mat::zeros(claimed.size(), CV_8U))
-                                : cv::Mat(mask->second != 0);
-    count.shared += cv::countNonZero(claimed & belongs);
-    count.united += cv::countNonZero(claimed | belongs);
-  }
 }
 
 /// The picture, its masks and what was found, side by side; a colour for each of three categories.
@@ -113,25 +97,31 @@ void run(const PictureSet& set, Method& method, const Options& options) {
   const double start = cpu_seconds();
   method.train(set);
   const double trained = cpu_seconds();
-  std::map<std::string, Counts> counts;
-  for (const std::string& category : set.categories) counts[category];
+  Figures figures(set.categories);
   double pixels = 0, segmenting = 0;
   for (std::size_t i = 0; i < set.test.size(); ++i) {
     const double before = cpu_seconds();
     const ProbabilityPictures found = method.segment(set.test[i].image);
     segmenting += cpu_seconds() - before;
     pixels += static_cast<double>(set.test[i].image.total());
-    count_overlap(set.test[i], found, counts);
+    figures.add(set.test[i], found);
     if (!options.pictures.empty()) {
       write_picture(options.pictures + "/" + set.name + "-" + method.name() + "-" +
                         std::to_string(i) + ".png",
                     set, set.test[i], found);
     }
   }
-  std::printf("| %s | %s (%zu) | %.3f | %.0f | %.2f |", method.name().c_str(), set.name.c_str(),
-              set.train.size(), mean_iou(counts), trained - start, segmenting / (pixels * 1e-6));
-  for (const auto& [category, count] : counts) {
-    std::printf(" %s %.3f", category.c_str(), count.shared / std::max(1.0, count.united));
+  std::printf("| %s | %s (%zu) | %.3f | %.3f | %.3f | %.3f |", method.name().c_str(),
+              set.name.c_str(), set.train.size(), figures.mean_iou(), figures.best_iou(),
+              figures.calibration_error(), figures.unsure_calibration_error());
+  if (method.score() < 0) {
+    std::printf(" – |");
+  } else {
+    std::printf(" %.3f |", method.score());
+  }
+  std::printf(" %.0f | %.2f |", trained - start, segmenting / (pixels * 1e-6));
+  for (const std::string& category : set.categories) {
+    std::printf(" %s %.3f", category.c_str(), figures.iou(category));
   }
   std::printf(" |\n");
   std::fflush(stdout);
@@ -167,8 +157,9 @@ void run_all(const Options& options) {
   // The engine works on all cores; CPU seconds are of all threads.
   cv::setNumThreads(1);
   std::printf(
-      "| method | data set (training pictures) | mean IoU | training, CPU s | CPU s a "
-      "megapixel | IoU by category |\n|---|---|---|---|---|---|\n");
+      "| method | data set (training pictures) | mean IoU | at its best threshold | calibration "
+      "error | of unsure pixels | own score | training, CPU s | CPU s a megapixel | IoU by category "
+      "|\n|---|---|---|---|---|---|---|---|---|---|\n");
   for (const PictureSet& set : make_sets(options)) {
     if (chosen(options.methods, "threshold")) run(set, *make_threshold_method(), options);
     if (chosen(options.methods, "forest")) run(set, *make_forest_method(), options);

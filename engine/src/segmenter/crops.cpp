@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "segmenter/context.h"
+
 namespace telvar::segmenter {
 namespace {
 
@@ -14,6 +16,8 @@ constexpr float kQuarterTurnShare = 0.25F;  // of the crops
 constexpr float kLargestGain = 0.25F;       // of contrast
 constexpr float kLargestOffset = 0.25F;     // of brightness, in deviations of the luma
 constexpr float kLargestNoise = 0.2F;       // likewise
+
+constexpr float kLargestShift = 0.15F;      // of positions, in halves of the region
 
 constexpr std::size_t kPlacesPerOccurrence = 4096;
 
@@ -55,45 +59,73 @@ CropTransform draw_transform(float x, float y, int side, core::Random& random) {
   return t;
 }
 
-/// Calls `visit(index of the crop pixel, x, y)` with positions held inside the tile.
-template <class Visit>
-void for_each_pixel(const TrainingTile& tile, int side, const CropTransform& t,
-                    const Visit& visit) {
+/// A place in a tile, tile pixels, held inside it.
+struct Position {
+  float x, y;
+};
+
+/// Where the pixels of a crop lie, row by row.
+std::vector<Position> place_pixels(const TrainingTile& tile, int side, const CropTransform& t) {
   const auto right = static_cast<float>(tile.width - 1);
   const auto bottom = static_cast<float>(tile.height - 1);
+  std::vector<Position> positions;
+  positions.reserve(std::size_t(side) * side);
   for (int v = 0; v < side; ++v) {
     for (int u = 0; u < side; ++u) {
-      visit(std::size_t(v) * side + u, std::clamp(t.a * u + t.b * v + t.c, 0.0F, right),
-            std::clamp(t.d * u + t.e * v + t.f, 0.0F, bottom));
+      positions.push_back({std::clamp(t.a * u + t.b * v + t.c, 0.0F, right),
+                           std::clamp(t.d * u + t.e * v + t.f, 0.0F, bottom)});
     }
+  }
+  return positions;
+}
+
+void sample_plane(const TrainingTile& tile, int channel, const std::vector<Position>& positions,
+                  float* out) {
+  const std::size_t base = tile.area() * channel;
+  for (const Position& at : positions) {
+    const int left = static_cast<int>(at.x), top = static_cast<int>(at.y);
+    const int right = std::min(left + 1, tile.width - 1);
+    const int bottom = std::min(top + 1, tile.height - 1);
+    const float fx = at.x - left, fy = at.y - top;
+    const auto value = [&](int row, int column) {
+      return tile.value(base + std::size_t(row) * tile.width + column);
+    };
+    const float above = value(top, left) + fx * (value(top, right) - value(top, left));
+    const float below = value(bottom, left) + fx * (value(bottom, right) - value(bottom, left));
+    *out++ = above + fy * (below - above);
   }
 }
 
-void sample_plane(const TrainingTile& tile, int channel, int side, const CropTransform& t,
-                  float* out) {
-  const std::size_t base = tile.area() * channel;
-  for_each_pixel(tile, side, t, [&](std::size_t i, float x, float y) {
-    const int left = static_cast<int>(x), top = static_cast<int>(y);
-    const int right = std::min(left + 1, tile.width - 1);
-    const int bottom = std::min(top + 1, tile.height - 1);
-    const float fx = x - left, fy = y - top;
-    const auto at = [&](int row, int column) {
-      return tile.value(base + std::size_t(row) * tile.width + column);
-    };
-    const float above = at(top, left) + fx * (at(top, right) - at(top, left));
-    const float below = at(bottom, left) + fx * (at(bottom, right) - at(bottom, left));
-    out[i] = above + fy * (below - above);
-  });
+/// Writes every `stride`-th value: a flag for each pixel.
+void sample_labels(const TrainingTile& tile, const LabelPlane& plane,
+                   const std::vector<Position>& positions, std::size_t stride, std::uint8_t* out) {
+  for (const Position& at : positions) {
+    const auto column = static_cast<std::size_t>(at.x + 0.5F);
+    const auto row = static_cast<std::size_t>(at.y + 0.5F);
+    *out = bit_at(plane.bits, row * tile.width + column) ? 1 : 0;
+    out += stride;
+  }
 }
 
-/// Writes every `stride`-th value: a flag for each pixel.
-void sample_labels(const TrainingTile& tile, const LabelPlane& plane, int side,
-                   const CropTransform& t, std::size_t stride, std::uint8_t* out) {
-  for_each_pixel(tile, side, t, [&](std::size_t i, float x, float y) {
-    const auto column = static_cast<std::size_t>(x + 0.5F);
-    const auto row = static_cast<std::size_t>(y + 0.5F);
-    out[i * stride] = bit_at(plane.bits, row * tile.width + column) ? 1 : 0;
-  });
+/// Shifted as a whole by chance: what is exact to a few hundredths is learned by heart.
+void sample_positions(const TrainingTile& tile, const std::vector<Position>& positions,
+                      core::Random& random, float* out) {
+  const float shift_x = random.uniform(-kLargestShift, kLargestShift);
+  const float shift_y = random.uniform(-kLargestShift, kLargestShift);
+  for (const Position& at : positions) {
+    out[0] = (2 * at.x + 1) / static_cast<float>(tile.width) - 1 + shift_x;
+    out[positions.size()] = (2 * at.y + 1) / static_cast<float>(tile.height) - 1 + shift_y;
+    ++out;
+  }
+}
+
+void sample_context(const TrainingTile& tile, const ContextMap& map,
+                    const std::vector<Position>& positions, float* out) {
+  const PlaceInRegion& place = tile.origin.place;
+  for (const Position& at : positions) {
+    map.sample(place, static_cast<float>(place.x) + at.x, static_cast<float>(place.y) + at.y,
+               positions.size(), out++);
+  }
 }
 
 /// Uniform noise of the same variance as the normal deviate it stands for, at a third of its cost.
@@ -126,8 +158,12 @@ int choose_crop_side(const std::vector<const TrainingTile*>& tiles) {
 }
 
 CropSource::CropSource(std::vector<const TrainingTile*> tiles, int side, int categories,
-                       const InputSpec& spec)
-    : tiles_(std::move(tiles)), side_(side), categories_(categories), spec_(spec) {
+                       const InputSpec& spec, const CropExtras& extras)
+    : tiles_(std::move(tiles)),
+      side_(side),
+      categories_(categories),
+      spec_(spec),
+      extras_(extras) {
   for (int c = 0; c < categories; ++c) {
     std::vector<Occurrence> occurrences;
     for (const TrainingTile* tile : tiles_) {
@@ -137,6 +173,11 @@ CropSource::CropSource(std::vector<const TrainingTile*> tiles, int side, int cat
     }
     if (!occurrences.empty()) occurrences_.push_back(std::move(occurrences));
   }
+}
+
+int CropSource::planes() const {
+  return spec_.planes() + (extras_.maps != nullptr ? categories_ : 0) +
+         (extras_.positions ? kPositionPlanes : 0);
 }
 
 CropSource::Place CropSource::choose_place(core::Random& random) const {
@@ -163,14 +204,15 @@ CropSource::Place CropSource::choose_place(core::Random& random) const {
 Crop CropSource::draw(core::Random& random) const {
   const Place place = choose_place(random);
   const TrainingTile& tile = *place.tile;
-  const CropTransform transform = draw_transform(place.x, place.y, side_, random);
-  const std::size_t area = std::size_t(side_) * side_;
+  const auto positions =
+      place_pixels(tile, side_, draw_transform(place.x, place.y, side_, random));
+  const std::size_t area = positions.size();
   Crop crop;
   crop.pixels.resize(area * spec_.source_channels());
   for (int c = 0; c < spec_.source_channels(); ++c) {
     float* plane = crop.pixels.data() + area * c;
     if (c < tile.channels) {
-      sample_plane(tile, c, side_, transform, plane);
+      sample_plane(tile, c, positions, plane);
     } else {
       std::copy(crop.pixels.data(), crop.pixels.data() + area, plane);
     }
@@ -180,8 +222,14 @@ Crop CropSource::draw(core::Random& random) const {
   crop.known.resize(categories_);
   for (int c = 0; c < categories_; ++c) crop.known[c] = tile.known >> c & 1;
   for (const LabelPlane& plane : tile.labels) {
-    sample_labels(tile, plane, side_, transform, categories_, crop.targets.data() + plane.category);
+    sample_labels(tile, plane, positions, categories_, crop.targets.data() + plane.category);
   }
+  crop.beside.resize(area * (planes() - spec_.planes()));
+  if (crop.beside.empty() || random.chance(extras_.left_out)) return crop;
+  if (extras_.positions) sample_positions(tile, positions, random, crop.beside.data());
+  if (extras_.maps == nullptr) return crop;
+  const ContextMap& map = map_of(tile, *extras_.maps);
+  if (!map.empty()) sample_context(tile, map, positions, crop.beside.data());
   return crop;
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "core/random.h"
+#include "segmenter/context_map.h"
 #include "segmenter/input_planes.h"
 #include "segmenter/training_tile.h"
 
@@ -20,16 +21,31 @@ int choose_crop_side(const std::vector<const TrainingTile*>& tiles);
 /// belongs (0 or 1) and whether that is known at all (0 or 1 for the whole crop).
 struct Crop {
   std::vector<float> pixels;          // source channels x side x side
+  std::vector<float> beside;          // what the network sees beside them: planes x side x side
   std::vector<std::uint8_t> targets;  // side x side x categories
   std::vector<std::uint8_t> known;    // categories
+};
+
+/// What crops show beside their pixels. In a share of the crops it is left out (0), so that a
+/// network can do without.
+struct CropExtras {
+  const std::vector<ContextMap>* maps = nullptr;  // a plane a category: the context around
+  bool positions = false;  // two planes: where a pixel lies in the tile, -1..1
+  float left_out = 0;      // that share
 };
 
 /// Where crops come from. Immutable once made; draw from several threads at once.
 class CropSource {
  public:
-  /// The tiles must outlive it.
+  /// The tiles (and maps) must outlive it.
   CropSource(std::vector<const TrainingTile*> tiles, int side, int categories,
-             const InputSpec& spec);
+             const InputSpec& spec, const CropExtras& extras = {});
+
+  int side() const { return side_; }
+  int categories() const { return categories_; }
+  const InputSpec& spec() const { return spec_; }
+  /// Planes that a network takes in all.
+  int planes() const;
 
   /// Half of the crops lie on a pixel of a category, each category alike; the rest anywhere.
   Crop draw(core::Random& random) const;
@@ -50,6 +66,7 @@ class CropSource {
   int side_;
   int categories_;
   InputSpec spec_;
+  CropExtras extras_;
 };
 
 }  // namespace telvar::segmenter

@@ -18,10 +18,21 @@ struct Overlap {
   std::uint64_t united = 0;
 };
 
-/// Over all tiles that carry labels of a category; one entry a category.
+/// Counts one pixel.
+inline void add_pixel(bool belongs, bool claimed, Overlap& overlap) {
+  overlap.labelled += belongs;
+  overlap.intersection += belongs && claimed;
+  overlap.united += belongs || claimed;
+}
+
+/// Over all tiles that carry labels of a category; one entry a category. `maps`: the context of the
+/// overviews that the tiles' origins tell; none, or none for a tile: it goes without.
 std::vector<Overlap> measure_overlap(const Predictor& predictor,
                                      const std::vector<const TrainingTile*>& tiles,
-                                     core::WorkerPool& pool);
+                                     const std::vector<ContextMap>& maps, core::WorkerPool& pool);
+
+/// The tile's pixels with as many planes as the network's source.
+std::vector<float> source_pixels(const TrainingTile& tile, const InputSpec& spec);
 
 /// Mean intersection over union of the categories that have labelled pixels; 0 without any.
 double mean_iou(const std::vector<Overlap>& overlaps);

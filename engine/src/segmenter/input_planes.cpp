@@ -109,4 +109,18 @@ void fill_input_planes(const InputSpec& spec, const float* pixels, int width, in
   if (spec.colour) fill_hues(spec, pixels, area, out + 4 * area);
 }
 
+std::vector<float> padded(const float* planes, int count, int width, int height, int to_width,
+                          int to_height) {
+  std::vector<float> out(std::size_t(count) * to_width * to_height);
+  float* target = out.data();
+  for (int plane = 0; plane < count; ++plane) {
+    for (int y = 0; y < to_height; ++y, target += to_width) {
+      const float* row = planes + (std::size_t(plane) * height + std::min(y, height - 1)) * width;
+      std::copy(row, row + width, target);
+      std::fill(target + width, target + to_width, row[width - 1]);
+    }
+  }
+  return out;
+}
+
 }  // namespace telvar::segmenter

@@ -2,6 +2,8 @@
 
 // What the network sees of an image: brightness at several scales, and hues where training had any.
 
+#include <vector>
+
 #include "core/raster.h"
 
 namespace telvar::segmenter {
@@ -28,5 +30,9 @@ struct InputSpec {
 /// green over the luma's deviation.
 void fill_input_planes(const InputSpec& spec, const float* pixels, int width, int height,
                        float* out);
+
+/// Repeats the last column and row of each plane up to a larger size.
+std::vector<float> padded(const float* planes, int count, int width, int height, int to_width,
+                          int to_height);
 
 }  // namespace telvar::segmenter

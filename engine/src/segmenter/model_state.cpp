@@ -11,7 +11,10 @@
 namespace telvar::segmenter {
 namespace {
 
-constexpr std::uint32_t kVersion = 1;
+constexpr std::uint32_t kVersion = 2;
+constexpr int kMaxContextNets = 4;
+/// Of an exemplar.
+constexpr int kNoOverview = 255;
 
 std::vector<std::string> read_categories(core::ByteReader& reader) {
   std::vector<std::string> categories(reader.count("categories", 1, kMaxCategories));
@@ -38,18 +41,71 @@ InputSpec read_input(core::ByteReader& reader) {
   return input;
 }
 
-ModelState read_payload(core::ByteReader& reader) {
+/// How many networks there are is part of what shapes the fine one has.
+ContextModel read_context(core::ByteReader& reader, const InputSpec& input, int categories) {
+  ContextModel context;
+  const int nets = reader.u8("context networks");
+  const int positions = reader.u8("position flag");
+  if (nets > kMaxContextNets || positions > 1) {
+    throw core::malformed_bytes(std::to_string(nets) + " context networks with position flag " +
+                                std::to_string(positions));
+  }
+  context.positions = positions == 1;
+  for (int i = 0; i < nets; ++i) {
+    context.nets.push_back(network_layers(input.planes() + kPositionPlanes, categories));
+    nn::read_weights(reader, context.nets.back());
+  }
+  return context;
+}
+
+void read_overviews(core::ByteReader& reader, int categories, ModelState& model) {
+  const int nets = static_cast<int>(model.context.nets.size());
+  model.overviews.resize(reader.count("overviews", 0, kMaxExemplars));
+  for (Overview& overview : model.overviews) {
+    overview.tile = read_tile(reader, kOverviewSide, categories);
+    overview.fold = reader.u8("fold");
+    if (overview.fold >= nets && overview.fold != Overview::kUnseen) {
+      throw core::malformed_bytes("overview of fold " + std::to_string(overview.fold));
+    }
+  }
+  for (TrainingTile& tile : model.exemplars) {
+    const int index = reader.u8("overview of an exemplar");
+    if (index == kNoOverview) continue;
+    if (index >= static_cast<int>(model.overviews.size())) {
+      throw core::malformed_bytes("exemplar of overview " + std::to_string(index));
+    }
+    tile.origin = {index, read_place(reader, tile)};
+  }
+}
+
+ModelState read_payload(core::ByteReader& reader, std::uint32_t version) {
   ModelState model;
   model.categories = read_categories(reader);
   model.input = read_input(reader);
   const auto categories = static_cast<int>(model.categories.size());
-  model.net = network_layers(model.input.planes(), categories);
+  if (version >= 2) model.context = read_context(reader, model.input, categories);
+  const int context_planes = model.context.empty() ? 0 : categories;
+  model.net = network_layers(model.input.planes() + context_planes, categories);
   nn::read_weights(reader, model.net);
   model.exemplars.resize(reader.count("exemplars", 0, kMaxExemplars));
   for (TrainingTile& tile : model.exemplars) {
     tile = read_tile(reader, kExemplarSide, categories);
   }
+  if (version >= 2) read_overviews(reader, categories, model);
   return model;
+}
+
+void write_overviews(core::ByteWriter& writer, const ModelState& model) {
+  writer.u32(static_cast<std::uint32_t>(model.overviews.size()));
+  for (const Overview& overview : model.overviews) {
+    write_tile(writer, overview.tile);
+    writer.u8(static_cast<std::uint8_t>(overview.fold));
+  }
+  for (const TrainingTile& tile : model.exemplars) {
+    const int index = tile.origin.overview;
+    writer.u8(static_cast<std::uint8_t>(index < 0 ? kNoOverview : index));
+    if (index >= 0) write_place(writer, tile.origin.place);
+  }
 }
 
 }  // namespace
@@ -61,15 +117,21 @@ std::string write_model(const ModelState& model) {
   writer.u8(model.input.colour ? 1 : 0);
   writer.f32(model.input.mean);
   writer.f32(model.input.deviation);
+  writer.u8(static_cast<std::uint8_t>(model.context.nets.size()));
+  writer.u8(model.context.positions ? 1 : 0);
+  for (const nn::Network& net : model.context.nets) nn::write_weights(writer, net);
   nn::write_weights(writer, model.net);
   writer.u32(static_cast<std::uint32_t>(model.exemplars.size()));
   for (const TrainingTile& tile : model.exemplars) write_tile(writer, tile);
+  write_overviews(writer, model);
   return core::write_artifact(core::Tool::kSegmenter, kVersion, writer.bytes());
 }
 
 ModelState read_model(const std::string& artifact) {
   const auto opened = core::open_artifact(artifact, core::Tool::kSegmenter, kVersion);
-  return core::parse_payload(core::Tool::kSegmenter, opened.payload, read_payload);
+  return core::parse_payload(core::Tool::kSegmenter, opened.payload, [&](core::ByteReader& reader) {
+    return read_payload(reader, opened.version);
+  });
 }
 
 }  // namespace telvar::segmenter

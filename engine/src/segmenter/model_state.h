@@ -7,16 +7,28 @@
 #include <vector>
 
 #include "nn/network.h"
+#include "segmenter/context.h"
 #include "segmenter/input_planes.h"
 #include "segmenter/training_tile.h"
 
 namespace telvar::segmenter {
 
+/// A whole region at a coarse scale, and what may be asked about it.
+struct Overview {
+  /// Of no fold: no context network has learned from it.
+  static constexpr int kUnseen = 255;
+
+  TrainingTile tile;
+  int fold = kUnseen;  // which context network has not learned from it
+};
+
 struct ModelState {
   std::vector<std::string> categories;  // ascending; also the order of the network's outputs
   InputSpec input;
   nn::Network net;
+  ContextModel context;
   std::vector<TrainingTile> exemplars;  // what later trainings remember this one by
+  std::vector<Overview> overviews;      // of the exemplars' regions
 };
 
 std::string write_model(const ModelState& model);

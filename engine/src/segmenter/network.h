@@ -14,6 +14,11 @@ namespace telvar::segmenter {
 /// Sides of the network's input are multiples of this.
 constexpr int kSideMultiple = 16;
 
+/// `side` or the next such multiple.
+constexpr int rounded_up(int side) {
+  return (side + kSideMultiple - 1) / kSideMultiple * kSideMultiple;
+}
+
 /// The layers, not initialised: images x H x W x planes to logits, a channel for each category; H
 /// and W multiples of kSideMultiple.
 nn::Network network_layers(int planes, int categories);

@@ -17,23 +17,12 @@ namespace {
 constexpr int kPieceSide = 512;
 constexpr int kOverlap = 64;
 
-int rounded_up(int side) {
-  return (side + kSideMultiple - 1) / kSideMultiple * kSideMultiple;
-}
-
-/// Repeats the last column and row of each plane up to a larger size.
-std::vector<float> padded(const float* planes, int count, int width, int height, int to_width,
-                          int to_height) {
-  std::vector<float> out(std::size_t(count) * to_width * to_height);
-  float* target = out.data();
-  for (int plane = 0; plane < count; ++plane) {
-    for (int y = 0; y < to_height; ++y, target += to_width) {
-      const float* row = planes + (std::size_t(plane) * height + std::min(y, height - 1)) * width;
-      std::copy(row, row + width, target);
-      std::fill(target + width, target + to_width, row[width - 1]);
-    }
-  }
-  return out;
+ContextMap map_region(const InputSpec& spec, const ContextPredictor& context,
+                      const types::ImageView& image, const core::Region& region) {
+  if (context.empty()) return {};
+  const OverviewSize size = overview_size(region.width, region.height);
+  const core::Raster overview = core::sample(image, region, size.width, size.height, spec.source());
+  return context.predict(overview.values.data(), size.width, size.height);
 }
 
 }  // namespace
@@ -41,15 +30,20 @@ std::vector<float> padded(const float* planes, int count, int width, int height,
 Predictor::Predictor(const nn::Network& net, const InputSpec& spec)
     : spec_(spec),
       categories_(net.answer_channels()),
+      context_planes_(net.input_channels() - spec.planes()),
       net_(net, nn::default_kernels().fastest_number()) {}
 
-Probabilities Predictor::predict_piece(const float* pixels, int width, int height) const {
+Probabilities Predictor::predict_piece(const float* pixels, int width, int height,
+                                       const ContextMap& map, const PlaceInRegion& place) const {
   const int full_width = rounded_up(width), full_height = rounded_up(height);
-  const nn::Extent extent{static_cast<std::size_t>(full_width) * full_height, spec_.planes()};
+  const nn::Extent extent{static_cast<std::size_t>(full_width) * full_height,
+                          spec_.planes() + context_planes_};
   const auto source =
       padded(pixels, spec_.source_channels(), width, height, full_width, full_height);
   std::vector<float> planes(extent.count()), input(extent.count());
   fill_input_planes(spec_, source.data(), full_width, full_height, planes.data());
+  fill_context_planes(map, place, context_planes_, full_width, full_height,
+                      planes.data() + extent.rows * spec_.planes());
   nn::interleave(planes.data(), extent, input.data());
   const nn::Answer logits = net_(input.data(), {1, full_height, full_width});
   Probabilities probabilities(std::size_t(categories_) * width * height);
@@ -64,8 +58,11 @@ Probabilities Predictor::predict_piece(const float* pixels, int width, int heigh
   return probabilities;
 }
 
-std::vector<types::Image> predict_region(const Predictor& predictor, const types::ImageView& image,
-                                         const core::Region& region, core::WorkerPool& pool) {
+std::vector<types::Image> predict_region(const Predictor& predictor,
+                                         const ContextPredictor& context,
+                                         const types::ImageView& image, const core::Region& region,
+                                         core::WorkerPool& pool) {
+  const ContextMap map = map_region(predictor.spec(), context, image, region);
   const PiecePlan plan =
       plan_pieces(region.width, region.height, kPieceSide, kOverlap, kSideMultiple);
   BandBlender blender(plan, predictor.categories());
@@ -78,7 +75,8 @@ std::vector<types::Image> predict_region(const Predictor& predictor, const types
         const TileSpan &x = plan.columns[first + i], &y = plan.rows[row];
         const core::Region piece = core::part_of(region, x.begin, y.begin, x.size, y.size);
         const core::Raster pixels = core::sample(image, piece, predictor.spec().source());
-        pieces[i] = predictor.predict_piece(pixels.values.data(), piece.width, piece.height);
+        pieces[i] = predictor.predict_piece(pixels.values.data(), piece.width, piece.height,
+                                            map, {x.begin, y.begin, region.width, region.height});
       });
       for (std::size_t i = 0; i < pieces.size(); ++i) blender.add_piece(row, first + i, pieces[i]);
     }

@@ -7,6 +7,8 @@
 #include "core/regions.h"
 #include "core/worker_pool.h"
 #include "nn/inference.h"
+#include "segmenter/context.h"
+#include "segmenter/context_map.h"
 #include "segmenter/input_planes.h"
 #include "telvar/image.h"
 
@@ -19,19 +21,22 @@ using Probabilities = std::vector<float>;
 /// time, and probabilities within a few hundredths). Immutable; any number of threads.
 class Predictor {
  public:
-  /// Copies the weights.
+  /// Copies the weights. A network that takes more planes than `spec` has wants a map's, too.
   Predictor(const nn::Network& net, const InputSpec& spec);
 
   const InputSpec& spec() const { return spec_; }
   int categories() const { return categories_; }
 
   /// Runs the network over `pixels` (spec.source_channels() x height x width, 0..1); borders repeat
-  /// up to the next multiple of the network's stride. Call inside a LibraryThreadScope or a pool.
-  Probabilities predict_piece(const float* pixels, int width, int height) const;
+  /// up to the next multiple of the network's stride. The piece begins at `place` in the region that
+  /// `map` shows. Call inside a LibraryThreadScope or a pool.
+  Probabilities predict_piece(const float* pixels, int width, int height, const ContextMap& map,
+                              const PlaceInRegion& place) const;
 
  private:
   InputSpec spec_;
   int categories_;
+  int context_planes_;
   nn::Inference net_;
 };
 
@@ -39,7 +44,9 @@ class Predictor {
 /// probability 0..255. Pieces are computed by the pool; the result does not depend on its threads.
 /// Memory: the result; 4 bytes x categories x region width x 512 to blend in; a thread, what the
 /// network computes with and two pieces of 1 MB a category.
-std::vector<types::Image> predict_region(const Predictor& predictor, const types::ImageView& image,
-                                         const core::Region& region, core::WorkerPool& pool);
+std::vector<types::Image> predict_region(const Predictor& predictor,
+                                         const ContextPredictor& context,
+                                         const types::ImageView& image, const core::Region& region,
+                                         core::WorkerPool& pool);
 
 }  // namespace telvar::segmenter

@@ -5,6 +5,7 @@
 #include "core/loading.h"
 #include "core/random.h"
 #include "core/sampling.h"
+#include "segmenter/context.h"
 #include "segmenter/limits.h"
 #include "segmenter/tiling.h"
 #include "telvar/exceptions.h"
@@ -13,7 +14,7 @@ namespace telvar::segmenter {
 namespace {
 
 /// Part of every cache key: a change in how tiles are cut must miss old entries.
-constexpr std::uint32_t kPreparation = 1;
+constexpr std::uint32_t kPreparation = 2;
 
 struct LoadedSample {
   LoadedImage image;
@@ -69,16 +70,18 @@ core::CacheKey cache_key(const SampleRequest& request, const LoadedSample& sampl
   return {request.image_id, core::checksum(key.bytes())};
 }
 
-TrainingTile sample_tile(const LoadedSample& sample, const core::Region& part) {
+/// A part of the region, reduced to width x height.
+TrainingTile sample_tile(const LoadedSample& sample, const core::Region& part, int width,
+                         int height) {
   std::vector<core::Mask> masks(sample.masks.size());
   for (std::size_t c = 0; c < masks.size(); ++c) {
     if (sample.masks[c].pixels.empty()) continue;
-    masks[c] = core::sample_mask(types::ImageView(sample.masks[c]), part, part.width, part.height);
+    masks[c] = core::sample_mask(types::ImageView(sample.masks[c]), part, width, height);
   }
   const types::ImageView view(sample.image.image);
   const core::Colour colour = core::has_colour(view) ? core::Colour::kRgb : core::Colour::kGray;
   const int depth = view.layout[4] == 16 ? 2 : 1;
-  return make_tile(core::sample(view, part, colour), depth, masks, sample.known);
+  return make_tile(core::sample(view, part, width, height, colour), depth, masks, sample.known);
 }
 
 bool has_labels(const LoadedSample& sample, const core::Region& part) {
@@ -89,20 +92,27 @@ bool has_labels(const LoadedSample& sample, const core::Region& part) {
   });
 }
 
+struct Part {
+  core::Region region;
+  int x, y;  // where it begins in the sample's region
+};
+
 /// At most kMaxTilesPerSample parts; of a larger region, three with labels for each without.
-std::vector<core::Region> choose_parts(const LoadedSample& sample) {
-  std::vector<core::Region> parts;
+std::vector<Part> choose_parts(const LoadedSample& sample) {
+  std::vector<Part> parts;
   for (const TileSpan& y : even_spans(sample.image.region.height, kTileSide)) {
     for (const TileSpan& x : even_spans(sample.image.region.width, kTileSide)) {
-      parts.push_back(core::part_of(sample.image.region, x.begin, y.begin, x.size, y.size));
+      parts.push_back({core::part_of(sample.image.region, x.begin, y.begin, x.size, y.size),
+                       x.begin, y.begin});
     }
   }
   if (parts.size() <= kMaxTilesPerSample) return parts;
   core::Random random({0x7469'6c65, parts.size()});
   random.shuffle(parts);
-  std::vector<core::Region> labelled, empty;
-  for (const core::Region& part : parts)
-    (has_labels(sample, part) ? labelled : empty).push_back(part);
+  std::vector<Part> labelled, empty;
+  for (const Part& part : parts) {
+    (has_labels(sample, part.region) ? labelled : empty).push_back(part);
+  }
   const auto share = std::min<std::size_t>(empty.size(), kMaxTilesPerSample / 4);
   labelled.resize(std::min<std::size_t>(labelled.size(), kMaxTilesPerSample - share));
   empty.resize(std::min<std::size_t>(empty.size(), kMaxTilesPerSample - labelled.size()));
@@ -110,29 +120,45 @@ std::vector<core::Region> choose_parts(const LoadedSample& sample) {
   return labelled;
 }
 
-std::string to_blob(const std::vector<TrainingTile>& tiles) {
+std::string to_blob(const PreparedSample& sample) {
   core::ByteWriter writer;
-  writer.u32(static_cast<std::uint32_t>(tiles.size()));
-  for (const TrainingTile& tile : tiles) write_tile(writer, tile);
+  writer.u32(static_cast<std::uint32_t>(sample.tiles.size()));
+  for (const TrainingTile& tile : sample.tiles) {
+    write_tile(writer, tile);
+    write_place(writer, tile.origin.place);
+  }
+  write_tile(writer, sample.overview);
   return writer.take();
 }
 
-std::vector<TrainingTile> from_blob(const std::string& blob, int categories) {
+PreparedSample from_blob(const std::string& blob, int categories) {
   core::ByteReader reader(blob);
-  std::vector<TrainingTile> tiles(reader.count("tiles", 1, kMaxTilesPerSample));
-  for (TrainingTile& tile : tiles) tile = read_tile(reader, kTileSide, categories);
+  PreparedSample sample;
+  sample.tiles.resize(reader.count("tiles", 1, kMaxTilesPerSample));
+  for (TrainingTile& tile : sample.tiles) {
+    tile = read_tile(reader, kTileSide, categories);
+    tile.origin.place = read_place(reader, tile);
+  }
+  sample.overview = read_tile(reader, kOverviewSide, categories);
   reader.finish("prepared sample");
-  return tiles;
+  return sample;
 }
 
-std::vector<TrainingTile> cut_sample(const LoadedSample& sample) {
-  std::vector<TrainingTile> tiles;
-  for (const core::Region& part : choose_parts(sample)) tiles.push_back(sample_tile(sample, part));
-  return tiles;
+PreparedSample cut_sample(const LoadedSample& loaded) {
+  const core::Region& region = loaded.image.region;
+  PreparedSample sample;
+  for (const Part& part : choose_parts(loaded)) {
+    sample.tiles.push_back(
+        sample_tile(loaded, part.region, part.region.width, part.region.height));
+    sample.tiles.back().origin.place = {part.x, part.y, region.width, region.height};
+  }
+  const OverviewSize size = overview_size(region.width, region.height);
+  sample.overview = sample_tile(loaded, region, size.width, size.height);
+  return sample;
 }
 
-std::vector<TrainingTile> tiles_of(const SampleRequest& request, const LoadedSample& sample,
-                                   core::CacheSession& cache) {
+PreparedSample prepared(const SampleRequest& request, const LoadedSample& sample,
+                        core::CacheSession& cache) {
   const core::CacheKey key = cache_key(request, sample);
   const int categories = static_cast<int>(sample.masks.size());
   if (const auto blob = cache.find(key)) {
@@ -142,9 +168,9 @@ std::vector<TrainingTile> tiles_of(const SampleRequest& request, const LoadedSam
       // An entry that is no use costs time, nothing else: cut the sample anew.
     }
   }
-  auto tiles = cut_sample(sample);
-  cache.put(key, to_blob(tiles));
-  return tiles;
+  PreparedSample cut = cut_sample(sample);
+  cache.put(key, to_blob(cut));
+  return cut;
 }
 
 }  // namespace
@@ -167,7 +193,8 @@ std::vector<PreparedSample> prepare_samples(const TrainingRequest& request,
   std::vector<PreparedSample> samples;
   for (const SampleRequest& sample : request.samples) {
     const LoadedSample loaded = load_sample(sample, request, categories, loader, mask_loader);
-    samples.push_back({sample.name, tiles_of(sample, loaded, cache)});
+    samples.push_back(prepared(sample, loaded, cache));
+    samples.back().name = sample.name;
   }
   return samples;
 }

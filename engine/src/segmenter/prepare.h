@@ -17,6 +17,7 @@ namespace telvar::segmenter {
 struct PreparedSample {
   std::string name;
   std::vector<TrainingTile> tiles;
+  TrainingTile overview;  // the whole region, at most kOverviewSide cells long
 };
 
 /// The image of a request and its region, checked.

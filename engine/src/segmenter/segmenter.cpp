@@ -7,12 +7,13 @@ namespace telvar::segmenter {
 Segmenter::Segmenter(ModelState state, unsigned threads)
     : pool_(threads),
       categories_(std::move(state.categories)),
-      predictor_(state.net, state.input) {}
+      predictor_(state.net, state.input),
+      context_(state.context, state.input) {}
 
 std::map<std::string, types::Image> Segmenter::segment(const types::ImageView& image,
                                                        const core::Region& region) const {
   const core::LibraryThreadScope scope;
-  auto images = predict_region(predictor_, image, region, pool_);
+  auto images = predict_region(predictor_, context_, image, region, pool_);
   std::map<std::string, types::Image> named;
   for (std::size_t i = 0; i < images.size(); ++i) {
     named.emplace(categories_[i], std::move(images[i]));

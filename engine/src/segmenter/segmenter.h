@@ -32,6 +32,7 @@ class Segmenter {
   mutable core::WorkerPool pool_;
   std::vector<std::string> categories_;
   Predictor predictor_;
+  ContextPredictor context_;
 };
 
 }  // namespace telvar::segmenter

@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "nn/passes.h"
-#include "nn/training.h"
-#include "segmenter/crops.h"
+#include "segmenter/chunk.h"
+#include "segmenter/context_training.h"
 #include "segmenter/evaluation.h"
 #include "segmenter/exemplars.h"
 #include "segmenter/held_out.h"
@@ -16,11 +15,6 @@ namespace {
 
 constexpr std::uint64_t kSeed = 0x7365'676d;
 
-/// Eight crops a step. Each chunk is normalised and compared (Dice) on its own, and two crops are
-/// too few for either: faint marks were lost.
-constexpr int kChunks = 2;
-constexpr int kCropsPerChunk = 4;
-
 /// How long to train: rounds without the samples held out, judged after each, then the finish on
 /// all samples, as a share of the steps made.
 struct Effort {
@@ -28,18 +22,20 @@ struct Effort {
   int round_steps;
   double finish_share;
   double peak_rate;
+  int context_steps;
 };
-constexpr Effort kFromNothing{5, 60, 0.6, 3e-3};
-constexpr Effort kContinued{1, 60, 0.5, 2e-3};
+constexpr Effort kFromNothing{5, 60, 0.6, 3e-3, 200};
+constexpr Effort kContinued{1, 60, 0.5, 2e-3, 60};
 
 /// When an artifact does well already on samples that bring nothing new.
-constexpr Effort kTouchedUp{1, 20, 0.5, 1e-3};
+constexpr Effort kTouchedUp{1, 20, 0.5, 1e-3, 0};
+
+/// Of the crops: they show no context, so that what can be told without is.
+constexpr float kWithoutContext = 0.25F;
 
 /// Rounds end early when this is reached and a round adds less than kLeastGain.
 constexpr double kGoodScore = 0.97;
 constexpr double kLeastGain = 0.005;
-
-using Tiles = std::vector<const TrainingTile*>;
 
 InputSpec measure_input(const Tiles& tiles) {
   InputSpec spec;
@@ -85,22 +81,6 @@ TrainingTile renumbered(TrainingTile tile, const std::vector<int>& places) {
   return tile;
 }
 
-double chunk_loss(nn::ChunkPass& pass, const InputSpec& spec,
-                  const std::vector<const CropSource*>& sources, int side, int categories,
-                  core::Random& random) {
-  const nn::Extent extent{static_cast<std::size_t>(side) * side, spec.planes()};
-  ChunkTargets targets{kCropsPerChunk, extent.rows, categories, {}, {}};
-  std::vector<float> planes(extent.count());
-  for (int i = 0; i < kCropsPerChunk; ++i) {
-    const Crop crop = sources[i % sources.size()]->draw(random);
-    fill_input_planes(spec, crop.pixels.data(), side, side, planes.data());
-    nn::interleave(planes.data(), extent, pass.input() + i * extent.count());
-    targets.belongs.insert(targets.belongs.end(), crop.targets.begin(), crop.targets.end());
-    targets.known.insert(targets.known.end(), crop.known.begin(), crop.known.end());
-  }
-  return segmentation_loss(pass.forward(), targets, pass.answer_gradient());
-}
-
 class Trainer {
  public:
   Trainer(const ModelState* base, const std::vector<std::string>& categories,
@@ -109,8 +89,15 @@ class Trainer {
         samples_(std::move(samples)),
         effort_(base == nullptr ? kFromNothing : kContinued),
         pool_(pool) {
+    for (std::size_t i = 0; i < samples_.size(); ++i) {
+      for (TrainingTile& tile : samples_[i].tiles) tile.origin.overview = static_cast<int>(i);
+      context_data_.overviews.push_back({std::move(samples_[i].overview), Overview::kUnseen});
+    }
+    context_data_.fresh = samples_.size();
+    context_data_.categories = count();
     for (const PreparedSample& sample : samples_) add_tiles(sample, all_);
     start(base);
+    context_data_.spec = spec_;
   }
 
   TrainedModel run() {
@@ -120,7 +107,8 @@ class Trainer {
     run_finish(static_cast<int>(steps * effort_.finish_share));
     Tiles remembered = all_;
     for (const TrainingTile& tile : rehearsed_) remembered.push_back(&tile);
-    trained.state = {categories_, spec_, net_, choose_exemplars(remembered, count())};
+    trained.state = {categories_, spec_, net_, context_, choose_exemplars(remembered, count()), {}};
+    if (!context_.empty()) keep_overviews(trained.state);
     return trained;
   }
 
@@ -134,7 +122,13 @@ class Trainer {
   void start(const ModelState* base) {
     spec_ = measure_input(all_);
     if (base == nullptr) {
-      net_ = make_initial_net(spec_.planes(), count(), kSeed);
+      if (gains_by_context()) {
+        for (int i = 0; i < kContextFolds; ++i) {
+          context_.nets.push_back(
+              make_initial_net(spec_.planes() + kPositionPlanes, count(), kSeed + 100 + i));
+        }
+      }
+      net_ = make_initial_net(spec_.planes() + context_planes(), count(), kSeed);
       return;
     }
     const bool colour = spec_.colour || base->input.colour;
@@ -142,9 +136,57 @@ class Trainer {
     spec_.colour = colour;
     only_known_categories_ = base->categories == categories_;
     const std::vector<int> places = places_of(base->categories, categories_);
-    net_ = grow_net(base->net, spec_.planes(), count(), places, kSeed);
+    grow(*base, places);
     for (const TrainingTile& tile : base->exemplars) {
       rehearsed_.push_back(renumbered(tile, places));
+      int& overview = rehearsed_.back().origin.overview;
+      if (overview >= 0) overview += static_cast<int>(context_data_.fresh);
+    }
+    for (const Overview& overview : base->overviews) {
+      context_data_.overviews.push_back({renumbered(overview.tile, places), overview.fold});
+    }
+  }
+
+  int context_planes() const { return context_.empty() ? 0 : count(); }
+
+  /// Of images that the fine network sees nearly whole there is no context to learn.
+  bool gains_by_context() const {
+    return std::any_of(all_.begin(), all_.end(), [](const TrainingTile* tile) {
+      return std::max(tile->origin.place.width, tile->origin.place.height) > kSeenWithoutContext;
+    });
+  }
+
+  void grow(const ModelState& base, const std::vector<int>& places) {
+    const int planes = spec_.planes();
+    context_.positions = base.context.positions;
+    for (const nn::Network& net : base.context.nets) {
+      context_.nets.push_back(grow_net(net, planes + kPositionPlanes, count(), places, kSeed + 100));
+    }
+    net_ = grow_net(base.net, planes + context_planes(), count(), places, kSeed);
+  }
+
+  void learn_context(const std::vector<bool>& held) {
+    if (context_.empty() || effort_.context_steps == 0) return;
+    std::vector<bool> teaches = held;
+    teaches.flip();
+    assign_folds(teaches, static_cast<int>(context_.nets.size()), context_data_.overviews);
+    train_context(context_data_, {effort_.context_steps, effort_.peak_rate}, kSeed + 100, context_,
+                  pool_);
+    if (rehearsed_.empty()) choose_positions(context_data_, context_, pool_);
+    maps_ = map_overviews(context_data_, context_, pool_);
+  }
+
+  /// Those of the exemplars, with their new places in the list.
+  void keep_overviews(ModelState& state) const {
+    std::vector<int> places(context_data_.overviews.size(), -1);
+    for (TrainingTile& tile : state.exemplars) {
+      int& index = tile.origin.overview;
+      if (index < 0) continue;
+      if (places[index] < 0) {
+        places[index] = static_cast<int>(state.overviews.size());
+        state.overviews.push_back(context_data_.overviews[index]);
+      }
+      index = places[index];
     }
   }
 
@@ -158,9 +200,11 @@ class Trainer {
     }
     double score = 0;
     if (only_known_categories_) {
-      score = mean_iou(measure_overlap(Predictor(net_, spec_), judging, pool_));
+      maps_ = map_overviews(context_data_, context_, pool_);
+      score = judge(judging);
       if (score >= kGoodScore) effort_ = kTouchedUp;
     }
+    learn_context(held);
     for (int round = 0; round < effort_.max_rounds; ++round) {
       nn::TrainingPlan plan = base_plan(effort_.round_steps, kSeed + 1 + round);
       plan.warm_up = round == 0 ? 0.3 : 0.05;
@@ -168,10 +212,14 @@ class Trainer {
       run_plan(plan, taught);
       steps += effort_.round_steps;
       const double before = score;
-      score = mean_iou(measure_overlap(Predictor(net_, spec_), judging, pool_));
+      score = judge(judging);
       if (score >= kGoodScore && score - before < kLeastGain) break;
     }
     return score;
+  }
+
+  double judge(const Tiles& judging) const {
+    return mean_iou(measure_overlap(Predictor(net_, spec_), judging, maps_, pool_));
   }
 
   void run_finish(int steps) {
@@ -184,10 +232,8 @@ class Trainer {
   nn::TrainingPlan base_plan(int steps, std::uint64_t seed) const {
     nn::TrainingPlan plan;
     plan.steps = steps;
-    plan.chunks = kChunks;
     plan.seed = seed;
     plan.peak_rate = effort_.peak_rate;
-    plan.average_decay = 0.98;
     return plan;
   }
 
@@ -195,16 +241,11 @@ class Trainer {
     Tiles old;
     for (const TrainingTile& tile : rehearsed_) old.push_back(&tile);
     const int side = choose_crop_side(all_);
-    const CropSource fresh(tiles, side, count(), spec_);
-    const CropSource rehearsed(old, side, count(), spec_);
-    std::vector<const CropSource*> sources{&fresh};
-    if (!old.empty()) sources.push_back(&rehearsed);
-    nn::train(
-        net_, {kCropsPerChunk, side, side},
-        [&](nn::ChunkPass& pass, int, int, core::Random& random) {
-          return chunk_loss(pass, spec_, sources, side, count(), random);
-        },
-        plan, pool_);
+    const CropExtras extras{context_.empty() ? nullptr : &maps_, false, kWithoutContext};
+    teach(net_,
+          {CropSource(tiles, side, count(), spec_, extras),
+           CropSource(old, side, count(), spec_, extras), !old.empty()},
+          plan, pool_);
   }
 
   std::vector<std::string> categories_;
@@ -216,6 +257,9 @@ class Trainer {
   std::vector<TrainingTile> rehearsed_;  // exemplars of the base, renumbered
   InputSpec spec_;
   nn::Network net_;
+  ContextModel context_;
+  ContextData context_data_;  // overviews of the samples, then of the exemplars
+  std::vector<ContextMap> maps_;
 };
 
 }  // namespace

@@ -46,6 +46,12 @@ bool any(const std::string& bits, std::size_t area) {
 
 }  // namespace
 
+const ContextMap& map_of(const TrainingTile& tile, const std::vector<ContextMap>& maps) {
+  static const ContextMap unknown;
+  const auto index = static_cast<std::size_t>(tile.origin.overview);
+  return tile.origin.overview >= 0 && index < maps.size() ? maps[index] : unknown;
+}
+
 const LabelPlane* find_label(const TrainingTile& tile, int category) {
   for (const LabelPlane& plane : tile.labels) {
     if (plane.category == category) return &plane;
@@ -96,7 +102,11 @@ TrainingTile cut_tile(const TrainingTile& tile, int x, int y, int width, int hei
       }
     }
   }
-  return make_tile(pixels, tile.depth, masks, tile.known);
+  TrainingTile cut = make_tile(pixels, tile.depth, masks, tile.known);
+  cut.origin = tile.origin;
+  cut.origin.place.x += x;
+  cut.origin.place.y += y;
+  return cut;
 }
 
 void write_tile(core::ByteWriter& writer, const TrainingTile& tile) {
@@ -162,6 +172,23 @@ TrainingTile read_tile(core::ByteReader& reader, int max_side, int categories) {
     tile.labels.push_back(std::move(plane));
   }
   return tile;
+}
+
+void write_place(core::ByteWriter& writer, const PlaceInRegion& place) {
+  for (const int value : {place.x, place.y, place.width, place.height}) {
+    writer.u16(static_cast<std::uint16_t>(value));
+  }
+}
+
+PlaceInRegion read_place(core::ByteReader& reader, const TrainingTile& tile) {
+  PlaceInRegion place;
+  for (int* value : {&place.x, &place.y, &place.width, &place.height}) {
+    *value = reader.u16("place of a tile");
+  }
+  if (place.x + tile.width > place.width || place.y + tile.height > place.height) {
+    throw core::malformed_bytes("tile: it does not lie within its region");
+  }
+  return place;
 }
 
 }  // namespace telvar::segmenter

@@ -9,6 +9,7 @@
 
 #include "core/bytes.h"
 #include "core/raster.h"
+#include "segmenter/context_map.h"
 
 namespace telvar::segmenter {
 
@@ -16,6 +17,12 @@ namespace telvar::segmenter {
 struct LabelPlane {
   int category = 0;
   std::string bits;
+};
+
+/// Where a tile was cut from. Not part of a tile's bytes.
+struct TileOrigin {
+  int overview = -1;  // which of a list of overviews shows its region; -1: none
+  PlaceInRegion place;
 };
 
 struct TrainingTile {
@@ -26,6 +33,7 @@ struct TrainingTile {
   std::string pixels;              // planar
   std::uint64_t known = 0;         // bit c: category c is labelled here, present or not
   std::vector<LabelPlane> labels;  // categories present, ascending; each has a pixel
+  TileOrigin origin;
 
   std::size_t area() const { return static_cast<std::size_t>(width) * height; }
   /// The value at an index into the planes, 0..1.
@@ -40,6 +48,9 @@ inline bool bit_at(const std::string& bits, std::size_t index) {
   return (static_cast<unsigned char>(bits[index / 8]) >> (index % 8)) & 1;
 }
 
+/// What is known around a tile: an empty map where its overview is not among `maps`.
+const ContextMap& map_of(const TrainingTile& tile, const std::vector<ContextMap>& maps);
+
 /// The plane of a category, or null when the tile has none of it.
 const LabelPlane* find_label(const TrainingTile& tile, int category);
 
@@ -51,12 +62,18 @@ TrainingTile make_tile(const core::Raster& pixels, int depth, const std::vector<
 /// The tile's pixels as a raster of its own channels.
 core::Raster to_raster(const TrainingTile& tile);
 
-/// A part of a tile; it lies within.
+/// A part of a tile; it lies within. Its origin is known where the tile's is.
 TrainingTile cut_tile(const TrainingTile& tile, int x, int y, int width, int height);
 
 void write_tile(core::ByteWriter& writer, const TrainingTile& tile);
 
 /// Throws malformed_bytes; sides up to `max_side`, categories below `categories`.
 TrainingTile read_tile(core::ByteReader& reader, int max_side, int categories);
+
+/// The place of a tile in its region: x, y, width, height as u16.
+void write_place(core::ByteWriter& writer, const PlaceInRegion& place);
+
+/// Throws malformed_bytes when the tile does not lie within the region.
+PlaceInRegion read_place(core::ByteReader& reader, const TrainingTile& tile);
 
 }  // namespace telvar::segmenter

@@ -1,0 +1,338 @@
+#include "context_sets.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include "textures.h"
+
+namespace telvar::bench {
+namespace {
+
+/// Where a shape lies: it must not touch others.
+struct Site {
+  cv::Point2d centre;
+  double radius;
+};
+
+/// A place for a circle of `radius` inside `size` that keeps `gap` from the others; none after many
+/// attempts.
+bool find_site(cv::Size size, double radius, double gap, std::vector<Site>& sites,
+               cv::RNG& random) {
+  for (int attempt = 0; attempt < 200; ++attempt) {
+    const cv::Point2d at(random.uniform(radius + 4, size.width - radius - 4),
+                         random.uniform(radius + 4, size.height - radius - 4));
+    bool free = true;
+    for (const Site& site : sites) {
+      free = free && cv::norm(site.centre - at) > site.radius + radius + gap;
+    }
+    if (!free) continue;
+    sites.push_back({at, radius});
+    return true;
+  }
+  return false;
+}
+
+cv::Mat blank(cv::Size size) {
+  return cv::Mat::zeros(size, CV_8U);
+}
+
+/// A closed, wavy outline around a place.
+std::vector<cv::Point> wavy_outline(cv::Point2d centre, double radius_x, double radius_y,
+                                    double turn, double waves, cv::RNG& random) {
+  const double phase = random.uniform(0.0, 6.28), second = random.uniform(0.0, 6.28);
+  std::vector<cv::Point> outline;
+  for (int i = 0; i < 120; ++i) {
+    const double angle = i * 2 * CV_PI / 120;
+    const double stretch =
+        1 + waves * (std::sin(2 * angle + phase) + 0.6 * std::sin(3 * angle + second));
+    const double x = radius_x * stretch * std::cos(angle);
+    const double y = radius_y * stretch * std::sin(angle);
+    outline.emplace_back(cvRound(centre.x + x * std::cos(turn) - y * std::sin(turn)),
+                         cvRound(centre.y + x * std::sin(turn) + y * std::cos(turn)));
+  }
+  return outline;
+}
+
+void fill(cv::Mat& image, const std::vector<cv::Point>& outline, double value) {
+  cv::fillPoly(image, std::vector<std::vector<cv::Point>>{outline}, cv::Scalar(value));
+}
+
+void add_mask(LabelledPicture& picture, const std::string& category, const cv::Mat& mask) {
+  cv::Mat& slot = picture.masks[category];
+  if (slot.empty()) slot = blank(mask.size());
+  slot |= mask;
+}
+
+/// Ground, blurred by the optics, with noise, as bytes.
+cv::Mat finished(cv::Mat values, double noise_strength, cv::RNG& random) {
+  cv::GaussianBlur(values, values, {}, 0.8);
+  cv::Mat noise(values.size(), CV_32F), bytes;
+  random.fill(noise, cv::RNG::NORMAL, 0.0, noise_strength);
+  cv::Mat(values + noise).convertTo(bytes, CV_8U);
+  return bytes;
+}
+
+cv::Mat uneven_ground(cv::Size size, double brightness, cv::RNG& random) {
+  return brightness + 6.0 * make_surface(Surface::grain, size, 1.2, 0.0, random) +
+         10.0 * smooth_noise(size, 50.0, random);
+}
+
+LabelledPicture draw_sheets(cv::RNG& random) {
+  const cv::Size size(384, 288);
+  cv::Mat values = uneven_ground(size, random.uniform(110.0, 160.0), random);
+  const double contrast = random.uniform(25.0, 50.0);
+  LabelledPicture picture;
+  std::vector<Site> sites;
+  const double radii[] = {random.uniform(110.0, 136.0), random.uniform(45.0, 60.0)};
+  for (const double radius : radii) {
+    if (!find_site(size, radius, 6, sites, random)) continue;
+    const cv::RotatedRect box(cv::Point2f(sites.back().centre),
+                              cv::Size2f(float(radius * random.uniform(1.4, 1.6)),
+                                         float(radius * random.uniform(1.0, 1.2))),
+                              float(random.uniform(0.0, 180.0)));
+    cv::Point2f corners[4];
+    box.points(corners);
+    std::vector<cv::Point> outline(corners, corners + 4);
+    cv::Mat mask = blank(size);
+    fill(mask, outline, 255);
+    cv::polylines(values, outline, true, cv::Scalar(128 - contrast), 2, cv::LINE_AA);
+    add_mask(picture, "sheet", mask);
+  }
+  for (int i = random.uniform(2, 5); i > 0; --i) {
+    if (!find_site(size, random.uniform(24.0, 40.0), 2, sites, random)) continue;
+    const double turn = random.uniform(0.0, 6.28), radius = sites.back().radius;
+    const cv::Point2d along(std::cos(turn) * radius, std::sin(turn) * radius);
+    const cv::Point2d across(-along.y, along.x);
+    const cv::Point2d centre = sites.back().centre;
+    std::vector<cv::Point> line{centre - along, centre + along};
+    if (random.uniform(0, 2) == 0) line.emplace_back(centre + 0.3 * along + 0.9 * across);
+    cv::polylines(values, line, false, cv::Scalar(128 - contrast), 2, cv::LINE_AA);
+  }
+  picture.image = finished(values, 4.0, random);
+  return picture;
+}
+
+LabelledPicture draw_sizes(cv::RNG& random) {
+  const cv::Size size(384, 288);
+  cv::Mat values = uneven_ground(size, 80.0, random);
+  LabelledPicture picture;
+  std::vector<Site> sites;
+  const double radii[] = {random.uniform(58.0, 85.0), random.uniform(56.0, 70.0),
+                          random.uniform(24.0, 38.0), random.uniform(24.0, 38.0),
+                          random.uniform(24.0, 38.0)};
+  for (const double radius : radii) {
+    if (!find_site(size, radius, 5, sites, random)) continue;
+    cv::Mat mask = blank(size);
+    const cv::Point centre(cvRound(sites.back().centre.x), cvRound(sites.back().centre.y));
+    cv::circle(mask, centre, cvRound(radius), cv::Scalar(255), -1);
+    if (random.uniform(0, 3) == 0) {
+      cv::circle(mask, centre, cvRound(radius - 14), cv::Scalar(0), -1);
+    }
+    values.setTo(150, mask);
+    add_mask(picture, radius > 50 ? "large" : "small", mask);
+  }
+  picture.image = finished(values, 6.0, random);
+  return picture;
+}
+
+void draw_cross(cv::Mat& values, cv::Point2d at) {
+  const cv::Point centre(cvRound(at.x), cvRound(at.y));
+  cv::rectangle(values, {centre.x - 12, centre.y - 3, 25, 7}, cv::Scalar(220), -1);
+  cv::rectangle(values, {centre.x - 3, centre.y - 12, 7, 25}, cv::Scalar(220), -1);
+}
+
+LabelledPicture draw_neighbours(cv::RNG& random) {
+  const cv::Size size(384, 288);
+  cv::Mat values = uneven_ground(size, 90.0, random);
+  const double gray = random.uniform(125.0, 165.0);
+  std::vector<Site> sites;
+  while (sites.size() < 3) {
+    sites.clear();
+    find_site(size, 16, 0, sites, random);
+    if (!find_site(size, random.uniform(30.0, 44.0), 40, sites, random)) continue;
+    if (!find_site(size, random.uniform(30.0, 44.0), 60, sites, random)) continue;
+    // Neither may be about as near.
+    const double first = cv::norm(sites[1].centre - sites[0].centre);
+    const double other = cv::norm(sites[2].centre - sites[0].centre);
+    if (other < 1.5 * first) sites.clear();
+  }
+  draw_cross(values, sites[0].centre);
+  LabelledPicture picture;
+  for (int i = 1; i < 3; ++i) {
+    const auto outline = wavy_outline(sites[i].centre, sites[i].radius, sites[i].radius * 0.8,
+                                      random.uniform(0.0, 3.1), 0.08, random);
+    cv::Mat mask = blank(size);
+    fill(mask, outline, 255);
+    values.setTo(gray, mask);
+    add_mask(picture, i == 1 ? "near" : "far", mask);
+  }
+  picture.image = finished(values, 6.0, random);
+  return picture;
+}
+
+LabelledPicture draw_organs(cv::RNG& random) {
+  const cv::Size size(320, 320);
+  cv::Mat values = uneven_ground(size, 60.0, random);
+  const cv::Point2d centre(160 + random.uniform(-18, 19), 160 + random.uniform(-14, 15));
+  const double wide = random.uniform(85.0, 110.0), high = random.uniform(115.0, 135.0);
+  const double turn = random.uniform(-0.12, 0.12);
+  LabelledPicture picture;
+  cv::Mat body = blank(size);
+  fill(body, wavy_outline(centre, wide, high, turn, 0.02, random), 255);
+  // The skin is bright, the inside hardly differs from the ground outside.
+  cv::Mat inside;
+  cv::erode(body, inside, cv::getStructuringElement(cv::MORPH_ELLIPSE, {9, 9}));
+  values.setTo(150, body);
+  uneven_ground(size, 66.0, random).copyTo(values, inside);
+  add_mask(picture, "body", body);
+  for (const int half : {-1, 1}) {
+    const cv::Point2d at(centre.x + random.uniform(-20.0, 20.0),
+                         centre.y + half * high * random.uniform(0.36, 0.46));
+    cv::Mat organ = blank(size);
+    fill(organ, wavy_outline(at, random.uniform(30.0, 42.0), random.uniform(22.0, 30.0),
+                             random.uniform(-0.5, 0.5), 0.06, random),
+         255);
+    values.setTo(105, organ);
+    add_mask(picture, half < 0 ? "upper" : "lower", organ);
+  }
+  for (int i = random.uniform(1, 4); i > 0; --i) {
+    const cv::Point2d at(random.uniform(0, 2) == 0 ? random.uniform(8, 26)
+                                                   : random.uniform(294, 312),
+                         random.uniform(20, 300));
+    cv::Mat other = blank(size);
+    fill(other, wavy_outline(at, 24, 32, 0.0, 0.06, random), 255);
+    other.setTo(0, body);
+    values.setTo(105, other);
+  }
+  picture.image = finished(values, 5.0, random);
+  return picture;
+}
+
+LabelledPicture draw_cells(cv::RNG& random) {
+  const cv::Size size(384, 288);
+  cv::Mat values = uneven_ground(size, random.uniform(90.0, 150.0), random);
+  LabelledPicture picture;
+  std::vector<Site> sites;
+  for (int i = 0; i < 3; ++i) {
+    if (!find_site(size, random.uniform(60.0, 78.0), 4, sites, random)) continue;
+    const Site& site = sites.back();
+    const auto outline =
+        wavy_outline(site.centre, site.radius * 0.95, site.radius * 0.85, 0.0, 0.03, random);
+    cv::Mat mask = blank(size);
+    fill(mask, outline, 255);
+    cv::polylines(values, outline, true, cv::Scalar(70), 3, cv::LINE_AA);
+    const bool full = random.uniform(0, 2) == 0;
+    if (full) {
+      const cv::Point at(cvRound(site.centre.x + random.uniform(-30.0, 30.0)),
+                         cvRound(site.centre.y + random.uniform(-25.0, 25.0)));
+      cv::circle(values, at, random.uniform(6, 10), cv::Scalar(60), -1, cv::LINE_AA);
+    }
+    add_mask(picture, full ? "full" : "empty", mask);
+  }
+  // Such dots lie about everywhere.
+  for (int i = random.uniform(1, 4); i > 0; --i) {
+    std::vector<Site> others = sites;
+    if (!find_site(size, 8, 6, others, random)) continue;
+    const cv::Point at(cvRound(others.back().centre.x), cvRound(others.back().centre.y));
+    cv::circle(values, at, random.uniform(6, 10), cv::Scalar(60), -1, cv::LINE_AA);
+  }
+  picture.image = finished(values, 5.0, random);
+  return picture;
+}
+
+LabelledPicture draw_plate(bool cracked, cv::RNG& random) {
+  const cv::Size size(256, 256);
+  cv::Mat values = random.uniform(100.0, 150.0) +
+                   9.0 * make_surface(Surface::cast, size, 1.2, 0.0, random) +
+                   8.0 * smooth_noise(size, 40.0, random);
+  LabelledPicture picture;
+  if (cracked) {
+    cv::Point2d at(random.uniform(50, 206), random.uniform(50, 206));
+    double heading = random.uniform(0.0, 6.28);
+    cv::Mat mask = blank(size);
+    for (int i = 0; i < 24; ++i) {
+      heading += random.gaussian(0.5);
+      const cv::Point2d next = at + 5.0 * cv::Point2d(std::cos(heading), std::sin(heading));
+      cv::line(mask, at, next, cv::Scalar(255), 3);
+      at = next;
+    }
+    values.setTo(random.uniform(70.0, 85.0), mask);
+    add_mask(picture, "crack", mask);
+  }
+  picture.image = finished(values, 4.0, random);
+  return picture;
+}
+
+LabelledPicture draw_coins(cv::RNG& random) {
+  const cv::Size size(320, 240);
+  cv::Mat values = 95.0 + 14.0 * make_surface(Surface::cells, size, 1.2, 0.0, random) +
+                   18.0 * smooth_noise(size, 60.0, random);
+  LabelledPicture picture;
+  std::vector<Site> sites;
+  for (int i = 0; i < 12; ++i) {
+    if (!find_site(size, random.uniform(15.0, 28.0), 2, sites, random)) continue;
+    const cv::Point2f centre(sites.back().centre);
+    const auto radius = static_cast<float>(sites.back().radius);
+    const bool coin = i % 3 != 2;
+    cv::Mat mask = blank(size);
+    if (coin) {
+      cv::circle(mask, centre, cvRound(radius), cv::Scalar(255), -1);
+    } else {
+      const cv::RotatedRect box(centre, {radius * 1.5F, radius * 1.2F},
+                                random.uniform(0.0F, 90.0F));
+      cv::Point2f corners[4];
+      box.points(corners);
+      fill(mask, std::vector<cv::Point>(corners, corners + 4), 255);
+    }
+    const cv::Mat relief = random.uniform(120.0, 200.0) +
+                           25.0 * smooth_noise(size, random.uniform(3.0, 6.0), random);
+    relief.copyTo(values, mask);
+    add_mask(picture, coin ? "coin" : "sweet", mask);
+  }
+  picture.image = finished(values, 5.0, random);
+  return picture;
+}
+
+PictureSet make_set(const std::string& name, const std::vector<std::string>& categories,
+                    LabelledPicture (*draw)(cv::RNG&), int train, int test, std::uint64_t seed) {
+  PictureSet set{name, categories, {}, {}};
+  cv::RNG random(seed);
+  for (int i = 0; i < train; ++i) set.train.push_back(draw(random));
+  for (int i = 0; i < test; ++i) set.test.push_back(draw(random));
+  return set;
+}
+
+}  // namespace
+
+PictureSet make_sheets(int train, int test, std::uint64_t seed) {
+  return make_set("sheets", {"sheet"}, draw_sheets, train, test, seed);
+}
+
+PictureSet make_sizes(int train, int test, std::uint64_t seed) {
+  return make_set("sizes", {"large", "small"}, draw_sizes, train, test, seed);
+}
+
+PictureSet make_neighbours(int train, int test, std::uint64_t seed) {
+  return make_set("neighbours", {"near", "far"}, draw_neighbours, train, test, seed);
+}
+
+PictureSet make_organs(int train, int test, std::uint64_t seed) {
+  return make_set("organs", {"body", "upper", "lower"}, draw_organs, train, test, seed);
+}
+
+PictureSet make_cells(int train, int test, std::uint64_t seed) {
+  return make_set("cells", {"full", "empty"}, draw_cells, train, test, seed);
+}
+
+PictureSet make_coins(int train, int test, std::uint64_t seed) {
+  return make_set("coins", {"coin", "sweet"}, draw_coins, train, test, seed);
+}
+
+PictureSet make_rare(int train, int test, std::uint64_t seed) {
+  PictureSet set{"rare", {"crack"}, {}, {}};
+  cv::RNG random(seed);
+  for (int i = 0; i < train; ++i) set.train.push_back(draw_plate(i % 7 == 3, random));
+  for (int i = 0; i < test; ++i) set.test.push_back(draw_plate(i % 2 == 0, random));
+  return set;
+}
+
+}  // namespace telvar::bench

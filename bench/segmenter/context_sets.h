@@ -1,0 +1,34 @@
+#pragma once
+
+// Generated sets in which what a pixel belongs to depends on things more than 60 pixels away.
+
+#include "datasets.h"
+
+namespace telvar::bench {
+
+/// One or two sheets as gray and as rough as the table under them, 384 x 288: a thin outline gives
+/// them away. Open lines and brackets of the same kind lie about.
+PictureSet make_sheets(int train, int test, std::uint64_t seed);
+
+/// Discs and rings of the same gray, 384 x 288; "large" (radius above 55) and "small" (below 40).
+PictureSet make_sizes(int train, int test, std::uint64_t seed);
+
+/// Two equal parts and a bright cross, 384 x 288: the part nearer to the cross is "near", the other
+/// one "far".
+PictureSet make_neighbours(int train, int test, std::uint64_t seed);
+
+/// A body with two equal organs, 320 x 320: the one in the head's half is "upper", the one below is
+/// "lower"; "body" is all within the skin. The same shapes lie outside as well.
+PictureSet make_organs(int train, int test, std::uint64_t seed);
+
+/// Round cells of 60 to 80 pixels' radius, 384 x 288: "full" with a small nucleus, "empty" without.
+PictureSet make_cells(int train, int test, std::uint64_t seed);
+
+/// `train` images of which three show a crack, and as many to test, half of them with one; 256 x
+/// 256.
+PictureSet make_rare(int train, int test, std::uint64_t seed);
+
+/// Coins of varied brightness and pattern on a speckled table among square sweets, 320 x 240.
+PictureSet make_coins(int train, int test, std::uint64_t seed);
+
+}  // namespace telvar::bench

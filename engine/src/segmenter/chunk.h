@@ -1,0 +1,28 @@
+#pragma once
+
+// Fills a training's chunks with crops, for the fine network and for that of the context alike.
+
+#include <vector>
+
+#include "nn/training.h"
+#include "segmenter/crops.h"
+
+namespace telvar::segmenter {
+
+/// Eight crops a step. Each chunk is normalised and compared (Dice) on its own, and two crops are
+/// too few for either: faint marks were lost.
+constexpr int kChunks = 2;
+constexpr int kCropsPerChunk = 4;
+
+using Tiles = std::vector<const TrainingTile*>;
+
+/// Where a training's crops come from: `fresh` and, in turn with it, `rehearsed` if it has any.
+struct Lesson {
+  CropSource fresh, rehearsed;
+  bool rehearses = false;
+};
+
+/// Trains a network on crops of a lesson in place.
+void teach(nn::Network& net, const Lesson& lesson, nn::TrainingPlan plan, core::WorkerPool& pool);
+
+}  // namespace telvar::segmenter

@@ -1,0 +1,64 @@
+#pragma once
+
+// The context network: it sees a whole region at a coarse scale, so that what a pixel belongs to
+// may depend on all of it.
+
+#include <vector>
+
+#include "nn/inference.h"
+#include "nn/network.h"
+#include "segmenter/context_map.h"
+#include "segmenter/input_planes.h"
+
+namespace telvar::segmenter {
+
+/// The longer side of an overview, cells. A region is reduced to it, never enlarged.
+constexpr int kOverviewSide = 96;
+
+/// Images that the fine network sees nearly whole need no context.
+constexpr int kSeenWithoutContext = 128;
+
+/// Beside its view, the context network is told where a pixel lies: x and y, -1..1 over the region;
+/// all 0 when it is not told.
+constexpr int kPositionPlanes = 2;
+
+/// Each network learned from the images of all folds but its own.
+struct ContextModel {
+  std::vector<nn::Network> nets;  // none: the fine network goes without context
+  bool positions = false;         // whether the networks are told where a pixel lies
+
+  bool empty() const { return nets.empty(); }
+};
+
+/// Sides of the overview of a region.
+struct OverviewSize {
+  int width, height;
+};
+OverviewSize overview_size(int region_width, int region_height);
+
+/// The networks at work. Immutable; any number of threads.
+class ContextPredictor {
+ public:
+  /// Copies the weights. No networks: every map is empty.
+  ContextPredictor(const ContextModel& model, const InputSpec& spec);
+
+  bool empty() const { return nets_.empty(); }
+
+  /// By all networks: the mean of their probabilities. `pixels`: an overview, source channels x
+  /// height x width.
+  ContextMap predict(const float* pixels, int width, int height) const;
+  /// By one of them.
+  ContextMap predict(const float* pixels, int width, int height, std::size_t net) const;
+
+ private:
+  std::vector<float> prepare(const float* pixels, int width, int height) const;
+  void add(std::size_t net, const std::vector<float>& input, int width, int height, float share,
+           std::vector<float>& probabilities) const;
+
+  InputSpec spec_;
+  bool positions_;
+  std::vector<nn::Inference> nets_;
+  int categories_ = 0;
+};
+
+}  // namespace telvar::segmenter

@@ -1,0 +1,116 @@
+#include "segmenter/context_training.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "segmenter/chunk.h"
+#include "segmenter/evaluation.h"
+#include "segmenter/network.h"
+
+namespace telvar::segmenter {
+namespace {
+
+/// Of the crops; what is learned without serves data sets whose things lie anywhere.
+constexpr float kWithoutPositions = 0.5F;
+
+/// What positions must add to the intersection over union.
+constexpr double kClearGain = 0.02;
+
+/// Overviews that net `fold` learns from, of `begin` to `end`.
+Tiles taught_overviews(const ContextData& data, int fold, std::size_t begin, std::size_t end) {
+  Tiles tiles;
+  for (std::size_t i = begin; i < end; ++i) {
+    const Overview& overview = data.overviews[i];
+    if (overview.fold != fold && overview.fold != Overview::kUnseen) {
+      tiles.push_back(&overview.tile);
+    }
+  }
+  return tiles;
+}
+
+int canvas_side(const ContextData& data) {
+  int longest = 1;
+  for (const Overview& overview : data.overviews) {
+    longest = std::max({longest, overview.tile.width, overview.tile.height});
+  }
+  return rounded_up(longest);
+}
+
+/// At the overviews' own scale.
+std::vector<Overlap> measure_maps(const ContextData& data, const std::vector<ContextMap>& maps) {
+  std::vector<Overlap> sums(data.categories);
+  for (std::size_t i = 0; i < data.fresh; ++i) {
+    const TrainingTile& tile = data.overviews[i].tile;
+    if (data.overviews[i].fold == Overview::kUnseen) continue;
+    for (int c = 0; c < data.categories; ++c) {
+      if (!(tile.known >> c & 1)) continue;
+      const LabelPlane* plane = find_label(tile, c);
+      for (std::size_t cell = 0; cell < tile.area(); ++cell) {
+        add_pixel(plane != nullptr && bit_at(plane->bits, cell),
+                  maps[i].probability(c, cell) >= 0.5F, sums[c]);
+      }
+    }
+  }
+  return sums;
+}
+
+}  // namespace
+
+void assign_folds(const std::vector<bool>& teaches, int folds, std::vector<Overview>& overviews) {
+  std::vector<std::size_t> order;
+  for (std::size_t i = 0; i < teaches.size(); ++i) {
+    if (teaches[i]) order.push_back(i);
+  }
+  core::Random({0x666f'6c64, order.size()}).shuffle(order);
+  for (std::size_t k = 0; k < order.size(); ++k) {
+    overviews[order[k]].fold = static_cast<int>(k) % folds;
+  }
+}
+
+void train_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
+                   ContextModel& model, core::WorkerPool& pool) {
+  const int side = canvas_side(data);
+  const CropExtras extras{nullptr, true, kWithoutPositions};
+  for (std::size_t i = 0; i < model.nets.size(); ++i) {
+    const auto fold = static_cast<int>(i);
+    const Tiles fresh = taught_overviews(data, fold, 0, data.fresh);
+    const Tiles old = taught_overviews(data, fold, data.fresh, data.overviews.size());
+    if (fresh.empty()) continue;
+    nn::TrainingPlan training;
+    training.steps = plan.steps;
+    training.seed = seed + i;
+    training.peak_rate = plan.peak_rate;
+    teach(model.nets[i],
+          {CropSource(fresh, side, data.categories, data.spec, extras),
+           CropSource(old, side, data.categories, data.spec, extras), !old.empty()},
+          training, pool);
+  }
+}
+
+std::vector<ContextMap> map_overviews(const ContextData& data, const ContextModel& model,
+                                      core::WorkerPool& pool) {
+  const ContextPredictor predictor(model, data.spec);
+  std::vector<ContextMap> maps(data.overviews.size());
+  if (predictor.empty()) return maps;
+  pool.run(static_cast<int>(maps.size()), [&](int i) {
+    const Overview& overview = data.overviews[i];
+    const TrainingTile& tile = overview.tile;
+    const auto pixels = source_pixels(tile, data.spec);
+    maps[i] = overview.fold == Overview::kUnseen
+                  ? predictor.predict(pixels.data(), tile.width, tile.height)
+                  : predictor.predict(pixels.data(), tile.width, tile.height, overview.fold);
+  });
+  return maps;
+}
+
+void choose_positions(const ContextData& data, ContextModel& model, core::WorkerPool& pool) {
+  const auto judge = [&](bool positions) {
+    model.positions = positions;
+    return mean_iou(measure_maps(data, map_overviews(data, model, pool)));
+  };
+  const double with = judge(true);
+  const double without = judge(false);
+  model.positions = with >= without + kClearGain;
+}
+
+}  // namespace telvar::segmenter

@@ -1,0 +1,45 @@
+#pragma once
+
+// Learns context networks from overviews, each without a part of them.
+
+#include <vector>
+
+#include "core/worker_pool.h"
+#include "segmenter/context.h"
+#include "segmenter/model_state.h"
+
+namespace telvar::segmenter {
+
+/// Networks of a context from nothing.
+constexpr int kContextFolds = 2;
+
+struct ContextPlan {
+  int steps = 0;  // of each network
+  double peak_rate = 0;
+};
+
+/// Overviews of a training. Those of no fold teach nothing.
+struct ContextData {
+  std::vector<Overview> overviews;
+  std::size_t fresh = 0;  // so many are new; the rest are rehearsed
+  int categories = 0;
+  InputSpec spec;
+};
+
+/// Puts every fresh overview that teaches into a fold, evenly.
+void assign_folds(const std::vector<bool>& teaches, int folds, std::vector<Overview>& overviews);
+
+/// Trains `model` (networks of initial or earlier weights) in place.
+void train_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
+                   ContextModel& model, core::WorkerPool& pool);
+
+/// What the context is of every overview, by the network that has not learned from it; of overviews
+/// of no fold by all. So the fine network learns how far a context can be trusted.
+std::vector<ContextMap> map_overviews(const ContextData& data, const ContextModel& model,
+                                      core::WorkerPool& pool);
+
+/// Sets whether the networks are told positions: where that is clearly better on overviews that
+/// they have not learned from.
+void choose_positions(const ContextData& data, ContextModel& model, core::WorkerPool& pool);
+
+}  // namespace telvar::segmenter
