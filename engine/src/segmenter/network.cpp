@@ -16,6 +16,21 @@ constexpr std::size_t kLevels = kWidths.size() - 1;
 /// Positive pixels are rare: start near probability 0.12 rather than 0.5.
 constexpr float kInitialHeadBias = -2.0f;
 
+constexpr const char* kStemWeight = "stem.convolution.weight";
+
+/// The weights of input planes to their new places; those of new planes become 0.
+void place_planes(const nn::Parameter& from, const std::vector<int>& places, nn::Parameter& to) {
+  const std::size_t taps = std::size_t(to.shape[2]) * to.shape[3];
+  const std::size_t old_planes = from.shape[1], planes = to.shape[1];
+  std::fill(to.values.begin(), to.values.end(), 0.0F);
+  for (std::size_t out = 0; out < std::size_t(to.shape[0]); ++out) {
+    for (std::size_t in = 0; in < old_planes; ++in) {
+      std::copy_n(from.values.begin() + std::ptrdiff_t((out * old_planes + in) * taps), taps,
+                  to.values.begin() + std::ptrdiff_t((out * planes + places[in]) * taps));
+    }
+  }
+}
+
 }  // namespace
 
 nn::Network network_layers(int planes, int categories) {
@@ -45,10 +60,11 @@ nn::Network make_initial_net(int planes, int categories, std::uint64_t seed) {
   return net;
 }
 
-nn::Network grow_net(const nn::Network& old, int planes, int categories,
-                     const std::vector<int>& places, std::uint64_t seed) {
-  nn::Network net = make_initial_net(planes, categories, seed);
-  net.adopt(old, "head", places);
+nn::Network grow_net(const nn::Network& old, const Growth& planes, const Growth& categories,
+                     std::uint64_t seed) {
+  nn::Network net = make_initial_net(planes.count, categories.count, seed);
+  net.adopt(old, "head", categories.places);
+  place_planes(old.parameter(kStemWeight), planes.places, net.parameter(kStemWeight));
   return net;
 }
 

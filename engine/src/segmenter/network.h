@@ -26,10 +26,16 @@ nn::Network network_layers(int planes, int categories);
 /// A network with initial weights that depend on `seed` alone.
 nn::Network make_initial_net(int planes, int categories, std::uint64_t seed);
 
+/// Things of which a network takes over the old ones: old one i stands at places[i] of `count` now.
+struct Growth {
+  int count = 0;
+  std::vector<int> places;
+};
+
 /// A network that does what `old` does, with more input planes (whose weights start at 0) and more
-/// categories: `places[i]` is where old category i stands now; the others start afresh from `seed`.
-nn::Network grow_net(const nn::Network& old, int planes, int categories,
-                     const std::vector<int>& places, std::uint64_t seed);
+/// categories (which start afresh from `seed`).
+nn::Network grow_net(const nn::Network& old, const Growth& planes, const Growth& categories,
+                     std::uint64_t seed);
 
 /// What the crops of a chunk show: a flag for each pixel and category (channels innermost) whether
 /// the pixel belongs to it, and one for each crop and category whether that is known at all.

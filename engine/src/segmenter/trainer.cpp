@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <numeric>
 
+#include "segmenter/calibration.h"
 #include "segmenter/chunk.h"
 #include "segmenter/context_training.h"
 #include "segmenter/evaluation.h"
@@ -15,27 +18,54 @@ namespace {
 
 constexpr std::uint64_t kSeed = 0x7365'676d;
 
-/// How long to train: rounds without the samples held out, judged after each, then the finish on
-/// all samples, as a share of the steps made.
+/// How long to train: rounds without the samples held out, judged after each; then they settle at a
+/// falling rate and are judged and calibrated as the network that is delivered will be; then the
+/// finish on all samples. The latter two as shares of the steps made in rounds.
 struct Effort {
   int max_rounds;
   int round_steps;
+  double settling_share;
   double finish_share;
   double peak_rate;
-  int context_steps;
+  int context_steps;  // of each context network
 };
-constexpr Effort kFromNothing{5, 60, 0.6, 3e-3, 200};
-constexpr Effort kContinued{1, 60, 0.5, 2e-3, 60};
+constexpr Effort kFromNothing{5, 60, 0.35, 0.4, 3e-3, 200};
+constexpr Effort kContinued{1, 60, 0.3, 0.3, 2e-3, 60};
 
 /// When an artifact does well already on samples that bring nothing new.
-constexpr Effort kTouchedUp{1, 20, 0.5, 1e-3, 0};
+constexpr Effort kTouchedUp{1, 20, 0.3, 0.3, 1e-3, 0};
+
+/// Of the peak rate, where the finish begins: the settled network must not be shaken.
+constexpr double kFinishRate = 0.5;
 
 /// Of the crops: they show no context, so that what can be told without is.
 constexpr float kWithoutContext = 0.25F;
 
-/// Rounds end early when this is reached and a round adds less than kLeastGain.
+/// Rounds end early when this is reached and a round adds less than kLeastGain; or when, beyond
+/// kFairScore, two rounds running do not add kLeastProgress to the best before them. Below that,
+/// faint things may yet be found.
 constexpr double kGoodScore = 0.97;
 constexpr double kLeastGain = 0.005;
+constexpr double kFairScore = 0.6;
+constexpr double kLeastProgress = 0.01;
+
+/// Judges when rounds have brought what they can.
+class Progress {
+ public:
+  explicit Progress(double before) : last_(before), best_(before) {}
+
+  bool is_over(double score) {
+    const bool idle = score - last_ < kLeastGain;
+    rounds_without_progress_ = score < best_ + kLeastProgress ? rounds_without_progress_ + 1 : 0;
+    last_ = score;
+    best_ = std::max(best_, score);
+    return (score >= kGoodScore && idle) || (score >= kFairScore && rounds_without_progress_ >= 2);
+  }
+
+ private:
+  double last_, best_;
+  int rounds_without_progress_ = 0;
+};
 
 InputSpec measure_input(const Tiles& tiles) {
   InputSpec spec;
@@ -102,9 +132,19 @@ class Trainer {
 
   TrainedModel run() {
     TrainedModel trained;
-    int steps = 0;
-    trained.score = run_rounds(steps);
-    run_finish(static_cast<int>(steps * effort_.finish_share));
+    const std::vector<bool> held = choose_held_out(samples_, count());
+    const Tiles judging = choose_judging(samples_, held, count());
+    Tiles taught;
+    for (std::size_t i = 0; i < samples_.size(); ++i) {
+      if (!held[i]) add_tiles(samples_[i], taught);
+    }
+    const int steps = run_rounds(held, judging, taught);
+    run_falling(static_cast<int>(steps * effort_.settling_share), 1.0, taught, kSeed + 1001);
+    trained.score = judge(judging);
+    const auto scales = measure_calibration(Predictor(net_, spec_), unseen_of(judging, held),
+                                            maps_, pool_);
+    run_falling(static_cast<int>(steps * effort_.finish_share), kFinishRate, all_, kSeed + 1000);
+    calibrate(scales, net_);
     Tiles remembered = all_;
     for (const TrainingTile& tile : rehearsed_) remembered.push_back(&tile);
     trained.state = {categories_, spec_, net_, context_, choose_exemplars(remembered, count()), {}};
@@ -121,7 +161,8 @@ class Trainer {
 
   void start(const ModelState* base) {
     spec_ = measure_input(all_);
-    if (base == nullptr) {
+    from_nothing_ = base == nullptr;
+    if (from_nothing_) {
       if (gains_by_context()) {
         for (int i = 0; i < kContextFolds; ++i) {
           context_.nets.push_back(
@@ -156,13 +197,23 @@ class Trainer {
     });
   }
 
+  /// Planes that are new, of hues or of categories, come between those of the base.
   void grow(const ModelState& base, const std::vector<int>& places) {
-    const int planes = spec_.planes();
     context_.positions = base.context.positions;
+    std::vector<int> own(base.input.planes());
+    std::iota(own.begin(), own.end(), 0);
+    std::vector<int> inputs = own;
+    for (int i = 0; i < kPositionPlanes; ++i) inputs.push_back(spec_.planes() + i);
     for (const nn::Network& net : base.context.nets) {
-      context_.nets.push_back(grow_net(net, planes + kPositionPlanes, count(), places, kSeed + 100));
+      context_.nets.push_back(
+          grow_net(net, {spec_.planes() + kPositionPlanes, inputs}, {count(), places}, kSeed + 100));
     }
-    net_ = grow_net(base.net, planes + context_planes(), count(), places, kSeed);
+    if (!context_.empty()) {
+      inputs = own;
+      for (const int place : places) inputs.push_back(spec_.planes() + place);
+    }
+    inputs.resize(base.net.input_channels());
+    net_ = grow_net(base.net, {spec_.planes() + context_planes(), inputs}, {count(), places}, kSeed);
   }
 
   void learn_context(const std::vector<bool>& held) {
@@ -172,7 +223,7 @@ class Trainer {
     assign_folds(teaches, static_cast<int>(context_.nets.size()), context_data_.overviews);
     train_context(context_data_, {effort_.context_steps, effort_.peak_rate}, kSeed + 100, context_,
                   pool_);
-    if (rehearsed_.empty()) choose_positions(context_data_, context_, pool_);
+    if (from_nothing_) choose_positions(context_data_, context_, pool_);
     maps_ = map_overviews(context_data_, context_, pool_);
   }
 
@@ -190,14 +241,8 @@ class Trainer {
     }
   }
 
-  /// Returns the score after the last round.
-  double run_rounds(int& steps) {
-    Tiles taught;
-    const std::vector<bool> held = choose_held_out(samples_, count());
-    const Tiles judging = choose_judging(samples_, held, count());
-    for (std::size_t i = 0; i < samples_.size(); ++i) {
-      if (!held[i]) add_tiles(samples_[i], taught);
-    }
+  /// Returns the steps made.
+  int run_rounds(const std::vector<bool>& held, const Tiles& judging, const Tiles& taught) {
     double score = 0;
     if (only_known_categories_) {
       maps_ = map_overviews(context_data_, context_, pool_);
@@ -205,28 +250,37 @@ class Trainer {
       if (score >= kGoodScore) effort_ = kTouchedUp;
     }
     learn_context(held);
+    Progress progress(score);
+    int steps = 0;
     for (int round = 0; round < effort_.max_rounds; ++round) {
       nn::TrainingPlan plan = base_plan(effort_.round_steps, kSeed + 1 + round);
       plan.warm_up = round == 0 ? 0.3 : 0.05;
       plan.final_rate = 1.0;
       run_plan(plan, taught);
       steps += effort_.round_steps;
-      const double before = score;
-      score = judge(judging);
-      if (score >= kGoodScore && score - before < kLeastGain) break;
+      if (progress.is_over(judge(judging))) break;
     }
-    return score;
+    return steps;
+  }
+
+  static Tiles unseen_of(const Tiles& judging, const std::vector<bool>& held) {
+    Tiles unseen;
+    std::copy_if(judging.begin(), judging.end(), std::back_inserter(unseen),
+                 [&](const TrainingTile* tile) { return held[tile->origin.overview]; });
+    return unseen;
   }
 
   double judge(const Tiles& judging) const {
     return mean_iou(measure_overlap(Predictor(net_, spec_), judging, maps_, pool_));
   }
 
-  void run_finish(int steps) {
-    nn::TrainingPlan plan = base_plan(steps, kSeed + 1000);
+  /// At a rate that falls from a share of the peak to next to nothing.
+  void run_falling(int steps, double rate, const Tiles& tiles, std::uint64_t seed) {
+    nn::TrainingPlan plan = base_plan(steps, seed);
+    plan.peak_rate *= rate;
     plan.warm_up = 0.05;
     plan.final_rate = 0.01;
-    run_plan(plan, all_);
+    run_plan(plan, tiles);
   }
 
   nn::TrainingPlan base_plan(int steps, std::uint64_t seed) const {
@@ -253,6 +307,7 @@ class Trainer {
   Effort effort_;
   core::WorkerPool& pool_;
   Tiles all_;
+  bool from_nothing_ = false;
   bool only_known_categories_ = false;
   std::vector<TrainingTile> rehearsed_;  // exemplars of the base, renumbered
   InputSpec spec_;
