@@ -103,7 +103,7 @@ std::vector<ContextMap> map_overviews(const ContextData& data, const ContextMode
   return maps;
 }
 
-void choose_positions(const ContextData& data, ContextModel& model, core::WorkerPool& pool) {
+double choose_positions(const ContextData& data, ContextModel& model, core::WorkerPool& pool) {
   const auto judge = [&](bool positions) {
     model.positions = positions;
     return mean_iou(measure_maps(data, map_overviews(data, model, pool)));
@@ -111,6 +111,7 @@ void choose_positions(const ContextData& data, ContextModel& model, core::Worker
   const double with = judge(true);
   const double without = judge(false);
   model.positions = with >= without + kClearGain;
+  return model.positions ? with : without;
 }
 
 }  // namespace telvar::segmenter

@@ -39,7 +39,7 @@ std::vector<ContextMap> map_overviews(const ContextData& data, const ContextMode
                                       core::WorkerPool& pool);
 
 /// Sets whether the networks are told positions: where that is clearly better on overviews that
-/// they have not learned from.
-void choose_positions(const ContextData& data, ContextModel& model, core::WorkerPool& pool);
+/// they have not learned from. Returns the mean intersection over union on these, 0..1.
+double choose_positions(const ContextData& data, ContextModel& model, core::WorkerPool& pool);
 
 }  // namespace telvar::segmenter

@@ -41,6 +41,10 @@ constexpr double kFinishRate = 0.5;
 /// Of the crops: they show no context, so that what can be told without is.
 constexpr float kWithoutContext = 0.25F;
 
+/// The intersection over union below which context networks are left out. Of thin marks, an
+/// overview shows nothing, and the fine network would only have more to learn by heart.
+constexpr double kLeastKnown = 0.3;
+
 /// Rounds end early when this is reached and a round adds less than kLeastGain; or when, beyond
 /// kFairScore, two rounds running do not add kLeastProgress to the best before them. Below that,
 /// faint things may yet be found.
@@ -223,7 +227,11 @@ class Trainer {
     assign_folds(teaches, static_cast<int>(context_.nets.size()), context_data_.overviews);
     train_context(context_data_, {effort_.context_steps, effort_.peak_rate}, kSeed + 100, context_,
                   pool_);
-    if (from_nothing_) choose_positions(context_data_, context_, pool_);
+    if (from_nothing_ && choose_positions(context_data_, context_, pool_) < kLeastKnown) {
+      context_ = {};
+      net_ = make_initial_net(spec_.planes(), count(), kSeed);
+      return;
+    }
     maps_ = map_overviews(context_data_, context_, pool_);
   }
 

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "core/cache_session.h"
+#include "segmenter/context.h"
 #include "segmenter/evaluation.h"
 #include "segmenter/held_out.h"
 #include "segmenter/limits.h"
@@ -29,23 +30,28 @@ struct Source {
     request.samples[0].masks["pore"] = "mask";
   }
 
-  std::vector<TrainingTile> prepare(core::TrainCacheStore& store) const {
+  PreparedSample prepare(core::TrainCacheStore& store) const {
     core::CacheSession session(store);
     auto samples = prepare_samples(
         request, request.categories, [&](const std::string&) { return image; },
         [&](const std::string&) { return mask; }, session);
     session.commit();
-    return samples.at(0).tiles;
+    return samples.at(0);
   }
 
   TrainingRequest request;
   types::Image image, mask;
 };
 
-std::string bytes_of(const std::vector<TrainingTile>& tiles) {
+/// The bytes that a cache keeps of a sample.
+std::string bytes_of(const PreparedSample& sample) {
   core::ByteWriter writer;
-  writer.u32(static_cast<std::uint32_t>(tiles.size()));
-  for (const TrainingTile& tile : tiles) write_tile(writer, tile);
+  writer.u32(static_cast<std::uint32_t>(sample.tiles.size()));
+  for (const TrainingTile& tile : sample.tiles) {
+    write_tile(writer, tile);
+    write_place(writer, tile.origin.place);
+  }
+  write_tile(writer, sample.overview);
   return writer.take();
 }
 
@@ -112,7 +118,11 @@ TEST(Preparation, KeepsEightTilesOfALargeImageTheLabelledOnesFirst) {
     }
   }
   core::TrainCacheStore none(core::Tool::kSegmenter, 0);
-  const auto tiles = source.prepare(none);
+  const PreparedSample sample = source.prepare(none);
+  EXPECT_EQ(sample.overview.width, kOverviewSide);
+  EXPECT_EQ(sample.overview.height, 68);
+  ASSERT_NE(find_label(sample.overview, 1), nullptr);
+  const auto& tiles = sample.tiles;
   ASSERT_EQ(tiles.size(), std::size_t{kMaxTilesPerSample});
   ASSERT_EQ(tiles[0].labels.size(), 1u);
   EXPECT_EQ(tiles[0].labels[0].category, 1);
@@ -123,6 +133,10 @@ TEST(Preparation, KeepsEightTilesOfALargeImageTheLabelledOnesFirst) {
     ASSERT_FLOAT_EQ(tiles[0].value(i) * 255, inside ? 200 : 100) << i;
   }
   EXPECT_EQ(marked, 100 * 100);
+  const PlaceInRegion& place = tiles[0].origin.place;
+  EXPECT_EQ(place.x + tiles[0].width, 1700);
+  EXPECT_EQ(place.y + tiles[0].height, 1200);
+  EXPECT_EQ(place.width, 1700);
   for (std::size_t k = 0; k < tiles.size(); ++k) {
     EXPECT_LE(std::max(tiles[k].width, tiles[k].height), kTileSide);
     EXPECT_EQ(tiles[k].known, 0b11u);

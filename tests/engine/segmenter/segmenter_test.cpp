@@ -22,6 +22,9 @@ using ::testing::Ge;
 using ::testing::HasSubstr;
 using ::testing::Key;
 
+/// Of the payload.
+constexpr std::uint32_t kVersion = 2;
+
 constexpr types::AffineTransform kIdentity{1, 0, 0, 0, 1, 0};
 
 /// One training, shared by the tests that only use its result.
@@ -229,10 +232,10 @@ TEST_F(TrainedSegmenter, RefusesArtifactsOfOtherToolsAndNewerVersions) {
 }
 
 TEST_F(TrainedSegmenter, SurvivesPayloadsWhoseChecksumIsRight) {
-  const auto opened = core::open_artifact(*artifact_, core::Tool::kSegmenter, 1);
+  const auto opened = core::open_artifact(*artifact_, core::Tool::kSegmenter, kVersion);
   const auto survives = [&](const std::string& payload) {
     try {
-      const seg::Model model(core::write_artifact(core::Tool::kSegmenter, 1, payload), "",
+      const seg::Model model(core::write_artifact(core::Tool::kSegmenter, kVersion, payload), "",
                              types::CpuDevice(1));
       const types::Image& image = scenes_->images.begin()->second;
       model.process(types::ImageView(image), kIdentity, {0, 0});
@@ -247,7 +250,7 @@ TEST_F(TrainedSegmenter, SurvivesPayloadsWhoseChecksumIsRight) {
       changed[at] = static_cast<char>(value);
       survives(changed);
     }
-    EXPECT_THROW(seg::Model(core::write_artifact(core::Tool::kSegmenter, 1, good.substr(0, at)), "",
+    EXPECT_THROW(seg::Model(core::write_artifact(core::Tool::kSegmenter, kVersion, good.substr(0, at)), "",
                             types::CpuDevice(1)),
                  types::invalid_training_artifact);
   }
