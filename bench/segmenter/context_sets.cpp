@@ -188,16 +188,17 @@ LabelledPicture draw_organs(cv::RNG& random) {
     const cv::Point2d at(centre.x + random.uniform(-20.0, 20.0),
                          centre.y + half * high * random.uniform(0.36, 0.46));
     cv::Mat organ = blank(size);
-    fill(organ, wavy_outline(at, random.uniform(30.0, 42.0), random.uniform(22.0, 30.0),
-                             random.uniform(-0.5, 0.5), 0.06, random),
+    fill(organ,
+         wavy_outline(at, random.uniform(30.0, 42.0), random.uniform(22.0, 30.0),
+                      random.uniform(-0.5, 0.5), 0.06, random),
          255);
     values.setTo(105, organ);
     add_mask(picture, half < 0 ? "upper" : "lower", organ);
   }
   for (int i = random.uniform(1, 4); i > 0; --i) {
-    const cv::Point2d at(random.uniform(0, 2) == 0 ? random.uniform(8, 26)
-                                                   : random.uniform(294, 312),
-                         random.uniform(20, 300));
+    const cv::Point2d at(
+        random.uniform(0, 2) == 0 ? random.uniform(8, 26) : random.uniform(294, 312),
+        random.uniform(20, 300));
     cv::Mat other = blank(size);
     fill(other, wavy_outline(at, 24, 32, 0.0, 0.06, random), 255);
     other.setTo(0, body);
@@ -283,8 +284,8 @@ LabelledPicture draw_coins(cv::RNG& random) {
       box.points(corners);
       fill(mask, std::vector<cv::Point>(corners, corners + 4), 255);
     }
-    const cv::Mat relief = random.uniform(120.0, 200.0) +
-                           25.0 * smooth_noise(size, random.uniform(3.0, 6.0), random);
+    const cv::Mat relief =
+        random.uniform(120.0, 200.0) + 25.0 * smooth_noise(size, random.uniform(3.0, 6.0), random);
     relief.copyTo(values, mask);
     add_mask(picture, coin ? "coin" : "sweet", mask);
   }

@@ -158,7 +158,8 @@ void run_all(const Options& options) {
   cv::setNumThreads(1);
   std::printf(
       "| method | data set (training pictures) | mean IoU | at its best threshold | calibration "
-      "error | of unsure pixels | own score | training, CPU s | CPU s a megapixel | IoU by category "
+      "error | of unsure pixels | own score | training, CPU s | CPU s a megapixel | IoU by "
+      "category "
       "|\n|---|---|---|---|---|---|---|---|---|---|\n");
   for (const PictureSet& set : make_sets(options)) {
     if (chosen(options.methods, "threshold")) run(set, *make_threshold_method(), options);

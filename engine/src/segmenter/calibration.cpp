@@ -66,8 +66,8 @@ LogitScale regress(const LogitCounts& counts, const double* threshold) {
       scale_step = (s.scale * s.offset2 - s.offset * s.mixed) / determinant;
       offset_step = (s.offset * s.scale2 - s.scale * s.mixed) / determinant;
     }
-    fit.scale = std::clamp(fit.scale - std::clamp(scale_step, -0.3, 0.3), kLeastScale,
-                           kLargestScale);
+    fit.scale =
+        std::clamp(fit.scale - std::clamp(scale_step, -0.3, 0.3), kLeastScale, kLargestScale);
     fit.offset -= std::clamp(offset_step, -0.5, 0.5);
     if (threshold != nullptr) fit.offset = -*threshold * fit.scale;
     fit.offset = std::clamp(fit.offset, -kLargestOffset, kLargestOffset);
@@ -104,9 +104,9 @@ double good_threshold(const LogitCounts& counts, double wanted) {
 
 std::vector<LogitCounts> count_tile(const Predictor& predictor, const TrainingTile& tile,
                                     const ContextMap& map) {
-  const Probabilities found = predictor.predict_piece(source_pixels(tile, predictor.spec()).data(),
-                                                      tile.width, tile.height, map,
-                                                      tile.origin.place);
+  const Probabilities found =
+      predictor.predict_piece(source_pixels(tile, predictor.spec()).data(), tile.width, tile.height,
+                              map, tile.origin.place);
   std::vector<LogitCounts> counts(predictor.categories());
   for (int c = 0; c < predictor.categories(); ++c) {
     if (!(tile.known >> c & 1)) continue;

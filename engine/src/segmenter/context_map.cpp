@@ -13,9 +13,9 @@ struct Between {
 };
 
 Between cells_around(float position, int pixels, int cells) {
-  const float at = std::clamp(
-      (position + 0.5F) * static_cast<float>(cells) / static_cast<float>(pixels) - 0.5F, 0.0F,
-      static_cast<float>(cells - 1));
+  const float at =
+      std::clamp((position + 0.5F) * static_cast<float>(cells) / static_cast<float>(pixels) - 0.5F,
+                 0.0F, static_cast<float>(cells - 1));
   const auto first = static_cast<int>(at);
   return {static_cast<std::size_t>(first), static_cast<std::size_t>(std::min(first + 1, cells - 1)),
           at - static_cast<float>(first)};
@@ -43,9 +43,9 @@ void ContextMap::sample(const PlaceInRegion& place, float x, float y, std::size_
     const std::uint8_t* const below = plane + row.second * width_;
     const float top = above[column.first] +
                       column.share * static_cast<float>(above[column.second] - above[column.first]);
-    const float bottom = below[column.first] + column.share * static_cast<float>(
-                                                                  below[column.second] -
-                                                                  below[column.first]);
+    const float bottom =
+        below[column.first] +
+        column.share * static_cast<float>(below[column.second] - below[column.first]);
     *out = (top + row.share * (bottom - top)) * (2.0F / 255) - 1;
   }
 }

@@ -17,7 +17,7 @@ constexpr float kLargestGain = 0.25F;       // of contrast
 constexpr float kLargestOffset = 0.25F;     // of brightness, in deviations of the luma
 constexpr float kLargestNoise = 0.2F;       // likewise
 
-constexpr float kLargestShift = 0.15F;      // of positions, in halves of the region
+constexpr float kLargestShift = 0.15F;  // of positions, in halves of the region
 
 constexpr std::size_t kPlacesPerOccurrence = 4096;
 
@@ -159,11 +159,7 @@ int choose_crop_side(const std::vector<const TrainingTile*>& tiles) {
 
 CropSource::CropSource(std::vector<const TrainingTile*> tiles, int side, int categories,
                        const InputSpec& spec, const CropExtras& extras)
-    : tiles_(std::move(tiles)),
-      side_(side),
-      categories_(categories),
-      spec_(spec),
-      extras_(extras) {
+    : tiles_(std::move(tiles)), side_(side), categories_(categories), spec_(spec), extras_(extras) {
   for (int c = 0; c < categories; ++c) {
     std::vector<Occurrence> occurrences;
     for (const TrainingTile* tile : tiles_) {
@@ -204,8 +200,7 @@ CropSource::Place CropSource::choose_place(core::Random& random) const {
 Crop CropSource::draw(core::Random& random) const {
   const Place place = choose_place(random);
   const TrainingTile& tile = *place.tile;
-  const auto positions =
-      place_pixels(tile, side_, draw_transform(place.x, place.y, side_, random));
+  const auto positions = place_pixels(tile, side_, draw_transform(place.x, place.y, side_, random));
   const std::size_t area = positions.size();
   Crop crop;
   crop.pixels.resize(area * spec_.source_channels());

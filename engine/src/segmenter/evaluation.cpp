@@ -5,8 +5,9 @@ namespace {
 
 std::vector<Overlap> measure_tile(const Predictor& predictor, const TrainingTile& tile,
                                   const ContextMap& map) {
-  const Probabilities found = predictor.predict_piece(source_pixels(tile, predictor.spec()).data(),
-                                                      tile.width, tile.height, map, tile.origin.place);
+  const Probabilities found =
+      predictor.predict_piece(source_pixels(tile, predictor.spec()).data(), tile.width, tile.height,
+                              map, tile.origin.place);
   std::vector<Overlap> overlaps(predictor.categories());
   for (int c = 0; c < predictor.categories(); ++c) {
     if (!(tile.known >> c & 1)) continue;
@@ -34,8 +35,9 @@ std::vector<Overlap> measure_overlap(const Predictor& predictor,
                                      const std::vector<const TrainingTile*>& tiles,
                                      const std::vector<ContextMap>& maps, core::WorkerPool& pool) {
   std::vector<std::vector<Overlap>> by_tile(tiles.size());
-  pool.run(static_cast<int>(tiles.size()),
-           [&](int i) { by_tile[i] = measure_tile(predictor, *tiles[i], map_of(*tiles[i], maps)); });
+  pool.run(static_cast<int>(tiles.size()), [&](int i) {
+    by_tile[i] = measure_tile(predictor, *tiles[i], map_of(*tiles[i], maps));
+  });
   std::vector<Overlap> sums(predictor.categories());
   for (const auto& overlaps : by_tile) {
     for (std::size_t c = 0; c < sums.size(); ++c) {

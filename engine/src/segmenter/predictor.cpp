@@ -75,8 +75,8 @@ std::vector<types::Image> predict_region(const Predictor& predictor,
         const TileSpan &x = plan.columns[first + i], &y = plan.rows[row];
         const core::Region piece = core::part_of(region, x.begin, y.begin, x.size, y.size);
         const core::Raster pixels = core::sample(image, piece, predictor.spec().source());
-        pieces[i] = predictor.predict_piece(pixels.values.data(), piece.width, piece.height,
-                                            map, {x.begin, y.begin, region.width, region.height});
+        pieces[i] = predictor.predict_piece(pixels.values.data(), piece.width, piece.height, map,
+                                            {x.begin, y.begin, region.width, region.height});
       });
       for (std::size_t i = 0; i < pieces.size(); ++i) blender.add_piece(row, first + i, pieces[i]);
     }

@@ -28,8 +28,8 @@ class Predictor {
   int categories() const { return categories_; }
 
   /// Runs the network over `pixels` (spec.source_channels() x height x width, 0..1); borders repeat
-  /// up to the next multiple of the network's stride. The piece begins at `place` in the region that
-  /// `map` shows. Call inside a LibraryThreadScope or a pool.
+  /// up to the next multiple of the network's stride. The piece begins at `place` in the region
+  /// that `map` shows. Call inside a LibraryThreadScope or a pool.
   Probabilities predict_piece(const float* pixels, int width, int height, const ContextMap& map,
                               const PlaceInRegion& place) const;
 

@@ -102,8 +102,8 @@ std::vector<Part> choose_parts(const LoadedSample& sample) {
   std::vector<Part> parts;
   for (const TileSpan& y : even_spans(sample.image.region.height, kTileSide)) {
     for (const TileSpan& x : even_spans(sample.image.region.width, kTileSide)) {
-      parts.push_back({core::part_of(sample.image.region, x.begin, y.begin, x.size, y.size),
-                       x.begin, y.begin});
+      parts.push_back(
+          {core::part_of(sample.image.region, x.begin, y.begin, x.size, y.size), x.begin, y.begin});
     }
   }
   if (parts.size() <= kMaxTilesPerSample) return parts;
@@ -148,8 +148,7 @@ PreparedSample cut_sample(const LoadedSample& loaded) {
   const core::Region& region = loaded.image.region;
   PreparedSample sample;
   for (const Part& part : choose_parts(loaded)) {
-    sample.tiles.push_back(
-        sample_tile(loaded, part.region, part.region.width, part.region.height));
+    sample.tiles.push_back(sample_tile(loaded, part.region, part.region.width, part.region.height));
     sample.tiles.back().origin.place = {part.x, part.y, region.width, region.height};
   }
   const OverviewSize size = overview_size(region.width, region.height);

@@ -145,8 +145,8 @@ class Trainer {
     const int steps = run_rounds(held, judging, taught);
     run_falling(static_cast<int>(steps * effort_.settling_share), 1.0, taught, kSeed + 1001);
     trained.score = judge(judging);
-    const auto scales = measure_calibration(Predictor(net_, spec_), unseen_of(judging, held),
-                                            maps_, pool_);
+    const auto scales =
+        measure_calibration(Predictor(net_, spec_), unseen_of(judging, held), maps_, pool_);
     run_falling(static_cast<int>(steps * effort_.finish_share), kFinishRate, all_, kSeed + 1000);
     calibrate(scales, net_);
     Tiles remembered = all_;
@@ -209,15 +209,16 @@ class Trainer {
     std::vector<int> inputs = own;
     for (int i = 0; i < kPositionPlanes; ++i) inputs.push_back(spec_.planes() + i);
     for (const nn::Network& net : base.context.nets) {
-      context_.nets.push_back(
-          grow_net(net, {spec_.planes() + kPositionPlanes, inputs}, {count(), places}, kSeed + 100));
+      context_.nets.push_back(grow_net(net, {spec_.planes() + kPositionPlanes, inputs},
+                                       {count(), places}, kSeed + 100));
     }
     if (!context_.empty()) {
       inputs = own;
       for (const int place : places) inputs.push_back(spec_.planes() + place);
     }
     inputs.resize(base.net.input_channels());
-    net_ = grow_net(base.net, {spec_.planes() + context_planes(), inputs}, {count(), places}, kSeed);
+    net_ =
+        grow_net(base.net, {spec_.planes() + context_planes(), inputs}, {count(), places}, kSeed);
   }
 
   void learn_context(const std::vector<bool>& held) {

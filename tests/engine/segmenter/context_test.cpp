@@ -25,7 +25,8 @@ TEST(Context, MapsAreInterpolatedWhereAPieceLies) {
   const ContextMap map(2, 2, {0, 1, 0, 1});
   std::vector<float> row(8);
   fill_context_planes(map, {0, 3, 8, 8}, 1, 8, 1, row.data());
-  EXPECT_THAT(row, Pointwise(FloatNear(1e-5F), std::vector<float>{-1, -1, -0.75, -0.25, 0.25, 0.75, 1, 1}));
+  EXPECT_THAT(
+      row, Pointwise(FloatNear(1e-5F), std::vector<float>{-1, -1, -0.75, -0.25, 0.25, 0.75, 1, 1}));
   // A piece that begins elsewhere sees the same places alike; beyond the region, its edge repeats.
   std::vector<float> part(6);
   fill_context_planes(map, {4, 0, 8, 8}, 1, 6, 1, part.data());

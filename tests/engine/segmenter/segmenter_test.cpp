@@ -250,9 +250,10 @@ TEST_F(TrainedSegmenter, SurvivesPayloadsWhoseChecksumIsRight) {
       changed[at] = static_cast<char>(value);
       survives(changed);
     }
-    EXPECT_THROW(seg::Model(core::write_artifact(core::Tool::kSegmenter, kVersion, good.substr(0, at)), "",
-                            types::CpuDevice(1)),
-                 types::invalid_training_artifact);
+    EXPECT_THROW(
+        seg::Model(core::write_artifact(core::Tool::kSegmenter, kVersion, good.substr(0, at)), "",
+                   types::CpuDevice(1)),
+        types::invalid_training_artifact);
   }
 }
 
