@@ -70,7 +70,7 @@ void assign_folds(const std::vector<bool>& teaches, int folds, std::vector<Overv
 void train_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
                    ContextModel& model, core::WorkerPool& pool) {
   const int side = canvas_side(data);
-  const CropExtras extras{nullptr, true, kWithoutPositions};
+  const CropStyle style{nullptr, true, kWithoutPositions, false};
   for (std::size_t i = 0; i < model.nets.size(); ++i) {
     const auto fold = static_cast<int>(i);
     const Tiles fresh = taught_overviews(data, fold, 0, data.fresh);
@@ -81,8 +81,8 @@ void train_context(const ContextData& data, const ContextPlan& plan, std::uint64
     training.seed = seed + i;
     training.peak_rate = plan.peak_rate;
     teach(model.nets[i],
-          {CropSource(fresh, side, data.categories, data.spec, extras),
-           CropSource(old, side, data.categories, data.spec, extras), !old.empty()},
+          {CropSource(fresh, side, data.categories, data.spec, style),
+           CropSource(old, side, data.categories, data.spec, style), !old.empty()},
           training, pool);
   }
 }

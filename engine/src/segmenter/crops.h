@@ -26,12 +26,15 @@ struct Crop {
   std::vector<std::uint8_t> known;    // categories
 };
 
-/// What crops show beside their pixels. In a share of the crops it is left out (0), so that a
-/// network can do without.
-struct CropExtras {
+/// What crops are like beside their source.
+struct CropStyle {
+  /// Planes that the network sees beside the pixels. In a share of the crops they are left out (0),
+  /// so that it can do without.
   const std::vector<ContextMap>* maps = nullptr;  // a plane a category: the context around
-  bool positions = false;  // two planes: where a pixel lies in the tile, -1..1
-  float left_out = 0;      // that share
+  bool positions = false;                         // two planes: where a pixel lies, -1..1
+  float left_out = 0;                             // that share
+  /// Few images show little of how things vary: bends them, and changes their light more.
+  bool of_few_images = false;
 };
 
 /// Where crops come from. Immutable once made; draw from several threads at once.
@@ -39,7 +42,7 @@ class CropSource {
  public:
   /// The tiles (and maps) must outlive it.
   CropSource(std::vector<const TrainingTile*> tiles, int side, int categories,
-             const InputSpec& spec, const CropExtras& extras = {});
+             const InputSpec& spec, const CropStyle& style = {});
 
   int side() const { return side_; }
   int categories() const { return categories_; }
@@ -66,7 +69,7 @@ class CropSource {
   int side_;
   int categories_;
   InputSpec spec_;
-  CropExtras extras_;
+  CropStyle style_;
 };
 
 }  // namespace telvar::segmenter

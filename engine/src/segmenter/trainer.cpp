@@ -45,6 +45,9 @@ constexpr float kWithoutContext = 0.25F;
 /// overview shows nothing, and the fine network would only have more to learn by heart.
 constexpr double kLeastKnown = 0.3;
 
+/// So many samples show little of how things vary.
+constexpr std::size_t kFewSamples = 5;
+
 /// Rounds end early when this is reached and a round adds less than kLeastGain; or when, beyond
 /// kFairScore, two rounds running do not add kLeastProgress to the best before them. Below that,
 /// faint things may yet be found.
@@ -304,10 +307,11 @@ class Trainer {
     Tiles old;
     for (const TrainingTile& tile : rehearsed_) old.push_back(&tile);
     const int side = choose_crop_side(all_);
-    const CropExtras extras{context_.empty() ? nullptr : &maps_, false, kWithoutContext};
+    const CropStyle style{context_.empty() ? nullptr : &maps_, false, kWithoutContext,
+                          samples_.size() <= kFewSamples};
     teach(net_,
-          {CropSource(tiles, side, count(), spec_, extras),
-           CropSource(old, side, count(), spec_, extras), !old.empty()},
+          {CropSource(tiles, side, count(), spec_, style),
+           CropSource(old, side, count(), spec_, style), !old.empty()},
           plan, pool_);
   }
 
