@@ -20,20 +20,20 @@ constexpr std::uint64_t kSeed = 0x7365'676d;
 
 /// How long to train: rounds without the samples held out, judged after each; then they settle at a
 /// falling rate and are judged and calibrated as the network that is delivered will be; then the
-/// finish on all samples. The latter two as shares of the steps made in rounds.
+/// finish on all samples.
 struct Effort {
   int max_rounds;
   int round_steps;
-  double settling_share;
-  double finish_share;
+  int settling_steps;
+  int finish_steps;
   double peak_rate;
   int context_steps;  // of each context network
 };
-constexpr Effort kFromNothing{5, 60, 0.35, 0.4, 3e-3, 200};
-constexpr Effort kContinued{1, 60, 0.3, 0.3, 2e-3, 60};
+constexpr Effort kFromNothing{5, 60, 105, 120, 3e-3, 200};
+constexpr Effort kContinued{1, 60, 20, 20, 2e-3, 60};
 
 /// When an artifact does well already on samples that bring nothing new.
-constexpr Effort kTouchedUp{1, 20, 0.3, 0.3, 1e-3, 0};
+constexpr Effort kTouchedUp{1, 20, 6, 6, 1e-3, 0};
 
 /// Of the peak rate, where the finish begins: the settled network must not be shaken.
 constexpr double kFinishRate = 0.5;
@@ -145,17 +145,17 @@ class Trainer {
     for (std::size_t i = 0; i < samples_.size(); ++i) {
       if (!held[i]) add_tiles(samples_[i], taught);
     }
-    const int steps = run_rounds(held, judging, taught);
-    run_falling(static_cast<int>(steps * effort_.settling_share), 1.0, taught, kSeed + 1001);
+    run_rounds(held, judging, taught);
+    run_falling(effort_.settling_steps, 1.0, taught, kSeed + 1001);
     trained.score = judge(judging);
     const auto scales =
         measure_calibration(Predictor(net_, spec_), unseen_of(judging, held), maps_, pool_);
-    run_falling(static_cast<int>(steps * effort_.finish_share), kFinishRate, all_, kSeed + 1000);
+    run_falling(effort_.finish_steps, kFinishRate, all_, kSeed + 1000);
     calibrate(scales, net_);
     Tiles remembered = all_;
     for (const TrainingTile& tile : rehearsed_) remembered.push_back(&tile);
     trained.state = {categories_, spec_, net_, context_, choose_exemplars(remembered, count()), {}};
-    if (!context_.empty()) keep_overviews(trained.state);
+    keep_overviews(trained.state);
     return trained;
   }
 
@@ -239,11 +239,12 @@ class Trainer {
     maps_ = map_overviews(context_data_, context_, pool_);
   }
 
-  /// Those of the exemplars, with their new places in the list.
+  /// Those of the exemplars, with their new places in the list; none without context.
   void keep_overviews(ModelState& state) const {
     std::vector<int> places(context_data_.overviews.size(), -1);
     for (TrainingTile& tile : state.exemplars) {
       int& index = tile.origin.overview;
+      if (context_.empty()) index = -1;
       if (index < 0) continue;
       if (places[index] < 0) {
         places[index] = static_cast<int>(state.overviews.size());
@@ -253,8 +254,7 @@ class Trainer {
     }
   }
 
-  /// Returns the steps made.
-  int run_rounds(const std::vector<bool>& held, const Tiles& judging, const Tiles& taught) {
+  void run_rounds(const std::vector<bool>& held, const Tiles& judging, const Tiles& taught) {
     double score = 0;
     if (only_known_categories_) {
       maps_ = map_overviews(context_data_, context_, pool_);
@@ -263,16 +263,13 @@ class Trainer {
     }
     learn_context(held);
     Progress progress(score);
-    int steps = 0;
     for (int round = 0; round < effort_.max_rounds; ++round) {
       nn::TrainingPlan plan = base_plan(effort_.round_steps, kSeed + 1 + round);
       plan.warm_up = round == 0 ? 0.3 : 0.05;
       plan.final_rate = 1.0;
       run_plan(plan, taught);
-      steps += effort_.round_steps;
       if (progress.is_over(judge(judging))) break;
     }
-    return steps;
   }
 
   static Tiles unseen_of(const Tiles& judging, const std::vector<bool>& held) {
