@@ -52,6 +52,7 @@ void ContextMap::sample(const PlaceInRegion& place, float x, float y, std::size_
 
 void fill_context_planes(const ContextMap& map, const PlaceInRegion& place, int categories,
                          int width, int height, float* out) {
+  if (categories == 0) return;
   const std::size_t area = std::size_t(width) * height;
   if (map.empty()) {
     std::fill_n(out, area * categories, 0.0F);

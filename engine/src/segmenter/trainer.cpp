@@ -4,6 +4,7 @@
 #include <cmath>
 #include <iterator>
 #include <numeric>
+#include <utility>
 
 #include "segmenter/calibration.h"
 #include "segmenter/chunk.h"
@@ -41,8 +42,14 @@ constexpr double kFinishRate = 0.5;
 /// Of the crops: they show no context, so that what can be told without is.
 constexpr float kWithoutContext = 0.25F;
 
-/// The intersection over union below which context networks are left out. Of thin marks, an
-/// overview shows nothing, and the fine network would only have more to learn by heart.
+/// The round that is made with and without context, unless the score is this good before it; and
+/// what the context must add to the score to stay.
+constexpr int kRoundOfChoice = 2;
+constexpr double kNeedsNoContext = 0.95;
+constexpr double kClearNeed = 0.1;
+
+/// The intersection over union below which context networks are not tried. Of thin marks, an
+/// overview shows nothing.
 constexpr double kLeastKnown = 0.3;
 
 /// So many samples show little of how things vary.
@@ -170,13 +177,7 @@ class Trainer {
     spec_ = measure_input(all_);
     from_nothing_ = base == nullptr;
     if (from_nothing_) {
-      if (gains_by_context()) {
-        for (int i = 0; i < kContextFolds; ++i) {
-          context_.nets.push_back(
-              make_initial_net(spec_.planes() + kPositionPlanes, count(), kSeed + 100 + i));
-        }
-      }
-      net_ = make_initial_net(spec_.planes() + context_planes(), count(), kSeed);
+      net_ = make_initial_net(spec_.planes(), count(), kSeed);
       return;
     }
     const bool colour = spec_.colour || base->input.colour;
@@ -198,7 +199,7 @@ class Trainer {
   int context_planes() const { return context_.empty() ? 0 : count(); }
 
   /// Of images that the fine network sees nearly whole there is no context to learn.
-  bool gains_by_context() const {
+  bool may_have_context() const {
     return std::any_of(all_.begin(), all_.end(), [](const TrainingTile* tile) {
       return std::max(tile->origin.place.width, tile->origin.place.height) > kSeenWithoutContext;
     });
@@ -224,19 +225,50 @@ class Trainer {
         grow_net(base.net, {spec_.planes() + context_planes(), inputs}, {count(), places}, kSeed);
   }
 
-  void learn_context(const std::vector<bool>& held) {
-    if (context_.empty() || effort_.context_steps == 0) return;
+  /// Networks for a context from nothing; none where they know too little.
+  ContextModel initial_context(const std::vector<bool>& held) {
+    ContextModel context;
+    for (int i = 0; i < kContextFolds; ++i) {
+      context.nets.push_back(
+          make_initial_net(spec_.planes() + kPositionPlanes, count(), kSeed + 100 + i));
+    }
+    teach_context(held, context);
+    if (choose_positions(context_data_, context, pool_) < kLeastKnown) return {};
+    return context;
+  }
+
+  void teach_context(const std::vector<bool>& held, ContextModel& context) {
     std::vector<bool> teaches = held;
     teaches.flip();
-    assign_folds(teaches, static_cast<int>(context_.nets.size()), context_data_.overviews);
-    train_context(context_data_, {effort_.context_steps, effort_.peak_rate}, kSeed + 100, context_,
+    assign_folds(teaches, static_cast<int>(context.nets.size()), context_data_.overviews);
+    train_context(context_data_, {effort_.context_steps, effort_.peak_rate}, kSeed + 100, context,
                   pool_);
-    if (from_nothing_ && choose_positions(context_data_, context_, pool_) < kLeastKnown) {
-      context_ = {};
-      net_ = make_initial_net(spec_.planes(), count(), kSeed);
-      return;
-    }
+  }
+
+  /// A round with context and one without, from the same network: the context stays if it is
+  /// needed. What is easily seen nearby is known best by the fine network on its own.
+  double run_round_with_choice(int round, const std::vector<bool>& held, const Tiles& judging,
+                               const Tiles& taught) {
+    ContextModel context = initial_context(held);
+    const nn::Network before = net_;
+    const double without = run_round(round, judging, taught);
+    if (context.empty()) return without;
+    nn::Network alone = std::exchange(net_, with_context_planes(before));
+    context_ = std::move(context);
     maps_ = map_overviews(context_data_, context_, pool_);
+    const double with = run_round(round, judging, taught);
+    if (with >= without + kClearNeed) return with;
+    net_ = std::move(alone);
+    context_ = {};
+    maps_.clear();
+    return without;
+  }
+
+  nn::Network with_context_planes(const nn::Network& net) const {
+    std::vector<int> inputs(spec_.planes()), categories(count());
+    std::iota(inputs.begin(), inputs.end(), 0);
+    std::iota(categories.begin(), categories.end(), 0);
+    return grow_net(net, {spec_.planes() + count(), inputs}, {count(), categories}, kSeed);
   }
 
   /// Those of the exemplars, with their new places in the list; none without context.
@@ -261,15 +293,27 @@ class Trainer {
       score = judge(judging);
       if (score >= kGoodScore) effort_ = kTouchedUp;
     }
-    learn_context(held);
+    if (!context_.empty() && effort_.context_steps > 0) {
+      teach_context(held, context_);
+      maps_ = map_overviews(context_data_, context_, pool_);
+    }
     Progress progress(score);
     for (int round = 0; round < effort_.max_rounds; ++round) {
-      nn::TrainingPlan plan = base_plan(effort_.round_steps, kSeed + 1 + round);
-      plan.warm_up = round == 0 ? 0.3 : 0.05;
-      plan.final_rate = 1.0;
-      run_plan(plan, taught);
-      if (progress.is_over(judge(judging))) break;
+      const bool chooses =
+          from_nothing_ && round == kRoundOfChoice && may_have_context() && score < kNeedsNoContext;
+      score = chooses ? run_round_with_choice(round, held, judging, taught)
+                      : run_round(round, judging, taught);
+      if (progress.is_over(score)) break;
     }
+  }
+
+  /// Returns the score after it.
+  double run_round(int round, const Tiles& judging, const Tiles& taught) {
+    nn::TrainingPlan plan = base_plan(effort_.round_steps, kSeed + 1 + round);
+    plan.warm_up = round == 0 ? 0.3 : 0.05;
+    plan.final_rate = 1.0;
+    run_plan(plan, taught);
+    return judge(judging);
   }
 
   static Tiles unseen_of(const Tiles& judging, const std::vector<bool>& held) {
