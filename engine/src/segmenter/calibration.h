@@ -1,7 +1,7 @@
 #pragma once
 
-// Makes probabilities mean what they say: a scale and an offset of each category's logits, fitted
-// to images that have not taught.
+// Makes probabilities mean what they say: a factor of each category's logits, fitted to images that
+// have not taught.
 
 #include <array>
 #include <cstdint>
@@ -24,23 +24,18 @@ struct LogitCounts {
   static int bin(double logit);
 };
 
-/// The calibrated logit is scale x logit + offset.
-struct LogitScale {
-  double scale = 1, offset = 0;
-};
-
-/// Logistic regression (Platt 1999) within narrow limits; then moved as far as it takes for 0.5 to
-/// be as good a threshold for intersection over union as any, to 0.005. Too few pixels of either
-/// kind change nothing.
-LogitScale fit_logits(const LogitCounts& counts);
+/// The factor of the logit that makes probabilities likeliest (temperature scaling, Guo et al.
+/// 2017), within narrow limits. It leaves 0.5 where it is: that threshold already serves the
+/// overlap that training maximises, and what few images say of another did not hold for others. Too
+/// few pixels of either kind: 1.
+double fit_scale(const LogitCounts& counts);
 
 /// Fits every category on tiles that have not taught.
-std::vector<LogitScale> measure_calibration(const Predictor& predictor,
-                                            const std::vector<const TrainingTile*>& tiles,
-                                            const std::vector<ContextMap>& maps,
-                                            core::WorkerPool& pool);
+std::vector<double> measure_scales(const Predictor& predictor,
+                                   const std::vector<const TrainingTile*>& tiles,
+                                   const std::vector<ContextMap>& maps, core::WorkerPool& pool);
 
-/// Builds it into the network's head.
-void calibrate(const std::vector<LogitScale>& scales, nn::Network& net);
+/// Builds the factors, one a category, into the network's head.
+void scale_logits(const std::vector<double>& scales, nn::Network& net);
 
 }  // namespace telvar::segmenter

@@ -156,9 +156,9 @@ class Trainer {
     run_falling(effort_.settling_steps, 1.0, taught, kSeed + 1001);
     trained.score = judge(judging);
     const auto scales =
-        measure_calibration(Predictor(net_, spec_), unseen_of(judging, held), maps_, pool_);
+        measure_scales(Predictor(net_, spec_), unseen_of(judging, held), maps_, pool_);
     run_falling(effort_.finish_steps, kFinishRate, all_, kSeed + 1000);
-    calibrate(scales, net_);
+    scale_logits(scales, net_);
     Tiles remembered = all_;
     for (const TrainingTile& tile : rehearsed_) remembered.push_back(&tile);
     trained.state = {categories_, spec_, net_, context_, choose_exemplars(remembered, count()), {}};

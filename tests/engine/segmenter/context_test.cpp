@@ -116,52 +116,30 @@ TEST(Context, ArtifactsThatContradictThemselvesAreRefused) {
   }
 }
 
-/// Counts of pixels whose true logit is scale x logit + offset; logits up to `largest`.
-LogitCounts counts_of(double scale, double offset, double largest) {
+/// Counts of pixels whose true logit is scale x logit.
+LogitCounts counts_of(double scale) {
   LogitCounts counts;
-  for (int i = LogitCounts::bin(-largest); i <= LogitCounts::bin(largest); ++i) {
-    const double p = 1 / (1 + std::exp(-(scale * LogitCounts::logit(i) + offset)));
+  for (int i = 0; i < LogitCounts::kBins; ++i) {
+    const double p = 1 / (1 + std::exp(-scale * LogitCounts::logit(i)));
     counts.belonging[i] = static_cast<std::uint64_t>(10000 * p);
     counts.others[i] = 10000 - counts.belonging[i];
   }
   return counts;
 }
 
-TEST(Calibration, FindsScaleAndOffset) {
-  for (const auto& [scale, offset] : {std::pair{1.0, 0.0}, {0.6, 0.0}, {1.5, -0.15}}) {
-    const LogitScale fit = fit_logits(counts_of(scale, offset, 10));
-    EXPECT_NEAR(fit.scale, scale, 0.05);
-    EXPECT_NEAR(fit.offset, offset, 0.1);
-  }
-  const LogitScale none = fit_logits({});
-  EXPECT_EQ(none.scale, 1);
-  EXPECT_EQ(none.offset, 0);
-}
-
-TEST(Calibration, LeavesTheThresholdWhereItServesOverlap) {
-  // Of pixels that are never sure, claiming more pays: 0.5 must mean a lower true probability.
-  const LogitCounts counts = counts_of(0.5, -1.5, 5);
-  const LogitScale fit = fit_logits(counts);
-  const auto overlap_from = [&](int first) {
-    double shared = 0, united = 0;
-    for (int i = 0; i < LogitCounts::kBins; ++i) {
-      united += static_cast<double>(counts.belonging[i] + (i >= first ? counts.others[i] : 0));
-      if (i >= first) shared += static_cast<double>(counts.belonging[i]);
-    }
-    return shared / united;
-  };
-  double best = 0;
-  for (int i = 0; i < LogitCounts::kBins; ++i) best = std::max(best, overlap_from(i));
-  EXPECT_GT(overlap_from(LogitCounts::bin(-fit.offset / fit.scale)), best - 0.01);
+TEST(Calibration, FindsTheScaleWithinItsLimits) {
+  for (const double scale : {0.6, 1.0, 1.5}) EXPECT_NEAR(fit_scale(counts_of(scale)), scale, 0.02);
+  EXPECT_EQ(fit_scale(counts_of(0.1)), 0.4);
+  EXPECT_EQ(fit_scale({}), 1);
 }
 
 TEST(Calibration, IsBuiltIntoTheHead) {
   nn::Network net = make_initial_net(4, 2, 1);
   const std::vector<float> input(16 * 16 * 4, 0.5F);
   const auto before = nn::Inference(net, nn::Number::kFloat)(input.data(), {1, 16, 16});
-  calibrate({{2.0, 0.5}, {1.0, 0.0}}, net);
+  scale_logits({2.0, 1.0}, net);
   const auto after = nn::Inference(net, nn::Number::kFloat)(input.data(), {1, 16, 16});
-  EXPECT_NEAR(after.at(0, 5, 5)[0], 2 * before.at(0, 5, 5)[0] + 0.5, 1e-4);
+  EXPECT_NEAR(after.at(0, 5, 5)[0], 2 * before.at(0, 5, 5)[0], 1e-4);
   EXPECT_NEAR(after.at(0, 5, 5)[1], before.at(0, 5, 5)[1], 1e-5);
 }
 
