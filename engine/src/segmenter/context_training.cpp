@@ -70,7 +70,7 @@ void assign_folds(const std::vector<bool>& teaches, int folds, std::vector<Overv
 void train_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
                    ContextModel& model, core::WorkerPool& pool) {
   const int side = canvas_side(data);
-  const CropStyle style{nullptr, true, kWithoutPositions, false};
+  const CropStyle style{nullptr, true, kWithoutPositions};
   for (std::size_t i = 0; i < model.nets.size(); ++i) {
     const auto fold = static_cast<int>(i);
     const Tiles fresh = taught_overviews(data, fold, 0, data.fresh);

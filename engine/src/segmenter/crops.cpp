@@ -17,12 +17,6 @@ constexpr float kLargestGain = 0.25F;       // of contrast
 constexpr float kLargestOffset = 0.25F;     // of brightness, in deviations of the luma
 constexpr float kLargestNoise = 0.2F;       // likewise
 
-/// Of few images: waves of displacement, in crop pixels, and how much more their light varies.
-constexpr float kLargestBend = 3.5F;
-constexpr float kShortestWave = 40.0F;
-constexpr float kLongestWave = 120.0F;
-constexpr float kMoreLight = 1.6F;  // times gain and offset
-
 constexpr float kLargestShift = 0.15F;  // of positions, in halves of the region
 
 constexpr std::size_t kPlacesPerOccurrence = 4096;
@@ -65,45 +59,21 @@ CropTransform draw_transform(float x, float y, int side, core::Random& random) {
   return t;
 }
 
-/// Displaces whole rows and columns of a crop, as waves do.
-struct Bend {
-  float strength = 0;  // crop pixels
-  float frequency_x = 0, frequency_y = 0, phase_x = 0, phase_y = 0;
-};
-
-Bend draw_bend(core::Random& random) {
-  constexpr float kTurn = 6.2831853F;
-  Bend bend;
-  bend.strength = random.uniform(0, kLargestBend);
-  bend.frequency_x = kTurn / random.uniform(kShortestWave, kLongestWave);
-  bend.frequency_y = kTurn / random.uniform(kShortestWave, kLongestWave);
-  bend.phase_x = random.uniform(0, kTurn);
-  bend.phase_y = random.uniform(0, kTurn);
-  return bend;
-}
-
 /// A place in a tile, tile pixels, held inside it.
 struct Position {
   float x, y;
 };
 
 /// Where the pixels of a crop lie, row by row.
-std::vector<Position> place_pixels(const TrainingTile& tile, int side, const CropTransform& t,
-                                   const Bend& bend) {
+std::vector<Position> place_pixels(const TrainingTile& tile, int side, const CropTransform& t) {
   const auto right = static_cast<float>(tile.width - 1);
   const auto bottom = static_cast<float>(tile.height - 1);
-  std::vector<float> down(side), across(side);  // of a column, of a row
-  for (int i = 0; i < side; ++i) {
-    down[i] = bend.strength * std::sin(bend.frequency_y * static_cast<float>(i) + bend.phase_y);
-    across[i] = bend.strength * std::sin(bend.frequency_x * static_cast<float>(i) + bend.phase_x);
-  }
   std::vector<Position> positions;
   positions.reserve(std::size_t(side) * side);
   for (int v = 0; v < side; ++v) {
     for (int u = 0; u < side; ++u) {
-      const float x = static_cast<float>(u) + across[v], y = static_cast<float>(v) + down[u];
-      positions.push_back({std::clamp(t.a * x + t.b * y + t.c, 0.0F, right),
-                           std::clamp(t.d * x + t.e * y + t.f, 0.0F, bottom)});
+      positions.push_back({std::clamp(t.a * u + t.b * v + t.c, 0.0F, right),
+                           std::clamp(t.d * u + t.e * v + t.f, 0.0F, bottom)});
     }
   }
   return positions;
@@ -163,11 +133,10 @@ float noise(core::Random& random) {
   return (random.uniform() - 0.5F) * 3.4641016F;
 }
 
-/// `more`: times gain and offset of the usual.
-void vary_light(std::vector<float>& pixels, std::size_t area, float deviation, float more,
+void vary_light(std::vector<float>& pixels, std::size_t area, float deviation,
                 core::Random& random) {
-  const float gain = 1 + more * random.uniform(-kLargestGain, kLargestGain);
-  const float offset = more * random.uniform(-kLargestOffset, kLargestOffset) * deviation;
+  const float gain = 1 + random.uniform(-kLargestGain, kLargestGain);
+  const float offset = random.uniform(-kLargestOffset, kLargestOffset) * deviation;
   const float strength = random.uniform(0, kLargestNoise) * deviation;
   double sum = 0;
   for (float value : pixels) sum += value;
@@ -232,8 +201,7 @@ Crop CropSource::draw(core::Random& random) const {
   const Place place = choose_place(random);
   const TrainingTile& tile = *place.tile;
   const CropTransform transform = draw_transform(place.x, place.y, side_, random);
-  const Bend bend = style_.of_few_images ? draw_bend(random) : Bend{};
-  const auto positions = place_pixels(tile, side_, transform, bend);
+  const auto positions = place_pixels(tile, side_, transform);
   const std::size_t area = positions.size();
   Crop crop;
   crop.pixels.resize(area * spec_.source_channels());
@@ -245,7 +213,7 @@ Crop CropSource::draw(core::Random& random) const {
       std::copy(crop.pixels.data(), crop.pixels.data() + area, plane);
     }
   }
-  vary_light(crop.pixels, area, spec_.deviation, style_.of_few_images ? kMoreLight : 1.0F, random);
+  vary_light(crop.pixels, area, spec_.deviation, random);
   crop.targets.resize(area * categories_);
   crop.known.resize(categories_);
   for (int c = 0; c < categories_; ++c) crop.known[c] = tile.known >> c & 1;

@@ -33,8 +33,6 @@ struct CropStyle {
   const std::vector<ContextMap>* maps = nullptr;  // a plane a category: the context around
   bool positions = false;                         // two planes: where a pixel lies, -1..1
   float left_out = 0;                             // that share
-  /// Few images show little of how things vary: bends them, and changes their light more.
-  bool of_few_images = false;
 };
 
 /// Where crops come from. Immutable once made; draw from several threads at once.

@@ -52,8 +52,8 @@ constexpr double kClearNeed = 0.1;
 /// overview shows nothing.
 constexpr double kLeastKnown = 0.3;
 
-/// So many samples show little of how things vary.
-constexpr std::size_t kFewSamples = 5;
+/// Fewer samples do not tell what a whole region looks like.
+constexpr std::size_t kFewestForContext = 6;
 
 /// Rounds end early when this is reached and a round adds less than kLeastGain; or when, beyond
 /// kFairScore, two rounds running do not add kLeastProgress to the best before them. Below that,
@@ -198,8 +198,9 @@ class Trainer {
 
   int context_planes() const { return context_.empty() ? 0 : count(); }
 
-  /// Of images that the fine network sees nearly whole there is no context to learn.
+  /// Of few images, or such that the fine network sees nearly whole, there is no context to learn.
   bool may_have_context() const {
+    if (samples_.size() < kFewestForContext) return false;
     return std::any_of(all_.begin(), all_.end(), [](const TrainingTile* tile) {
       return std::max(tile->origin.place.width, tile->origin.place.height) > kSeenWithoutContext;
     });
@@ -348,8 +349,7 @@ class Trainer {
     Tiles old;
     for (const TrainingTile& tile : rehearsed_) old.push_back(&tile);
     const int side = choose_crop_side(all_);
-    const CropStyle style{context_.empty() ? nullptr : &maps_, false, kWithoutContext,
-                          samples_.size() <= kFewSamples};
+    const CropStyle style{context_.empty() ? nullptr : &maps_, false, kWithoutContext};
     teach(net_,
           {CropSource(tiles, side, count(), spec_, style),
            CropSource(old, side, count(), spec_, style), !old.empty()},
