@@ -79,12 +79,13 @@ struct TELVAR_TYPES_API TrainResult {
   /// Time the engine spent, whole milliseconds, rounded toward zero.
   double trainingTime = 0.0;
 
-  /// Share of labels read right, 0..1: as the labelled category, within 0.42 of a nominal character,
-  /// on images that the network which read them had not learned from. With 8 or more new images, of
-  /// every fourth, held out of the first stage of the training; the second stage learns from them
-  /// too, so that the figure is cautious. With fewer, of all new ones: two halves are each read by a
-  /// network that learned from the rest. Less than 0 where no image was new to the tool, or there was
-  /// one only: its size is then the share read right of what the finished network has learned from.
+  /// Share of labels read right, 0..1: as the labelled category, within 0.42 of a nominal
+  /// character, on images that the network which read them had not learned from. With 8 or more new
+  /// images, of every fourth, held out of the first stage of the training; the second stage learns
+  /// from them too, so that the figure is cautious. With fewer, of all new ones: two halves are
+  /// each read by a network that learned from the rest. Less than 0 where no image was new to the
+  /// tool, or there was one only: its size is then the share read right of what the finished
+  /// network has learned from.
   double resultValue = 0.0;
 
   /// Per image identifier, in ascending byte order: for each of the image's labels, in their order,
