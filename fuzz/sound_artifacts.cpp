@@ -15,17 +15,19 @@ std::string sound_ocr_artifact() {
   ocr::ReaderState state;
   state.size = {8, 12};
   state.generation = 1;
-  state.categories = {"0", "1", "O"};
-  state.spacing = ocr::Spacing(3);
-  state.spacing.learn({{0, 10, 10}, {1, 40, 10}, {2, 60, 12}});
-  state.net = ocr::make_reader_net(3, random);
+  ocr::Expert expert;
+  expert.categories = {"0", "1", "O"};
+  expert.spacing = ocr::Spacing(3);
+  expert.spacing.learn({{0, 10, 10}, {1, 40, 10}, {2, 60, 12}});
+  expert.net = ocr::make_reader_net(3, random);
   ocr::PreparedSample exemplar;
   exemplar.width = 24;
   exemplar.height = 10;
   exemplar.pixels.assign(240, 100);
   exemplar.labels = {{1, 5, 5}};
   exemplar.unlabelled = {{0, 20, 5}};
-  state.exemplars = {exemplar};
+  expert.exemplars = {exemplar};
+  state.experts = {expert, expert};
   return write_reader_state(state);
 }
 

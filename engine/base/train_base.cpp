@@ -82,9 +82,11 @@ BaseSet read_set(const std::string& folder, std::size_t most) {
 void write_base(const BaseSet& set, const nn::Network& net, const std::string& file) {
   ReaderState state;
   state.size = set.size;
-  state.categories = set.categories;
-  state.spacing = Spacing(static_cast<int>(set.categories.size()));
-  state.net = net;
+  Expert expert;
+  expert.categories = set.categories;
+  expert.spacing = Spacing(static_cast<int>(set.categories.size()));
+  expert.net = net;
+  state.experts = {expert};
   std::ofstream(file, std::ios::binary) << write_reader_state(state);
 }
 

@@ -1,5 +1,6 @@
 #include "ocr/assessment.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace telvar::ocr {
@@ -38,9 +39,11 @@ bool is_labelled(const PreparedSample& sample, float x, float y) {
 
 }  // namespace
 
-Assessment assess(const ReadingNet& net, const Spacing& spacing, const PreparedSample& sample,
-                  core::WorkerPool& pool) {
-  const auto found = decode(net.votes(source_of(sample), pool), spacing);
+bool Judged::right() const {
+  return std::max_element(scores.begin(), scores.end()) - scores.begin() == category;
+}
+
+Assessment assess(const std::vector<FoundCharacter>& found, const PreparedSample& sample) {
   Assessment assessment;
   for (const PreparedLabel& label : sample.labels) {
     const int i = nearest(found, label);
@@ -51,8 +54,8 @@ Assessment assess(const ReadingNet& net, const Spacing& spacing, const PreparedS
     const FoundCharacter& character = found[static_cast<std::size_t>(i)];
     assessment.confidences.push_back(character.strength *
                                      character.scores[static_cast<std::size_t>(label.category)]);
-    assessment.right += character.best() == label.category;
     assessment.judged.push_back({character.scores, label.category});
+    assessment.right += assessment.judged.back().right();
   }
   for (const FoundCharacter& character : found) {
     const int best = character.best();

@@ -15,6 +15,7 @@ constexpr float kFoundRadius = 0.42f;
 struct Judged {
   std::vector<float> scores;
   int category;
+  bool right() const;
 };
 
 /// What was made of one sample.
@@ -28,7 +29,7 @@ struct Assessment {
   std::vector<PreparedLabel> unlabelled;
 };
 
-Assessment assess(const ReadingNet& net, const Spacing& spacing, const PreparedSample& sample,
-                  core::WorkerPool& pool);
+/// `found`: the characters read on the sample, in reading pixels.
+Assessment assess(const std::vector<FoundCharacter>& found, const PreparedSample& sample);
 
 }  // namespace telvar::ocr

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "ocr/reader_state.h"
+#include "ocr/expert.h"
 
 namespace telvar::ocr {
 namespace {

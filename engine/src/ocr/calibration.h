@@ -6,7 +6,7 @@
 
 namespace telvar::ocr {
 
-/// The sharpness (reader_state.h) under which the right categories of characters that the network
+/// The sharpness (expert.h) under which the right categories of characters that the network
 /// has not seen are most likely. With few of them it stays near what readers usually need.
 float fit_sharpness(const std::vector<Judged>& judged);
 

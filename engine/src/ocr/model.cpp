@@ -4,10 +4,10 @@
 #include "core/library_threads.h"
 #include "core/messages.h"
 #include "core/worker_pool.h"
+#include "ocr/expert_reading.h"
 #include "ocr/read_result.h"
 #include "ocr/reader_limits.h"
 #include "ocr/reader_state.h"
-#include "ocr/reading.h"
 #include "telvar/ocr.h"
 #include "telvar_msg/ocr_training.pb.h"
 
@@ -30,13 +30,10 @@ reader::NominalSize runtime_size(const std::string& message) {
 
 class Model::Impl {
  public:
-  Impl(reader::ReaderState state, const reader::NominalSize& size, unsigned threads)
-      : size_(size),
-        categories_(std::move(state.categories)),
-        spacing_(std::move(state.spacing)),
-        sharpness_(state.sharpness),
-        net_(state.net),
-        pool_(threads) {}
+  Impl(const reader::ReaderState& state, const reader::NominalSize& size, unsigned threads)
+      : size_(size), categories_(state.categories()), pool_(threads) {
+    for (const reader::Expert& expert : state.experts) experts_.emplace_back(expert, categories_);
+  }
 
   std::string process(const types::ImageView& image, const types::AffineTransform& transform,
                       const types::Size2<unsigned>& size) const {
@@ -46,9 +43,8 @@ class Model::Impl {
     const core::Region region =
         core::resolve_region(image, transform, size, kSubject, reader::kImageLimits);
     const reader::GraySource source = reader::source_of(image, region, size_, kSubject);
-    auto found = reader::decode(net_.votes(source, pool_), spacing_);
+    auto found = reader::read_best(experts_, source, pool_);
     for (reader::FoundCharacter& character : found) {
-      reader::sharpen(character.scores, sharpness_);
       character.x = static_cast<float>((character.x + 0.5) * region.width / source.width - 0.5);
       character.y = static_cast<float>((character.y + 0.5) * region.height / source.height - 0.5);
     }
@@ -59,9 +55,7 @@ class Model::Impl {
  private:
   reader::NominalSize size_;
   std::vector<std::string> categories_;
-  reader::Spacing spacing_;
-  float sharpness_;
-  reader::ReadingNet net_;
+  std::vector<reader::ExpertReader> experts_;
   mutable core::WorkerPool pool_;  // may be used from several threads at once
 };
 

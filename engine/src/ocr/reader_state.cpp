@@ -1,10 +1,10 @@
 #include "ocr/reader_state.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "core/artifact.h"
-#include "nn/weights.h"
-#include "ocr/reader_net.h"
+#include "ocr/reader_limits.h"
 
 namespace telvar::ocr {
 namespace {
@@ -21,35 +21,9 @@ NominalSize read_size(core::ByteReader& reader) {
   return size;
 }
 
-std::vector<std::string> read_categories(core::ByteReader& reader) {
-  std::vector<std::string> categories(reader.count("category count", 1, kMaxCategories));
-  for (std::size_t i = 0; i < categories.size(); ++i) {
-    categories[i] = reader.text("category", kMaxCategoryBytes);
-    if (categories[i].empty() || (i > 0 && categories[i] <= categories[i - 1])) {
-      throw core::malformed_bytes("the categories are not in ascending order");
-    }
-  }
-  return categories;
-}
-
-std::vector<PreparedSample> read_exemplars(core::ByteReader& reader, std::uint32_t categories) {
-  std::vector<PreparedSample> exemplars(reader.count("exemplar count", 0, kMaxExemplars));
-  for (PreparedSample& exemplar : exemplars) {
-    exemplar = read_sample(reader, categories);
-    exemplar.excerpt = true;
-    if (exemplar.width > kExemplarWidth || exemplar.height > kExemplarHeight) {
-      throw core::malformed_bytes("an exemplar is larger than its limit");
-    }
-  }
-  return exemplars;
-}
-
 /// What version 2 added.
-void read_additions(core::ByteReader& reader, ReaderState& state) {
-  state.sharpness = reader.f32("sharpness");
-  if (state.sharpness < kLeastSharpness || state.sharpness > kMostSharpness) {
-    throw core::malformed_bytes("sharpness out of range");
-  }
+void read_calibration_and_origin(core::ByteReader& reader, ReaderState& state) {
+  state.experts.front().sharpness = read_sharpness(reader);
   state.base = reader.u32("base");
   state.seen.resize(reader.count("images seen", 0, kMaxSeen));
   for (std::uint64_t& digest : state.seen) digest = reader.u64("digest of an image");
@@ -58,37 +32,56 @@ void read_additions(core::ByteReader& reader, ReaderState& state) {
   }
 }
 
+/// What version 3 added.
+void read_further_experts(core::ByteReader& reader, ReaderState& state) {
+  const std::uint32_t count = reader.count("further experts", 0, kMaxExperts - 1);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    state.experts.push_back(read_expert(reader));
+    state.experts.back().sharpness = read_sharpness(reader);
+  }
+  if (state.categories().size() > static_cast<std::size_t>(kMaxCategories)) {
+    throw core::malformed_bytes("the experts have too many categories together");
+  }
+}
+
 ReaderState parse(core::ByteReader& reader, std::uint32_t version) {
   ReaderState state;
   state.size = read_size(reader);
   state.generation = reader.u32("generation");
-  state.categories = read_categories(reader);
-  const int categories = static_cast<int>(state.categories.size());
-  state.spacing = Spacing::read(reader, categories);
-  state.net = reader_layers(categories);
-  nn::read_weights(reader, state.net);
-  state.exemplars = read_exemplars(reader, static_cast<std::uint32_t>(categories));
-  if (version > 1) read_additions(reader, state);
+  state.experts.push_back(read_expert(reader));
+  if (version > 1) read_calibration_and_origin(reader, state);
+  if (version > 2) read_further_experts(reader, state);
   return state;
 }
 
 }  // namespace
+
+std::vector<std::string> ReaderState::categories() const {
+  std::vector<std::string> all;
+  for (const Expert& expert : experts) {
+    std::vector<std::string> joined;
+    std::set_union(all.begin(), all.end(), expert.categories.begin(), expert.categories.end(),
+                   std::back_inserter(joined));
+    all = std::move(joined);
+  }
+  return all;
+}
 
 std::string write_reader_state(const ReaderState& state) {
   core::ByteWriter writer;
   writer.f32(state.size.width);
   writer.f32(state.size.height);
   writer.u32(state.generation);
-  writer.u32(static_cast<std::uint32_t>(state.categories.size()));
-  for (const std::string& category : state.categories) writer.text(category);
-  state.spacing.write(writer);
-  nn::write_weights(writer, state.net);
-  writer.u32(static_cast<std::uint32_t>(state.exemplars.size()));
-  for (const PreparedSample& exemplar : state.exemplars) write_sample(writer, exemplar);
-  writer.f32(state.sharpness);
+  write_expert(writer, state.experts.front());
+  writer.f32(state.experts.front().sharpness);
   writer.u32(state.base);
   writer.u32(static_cast<std::uint32_t>(state.seen.size()));
   for (const std::uint64_t digest : state.seen) writer.u64(digest);
+  writer.u32(static_cast<std::uint32_t>(state.experts.size() - 1));
+  for (std::size_t i = 1; i < state.experts.size(); ++i) {
+    write_expert(writer, state.experts[i]);
+    writer.f32(state.experts[i].sharpness);
+  }
   return core::write_artifact(core::Tool::kOcr, kArtifactVersion, writer.bytes());
 }
 

@@ -1,58 +1,27 @@
 #include "ocr/reader_training.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "ocr/assessment.h"
 #include "ocr/base.h"
-#include "ocr/calibration.h"
-#include "ocr/exemplars.h"
-#include "ocr/learning.h"
+#include "ocr/expert_reading.h"
+#include "ocr/expert_training.h"
 #include "ocr/reader_net.h"
-#include "ocr/targets.h"
 
 namespace telvar::ocr {
 namespace {
 
-constexpr int kHoldOutEvery = 4;
-constexpr int kFolds = 2;  // of a data set too small to hold out from
-constexpr double kPeakRate = 2e-3;
+constexpr std::uint64_t kSeed = 0x6f6372;  // any constant: keys the random numbers
 
-/// A data set in which at most this share of what is read has no label is taken as fully labelled:
-/// what else was found is texture that looks like characters.
-constexpr double kFullyLabelled = 0.1;
+/// A new expert that reads the exemplars of an earlier one, which it has not seen, as well as the
+/// held-out images of its own but for this, knows the same kind of marking and takes its place.
+/// About two standard deviations of the share read right of 500 characters.
+constexpr double kSameKindMargin = 0.015;
 
-/// How long to learn. Rounds go on while what is held out is read better.
-struct Effort {
-  int round_steps = 500;
-  int most_rounds = 9;
-  int finish_steps = 3500;
-  int fold_steps = 400;  // of each fold's network
-  int few_steps = 1500;  // of the delivered network, where there are few images
-};
-
-/// When a network reads new images well before it has learned anything of them. From the lower rate
-/// on, what it reads without a label is taken for a character from the start.
-constexpr double kGoodFromTheStart = 0.97;
-constexpr double kTrustedFromTheStart = 0.8;
-constexpr Effort kTouchUp{200, 2, 300, 100, 300};
-
-/// A round must read so much more of what is held out, or so many labels, to count as better.
-constexpr double kLeastGain = 0.003;
-/// Rounds end when so many of them in a row brought nothing.
-constexpr int kPatience = 2;
-constexpr double kAsGoodAsAll = 0.998;
-
-using SampleRefs = std::vector<const PreparedSample*>;
-
-struct Count {
-  int right = 0;
-  int all = 0;
-  double rate() const { return all == 0 ? 0 : static_cast<double>(right) / all; }
-  void add(const Assessment& assessment, const PreparedSample& sample) {
-    right += assessment.right;
-    all += static_cast<int>(sample.labels.size());
-  }
+/// How labels are read.
+struct LabelCount {
+  int right = 0;    // as such
+  int unknown = 0;  // of categories that the expert does not know: as any character
 };
 
 std::uint64_t digest_of(const PreparedSample& sample) {
@@ -60,252 +29,201 @@ std::uint64_t digest_of(const PreparedSample& sample) {
       {reinterpret_cast<const char*>(sample.pixels.data()), sample.pixels.size()});
 }
 
-/// Old indexes to new ones: where each of `from` stands in `to`, nn::kNone where it does not; both
-/// ascending.
-std::vector<int> positions(const std::vector<std::string>& from,
-                           const std::vector<std::string>& to) {
-  std::vector<int> result;
-  for (const std::string& category : from) {
-    const bool there = std::binary_search(to.begin(), to.end(), category);
-    result.push_back(there ? index_of(category, to) : nn::kNone);
-  }
-  return result;
-}
-
-/// The base for the categories that it knows; the others start afresh.
-nn::Network base_for(const std::vector<std::string>& categories, core::Random& random) {
-  const ReaderState base = built_in_base();
-  return widened(base.net, static_cast<int>(categories.size()),
-                 positions(base.categories, categories), random);
-}
-
-ReaderState fresh_state(const std::vector<std::string>& categories, core::Random& random) {
-  ReaderState state;
-  state.categories = categories;
-  state.base = kBaseNumber;
-  state.net = base_for(categories, random);
-  state.spacing = Spacing(static_cast<int>(categories.size()));
-  return state;
-}
-
-ReaderState extended(ReaderState state, const std::vector<std::string>& categories,
-                     core::Random& random) {
-  const std::vector<int> position = positions(state.categories, categories);
-  const int count = static_cast<int>(categories.size());
-  state.net = widened(state.net, count, position, random);
-  state.spacing = state.spacing.renumbered(position, count);
-  for (PreparedSample& exemplar : state.exemplars) {
-    for (auto* labels : {&exemplar.labels, &exemplar.unlabelled}) {
-      for (PreparedLabel& label : *labels) {
-        label.category = position[static_cast<std::size_t>(label.category)];
-      }
-    }
-  }
-  state.categories = categories;
-  return state;
-}
-
 class Training {
  public:
-  Training(ReaderState& state, std::vector<PreparedSample>& samples, int most_steps,
-           core::WorkerPool& pool)
-      : state_(state), samples_(samples), most_steps_(most_steps), pool_(pool) {
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-      const std::uint64_t digest = digest_of(samples[i]);
-      if (!std::binary_search(state.seen.begin(), state.seen.end(), digest)) new_.push_back(i);
+  Training(ReaderState& state, const std::vector<std::string>& categories,
+           std::vector<PreparedSample>& samples, core::WorkerPool& pool)
+      : state_(state), categories_(categories), samples_(samples), pool_(pool) {
+    for (const PreparedSample& sample : samples) {
+      const std::uint64_t digest = digest_of(sample);
       digests_.push_back(digest);
+      plan_.fresh.push_back(!std::binary_search(state.seen.begin(), state.seen.end(), digest));
     }
+    plan_.seed = std::uint64_t{kSeed} << 16 | state.generation;
+    random_ = core::Random({kSeed, state.generation});
   }
 
-  /// Two kinds of marking need more than one: longer rounds and a longer finish.
-  Effort for_two_kinds() const {
-    Effort effort;
-    effort.round_steps = 800;
-    effort.finish_steps = 7000;
-    effort.fold_steps = 600;
-    effort.few_steps = 3000;
-    return effort;
+  float run(int most_steps) {
+    plan_.most_steps = most_steps;
+    Expert expert = choose_expert();
+    ExpertTraining training(expert, samples_, pool_, plan_);
+    const double rate = training.explore();
+    if (is_new_ && take_over(expert, training.explored(), rate) && state_.experts.empty()) {
+      training.also_teach(std::vector<char>(samples_.size(), 1));
+    }
+    training.finish();
+    state_.experts.push_back(std::move(expert));
+    remember();
+    return static_cast<float>(rate);
   }
 
-  /// Starts over from the base where that reads the new images better than the network does, as it
-  /// may when they are of another kind than those before; what is kept of the latter is learned
-  /// again.
-  void choose_start(const nn::Network& base) {
-    const std::vector<char> fresh = chosen([](int) { return true; });
-    const Count own = read(state_.net, fresh).count;
-    if (own.rate() >= kTrustedFromTheStart) return;
-    if (read(base, fresh).count.right > own.right) state_.net = base;
-  }
-
-  /// Returns the rate as TrainingOutcome has it.
-  float run() {
-    if (static_cast<int>(new_.size()) >= kLeastHeldOutFrom) return learn_holding_out();
-    return learn_from_few();
-  }
-
-  /// Of every sample, by the network as it is now.
-  Count read_all(std::vector<std::vector<float>>& confidences) const {
-    Count count;
-    const ReadingNet net(state_.net);
+  /// Strength times score of every label, by the reader as it is now; returns the share read right.
+  double read_all(std::vector<std::vector<float>>& confidences) const {
+    std::vector<ExpertReader> readers;
+    for (const Expert& expert : state_.experts) readers.emplace_back(expert, categories_);
+    std::size_t right = 0, all = 0;
     for (const PreparedSample& sample : samples_) {
-      Assessment assessment = assess(net, state_.spacing, sample, pool_);
-      count.add(assessment, sample);
+      Assessment assessment = assess(read_best(readers, source_of(sample), pool_), sample);
+      right += static_cast<std::size_t>(assessment.right);
+      all += sample.labels.size();
       confidences.push_back(std::move(assessment.confidences));
+    }
+    return all == 0 ? 0 : static_cast<double>(right) / static_cast<double>(all);
+  }
+
+ private:
+  using Counts = std::vector<LabelCount>;  // per sample
+
+  /// The base for the categories that it knows; the others start untaught.
+  nn::Network base_net() {
+    const ReaderState base = built_in_base();
+    const Expert& expert = base.experts.front();
+    return widened(expert.net, static_cast<int>(categories_.size()),
+                   positions(expert.categories, categories_), random_);
+  }
+
+  /// An expert that has learned nothing yet but what its network knows.
+  Expert new_expert(nn::Network net) {
+    is_new_ = true;
+    plan_.taught = plan_.fresh;
+    Expert expert;
+    expert.categories = categories_;
+    expert.spacing = Spacing(static_cast<int>(categories_.size()));
+    expert.net = std::move(net);
+    return expert;
+  }
+
+  LabelCount count_labels(const Expert& expert, const ExpertReader& reader,
+                          const PreparedSample& sample) const {
+    LabelCount count;
+    for (const Judged& judged : assess(reader.read(source_of(sample), pool_), sample).judged) {
+      const std::string& category = categories_[static_cast<std::size_t>(judged.category)];
+      const auto& known = expert.categories;
+      if (std::binary_search(known.begin(), known.end(), category)) {
+        count.right += judged.right();
+      } else {
+        ++count.unknown;
+      }
     }
     return count;
   }
 
-  void remember() {
-    state_.seen.insert(state_.seen.end(), digests_.begin(), digests_.end());
-    std::sort(state_.seen.begin(), state_.seen.end());
-    state_.seen.erase(std::unique(state_.seen.begin(), state_.seen.end()), state_.seen.end());
-    state_.seen.resize(std::min<std::size_t>(state_.seen.size(), kMaxSeen));
-  }
-
-  SampleRefs refs(const std::vector<char>& left_out) const {
-    SampleRefs refs;
-    for (const PreparedSample& exemplar : state_.exemplars) refs.push_back(&exemplar);
-    for (std::size_t i = 0; i < samples_.size(); ++i) {
-      if (!left_out[i]) refs.push_back(&samples_[i]);
-    }
-    return refs;
-  }
-
-  SampleRefs all() const { return refs(std::vector<char>(samples_.size())); }
-
- private:
-  /// What a network makes of the samples that `which` picks.
-  struct Reading {
-    Count count;
-    std::vector<Judged> judged;
-    std::size_t unlabelled = 0;
-  };
-
-  LearningPlan plan(int steps, float uncertain_weight) {
-    LearningPlan plan;
-    plan.steps = most_steps_ > 0 ? std::max(1, std::min(steps, most_steps_ / 4)) : steps;
-    plan.peak_rate = kPeakRate;
-    plan.uncertain_weight = uncertain_weight;
-    plan.seed = std::uint64_t{state_.generation} << 8 | ++stages_;
-    return plan;
-  }
-
-  /// Reads some samples, and notes what they show without a label.
-  Reading read(const nn::Network& net, const std::vector<char>& which) {
-    Reading reading;
-    const ReadingNet reader(net);
-    for (std::size_t i = 0; i < samples_.size(); ++i) {
-      if (!which[i]) continue;
-      Assessment assessment = assess(reader, state_.spacing, samples_[i], pool_);
-      reading.count.add(assessment, samples_[i]);
-      reading.unlabelled += assessment.unlabelled.size();
-      samples_[i].unlabelled = std::move(assessment.unlabelled);
-      std::move(assessment.judged.begin(), assessment.judged.end(),
-                std::back_inserter(reading.judged));
-    }
-    return reading;
-  }
-
-  /// Forgets what was found without a label where next to nothing was.
-  void settle_unlabelled() {
-    std::size_t found = 0, labels = 0;
+  /// Of every sample.
+  Counts read_with(const Expert& expert) const {
+    const ExpertReader reader(expert, categories_);
+    Counts counts;
     for (const PreparedSample& sample : samples_) {
-      found += sample.unlabelled.size();
-      labels += sample.labels.size();
+      counts.push_back(count_labels(expert, reader, sample));
     }
-    if (static_cast<double>(found) > kFullyLabelled * static_cast<double>(found + labels)) return;
-    for (PreparedSample& sample : samples_) sample.unlabelled.clear();
+    return counts;
   }
 
-  /// The new samples that stand at these places among them.
-  template <class Pick>
-  std::vector<char> chosen(const Pick& pick) const {
-    std::vector<char> flags(samples_.size());
-    for (std::size_t i = 0; i < new_.size(); ++i) flags[new_[i]] = pick(static_cast<int>(i));
-    return flags;
+  bool any_fresh() const {
+    return std::find(plan_.fresh.begin(), plan_.fresh.end(), 1) != plan_.fresh.end();
   }
 
-  /// How well new images are read before anything was learned of them decides on the effort. What
-  /// the network finds without a label on them is not taught as background, if it can be trusted.
-  Effort look_before() {
-    const double rate = read(state_.net, chosen([](int) { return true; })).count.rate();
-    if (rate >= kTrustedFromTheStart) {
-      settle_unlabelled();
-    } else {
-      for (PreparedSample& sample : samples_) sample.unlabelled.clear();
+  /// Of the new samples, or of all where none is new.
+  LabelCount sum_of(const Counts& counts) const {
+    const bool all = !any_fresh();
+    LabelCount sum;
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+      if (!all && !plan_.fresh[i]) continue;
+      sum.right += counts[i].right;
+      sum.unknown += counts[i].unknown;
     }
-    if (rate >= kGoodFromTheStart) return kTouchUp;
-    return rate < kTrustedFromTheStart && !state_.exemplars.empty() ? for_two_kinds() : Effort();
+    return sum;
   }
 
-  static bool is_better(const Count& now, const Count& best) {
-    return now.right - best.right >= std::max(1.0, kLeastGain * now.all);
-  }
+  /// Categories that an expert does not know yet are hardly a reason against it.
+  static double worth(const LabelCount& count) { return count.right + 0.9 * count.unknown; }
 
-  float learn_holding_out() {
-    const std::vector<char> held =
-        chosen([](int i) { return i % kHoldOutEvery == kHoldOutEvery - 1; });
-    const Effort effort = look_before();
-    Reading reading = read(state_.net, held);
-    Count best = reading.count;
-    int idle = 0, rounds = 0;
-    while (rounds < effort.most_rounds && idle < kPatience) {
-      LearningPlan round = plan(effort.round_steps, kUncertainWeight);
-      round.final_rate = 1;
-      if (rounds > 0) round.warm_up = 0.02;
-      learn(state_.net, refs(held), round, pool_);
-      ++rounds;
-      reading = read(state_.net, held);
-      idle = is_better(reading.count, best) ? 0 : idle + 1;
-      if (reading.count.right > best.right) best = reading.count;
-      if (reading.count.rate() >= kAsGoodAsAll) idle = kPatience;
+  bool is_strange(const LabelCount& count) const {
+    Counts labels;
+    for (const PreparedSample& sample : samples_) {
+      labels.push_back({static_cast<int>(sample.labels.size()), 0});
     }
-    read(state_.net, std::vector<char>(samples_.size(), 1));
-    settle_unlabelled();
-    state_.sharpness = fit_sharpness(reading.judged);
-    const double share = std::sqrt(static_cast<double>(rounds) / effort.most_rounds);
-    learn(state_.net, all(), plan(static_cast<int>(effort.finish_steps * share), 1), pool_);
-    return static_cast<float>(reading.count.rate());
+    return any_fresh() && count.right + count.unknown < kGoodFromTheStart * sum_of(labels).right;
   }
 
-  /// Each fold of the new images is read by a network that learned from everything else.
-  float learn_from_few() {
-    const Effort effort = look_before();
-    Count unseen;
-    std::vector<Judged> judged;
-    for (int fold = 0; fold < kFolds && new_.size() >= kFolds; ++fold) {
-      const std::vector<char> held = chosen([=](int i) { return i % kFolds == fold; });
-      nn::Network net = state_.net;
-      const SampleRefs taught = refs(held);
-      if (!has_labels(taught)) continue;
-      learn(net, taught, plan(effort.fold_steps, kUncertainWeight), pool_);
-      const Reading reading = read(net, held);
-      unseen.right += reading.count.right;
-      unseen.all += reading.count.all;
-      judged.insert(judged.end(), reading.judged.begin(), reading.judged.end());
+  /// The expert that learns, taken out of the state: the one that reads the new images best, if it
+  /// reads them well; otherwise a new one, which starts from it or from the base, whichever reads
+  /// them better.
+  Expert choose_expert() {
+    if (state_.experts.empty()) return new_expert(base_net());
+    std::vector<Counts> counts;
+    for (const Expert& expert : state_.experts) counts.push_back(read_with(expert));
+    const auto best = std::max_element(
+        counts.begin(), counts.end(),
+        [this](const Counts& a, const Counts& b) { return worth(sum_of(a)) < worth(sum_of(b)); });
+    const auto place = state_.experts.begin() + (best - counts.begin());
+    Expert expert = extended(*place, categories_, random_);
+    if (is_strange(sum_of(*best))) {
+      Expert fresh = new_expert(base_net());
+      if (worth(sum_of(read_with(fresh))) <= worth(sum_of(*best))) fresh.net = expert.net;
+      if (state_.experts.size() < kMaxExperts) return fresh;
+      is_new_ = false;
+      expert.net = std::move(fresh.net);
     }
-    if (unseen.all == 0) {
-      learn(state_.net, all(), plan(effort.fold_steps, kUncertainWeight), pool_);
-      read(state_.net, std::vector<char>(samples_.size(), 1));
-    }
-    settle_unlabelled();
-    state_.sharpness = fit_sharpness(judged);
-    learn(state_.net, all(), plan(effort.few_steps, 1), pool_);
-    return unseen.all > 0 ? static_cast<float>(unseen.rate()) : -1;
+    plan_.taught = best_read_by(*best, counts);
+    state_.experts.erase(place);
+    return expert;
   }
 
-  static bool has_labels(const SampleRefs& samples) {
-    return std::any_of(samples.begin(), samples.end(),
-                       [](const PreparedSample* sample) { return !sample->labels.empty(); });
+  /// The new samples, and of those seen before the ones that no expert reads better.
+  std::vector<char> best_read_by(const Counts& chosen, const std::vector<Counts>& counts) const {
+    std::vector<char> flags = plan_.fresh;
+    for (std::size_t i = 0; i < flags.size(); ++i) {
+      const auto better = [&](const Counts& other) { return worth(other[i]) > worth(chosen[i]); };
+      if (!flags[i]) flags[i] = std::none_of(counts.begin(), counts.end(), better);
+    }
+    const bool none = std::find(flags.begin(), flags.end(), 1) == flags.end();
+    return none ? std::vector<char>(flags.size(), 1) : flags;
+  }
+
+  /// Whether a new expert took the place of others, since its network reads their marks as well as
+  /// its own. It gets their exemplars.
+  bool take_over(Expert& expert, const nn::Network& net, double own_rate) {
+    Expert explored = expert;
+    explored.net = net;
+    const ExpertReader reader(explored, categories_);
+    const auto is_covered = [&](const Expert& other) {
+      Expert wider = extended(other, categories_, random_);
+      const ExpertReader other_reader(other, categories_);
+      int own = 0, now = 0;  // some labels cannot be read: they lie on an exemplar's edge
+      for (const PreparedSample& exemplar : wider.exemplars) {
+        own += count_labels(other, other_reader, exemplar).right;
+        now += count_labels(explored, reader, exemplar).right;
+      }
+      if (now < (own_rate - kSameKindMargin) * own) return false;
+      for (PreparedSample& exemplar : wider.exemplars) {
+        expert.spacing.learn(exemplar.labels);
+        expert.exemplars.push_back(std::move(exemplar));
+      }
+      return true;
+    };
+    auto& experts = state_.experts;
+    const auto kept = std::remove_if(experts.begin(), experts.end(), is_covered);
+    const bool any = kept != experts.end();
+    experts.erase(kept, experts.end());
+    return any;
+  }
+
+  void remember() {
+    auto& seen = state_.seen;
+    seen.insert(seen.end(), digests_.begin(), digests_.end());
+    std::sort(seen.begin(), seen.end());
+    seen.erase(std::unique(seen.begin(), seen.end()), seen.end());
+    seen.resize(std::min<std::size_t>(seen.size(), kMaxSeen));
   }
 
   ReaderState& state_;
+  const std::vector<std::string>& categories_;
   std::vector<PreparedSample>& samples_;
-  int most_steps_;
   core::WorkerPool& pool_;
-  std::vector<std::size_t> new_;  // samples that the network has not seen
   std::vector<std::uint64_t> digests_;
-  std::uint64_t stages_ = 0;
+  ExpertTrainingPlan plan_;
+  core::Random random_{{0}};
+  bool is_new_ = false;  // the expert that learns
 };
 
 }  // namespace
@@ -314,23 +232,18 @@ TrainingOutcome train_reader(std::optional<ReaderState> previous,
                              const std::vector<std::string>& categories, const NominalSize& size,
                              std::vector<PreparedSample> samples, int most_steps,
                              core::WorkerPool& pool) {
-  constexpr std::uint64_t kSeed = 0x6f6372;  // any constant: keys the random numbers
   TrainingOutcome outcome;
-  core::Random random({kSeed, previous ? previous->generation + 1u : 0u});
-  const bool goes_on = previous.has_value();
-  outcome.state = previous ? extended(std::move(*previous), categories, random)
-                           : fresh_state(categories, random);
+  if (previous) {
+    outcome.state = std::move(*previous);
+  } else {
+    outcome.state.base = kBaseNumber;
+  }
   outcome.state.size = size;
   ++outcome.state.generation;
-  for (const PreparedSample& sample : samples) outcome.state.spacing.learn(sample.labels);
-  Training training(outcome.state, samples, most_steps, pool);
-  if (goes_on) training.choose_start(base_for(categories, random));
-  outcome.reading_rate = training.run();
-  const Count count = training.read_all(outcome.confidences);
-  if (outcome.reading_rate < 0) outcome.reading_rate = static_cast<float>(-count.rate());
-  training.remember();
-  outcome.state.exemplars =
-      choose_exemplars(training.all(), static_cast<int>(categories.size()), random);
+  Training training(outcome.state, categories, samples, pool);
+  outcome.reading_rate = training.run(most_steps);
+  const double rate = training.read_all(outcome.confidences);
+  if (outcome.reading_rate < 0) outcome.reading_rate = static_cast<float>(-rate);
   return outcome;
 }
 

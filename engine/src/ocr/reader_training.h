@@ -1,12 +1,7 @@
 #pragma once
 
-// Training from prepared samples: what happens between the data set and the artifact.
-//
-// A training learns in rounds on a part of the images, reads the rest after each, and stops when
-// that no longer gets better. What it found without a label on the way is left out of the
-// background, and the finish learns from all images. With few images, two halves take turns in
-// being the rest, each read by a network that learned from the other, and the delivered network
-// learns from all of them for a fixed time.
+// Training from prepared samples: what happens between the data set and the artifact. Decides which
+// expert learns (expert.h); expert_training.h teaches it.
 
 #include <optional>
 #include <vector>
@@ -15,10 +10,6 @@
 #include "ocr/reader_state.h"
 
 namespace telvar::ocr {
-
-/// Data sets with at least so many new images have every fourth of them held out; with fewer, but
-/// two, each half is read by a network that has not seen it.
-constexpr int kLeastHeldOutFrom = 8;
 
 struct TrainingOutcome {
   ReaderState state;

@@ -6,6 +6,7 @@
 #include "core/library_threads.h"
 #include "core/messages.h"
 #include "ocr/dataset.h"
+#include "ocr/reader_limits.h"
 #include "ocr/reader_training.h"
 #include "ocr/train_cache.h"
 #include "telvar/ocr.h"
@@ -34,7 +35,7 @@ void check_parameters(const std::string& parameters) {
 /// The categories of the data set and those already known, ascending.
 std::vector<std::string> merged_categories(const Request& request) {
   const std::vector<std::string> none;
-  const auto& known = request.previous ? request.previous->categories : none;
+  const auto known = request.previous ? request.previous->categories() : none;
   std::vector<std::string> merged;
   std::set_union(known.begin(), known.end(), request.dataset.categories.begin(),
                  request.dataset.categories.end(), std::back_inserter(merged));

@@ -110,10 +110,9 @@ TEST(ReaderErrors, OfModelsAndTheirImages) {
   set.add("page", draw_page(1));
   ocr::ReaderState state;
   state.size = {kCharacterWidth, kCharacterHeight};
-  state.categories = {"A"};
-  state.spacing = ocr::Spacing(1);
   core::Random random({1});
-  state.net = ocr::make_reader_net(1, random);
+  ocr::Expert expert{{"A"}, ocr::Spacing(1), ocr::make_reader_net(1, random), {}};
+  state.experts = {expert};
   const std::string artifact = ocr::write_reader_state(state);
   const auto build = [&](const std::string& size) {
     return qv::ocr::Model(artifact, size, types::CpuDevice(1));

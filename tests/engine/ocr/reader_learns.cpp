@@ -3,16 +3,25 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <map>
 
+#include "ocr/reader_state.h"
 #include "reader_pages.h"
 
 namespace telvar::test {
 namespace {
 
-qv::ocr::Model train_reader(const PageSet& set) {
+std::string train_artifact(const PageSet& set, const std::string& from = "") {
   const auto cache = qv::ocr::TrainCache::create(0);
-  const auto [answer, artifact] = qv::ocr::train("", set.dataset(), "", set.loader(), *cache);
+  return std::get<1>(qv::ocr::train(from, set.dataset(), "", set.loader(), *cache));
+}
+
+qv::ocr::Model reader_of(const std::string& artifact) {
   return {artifact, runtime_size(), types::CpuDevice()};
+}
+
+qv::ocr::Model train_reader(const PageSet& set) {
+  return reader_of(train_artifact(set));
 }
 
 TEST(ReaderTraining, OnBothPolaritiesReadsBoth) {
@@ -26,6 +35,53 @@ TEST(ReaderTraining, OnBothPolaritiesReadsBoth) {
   const qv::ocr::Model reader = train_reader(set);
   EXPECT_GE(exact_lines(reader, dark, 100, 20), 0.9);
   EXPECT_GE(exact_lines(reader, bright, 100, 20), 0.9);
+}
+
+/// Pages of some letters, labelled as `meaning` has them.
+PageSet pages_of(const std::string& alphabet, std::uint64_t seed,
+                 std::map<std::string, std::string> meaning = {}) {
+  PageSet set;
+  PageStyle style;
+  style.alphabet = alphabet;
+  for (std::uint64_t i = 0; i < 4; ++i) {
+    Page page = draw_page(seed + i, style);
+    for (DrawnCharacter& character : page.characters) {
+      const auto other = meaning.find(character.category);
+      if (other != meaning.end()) character.category = other->second;
+    }
+    set.add("page-" + std::to_string(i), page);
+  }
+  return set;
+}
+
+std::string bytes_of(const ocr::Expert& expert) {
+  core::ByteWriter writer;
+  write_expert(writer, expert);
+  return writer.bytes();
+}
+
+TEST(ReaderTraining, OnMarksThatContradictWhatWasLearnedLeavesThatAsItIs) {
+  const std::string first = train_artifact(pages_of("147L", 0));
+  const std::string both =
+      train_artifact(pages_of("147L", 20, {{"1", "7"}, {"7", "1"}, {"4", "L"}, {"L", "4"}}), first);
+  const auto experts = ocr::read_reader_state(both).experts;
+  ASSERT_EQ(experts.size(), 2u);
+  EXPECT_TRUE(bytes_of(experts[0]) == bytes_of(ocr::read_reader_state(first).experts[0]));
+}
+
+TEST(ReaderTraining, GoesOnWithTheExpertThatKnowsTheMarks) {
+  ocr::ReaderState state = ocr::read_reader_state(train_artifact(pages_of("147", 0)));
+  state.experts.push_back(ocr::read_reader_state(train_artifact(pages_of("HX", 20))).experts[0]);
+  const std::string two = ocr::write_reader_state(state);
+  PageStyle digits, letters;
+  digits.alphabet = "147";
+  letters.alphabet = "HX";
+  EXPECT_GE(exact_lines(reader_of(two), digits), 0.9);
+  EXPECT_GE(exact_lines(reader_of(two), letters), 0.9);
+  const auto after = ocr::read_reader_state(train_artifact(pages_of("HX", 40), two));
+  ASSERT_EQ(after.experts.size(), 2u);
+  EXPECT_TRUE(bytes_of(after.experts[0]) == bytes_of(state.experts[0]));
+  EXPECT_EQ(after.categories(), (std::vector<std::string>{"1", "4", "7", "H", "X"}));
 }
 
 constexpr unsigned kPictureSide = 240;

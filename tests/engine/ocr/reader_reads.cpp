@@ -156,11 +156,12 @@ TEST(Reader, ReadsSixteenBitColourAndTurnedRegions) {
 
 std::vector<ocr::FoundCharacter> found(const types::Image& image, ocr::Precision precision) {
   const ocr::ReaderState state = ocr::read_reader_state(trained().artifact);
+  const ocr::Expert& expert = state.experts.front();
   const types::ImageView view(image);
   core::WorkerPool pool(1);
-  return decode(ocr::ReadingNet(state.net, precision)
+  return decode(ocr::ReadingNet(expert.net, precision)
                     .votes(source_of(view, core::whole_image(view), state.size, "page"), pool),
-                state.spacing);
+                expert.spacing);
 }
 
 TEST(Reader, ReadsInTheBestPrecisionAsInSinglePrecision) {

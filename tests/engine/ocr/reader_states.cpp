@@ -11,6 +11,7 @@
 #include "core/artifact.h"
 #include "core/cache_session.h"
 #include "ocr/dataset.h"
+#include "ocr/exemplar_limits.h"
 #include "ocr/reader_training.h"
 #include "reader_pages.h"
 #include "telvar/exceptions.h"
@@ -121,7 +122,7 @@ TEST(ReaderArtifact, IsRefusedWhenItsChecksumHoldsButItsValuesDoNot) {
 TEST(ReaderArtifact, IsRefusedWhenAnExemplarsLabelLiesOutsideIt) {
   const auto changed = [](const auto& change) {
     ocr::ReaderState state = ocr::read_reader_state(artifact());
-    ocr::PreparedSample& exemplar = state.exemplars.at(0);
+    ocr::PreparedSample& exemplar = state.experts.at(0).exemplars.at(0);
     exemplar.unlabelled = {{0, 5, 5}};
     change(exemplar);
     return ocr::write_reader_state(state);
