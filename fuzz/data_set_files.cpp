@@ -55,8 +55,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (format == 1) read_csv(text);
     if (format == 2) read_table(text);
     if (format == 3) parse_classes(text, "classes.txt");
-    if (format == 4) parse_coco(text, "coco.json", "/pictures");
-    if (format == 5) parse_labelme(text, "picture.json", "/pictures");
+    if (format == 4) parse_coco(text, "coco.json", "/images");
+    if (format == 5) parse_labelme(text, "image.json", "/images");
     if (format == 6) read_patterns(text);
   } catch (const HostError& error) {
     require(error.code() == ExitCode::kBadData, "what cannot be read is bad data");

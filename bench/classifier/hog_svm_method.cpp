@@ -7,7 +7,7 @@
 namespace bench {
 namespace {
 
-/// Small pictures at their own 28 px in cells of 7, larger ones at 64 px in cells of 8.
+/// Small images at their own 28 px in cells of 7, larger ones at 64 px in cells of 8.
 struct Describer {
   explicit Describer(const LabelledImages& set)
       : small(std::max(set.images[0].rows, set.images[0].cols) <= 32),

@@ -1,6 +1,6 @@
 #pragma once
 
-// Labelled pictures for the classifier benchmark.
+// Labelled images for the classifier benchmark.
 
 #include <opencv2/core.hpp>
 #include <string>
@@ -19,7 +19,7 @@ struct SplitImages {
   LabelledImages train, test;
 };
 
-/// 28 x 28 gray pictures in the IDX format (LeCun), gzip compressed: train-* and t10k-* in
+/// 28 x 28 gray images in the IDX format (LeCun), gzip compressed: train-* and t10k-* in
 /// `folder`. Throws std::runtime_error naming the file.
 SplitImages read_idx_folder(const std::string& folder);
 

@@ -37,17 +37,17 @@ double milliseconds(const timeval& time) {
 // Each record is "file <tab> line <tab> allowed characters of each position ...".
 void add_patterns(const std::string& path, CodeSet& set) {
   if (!std::ifstream(path)) return;
-  std::map<std::string, Picture*> by_file;
-  for (Picture& picture : set.pictures) by_file[picture.file] = &picture;
+  std::map<std::string, CodeImage*> by_file;
+  for (CodeImage& image : set.images) by_file[image.file] = &image;
   std::ifstream table = open_table(path);
   for (std::string record; std::getline(table, record);) {
     std::istringstream cells(record);
     std::string file, line, cell;
     std::getline(cells, file, '\t');
     std::getline(cells, line, '\t');
-    const auto picture = by_file.find(file);
-    if (picture == by_file.end()) continue;
-    auto& pattern = picture->second->pattern.emplace_back();
+    const auto image = by_file.find(file);
+    if (image == by_file.end()) continue;
+    auto& pattern = image->second->pattern.emplace_back();
     while (std::getline(cells, cell, '\t')) pattern.push_back(cell);
   }
 }
@@ -61,13 +61,13 @@ CodeSet load_code_set(const std::string& folder, std::size_t limit) {
   std::string file;
   Character c;
   while (table >> file >> c.category >> c.line >> c.x >> c.y >> c.width >> c.height) {
-    if (set.pictures.empty() || set.pictures.back().file != file) {
-      if (set.pictures.size() == limit) break;
-      set.pictures.push_back({file, cv::imread(folder + "/" + file, cv::IMREAD_GRAYSCALE), {}, {}});
-      if (set.pictures.back().pixels.empty())
+    if (set.images.empty() || set.images.back().file != file) {
+      if (set.images.size() == limit) break;
+      set.images.push_back({file, cv::imread(folder + "/" + file, cv::IMREAD_GRAYSCALE), {}, {}});
+      if (set.images.back().pixels.empty())
         throw std::runtime_error("cannot read " + folder + "/" + file);
     }
-    set.pictures.back().characters.push_back(c);
+    set.images.back().characters.push_back(c);
   }
   add_patterns(folder + "/patterns.tsv", set);
   return set;

@@ -1,6 +1,6 @@
 #pragma once
 
-// A set of pictures of codes on disk, and the table of readings that every reader writes.
+// A set of images of codes on disk, and the table of readings that every reader writes.
 
 #include <opencv2/core.hpp>
 #include <string>
@@ -19,7 +19,7 @@ struct Character {
   double score = 1;  ///< of the category, 0..1, if a reader gives any
 };
 
-struct Picture {
+struct CodeImage {
   std::string file;
   cv::Mat pixels;  ///< 8-bit gray
   std::vector<Character> characters;
@@ -28,17 +28,17 @@ struct Picture {
 };
 
 struct CodeSet {
-  std::vector<Picture> pictures;
+  std::vector<CodeImage> images;
   cv::Size2f nominal;  ///< nominal character size, pixels
 };
 
-/// Reads `folder`/chars.tsv with its pictures and `folder`/../nominal.tsv. At most `limit`
-/// pictures, in order of name. Patterns come from
+/// Reads `folder`/chars.tsv with its images and `folder`/../nominal.tsv. At most `limit`
+/// images, in order of name. Patterns come from
 /// `folder`/patterns.tsv, if there is one. Throws std::runtime_error naming a file that cannot be
 /// read.
 CodeSet load_code_set(const std::string& folder, std::size_t limit);
 
-/// What a reader made of one picture and what that cost.
+/// What a reader made of one image and what that cost.
 struct Reading {
   std::string file;
   std::vector<Character> characters;  ///< in reading order; boxes may lack an extent

@@ -62,7 +62,7 @@ class ImagesTest(unittest.TestCase):
 
     def _image(self, style):
         rng = np.random.default_rng([7, style.number])
-        return generator.make_picture(style, EvenGround(), rng)
+        return generator.make_image(style, EvenGround(), rng)
 
     def test_a_label_is_where_the_ink_is(self):
         style = GROUPS["choose"].styles["worn"]  # bright on dark, upright characters

@@ -2,7 +2,7 @@
 // oriented gradients, and prints the best result over patch size, gamma and C, so that the peer is
 // at its best: "errors characters patch gamma C".
 //
-//   hog_svm_peer TRAIN_SET TRAIN_PICTURES TEST_SET
+//   hog_svm_peer TRAIN_SET TRAIN_IMAGES TEST_SET
 
 #include <algorithm>
 #include <iostream>
@@ -36,10 +36,10 @@ cv::Mat patch(const cv::Mat& pixels, float x, float y, float side) {
 Samples describe(const CodeSet& set, float side) {
   const cv::HOGDescriptor descriptor({32, 32}, {16, 16}, {8, 8}, {8, 8}, 9);
   Samples samples;
-  for (const auto& picture : set.pictures) {
-    for (const auto& character : picture.characters) {
+  for (const auto& image : set.images) {
+    for (const auto& character : image.characters) {
       std::vector<float> values;
-      descriptor.compute(patch(picture.pixels, character.x, character.y, side), values);
+      descriptor.compute(patch(image.pixels, character.x, character.y, side), values);
       samples.features.push_back(cv::Mat(values, true).reshape(1, 1));
       samples.categories.push_back(character.category);
     }
@@ -96,7 +96,7 @@ void run(const std::string& train_folder, std::size_t count, const std::string& 
 
 int main(int argc, char** argv) {
   if (argc != 4) {
-    std::cerr << "usage: hog_svm_peer TRAIN_SET TRAIN_PICTURES TEST_SET\n";
+    std::cerr << "usage: hog_svm_peer TRAIN_SET TRAIN_IMAGES TEST_SET\n";
     return 2;
   }
   try {

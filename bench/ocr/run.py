@@ -23,7 +23,7 @@ from generator.groups import GROUPS
 
 ALL_STYLES = [name for group in GROUPS.values() for name in group.styles]
 FRAMES = "/usr/share/visp-images-data/ViSP-images"
-TRIAL_PICTURES = 20
+TRIAL_IMAGES = 20
 PAGE_VARIANTS = [(mode, source) for mode in ("3", "6", "11")
                  for source in ("raw", "double", "normal", "binary")]
 LINE_VARIANTS = [(mode, source) for mode in ("line7", "line13")
@@ -43,8 +43,8 @@ class Programs:
                                 env=environment)
         return answer.stdout.split()
 
-    def train(self, folder, pictures, artifact):
-        wall_ms, cpu_ms, value = map(float, self._run("ocr_bench", "train", folder, pictures,
+    def train(self, folder, images, artifact):
+        wall_ms, cpu_ms, value = map(float, self._run("ocr_bench", "train", folder, images,
                                                       artifact))
         return {"train_wall_s": wall_ms / 1e3, "train_cpu_s": cpu_ms / 1e3, "held_back": value}
 
@@ -52,17 +52,17 @@ class Programs:
         """`way` is read, read-inverted (light and dark exchanged) or read-patterns."""
         self._run("ocr_bench", way, artifact, folder, out)
 
-    def tesseract(self, folder, out, mode, source, pictures, whitelist):
-        self._run("tesseract_peer", folder, out, mode, source, pictures, whitelist)
+    def tesseract(self, folder, out, mode, source, images, whitelist):
+        self._run("tesseract_peer", folder, out, mode, source, images, whitelist)
 
-    def hog_svm(self, train, pictures, test):
-        errors, characters, *chosen = map(float, self._run("hog_svm_peer", train, pictures, test))
+    def hog_svm(self, train, images, test):
+        errors, characters, *chosen = map(float, self._run("hog_svm_peer", train, images, test))
         return {"character_error": errors / characters, "patch_gamma_c": chosen}
 
 
-def measure(stem, truth, pictures=None):
-    """Scores the readings of `stem` on the first `pictures` of `truth`."""
-    files = sorted(truth)[:pictures]
+def measure(stem, truth, images=None):
+    """Scores the readings of `stem` on the first `images` of `truth`."""
+    files = sorted(truth)[:images]
     read = score.lines_of(score.read_table(stem + ".chars.tsv"))
     error, exact = score.score({file: truth[file] for file in files}, read)
     wall, cpu = score.mean_cost(stem + ".cost.tsv")
@@ -93,23 +93,23 @@ def nominal_height(folder):
 
 
 def best_tesseract(programs, work, test, truth, variants, name):
-    """The variant with the fewest errors on the first test pictures, measured on all of them."""
-    def run(variant, pictures, stem):
-        programs.tesseract(test, stem, *variant, pictures, texts.CATEGORIES)
-        return measure(stem, truth, pictures)
+    """The variant with the fewest errors on the first test images, measured on all of them."""
+    def run(variant, images, stem):
+        programs.tesseract(test, stem, *variant, images, texts.CATEGORIES)
+        return measure(stem, truth, images)
 
-    trials = {variant: run(variant, TRIAL_PICTURES, f"{work}/{name}_trial")
+    trials = {variant: run(variant, TRIAL_IMAGES, f"{work}/{name}_trial")
               for variant in variants}
     best = min(trials, key=lambda v: (-trials[v]["exact_lines"], trials[v]["character_error"]))
     return {**run(best, len(truth), f"{work}/{name}"), "variant": "mode %s, %s" % best}
 
 
-def measure_peers(programs, train, test, work, truth, train_pictures):
+def measure_peers(programs, train, test, work, truth, train_images):
     return {
         "Tesseract, page": best_tesseract(programs, work, test, truth, PAGE_VARIANTS, "page"),
         "Tesseract, line crops": best_tesseract(programs, work, test, truth, LINE_VARIANTS,
                                                 "crops"),
-        "HOG + SVM, true places": programs.hog_svm(train, train_pictures, test)}
+        "HOG + SVM, true places": programs.hog_svm(train, train_images, test)}
 
 
 def measure_style(programs, data, work, style, options):
@@ -155,12 +155,12 @@ def measure_letter(programs, work):
     return rows
 
 
-def measure_speed(programs, data, work, train_pictures):
+def measure_speed(programs, data, work, train_images):
     """1280 x 1024 frames of printed text; the reader is the label style's."""
-    artifact = f"{work}/label/trained_{train_pictures}"
+    artifact = f"{work}/label/trained_{train_images}"
     os.makedirs(f"{work}/label", exist_ok=True)
     if not os.path.exists(artifact):
-        programs.train(f"{data}/label/train", train_pictures, artifact)
+        programs.train(f"{data}/label/train", train_images, artifact)
     rows = {}
     for pages in ("full", "scattered"):
         folder = f"{data}/pages/{pages}"

@@ -56,7 +56,7 @@ def lines_of(characters):
 
 
 def score(true_lines, read_lines):
-    """Character error rate and exact-line rate over the pictures of `true_lines`."""
+    """Character error rate and exact-line rate over the images of `true_lines`."""
     errors = exact = lines = characters = 0
     for file, true in true_lines.items():
         result = compare_lines(true, read_lines.get(file, []))

@@ -22,7 +22,7 @@
 namespace {
 
 using telvar_bench::Character;
-using telvar_bench::Picture;
+using telvar_bench::CodeImage;
 
 cv::Mat even_out(const cv::Mat& gray, double height) {
   cv::Mat values, mean, deviation, result;
@@ -35,7 +35,7 @@ cv::Mat even_out(const cv::Mat& gray, double height) {
   return result;
 }
 
-// Returns the picture for Tesseract and how much it was magnified.
+// Returns the image for Tesseract and how much it was magnified.
 std::pair<cv::Mat, double> prepare(const cv::Mat& gray, const std::string& input, double height) {
   if (input == "raw") return {gray, 1.0};
   cv::Mat prepared = input == "double" ? gray : even_out(gray, height);
@@ -89,24 +89,24 @@ class Reader {
 };
 
 // The box of a line, widened by half a character on every side.
-cv::Rect line_box(const Picture& picture, int line, const cv::Size2f& nominal) {
+cv::Rect line_box(const CodeImage& image, int line, const cv::Size2f& nominal) {
   float left = 1e9F, top = 1e9F, right = 0, bottom = 0;
-  for (const Character& c : picture.characters) {
+  for (const Character& c : image.characters) {
     if (c.line != line) continue;
     left = std::min(left, c.x - c.width / 2), right = std::max(right, c.x + c.width / 2);
     top = std::min(top, c.y - c.height / 2), bottom = std::max(bottom, c.y + c.height / 2);
   }
   const cv::Rect box(cv::Point2f(left - nominal.width / 2, top - nominal.height / 3),
                      cv::Point2f(right + nominal.width / 2, bottom + nominal.height / 3));
-  return box & cv::Rect({}, picture.pixels.size());
+  return box & cv::Rect({}, image.pixels.size());
 }
 
-std::vector<Character> read_lines(Reader& reader, const Picture& picture, const std::string& input,
+std::vector<Character> read_lines(Reader& reader, const CodeImage& image, const std::string& input,
                                   const cv::Size2f& nominal) {
   std::vector<Character> all;
-  for (int line = 0; line <= picture.characters.back().line; ++line) {
-    const cv::Rect box = line_box(picture, line, nominal);
-    const auto [pixels, magnified] = prepare(picture.pixels(box), input, nominal.height);
+  for (int line = 0; line <= image.characters.back().line; ++line) {
+    const cv::Rect box = line_box(image, line, nominal);
+    const auto [pixels, magnified] = prepare(image.pixels(box), input, nominal.height);
     for (Character c : reader.read(pixels, magnified)) {
       c.line = line, c.x += static_cast<float>(box.x), c.y += static_cast<float>(box.y);
       all.push_back(c);
@@ -122,13 +122,13 @@ void run(const std::vector<std::string>& arguments) {
   Reader reader(static_cast<tesseract::PageSegMode>(std::stoi(lines ? mode.substr(4) : mode)),
                 arguments[5]);
   std::vector<telvar_bench::Reading> readings;
-  for (const Picture& picture : set.pictures) {
+  for (const CodeImage& image : set.images) {
     const double wall = telvar_bench::wall_ms(), cpu = telvar_bench::process_cpu_ms();
-    telvar_bench::Reading reading{picture.file, {}, 0, 0};
+    telvar_bench::Reading reading{image.file, {}, 0, 0};
     if (lines) {
-      reading.characters = read_lines(reader, picture, input, set.nominal);
+      reading.characters = read_lines(reader, image, input, set.nominal);
     } else {
-      const auto [pixels, magnified] = prepare(picture.pixels, input, set.nominal.height);
+      const auto [pixels, magnified] = prepare(image.pixels, input, set.nominal.height);
       reading.characters = reader.read(pixels, magnified);
     }
     reading.wall_ms = telvar_bench::wall_ms() - wall;

@@ -53,7 +53,7 @@ std::string ReadyAnswer() {
   return answer.SerializeAsString();
 }
 
-std::shared_ptr<Types::Image> Picture(unsigned width, unsigned height) {
+std::shared_ptr<Types::Image> TestImage(unsigned width, unsigned height) {
   return Types::MakeImage({width, height, width, 1, 8, 0},
                           std::vector<unsigned char>(std::size_t{width} * height));
 }
@@ -81,7 +81,7 @@ void Parse(benchmark::State& state) {
 void EngineAlone(benchmark::State& state) {
   const auto reader = MakeReader();  // sets the script
   const telvar::qv::ocr::Model model("artifact", "", telvar::types::CpuDevice());
-  const auto image = Picture(64, 48);
+  const auto image = TestImage(64, 48);
   const telvar::types::ImageView view(64, 48, 64, 1, 8, 0, image->pixels);
   for (auto _ : state) {
     benchmark::DoNotOptimize(model.process(view, {1, 0, 0, 0, 1, 0}, {0, 0}));
@@ -90,7 +90,7 @@ void EngineAlone(benchmark::State& state) {
 
 void WholeProcess(benchmark::State& state) {
   auto reader = MakeReader();
-  const auto image = Picture(64, 48);
+  const auto image = TestImage(64, 48);
   for (auto _ : state) benchmark::DoNotOptimize(reader.Process(image, nullptr, kSize));
 }
 
@@ -141,8 +141,8 @@ bool Holds(const char* what, bool holds) {
 /// `process` twice for warming up, then on a small and a large image.
 template <typename Process>
 bool AllocatesAlikeForEverySize(const char* what, Process process) {
-  const auto small = Picture(64, 48);
-  const auto large = Picture(4096, 3072);
+  const auto small = TestImage(64, 48);
+  const auto large = TestImage(4096, 3072);
   process(small);
   process(large);
   const Allocations for_small = AllocationsOf([&] { process(small); });
@@ -154,7 +154,7 @@ bool AllocatesAlikeForEverySize(const char* what, Process process) {
 
 bool MovesResultImages() {
   auto segmenter = MakeTool<Wrapper::SmartSegmenterWrapper, Types::SmartSegmenter::Data>();
-  const auto image = Picture(64, 48);
+  const auto image = TestImage(64, 48);
   segmenter.Process(image, nullptr);
   telvar::types::Image result;
   result.layout = {4096, 3072, 4096, 1, 8, 0};

@@ -1,1 +1,1 @@
-"""Seeded generator of pictures of marked codes, with the place of every character."""
+"""Seeded generator of images of marked codes, with the place of every character."""

@@ -6,7 +6,7 @@ python3 -m generator --frames DIR --out DIR [--group develop|choose|final | --st
 DIR after --frames is /usr/share/visp-images-data/ViSP-images of Debian's visp-images-data.
 OUT/<style>/{train,test}/ receives NNN.png, chars.tsv (file, category, line, x, y, width, height:
 centre and box in pixels), lines.tsv (file, line, text without spaces) and patterns.tsv (file, line,
-the allowed characters of each position). The first n training pictures are the training set of n.
+the allowed characters of each position). The first n training images are the training set of n.
 OUT/pages/{scattered,full}/, written with 'pages' only, receive frames of 1280 x 1024.
 """
 
@@ -21,7 +21,7 @@ from . import backgrounds, camera, pages, styles, texts
 from .groups import GROUPS, group_of
 
 
-def make_picture(style, frames, rng, lines=None):
+def make_image(style, frames, rng, lines=None):
     """Returns 8-bit pixels, rows (category, line, x, y, width, height) in reading order, and the
     pattern of each line."""
     lines = lines or style.lines(rng)
@@ -39,7 +39,7 @@ _BORDER = 64
 
 
 def _reflect_border(surface):
-    """Keeps the corners of a turned picture on the surface."""
+    """Keeps the corners of a turned image on the surface."""
     return np.pad(surface, _BORDER, mode="symmetric")
 
 
@@ -50,21 +50,21 @@ def _shifted(view):
 def _row(glyph, view):
     corners = np.array([(glyph.x0, glyph.y0), (glyph.x1, glyph.y0),
                         (glyph.x1, glyph.y1), (glyph.x0, glyph.y1)])
-    places = camera.to_picture(corners, view)
-    centre = camera.to_picture(corners.mean(0)[None], view)[0]
+    places = camera.to_image(corners, view)
+    centre = camera.to_image(corners.mean(0)[None], view)[0]
     extent = np.ptp(places, axis=0)
     return glyph.category, glyph.line, *centre, *extent
 
 
-def write_set(folder, pictures):
-    """`pictures` yields what make_picture returns; without patterns it may be two elements."""
+def write_set(folder, images):
+    """`images` yields what make_image returns; without patterns it may be two elements."""
     os.makedirs(folder, exist_ok=True)
     with open(f"{folder}/chars.tsv", "w") as chars, open(f"{folder}/lines.tsv", "w") as lines, \
             open(f"{folder}/patterns.tsv", "w") as patterns:
         print("file\tcategory\tline\tx\ty\twidth\theight", file=chars)
         print("file\tline\ttext", file=lines)
         print("file\tline\tallowed characters of each position", file=patterns)
-        for index, (pixels, rows, *known) in enumerate(pictures):
+        for index, (pixels, rows, *known) in enumerate(images):
             name = f"{index:03d}.png"
             Image.fromarray(pixels).save(f"{folder}/{name}")
             for category, line, *box in rows:
@@ -81,10 +81,10 @@ def write_nominal(folder, width, height):
         print(f"width\theight\n{width:g}\t{height:g}", file=nominal)
 
 
-def _seeded_picture(style, frames, seed):
+def _seeded_image(style, frames, seed):
     rng = np.random.default_rng(seed)
     *_, part, index = seed
-    return make_picture(style, frames, rng, style.lines(rng, None if part else index))
+    return make_image(style, frames, rng, style.lines(rng, None if part else index))
 
 
 def write_style(style, scenes, options):
@@ -92,7 +92,7 @@ def write_style(style, scenes, options):
         frames = scenes(options.frames, split)
         seeds = ([options.seed, style.number, part, index] for index in range(count))
         write_set(f"{options.out}/{style.name}/{split}",
-                  (_seeded_picture(style, frames, seed) for seed in seeds))
+                  (_seeded_image(style, frames, seed) for seed in seeds))
     write_nominal(f"{options.out}/{style.name}", *style.nominal)
 
 
@@ -109,13 +109,13 @@ def write_pages(options):
 
     def scattered(index):
         rng = rng_of(index)
-        labels = [make_picture(style, frames, rng)[:2] for _ in range(12)]
+        labels = [make_image(style, frames, rng)[:2] for _ in range(12)]
         return pages.scatter(rng, frames, labels, style.nominal[1])
 
     def full(index):
         rng = rng_of(1000 + index)
         lines = [_joined(texts.random_lines(rng)[0] for _ in range(4)) for _ in range(18)]
-        return pages.fill(rng, frames, make_picture(style, frames, rng, lines), style.nominal[1])
+        return pages.fill(rng, frames, make_image(style, frames, rng, lines), style.nominal[1])
 
     write_set(f"{options.out}/pages/scattered", map(scattered, range(options.pages)))
     write_set(f"{options.out}/pages/full", map(full, range(options.pages)))

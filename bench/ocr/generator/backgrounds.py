@@ -7,7 +7,7 @@ import numpy as np
 from PIL import Image
 from scipy import ndimage
 
-# Folders of the frames, by set: no picture, scene or sequence serves both.
+# Folders of the frames, by set: no image, scene or sequence serves both.
 _FRAME_FOLDERS = {
     "train": ("cube", "mbt-depth/castel/castel"),
     "test": ("mire-2", "mbt/cube", "Solvay"),
@@ -23,7 +23,7 @@ class Frames:
             found = [path for pattern in ("*.pgm", "*.jpg")
                      for path in glob.glob(os.path.join(root, folder, pattern))]
             if not found:
-                raise FileNotFoundError(f"no pictures in {os.path.join(root, folder)}")
+                raise FileNotFoundError(f"no images in {os.path.join(root, folder)}")
             self._paths.append(sorted(found))
 
     def files(self):
@@ -32,11 +32,11 @@ class Frames:
     def crop(self, rng, width, height):
         """A random piece of a random frame, magnified 1 to 2 times, as (height, width)."""
         paths = self._paths[rng.integers(len(self._paths))]
-        picture = Image.open(paths[rng.integers(len(paths))]).convert("L")
-        zoom = max(rng.uniform(1.0, 2.0), width / picture.width, height / picture.height)
+        image = Image.open(paths[rng.integers(len(paths))]).convert("L")
+        zoom = max(rng.uniform(1.0, 2.0), width / image.width, height / image.height)
         w, h = width / zoom, height / zoom
-        x, y = rng.uniform(0, picture.width - w), rng.uniform(0, picture.height - h)
-        piece = picture.resize((width, height), Image.BICUBIC, box=(x, y, x + w, y + h))
+        x, y = rng.uniform(0, image.width - w), rng.uniform(0, image.height - h)
+        piece = image.resize((width, height), Image.BICUBIC, box=(x, y, x + w, y + h))
         return np.asarray(piece, np.float32) / 255
 
 

@@ -6,10 +6,10 @@ from scipy import ndimage
 
 
 def random_view(rng, flat_size, size, tilt_degrees=3.0, keystone=0.04):
-    """The homography from picture pixels to pixels of the flat surface.
+    """The homography from image pixels to pixels of the flat surface.
 
-    `flat_size` and `size` are (width, height) of surface and picture; rotation is uniform within
-    `tilt_degrees`, each corner moves by up to `keystone` of the picture's height.
+    `flat_size` and `size` are (width, height) of surface and image; rotation is uniform within
+    `tilt_degrees`, each corner moves by up to `keystone` of the image's height.
     """
     angle = np.radians(rng.uniform(-tilt_degrees, tilt_degrees))
     scale = flat_size[0] / size[0]
@@ -30,13 +30,13 @@ def _homography(source, target):
 
 def look(flat, view, size):
     """The flat surface (a 0..1 array) seen through `view`, as (height, width)."""
-    picture = Image.fromarray(flat.astype(np.float32), "F")
-    seen = picture.transform(size, Image.PERSPECTIVE, tuple(view.ravel()[:8]), Image.BICUBIC)
+    image = Image.fromarray(flat.astype(np.float32), "F")
+    seen = image.transform(size, Image.PERSPECTIVE, tuple(view.ravel()[:8]), Image.BICUBIC)
     return np.asarray(seen)
 
 
-def to_picture(points, view):
-    """Surface points, one per row, in picture pixels (pixel centres at integers)."""
+def to_image(points, view):
+    """Surface points, one per row, in image pixels (pixel centres at integers)."""
     mapped = np.column_stack([points, np.ones(len(points))]) @ np.linalg.inv(view).T
     return mapped[:, :2] / mapped[:, 2:] - 0.5
 

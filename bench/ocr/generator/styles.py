@@ -1,6 +1,6 @@
-"""The five kinds of marking, each drawn at SCALE surface pixels per picture pixel.
+"""The five kinds of marking, each drawn at SCALE surface pixels per image pixel.
 
-A style has a `name`, the `nominal` character size (width, height) in picture pixels and
+A style has a `name`, the `nominal` character size (width, height) in image pixels and
 `draw(rng, frames, lines)`, which returns the marked surface as a 0..1 array and its glyphs.
 Lengths of a style are in character heights unless said otherwise.
 """
@@ -178,7 +178,7 @@ class EmbossedCasting(_FontStyle):
 
 
 def _shade(rng, height_field, from_angle):
-    """Lambert's term of a light from about `from_angle` (radians, picture frame), within 40
+    """Lambert's term of a light from about `from_angle` (radians, image frame), within 40
     degrees, as the change against a flat surface."""
     angle = from_angle + rng.uniform(-0.7, 0.7)
     dy, dx = np.gradient(height_field)
