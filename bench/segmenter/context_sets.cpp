@@ -208,6 +208,70 @@ LabelledPicture draw_organs(cv::RNG& random) {
   return picture;
 }
 
+/// An outline of `gray` with texture, where nothing lies yet, and its mask.
+void add_tissue(LabelledPicture& picture, const std::string& category, cv::Mat& values,
+                cv::Mat& taken, const std::vector<cv::Point>& outline, double gray,
+                cv::RNG& random) {
+  cv::Mat mask = blank(values.size());
+  fill(mask, outline, 255);
+  mask.setTo(0, taken);
+  cv::Mat tissue = gray + 5.0 * make_surface(Surface::grain, values.size(), 1.6, 0.0, random) +
+                   6.0 * smooth_noise(values.size(), 14.0, random);
+  tissue.copyTo(values, mask);
+  taken |= mask;
+  if (!category.empty()) add_mask(picture, category, mask);
+}
+
+LabelledPicture draw_slices(cv::RNG& random) {
+  const cv::Size size(320, 288);
+  cv::Mat values = 22.0 + 4.0 * smooth_noise(size, 30.0, random);
+  const cv::Point2d centre(160 + random.uniform(-12, 13), 140 + random.uniform(-10, 11));
+  const double wide = random.uniform(112.0, 130.0), high = random.uniform(98.0, 114.0);
+  const double turn = random.uniform(-0.15, 0.15), gray = random.uniform(100.0, 130.0);
+  // A place in the head: right and down in halves of its sides, turned with it.
+  const auto place = [&](double right, double down) {
+    const double x = right * wide, y = down * high;
+    return centre + cv::Point2d(x * std::cos(turn) - y * std::sin(turn),
+                                x * std::sin(turn) + y * std::cos(turn));
+  };
+  cv::Mat head = blank(size), skull, taken = blank(size);
+  fill(head, wavy_outline(centre, wide, high, turn, 0.015, random), 255);
+  cv::erode(head, skull, cv::getStructuringElement(cv::MORPH_ELLIPSE, {13, 13}));
+  values.setTo(gray + 45, head);
+  values.setTo(48, skull);
+  LabelledPicture picture;
+  // From the inside outwards; all but the hollow as gray as each other, within the noise.
+  add_tissue(picture, "", values, taken,
+             wavy_outline(place(random.uniform(-0.1, 0.1), -0.2), wide * 0.2, high * 0.1,
+                          turn + random.uniform(-0.3, 0.3), 0.1, random),
+             55, random);
+  add_tissue(picture, "stem", values, taken,
+             wavy_outline(place(random.uniform(0.0, 0.1), random.uniform(0.4, 0.5)), wide * 0.1,
+                          high * 0.32, turn + random.uniform(-0.2, 0.2), 0.04, random),
+             gray - 4, random);
+  add_tissue(picture, "cerebellum", values, taken,
+             wavy_outline(place(random.uniform(0.4, 0.48), random.uniform(0.4, 0.48)), wide * 0.27,
+                          high * 0.23, turn + random.uniform(-0.3, 0.3), 0.05, random),
+             gray + random.uniform(-5.0, 6.0), random);
+  add_tissue(picture, "brain", values, taken,
+             wavy_outline(place(0, random.uniform(-0.2, -0.14)), wide * random.uniform(0.76, 0.82),
+                          high * random.uniform(0.54, 0.62), turn, 0.04, random),
+             gray, random);
+  // Tissue of no category, in the face and in the neck.
+  for (const double right : {-0.5, 0.75}) {
+    cv::Mat outside = skull.clone();
+    outside.setTo(0, taken);
+    cv::Mat rest = 255 - outside;
+    add_tissue(picture, "", values, rest,
+               wavy_outline(place(right + random.uniform(-0.1, 0.1), random.uniform(0.45, 0.7)),
+                            wide * random.uniform(0.18, 0.28), high * random.uniform(0.12, 0.2),
+                            random.uniform(0.0, 3.1), 0.08, random),
+               gray + random.uniform(-5.0, 6.0), random);
+  }
+  picture.image = finished(values, 4.0, random);
+  return picture;
+}
+
 LabelledPicture draw_cells(cv::RNG& random) {
   const cv::Size size(384, 288);
   cv::Mat values = uneven_ground(size, random.uniform(90.0, 150.0), random);
@@ -318,6 +382,10 @@ PictureSet make_neighbours(int train, int test, std::uint64_t seed) {
 
 PictureSet make_organs(int train, int test, std::uint64_t seed) {
   return make_set("organs", {"body", "upper", "lower"}, draw_organs, train, test, seed);
+}
+
+PictureSet make_slices(int train, int test, std::uint64_t seed) {
+  return make_set("slices", {"brain", "cerebellum", "stem"}, draw_slices, train, test, seed);
 }
 
 PictureSet make_cells(int train, int test, std::uint64_t seed) {

@@ -21,6 +21,11 @@ PictureSet make_neighbours(int train, int test, std::uint64_t seed);
 /// "lower"; "body" is all within the skin. The same shapes lie outside as well.
 PictureSet make_organs(int train, int test, std::uint64_t seed);
 
+/// Sections of a head, 320 x 288: a brain, the cerebellum behind and below it and the stem between
+/// them, all as gray as each other and as unnamed tissue in face and neck, in a bright skull. What
+/// is what shows in where it lies.
+PictureSet make_slices(int train, int test, std::uint64_t seed);
+
 /// Round cells of 60 to 80 pixels' radius, 384 x 288: "full" with a small nucleus, "empty" without.
 PictureSet make_cells(int train, int test, std::uint64_t seed);
 

@@ -1,11 +1,16 @@
 // Prints a table: what each method reaches on each picture set, and what it costs.
 //
 //   segmenter_bench [--small] [--set NAME]... [--method NAME]... [--folder DIR] [--pictures DIR]
+//                   [--draw N] [--train N] [--tests N]
 //
 // --small     few pictures and no claim: shows that everything runs
 // --set       one of make_sets below; all of them by default
 // --method    engine, forest or threshold; all of them by default
 // --folder    adds a set from DIR/{train,test}/{images,masks}/*.png, mask value v > 0: category "v"
+// --draw      which of the endless draws of every set, 0 by default: tune on others than are
+// reported
+// --train     training images of each set, fewer than it has
+// --tests     test images of each set
 // --pictures  writes every test picture with what the methods found beside it
 #include <sys/resource.h>
 
@@ -30,6 +35,8 @@ struct Options {
   bool small = false;
   std::set<std::string> sets, methods;
   std::string folder, pictures;
+  std::uint64_t draw = 0;
+  int train = 0, tests = 0;  // 0: as many as the set has by default
 };
 
 /// CPU seconds of this process so far, all threads.
@@ -47,23 +54,32 @@ bool chosen(const std::set<std::string>& wanted, const std::string& name) {
 }
 
 std::vector<PictureSet> make_sets(const Options& options) {
-  const int test = options.small ? 2 : 10;
+  const auto tests = [&](int full) {
+    if (options.tests > 0) return options.tests;
+    return options.small ? 2 : full;
+  };
+  const int test = tests(10);
+  const auto seed = [&](int set) { return set + 1000 * options.draw; };
   const auto count = [&](int full) { return options.small ? 3 : full; };
   const std::vector<std::pair<std::string, std::function<PictureSet()>>> makers = {
-      {"defects", [&] { return make_defects(count(15), test, 1); }},
-      {"mosaics", [&] { return make_mosaics(count(10), test, 2); }},
-      {"discs", [&] { return make_discs(count(8), test, 3); }},
-      {"stains", [&] { return make_stains(count(10), test, 4); }},
-      {"sheets", [&] { return make_sheets(count(8), test, 5); }},
-      {"sizes", [&] { return make_sizes(count(8), test, 6); }},
-      {"neighbours", [&] { return make_neighbours(count(12), test, 7); }},
-      {"organs", [&] { return make_organs(count(10), test, 8); }},
-      {"rare", [&] { return make_rare(count(20), options.small ? 2 : 20, 9); }},
-      {"coins", [&] { return make_coins(3, test, 10); }},
-      {"cells", [&] { return make_cells(count(12), test, 11); }}};
+      {"defects", [&] { return make_defects(count(15), test, seed(1)); }},
+      {"mosaics", [&] { return make_mosaics(count(10), test, seed(2)); }},
+      {"discs", [&] { return make_discs(count(8), test, seed(3)); }},
+      {"stains", [&] { return make_stains(count(10), test, seed(4)); }},
+      {"sheets", [&] { return make_sheets(count(8), test, seed(5)); }},
+      {"sizes", [&] { return make_sizes(count(8), test, seed(6)); }},
+      {"neighbours", [&] { return make_neighbours(count(12), test, seed(7)); }},
+      {"organs", [&] { return make_organs(count(10), test, seed(8)); }},
+      {"slices", [&] { return make_slices(count(12), test, seed(12)); }},
+      {"rare", [&] { return make_rare(count(20), tests(20), seed(9)); }},
+      {"coins", [&] { return make_coins(3, test, seed(10)); }},
+      {"cells", [&] { return make_cells(count(12), test, seed(11)); }}};
   std::vector<PictureSet> sets;
   for (const auto& [name, make] : makers) {
-    if (chosen(options.sets, name)) sets.push_back(make());
+    if (!chosen(options.sets, name)) continue;
+    sets.push_back(make());
+    auto& train = sets.back().train;
+    if (options.train > 0 && train.size() > std::size_t(options.train)) train.resize(options.train);
   }
   if (!options.folder.empty()) sets.push_back(read_folder_set(options.folder));
   return sets;
@@ -143,6 +159,12 @@ Options parse(int argc, char** argv) {
       options.methods.insert(value);
     } else if (name == "--folder") {
       options.folder = value;
+    } else if (name == "--draw") {
+      options.draw = std::stoul(value);
+    } else if (name == "--train") {
+      options.train = std::stoi(value);
+    } else if (name == "--tests") {
+      options.tests = std::stoi(value);
     } else if (name == "--pictures") {
       options.pictures = value;
       std::filesystem::create_directories(value);
