@@ -54,7 +54,37 @@ std::vector<Overlap> measure_maps(const ContextData& data, const std::vector<Con
   return sums;
 }
 
+/// Counts the pixels of a category in a tile, claimed where the overview's label says so.
+void add_category(const TrainingTile& tile, const TrainingTile& overview, int category,
+                  Overlap& overlap) {
+  const PlaceInRegion& place = tile.origin.place;
+  const LabelPlane* fine = find_label(tile, category);
+  const LabelPlane* coarse = find_label(overview, category);
+  for (int y = 0; y < tile.height; ++y) {
+    const std::size_t row = std::size_t(place.y + y) * overview.height / place.height;
+    for (int x = 0; x < tile.width; ++x) {
+      const std::size_t column = std::size_t(place.x + x) * overview.width / place.width;
+      const std::size_t pixel = std::size_t(y) * tile.width + x;
+      add_pixel(fine != nullptr && bit_at(fine->bits, pixel),
+                coarse != nullptr && bit_at(coarse->bits, row * overview.width + column), overlap);
+    }
+  }
+}
+
 }  // namespace
+
+double measure_overviews(const ContextData& data, const Tiles& tiles) {
+  std::vector<Overlap> sums(data.categories);
+  for (const TrainingTile* tile : tiles) {
+    const TrainingTile& overview = data.overviews[tile->origin.overview].tile;
+    for (int c = 0; c < data.categories; ++c) {
+      if (tile->known >> c & 1) add_category(*tile, overview, c, sums[c]);
+    }
+  }
+  double best = 0;
+  for (const Overlap& one : sums) best = std::max(best, mean_iou({one}));
+  return best;
+}
 
 void assign_folds(const std::vector<bool>& teaches, int folds, std::vector<Overview>& overviews) {
   std::vector<std::size_t> order;

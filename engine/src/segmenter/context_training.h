@@ -26,6 +26,11 @@ struct ContextData {
   InputSpec spec;
 };
 
+/// What overviews can tell at best: of the category that they show best, the intersection over
+/// union of the tiles' labels with those of their overviews, at the tiles' scale, 0..1. Marks
+/// thinner than an overview's cells are lost.
+double measure_overviews(const ContextData& data, const std::vector<const TrainingTile*>& tiles);
+
 /// Puts every fresh overview that teaches into a fold, evenly.
 void assign_folds(const std::vector<bool>& teaches, int folds, std::vector<Overview>& overviews);
 

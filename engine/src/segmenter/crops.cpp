@@ -17,6 +17,10 @@ constexpr float kLargestGain = 0.25F;       // of contrast
 constexpr float kLargestOffset = 0.25F;     // of brightness, in deviations of the luma
 constexpr float kLargestNoise = 0.2F;       // likewise
 
+/// A wave of light across the crop, in deviations of the luma and crop pixels.
+constexpr float kLargestWave = 0.7F;
+constexpr float kShortestWave = 50.0F, kLongestWave = 250.0F;
+
 constexpr float kLargestShift = 0.15F;  // of positions, in halves of the region
 
 constexpr std::size_t kPlacesPerOccurrence = 4096;
@@ -149,6 +153,21 @@ void vary_light(std::vector<float>& pixels, std::size_t area, float deviation,
   }
 }
 
+/// So that how bright a thing is tells less than its shape and texture.
+void add_wave(std::vector<float>& pixels, int side, float deviation, core::Random& random) {
+  constexpr float kTurn = 6.2831853F;
+  const float strength = random.uniform(0, kLargestWave) * deviation;
+  const float frequency = kTurn / random.uniform(kShortestWave, kLongestWave);
+  const float heading = random.uniform(0, kTurn), phase = random.uniform(0, kTurn);
+  const float across = frequency * std::cos(heading), down = frequency * std::sin(heading);
+  const std::size_t area = std::size_t(side) * side;
+  for (std::size_t i = 0; i < area; ++i) {
+    const auto x = static_cast<float>(i % side), y = static_cast<float>(i / side);
+    const float added = strength * std::sin(across * x + down * y + phase);
+    for (std::size_t at = i; at < pixels.size(); at += area) pixels[at] += added;
+  }
+}
+
 }  // namespace
 
 int choose_crop_side(const std::vector<const TrainingTile*>& tiles) {
@@ -214,6 +233,7 @@ Crop CropSource::draw(core::Random& random) const {
     }
   }
   vary_light(crop.pixels, area, spec_.deviation, random);
+  if (style_.uneven_light) add_wave(crop.pixels, side_, spec_.deviation, random);
   crop.targets.resize(area * categories_);
   crop.known.resize(categories_);
   for (int c = 0; c < categories_; ++c) crop.known[c] = tile.known >> c & 1;

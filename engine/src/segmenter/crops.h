@@ -33,6 +33,7 @@ struct CropStyle {
   const std::vector<ContextMap>* maps = nullptr;  // a plane a category: the context around
   bool positions = false;                         // two planes: where a pixel lies, -1..1
   float left_out = 0;                             // that share
+  bool uneven_light = false;                      // the light changes across a crop
 };
 
 /// Where crops come from. Immutable once made; draw from several threads at once.

@@ -40,11 +40,7 @@ std::vector<Overlap> measure_overlap(const Predictor& predictor,
   });
   std::vector<Overlap> sums(predictor.categories());
   for (const auto& overlaps : by_tile) {
-    for (std::size_t c = 0; c < sums.size(); ++c) {
-      sums[c].labelled += overlaps[c].labelled;
-      sums[c].intersection += overlaps[c].intersection;
-      sums[c].united += overlaps[c].united;
-    }
+    for (std::size_t c = 0; c < sums.size(); ++c) add(overlaps[c], sums[c]);
   }
   return sums;
 }

@@ -25,6 +25,12 @@ inline void add_pixel(bool belongs, bool claimed, Overlap& overlap) {
   overlap.united += belongs || claimed;
 }
 
+inline void add(const Overlap& more, Overlap& sum) {
+  sum.labelled += more.labelled;
+  sum.intersection += more.intersection;
+  sum.united += more.united;
+}
+
 /// Over all tiles that carry labels of a category; one entry a category. `maps`: the context of the
 /// overviews that the tiles' origins tell; none, or none for a tile: it goes without.
 std::vector<Overlap> measure_overlap(const Predictor& predictor,

@@ -16,6 +16,7 @@ struct InputSpec {
   bool colour = false;
   float mean = 0.5F;       // of the training images' luma, 0..1
   float deviation = 0.2F;  // likewise; kMinDeviation..1
+  bool mirrored = false;   // predictions are the mean over an image and its mirror images
 
   core::Colour source() const { return colour ? core::Colour::kRgb : core::Colour::kGray; }
   int source_channels() const { return core::channel_count(source()); }

@@ -83,7 +83,12 @@ ModelState read_payload(core::ByteReader& reader, std::uint32_t version) {
   model.categories = read_categories(reader);
   model.input = read_input(reader);
   const auto categories = static_cast<int>(model.categories.size());
-  if (version >= 2) model.context = read_context(reader, model.input, categories);
+  if (version >= 2) {
+    const int mirrored = reader.u8("mirror flag");
+    if (mirrored > 1) throw core::malformed_bytes("mirror flag " + std::to_string(mirrored));
+    model.input.mirrored = mirrored == 1;
+    model.context = read_context(reader, model.input, categories);
+  }
   const int context_planes = model.context.empty() ? 0 : categories;
   model.net = network_layers(model.input.planes() + context_planes, categories);
   nn::read_weights(reader, model.net);
@@ -117,6 +122,7 @@ std::string write_model(const ModelState& model) {
   writer.u8(model.input.colour ? 1 : 0);
   writer.f32(model.input.mean);
   writer.f32(model.input.deviation);
+  writer.u8(model.input.mirrored ? 1 : 0);
   writer.u8(static_cast<std::uint8_t>(model.context.nets.size()));
   writer.u8(model.context.positions ? 1 : 0);
   for (const nn::Network& net : model.context.nets) nn::write_weights(writer, net);

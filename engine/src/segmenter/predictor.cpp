@@ -6,6 +6,7 @@
 #include "core/sampling.h"
 #include "nn/passes.h"
 #include "segmenter/blend.h"
+#include "segmenter/mirrors.h"
 #include "segmenter/network.h"
 #include "segmenter/tiling.h"
 
@@ -44,18 +45,28 @@ Probabilities Predictor::predict_piece(const float* pixels, int width, int heigh
   fill_input_planes(spec_, source.data(), full_width, full_height, planes.data());
   fill_context_planes(map, place, context_planes_, full_width, full_height,
                       planes.data() + extent.rows * spec_.planes());
-  nn::interleave(planes.data(), extent, input.data());
-  const nn::Answer logits = net_(input.data(), {1, full_height, full_width});
-  Probabilities probabilities(std::size_t(categories_) * width * height);
+  std::vector<float> logits(std::size_t(categories_) * width * height);
+  const int mirrors = spec_.mirrored ? kMirrors : 1;
+  for_mirrors(mirrors, planes, full_width, full_height, [&](const Mirror& mirror) {
+    nn::interleave(planes.data(), extent, input.data());
+    add_logits(net_(input.data(), {1, full_height, full_width}), mirror, width, height, logits);
+  });
+  const float share = 1.0F / static_cast<float>(mirrors);
+  for (float& value : logits) value = 1 / (1 + std::exp(-share * value));
+  return logits;
+}
+
+void Predictor::add_logits(const nn::Answer& answer, const Mirror& mirror, int width, int height,
+                           std::vector<float>& logits) const {
   const std::size_t area = std::size_t(width) * height;
   for (int y = 0; y < height; ++y) {
+    const int row = mirror.row(y, rounded_up(height));
     for (int x = 0; x < width; ++x) {
-      const float* const at = logits.at(0, y, x);
-      float* const out = probabilities.data() + std::size_t(y) * width + x;
-      for (int c = 0; c < categories_; ++c) out[c * area] = 1 / (1 + std::exp(-at[c]));
+      const float* const at = answer.at(0, row, mirror.column(x, rounded_up(width)));
+      float* const out = logits.data() + std::size_t(y) * width + x;
+      for (int c = 0; c < categories_; ++c) out[c * area] += at[c];
     }
   }
-  return probabilities;
 }
 
 std::vector<types::Image> predict_region(const Predictor& predictor,

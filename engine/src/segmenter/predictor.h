@@ -10,6 +10,7 @@
 #include "segmenter/context.h"
 #include "segmenter/context_map.h"
 #include "segmenter/input_planes.h"
+#include "segmenter/mirrors.h"
 #include "telvar/image.h"
 
 namespace telvar::segmenter {
@@ -34,6 +35,9 @@ class Predictor {
                               const PlaceInRegion& place) const;
 
  private:
+  void add_logits(const nn::Answer& answer, const Mirror& mirror, int width, int height,
+                  std::vector<float>& logits) const;
+
   InputSpec spec_;
   int categories_;
   int context_planes_;

@@ -27,17 +27,21 @@ struct Effort {
   int round_steps;
   int settling_steps;
   int finish_steps;
+  double finish_rate;  // share of the peak where it begins; of a settled network, not to shake it
   double peak_rate;
   int context_steps;  // of each context network
 };
-constexpr Effort kFromNothing{5, 60, 105, 120, 3e-3, 200};
-constexpr Effort kContinued{1, 60, 20, 20, 2e-3, 60};
+constexpr Effort kFromNothing{5, 60, 105, 120, 0.5, 3e-3, 200};
+
+/// Of few images, one held out is much of what there is to learn from: more of the steps are made
+/// with all of them.
+constexpr Effort kFromFew{4, 60, 80, 300, 1.0, 3e-3, 0};
+constexpr std::size_t kFew = 5;
+
+constexpr Effort kContinued{1, 60, 20, 20, 0.5, 2e-3, 60};
 
 /// When an artifact does well already on samples that bring nothing new.
-constexpr Effort kTouchedUp{1, 20, 6, 6, 1e-3, 0};
-
-/// Of the peak rate, where the finish begins: the settled network must not be shaken.
-constexpr double kFinishRate = 0.5;
+constexpr Effort kTouchedUp{1, 20, 6, 6, 0.5, 1e-3, 0};
 
 /// Of the crops: they show no context, so that what can be told without is.
 constexpr float kWithoutContext = 0.25F;
@@ -52,8 +56,11 @@ constexpr double kClearNeed = 0.1;
 /// overview shows nothing.
 constexpr double kLeastKnown = 0.3;
 
-/// Fewer samples do not tell what a whole region looks like.
-constexpr std::size_t kFewestForContext = 6;
+/// What overviews must be able to show of some category, as intersection over union.
+constexpr double kLeastShown = 0.8;
+
+/// At most, of a network that only judges: it falls behind the one delivered by little.
+constexpr int kRotatedRounds = 3;
 
 /// Rounds end early when this is reached and a round adds less than kLeastGain; or when, beyond
 /// kFairScore, two rounds running do not add kLeastProgress to the best before them. Below that,
@@ -104,6 +111,11 @@ InputSpec measure_input(const Tiles& tiles) {
   return spec;
 }
 
+Effort choose_effort(const ModelState* base, std::size_t samples) {
+  if (base != nullptr) return kContinued;
+  return samples <= kFew ? kFromFew : kFromNothing;
+}
+
 /// Where each category of `from` stands in `to`.
 std::vector<int> places_of(const std::vector<std::string>& from,
                            const std::vector<std::string>& to) {
@@ -131,7 +143,7 @@ class Trainer {
           std::vector<PreparedSample> samples, core::WorkerPool& pool)
       : categories_(categories),
         samples_(std::move(samples)),
-        effort_(base == nullptr ? kFromNothing : kContinued),
+        effort_(choose_effort(base, samples_.size())),
         pool_(pool) {
     for (std::size_t i = 0; i < samples_.size(); ++i) {
       for (TrainingTile& tile : samples_[i].tiles) tile.origin.overview = static_cast<int>(i);
@@ -152,12 +164,15 @@ class Trainer {
     for (std::size_t i = 0; i < samples_.size(); ++i) {
       if (!held[i]) add_tiles(samples_[i], taught);
     }
+    start_ = net_;
     run_rounds(held, judging, taught);
-    run_falling(effort_.settling_steps, 1.0, taught, kSeed + 1001);
-    trained.score = judge(judging);
+    settle(taught);
+    std::vector<Overlap> overlaps = measure(judging);
+    judge_rare(choose_rotation(samples_, held, count()), overlaps);
+    trained.score = mean_iou(overlaps);
     const auto scales =
         measure_scales(Predictor(net_, spec_), unseen_of(judging, held), maps_, pool_);
-    run_falling(effort_.finish_steps, kFinishRate, all_, kSeed + 1000);
+    run_falling(effort_.finish_steps, effort_.finish_rate, all_, kSeed + 1000);
     scale_logits(scales, net_);
     Tiles remembered = all_;
     for (const TrainingTile& tile : rehearsed_) remembered.push_back(&tile);
@@ -177,6 +192,8 @@ class Trainer {
     spec_ = measure_input(all_);
     from_nothing_ = base == nullptr;
     if (from_nothing_) {
+      few_ = samples_.size() <= kFew;
+      spec_.mirrored = few_;
       net_ = make_initial_net(spec_.planes(), count(), kSeed);
       return;
     }
@@ -196,11 +213,37 @@ class Trainer {
     }
   }
 
+  void settle(const Tiles& taught) {
+    run_falling(effort_.settling_steps, 1.0, taught, kSeed + 1001);
+  }
+
+  /// Adds what networks find of rare categories in further samples: each has learned from all
+  /// samples but one.
+  void judge_rare(const Rotation& rotation, std::vector<Overlap>& overlaps) {
+    const nn::Network delivered = net_;
+    for (const std::size_t left_out : rotation.samples) {
+      Tiles taught, judging;
+      for (std::size_t i = 0; i < samples_.size(); ++i) {
+        add_tiles(samples_[i], i == left_out ? judging : taught);
+      }
+      net_ = start_.input_channels() == delivered.input_channels() ? start_
+                                                                   : with_context_planes(start_);
+      for (int round = 0; round < std::min(rounds_made_, kRotatedRounds); ++round) {
+        teach_round(round, taught);
+      }
+      settle(taught);
+      const std::vector<Overlap> found = measure(judging);
+      for (const int c : rotation.categories) add(found[c], overlaps[c]);
+    }
+    net_ = delivered;
+  }
+
   int context_planes() const { return context_.empty() ? 0 : count(); }
 
-  /// Of few images, or such that the fine network sees nearly whole, there is no context to learn.
+  /// Few images do not tell what a whole region looks like, overviews do not show thin marks,
+  /// and small regions are seen nearly whole by the fine network.
   bool may_have_context() const {
-    if (samples_.size() < kFewestForContext) return false;
+    if (few_ || measure_overviews(context_data_, all_) < kLeastShown) return false;
     return std::any_of(all_.begin(), all_.end(), [](const TrainingTile* tile) {
       return std::max(tile->origin.place.width, tile->origin.place.height) > kSeenWithoutContext;
     });
@@ -304,17 +347,22 @@ class Trainer {
           from_nothing_ && round == kRoundOfChoice && may_have_context() && score < kNeedsNoContext;
       score = chooses ? run_round_with_choice(round, held, judging, taught)
                       : run_round(round, judging, taught);
+      ++rounds_made_;
       if (progress.is_over(score)) break;
     }
   }
 
   /// Returns the score after it.
   double run_round(int round, const Tiles& judging, const Tiles& taught) {
+    teach_round(round, taught);
+    return judge(judging);
+  }
+
+  void teach_round(int round, const Tiles& taught) {
     nn::TrainingPlan plan = base_plan(effort_.round_steps, kSeed + 1 + round);
     plan.warm_up = round == 0 ? 0.3 : 0.05;
     plan.final_rate = 1.0;
     run_plan(plan, taught);
-    return judge(judging);
   }
 
   static Tiles unseen_of(const Tiles& judging, const std::vector<bool>& held) {
@@ -324,8 +372,10 @@ class Trainer {
     return unseen;
   }
 
-  double judge(const Tiles& judging) const {
-    return mean_iou(measure_overlap(Predictor(net_, spec_), judging, maps_, pool_));
+  double judge(const Tiles& judging) const { return mean_iou(measure(judging)); }
+
+  std::vector<Overlap> measure(const Tiles& judging) const {
+    return measure_overlap(Predictor(net_, spec_), judging, maps_, pool_);
   }
 
   /// At a rate that falls from a share of the peak to next to nothing.
@@ -349,7 +399,7 @@ class Trainer {
     Tiles old;
     for (const TrainingTile& tile : rehearsed_) old.push_back(&tile);
     const int side = choose_crop_side(all_);
-    const CropStyle style{context_.empty() ? nullptr : &maps_, false, kWithoutContext};
+    const CropStyle style{context_.empty() ? nullptr : &maps_, false, kWithoutContext, few_};
     teach(net_,
           {CropSource(tiles, side, count(), spec_, style),
            CropSource(old, side, count(), spec_, style), !old.empty()},
@@ -362,10 +412,13 @@ class Trainer {
   core::WorkerPool& pool_;
   Tiles all_;
   bool from_nothing_ = false;
+  bool few_ = false;  // images, and nothing before them
   bool only_known_categories_ = false;
   std::vector<TrainingTile> rehearsed_;  // exemplars of the base, renumbered
   InputSpec spec_;
   nn::Network net_;
+  nn::Network start_;  // before the first round
+  int rounds_made_ = 0;
   ContextModel context_;
   ContextData context_data_;  // overviews of the samples, then of the exemplars
   std::vector<ContextMap> maps_;

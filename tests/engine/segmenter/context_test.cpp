@@ -4,11 +4,13 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 
 #include "nn/inference.h"
 #include "scene.h"
 #include "segmenter/calibration.h"
 #include "segmenter/context.h"
+#include "segmenter/context_training.h"
 #include "segmenter/model_state.h"
 #include "segmenter/network.h"
 #include "telvar/exceptions.h"
@@ -46,6 +48,29 @@ TEST(Context, OverviewsKeepTheAspectAndAreNeverEnlarged) {
   }
 }
 
+TEST(Context, ThinMarksAreLostInAnOverview) {
+  // A square and a line of two pixels' width that runs aslant, in a region of 384 x 288.
+  const auto shown = [](const std::function<bool(int, int)>& belongs) {
+    const auto tile_of = [&](int width, int height, int step) {
+      core::Mask mask(width, height);
+      for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+          mask.at(y, x) = belongs(x * step + step / 2, y * step + step / 2);
+        }
+      }
+      return make_tile(core::Raster(width, height, 1), 1, {mask}, 1);
+    };
+    TrainingTile tile = tile_of(384, 288, 1);
+    tile.origin = {0, {0, 0, 384, 288}};
+    ContextData data;
+    data.overviews = {{tile_of(96, 72, 4), 0}};
+    data.categories = 1;
+    return measure_overviews(data, {&tile});
+  };
+  EXPECT_GT(shown([](int x, int y) { return std::max(abs(x - 190), abs(y - 140)) < 60; }), 0.9);
+  EXPECT_LT(shown([](int x, int y) { return abs(x - y - 30) < 2; }), 0.5);
+}
+
 TEST(Context, AGrownNetworkAnswersAsBeforeWherePlanesComeBetween) {
   const nn::Network old = make_initial_net(3, 2, 1);
   // Old planes 0, 1, 2 are now 0, 3, 4; old categories 0, 1 are now 2, 0.
@@ -81,6 +106,7 @@ ModelState make_model() {
         make_initial_net(model.input.planes() + kPositionPlanes, 2, 2 + i));
   }
   model.context.positions = true;
+  model.input.mirrored = true;
   model.overviews = {{blank_tile(96, 72), 1}, {blank_tile(40, 30), Overview::kUnseen}};
   model.exemplars = {blank_tile(100, 80), blank_tile(50, 50)};
   model.exemplars[0].origin = {1, {300, 220, 400, 300}};
@@ -92,6 +118,7 @@ TEST(Context, SurvivesTheArtifact) {
   const ModelState back = read_model(bytes);
   EXPECT_EQ(back.context.nets.size(), 2U);
   EXPECT_TRUE(back.context.positions);
+  EXPECT_TRUE(back.input.mirrored);
   EXPECT_EQ(back.overviews[0].fold, 1);
   EXPECT_EQ(back.exemplars[0].origin.overview, 1);
   EXPECT_EQ(back.exemplars[0].origin.place.y, 220);

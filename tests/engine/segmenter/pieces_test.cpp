@@ -2,9 +2,13 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
+
 #include "core/bytes.h"
 #include "segmenter/blend.h"
 #include "segmenter/exemplars.h"
+#include "segmenter/network.h"
+#include "segmenter/predictor.h"
 #include "segmenter/tiling.h"
 #include "segmenter/training_tile.h"
 
@@ -39,6 +43,33 @@ TEST(Pieces, BlendWeightsSumToOneEverywhere) {
       }
     }
     EXPECT_THAT(sums, Each(FloatNear(1.0F, 1e-5F))) << length;
+  }
+}
+
+TEST(Pieces, AMirroredPredictorAnswersMirrorImagesAlike) {
+  InputSpec spec;
+  const nn::Network net = make_initial_net(spec.planes(), 2, 1);
+  constexpr int kWidth = 64, kHeight = 32;
+  std::vector<float> pixels(kWidth * kHeight), mirrored(pixels.size());
+  core::Random random({3});
+  for (int i = 0; i < kWidth * kHeight; ++i) {
+    pixels[i] = random.uniform();
+    mirrored[(kHeight - 1 - i / kWidth) * kWidth + kWidth - 1 - i % kWidth] = pixels[i];
+  }
+  for (const bool mean : {true, false}) {
+    spec.mirrored = mean;
+    const Predictor predictor(net, spec);
+    const auto one = predictor.predict_piece(pixels.data(), kWidth, kHeight, {}, {});
+    const auto other = predictor.predict_piece(mirrored.data(), kWidth, kHeight, {}, {});
+    double worst = 0;
+    for (int c = 0; c < 2; ++c) {
+      const float* const from = one.data() + c * pixels.size();
+      const float* const back = other.data() + (c + 1) * pixels.size() - 1;
+      for (int i = 0; i < kWidth * kHeight; ++i) {
+        worst = std::max<double>(worst, std::fabs(from[i] - back[-i]));
+      }
+    }
+    EXPECT_EQ(worst < 1e-3, mean) << worst;
   }
 }
 

@@ -1,7 +1,7 @@
 // What samples become before they are learned from: tiles, through the cache, and which of them
 // judge.
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <set>
 #include <sstream>
@@ -15,6 +15,8 @@
 
 namespace telvar::segmenter {
 namespace {
+
+using ::testing::ElementsAre;
 
 types::Image gray(unsigned width, unsigned height, unsigned char level) {
   const std::vector<unsigned char> pixels(std::size_t{width} * height, level);
@@ -171,6 +173,27 @@ TEST(Judging, LooksAtEveryCategoryThatOccurs) {
   EXPECT_EQ(choose_judging(singles, choose_held_out(singles, 2), 2).size(), 2u);
   const auto empty = samples_with(5, {{}, {0, 1, 2, 3, 4}});
   EXPECT_EQ(choose_judging(empty, choose_held_out(empty, 2), 2).size(), 1u);
+}
+
+TEST(Judging, TurnsToFurtherSamplesForWhatIsRare) {
+  // Category 0 is in three of twelve samples, category 1 in most of them.
+  const std::set<int> rare{2, 5, 8};
+  const auto samples = samples_with(12, {rare, {0, 1, 2, 3, 4, 6, 7, 9, 10, 11}});
+  const auto held = choose_held_out(samples, 2);
+  const auto rotation = choose_rotation(samples, held, 2);
+  EXPECT_THAT(rotation.categories, ElementsAre(0));
+  std::set<int> judged;
+  for (const int i : rare) {
+    if (held[i]) judged.insert(i);
+  }
+  EXPECT_EQ(judged.size(), 1U);
+  for (const std::size_t i : rotation.samples) judged.insert(static_cast<int>(i));
+  EXPECT_EQ(judged, rare);
+  // What occurs once has nothing else to be learned from, and what is frequent is judged already.
+  for (const auto& categories : {std::set<int>{4}, std::set<int>{0, 1, 2, 3, 4, 5}}) {
+    const auto others = samples_with(12, {categories, {}});
+    EXPECT_TRUE(choose_rotation(others, choose_held_out(others, 2), 2).samples.empty());
+  }
 }
 
 TEST(Judging, MeansOverTheCategoriesThatHaveLabels) {
