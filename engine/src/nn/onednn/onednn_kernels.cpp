@@ -49,10 +49,36 @@ Primitive make_primitive(const Description& description) {
   return Primitive(description);
 }
 
+bool starts_with(const char* text, const char* start) {
+  return std::strncmp(text, start, std::strlen(start)) == 0;
+}
+
 /// oneDNN falls back on plain loops, a hundred times slower, where no kernel of its own fits.
 bool is_fast(const char* implementation) {
-  return std::strncmp(implementation, "ref", 3) != 0 &&
-         std::strncmp(implementation, "gemm", 4) != 0;
+  return !starts_with(implementation, "ref") && !starts_with(implementation, "gemm");
+}
+
+/// Multiplications and additions below which making a kernel takes about as long as running it.
+constexpr double kSmallConvolution = 1e9;
+
+bool is_small(const ConvolutionGeometry& g) {
+  return 2.0 * static_cast<double>(g.output_size()) * g.in * g.kernel * g.kernel <
+         kSmallConvolution;
+}
+
+/// oneDNN's first choice; for `short_lived` ones a plain jitted kernel rather than one of batched
+/// small products. That is made in a fifth of the time, which counts where every region has another
+/// size, and runs about as fast (at most 14 % slower on large images: bench/kernels).
+Forward::primitive_desc forward_description(const Forward::desc& described,
+                                            const dnnl::primitive_attr& attributes,
+                                            const dnnl::engine& engine, bool short_lived) {
+  const Forward::primitive_desc first(described, attributes, engine);
+  if (!short_lived || !starts_with(first.impl_info_str(), "brgconv")) return first;
+  Forward::primitive_desc other(described, attributes, engine);
+  while (other.next_impl()) {
+    if (starts_with(other.impl_info_str(), "jit")) return other;
+  }
+  return first;
 }
 
 /// How the tensors of a convolution lie in memory.
@@ -81,7 +107,7 @@ class OneDnnConvolution final : public Convolution {
   OneDnnConvolution(const dnnl::engine& engine, const ConvolutionGeometry& geometry, Number number,
                     const Epilogue& epilogue, KernelUse use)
       : engine_(engine), layout_(geometry, number), epilogue_(epilogue) {
-    make_forward(geometry, epilogue);
+    make_forward(geometry, epilogue, use == KernelUse::kInference && is_small(geometry));
     if (use == KernelUse::kTraining) make_gradients();
   }
 
@@ -156,7 +182,8 @@ class OneDnnConvolution final : public Convolution {
     dnnl::reorder pack, unpack;
   };
 
-  void make_forward(const ConvolutionGeometry& geometry, const Epilogue& epilogue) {
+  void make_forward(const ConvolutionGeometry& geometry, const Epilogue& epilogue,
+                    bool short_lived) {
     dnnl::post_ops after;
     if (epilogue.residual) after.append_binary(dnnl::algorithm::binary_add, layout_.output);
     if (epilogue.relu) after.append_eltwise(1, dnnl::algorithm::eltwise_relu, 0, 0);
@@ -172,7 +199,7 @@ class OneDnnConvolution final : public Convolution {
                             layout_.dilations, layout_.before, layout_.after)
             : Forward::desc(kind, direct, layout_.input, layout_.weights, output, layout_.strides,
                             layout_.dilations, layout_.before, layout_.after);
-    forward_desc_ = {described, attributes, engine_};
+    forward_desc_ = forward_description(described, attributes, engine_, short_lived);
     forward_ = make_primitive<Forward>(forward_desc_);
     pack_desc_ = {engine_, layout_.plain_weights, engine_, forward_desc_.weights_desc(),
                   with_own_scratch()};
