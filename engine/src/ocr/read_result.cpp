@@ -4,8 +4,8 @@
 #include <numeric>
 
 #include "core/messages.h"
-#include "ocr/lines.h"
 #include "telvar_msg/ocr_result.pb.h"
+#include "text/lines.h"
 
 namespace telvar::ocr {
 namespace {
@@ -51,7 +51,7 @@ std::string write_result(std::vector<FoundCharacter> characters,
   msg::SampleResult& sample = *result.mutable_sample();
   double sum = 0;
   float lowest = characters.empty() ? 0.0f : 1.0f;
-  for (const auto& indexes : group_into_lines(points, size.height)) {
+  for (const auto& indexes : text::group_into_lines(points, size.height)) {
     msg::Line& line = *sample.add_lines();
     for (const std::size_t index : indexes) {
       const FoundCharacter& character = characters[index];

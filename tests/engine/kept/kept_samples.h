@@ -10,7 +10,7 @@
 #include <string>
 
 #include "../classifier/pictures.h"
-#include "../ocr/reader_pages.h"
+#include "../ocr/pages.h"
 #include "../segmenter/scene.h"
 
 namespace telvar::test {

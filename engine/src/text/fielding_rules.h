@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "ocr/utf8.h"
+#include "text/utf8.h"
 
-namespace telvar::ocr {
+namespace telvar::text {
 
 /// The characters allowed at one position.
 class CharacterClass {
@@ -49,4 +49,4 @@ struct FieldingRules {
 /// pattern, line or class, a negative count, and when not exactly one fielding is set.
 FieldingRules parse_fielding(const std::string& message);
 
-}  // namespace telvar::ocr
+}  // namespace telvar::text

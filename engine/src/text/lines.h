@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-namespace telvar::ocr {
+namespace telvar::text {
 
 /// How far, in heights, a point may lie from the course of a line that it joins. Full stops and
 /// apostrophes stand at 0.4 to 0.5 of a character from the middle; lines at 1.1 and more.
@@ -32,4 +32,4 @@ constexpr double kMarkTolerance = 0.75;
 std::vector<std::vector<std::size_t>> group_into_lines(
     const std::vector<std::pair<float, float>>& points, float height);
 
-}  // namespace telvar::ocr
+}  // namespace telvar::text

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace telvar::ocr {
+namespace telvar::text {
 
 /// A Unicode code point, or kStrayByte + b for a byte b that is not part of a well-formed UTF-8
 /// sequence (RFC 3629): text in an old code page keeps one character a byte, equal to itself and to
@@ -21,4 +21,4 @@ std::vector<Character> characters_of(const std::string& bytes);
 /// The character when `bytes` holds exactly one.
 std::optional<Character> single_character(const std::string& bytes);
 
-}  // namespace telvar::ocr
+}  // namespace telvar::text

@@ -1,31 +1,31 @@
-#include "ocr/fielding_alignment.h"
+#include "text/fielding_alignment.h"
 
 #include <algorithm>
 
-namespace telvar::ocr {
+namespace telvar::text {
 namespace {
 
-using ReadLine = std::vector<std::size_t>;
+using RecognisedLine = std::vector<std::size_t>;
 
 LogScore plus(LogScore a, LogScore b) {
   return a == kImpossible || b == kImpossible ? kImpossible : a + b;
 }
 
-/// Fills the table of one pattern line against one read line, row by row. After row p, `best[c]` is
-/// the best score of the first p positions within the first c characters, for the c that leave room
-/// for the other positions. `on_match(p, c)`: position p takes character c, counted from 0, in the
-/// best alignment up to there.
+/// Fills the table of one pattern line against one recognised line, row by row. After row p,
+/// `best[c]` is the best score of the first p positions within the first c characters, for the c
+/// that leave room for the other positions. `on_match(p, c)`: position p takes character c, counted
+/// from 0, in the best alignment up to there.
 template <typename OnMatch>
-LogScore align_line(const PatternLine& line, const ReadLine& read, const ReadSample& sample,
-                    OnMatch on_match) {
-  if (read.size() < line.size()) return kImpossible;
-  const std::size_t spare = read.size() - line.size();
+LogScore align_line(const PatternLine& line, const RecognisedLine& recognised,
+                    const RecognisedSample& sample, OnMatch on_match) {
+  if (recognised.size() < line.size()) return kImpossible;
+  const std::size_t spare = recognised.size() - line.size();
   // Row p is kept from its character p on: best[s] is the score with s characters left out.
   std::vector<LogScore> best(spare + 1);
   for (std::size_t s = 0; s <= spare; ++s) best[s] = -kSkipCost * static_cast<LogScore>(s);
   for (std::size_t p = 0; p < line.size(); ++p) {
     for (std::size_t s = 0; s <= spare; ++s) {
-      const ReadCharacter& character = sample.characters[read[p + s]];
+      const RecognisedCharacter& character = sample.characters[recognised[p + s]];
       const LogScore taken = plus(best[s], character.log_score_in(line[p]));
       const LogScore skipped = s > 0 ? plus(best[s - 1], -kSkipCost) : kImpossible;
       best[s] = std::max(taken, skipped);
@@ -35,27 +35,27 @@ LogScore align_line(const PatternLine& line, const ReadLine& read, const ReadSam
   return best[spare];
 }
 
-/// The best matches of a pattern line within a read line. Requires that there are some.
-std::vector<Match> trace_line(const PatternLine& line, const ReadLine& read,
-                              const ReadSample& sample) {
-  const std::size_t width = read.size() - line.size() + 1;
+/// The best matches of a pattern line within a recognised line. Requires that there are some.
+std::vector<Match> trace_line(const PatternLine& line, const RecognisedLine& recognised,
+                              const RecognisedSample& sample) {
+  const std::size_t width = recognised.size() - line.size() + 1;
   std::vector<bool> matched(line.size() * width);
-  align_line(line, read, sample,
+  align_line(line, recognised, sample,
              [&](std::size_t p, std::size_t s) { matched[p * width + s] = true; });
   std::vector<Match> matches(line.size());
   std::size_t s = width - 1;
   for (std::size_t p = line.size(); p-- > 0;) {
     while (!matched[p * width + s]) --s;
-    matches[p] = {read[p + s], &line[p]};
+    matches[p] = {recognised[p + s], &line[p]};
   }
   return matches;
 }
 
-/// Fills the table of pattern lines against read lines in the same way; `on_match(i, j)`: pattern
-/// line i takes read line j in the best alignment up to there.
+/// Fills the table of pattern lines against recognised lines in the same way; `on_match(i, j)`:
+/// pattern line i takes recognised line j in the best alignment up to there.
 template <typename OnMatch>
-LogScore align_lines(const Pattern& pattern, const std::vector<const ReadLine*>& lines,
-                     const ReadSample& sample, OnMatch on_match) {
+LogScore align_lines(const Pattern& pattern, const std::vector<const RecognisedLine*>& lines,
+                     const RecognisedSample& sample, OnMatch on_match) {
   if (lines.size() < pattern.lines.size()) return kImpossible;
   const std::size_t spare = lines.size() - pattern.lines.size();
   const auto skip_cost = [&](std::size_t j) {
@@ -78,10 +78,10 @@ LogScore align_lines(const Pattern& pattern, const std::vector<const ReadLine*>&
   return best[spare];
 }
 
-/// Read lines that hold characters; the others take part in nothing.
-std::vector<const ReadLine*> filled_lines(const ReadSample& sample) {
-  std::vector<const ReadLine*> lines;
-  for (const ReadLine& line : sample.lines) {
+/// Recognised lines that hold characters; the others take part in nothing.
+std::vector<const RecognisedLine*> filled_lines(const RecognisedSample& sample) {
+  std::vector<const RecognisedLine*> lines;
+  for (const RecognisedLine& line : sample.lines) {
     if (!line.empty()) lines.push_back(&line);
   }
   return lines;
@@ -90,7 +90,7 @@ std::vector<const ReadLine*> filled_lines(const ReadSample& sample) {
 /// Leaves `count` of `chosen` by dropping the doubtful ones with the lowest scores, the last ones
 /// of equals. False when too few are doubtful.
 bool drop_doubtful(std::vector<std::size_t>& chosen, std::size_t count, const BasicRule& rule,
-                   const ReadSample& sample) {
+                   const RecognisedSample& sample) {
   std::vector<std::size_t> doubtful;
   for (auto i = chosen.rbegin(); i != chosen.rend(); ++i) {
     if (sample.characters[*i].doubtful) doubtful.push_back(*i);
@@ -112,12 +112,12 @@ bool drop_doubtful(std::vector<std::size_t>& chosen, std::size_t count, const Ba
 
 }  // namespace
 
-LogScore best_score(const Pattern& pattern, const ReadSample& sample) {
+LogScore best_score(const Pattern& pattern, const RecognisedSample& sample) {
   return align_lines(pattern, filled_lines(sample), sample, [](std::size_t, std::size_t) {});
 }
 
-MatchedLines best_alignment(const Pattern& pattern, const ReadSample& sample) {
-  const std::vector<const ReadLine*> lines = filled_lines(sample);
+MatchedLines best_alignment(const Pattern& pattern, const RecognisedSample& sample) {
+  const std::vector<const RecognisedLine*> lines = filled_lines(sample);
   const std::size_t width = lines.size() - pattern.lines.size() + 1;
   std::vector<bool> matched(pattern.lines.size() * width);
   align_lines(pattern, lines, sample,
@@ -132,10 +132,10 @@ MatchedLines best_alignment(const Pattern& pattern, const ReadSample& sample) {
 }
 
 std::optional<std::vector<std::size_t>> choose_characters(const BasicRule& rule,
-                                                          const ReadSample& sample) {
+                                                          const RecognisedSample& sample) {
   std::vector<std::size_t> chosen;
   for (std::size_t i = 0; i < sample.characters.size(); ++i) {
-    const ReadCharacter& character = sample.characters[i];
+    const RecognisedCharacter& character = sample.characters[i];
     if (character.log_score_in(rule.allowed) != kImpossible) {
       chosen.push_back(i);
     } else if (!character.doubtful) {
@@ -147,4 +147,4 @@ std::optional<std::vector<std::size_t>> choose_characters(const BasicRule& rule,
   return chosen;
 }
 
-}  // namespace telvar::ocr
+}  // namespace telvar::text

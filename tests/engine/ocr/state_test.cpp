@@ -13,7 +13,7 @@
 #include "ocr/dataset.h"
 #include "ocr/exemplar_limits.h"
 #include "ocr/reader_training.h"
-#include "reader_pages.h"
+#include "pages.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::test {

@@ -9,7 +9,7 @@
 
 #include "ocr/reader_state.h"
 #include "ocr/reading.h"
-#include "reader_pages.h"
+#include "pages.h"
 
 namespace telvar::test {
 namespace {

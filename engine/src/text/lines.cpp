@@ -1,4 +1,4 @@
-#include "ocr/lines.h"
+#include "text/lines.h"
 
 #include <algorithm>
 #include <cmath>
@@ -6,10 +6,10 @@
 #include <numeric>
 #include <tuple>
 
-#include "ocr/line_sweep.h"
-#include "ocr/slant.h"
+#include "text/line_sweep.h"
+#include "text/slant.h"
 
-namespace telvar::ocr {
+namespace telvar::text {
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -204,4 +204,4 @@ std::vector<std::vector<std::size_t>> group_into_lines(
   return lines;
 }
 
-}  // namespace telvar::ocr
+}  // namespace telvar::text

@@ -12,7 +12,7 @@
 #include "ocr/exemplar_limits.h"
 #include "ocr/exemplars.h"
 #include "ocr/targets.h"
-#include "reader_pages.h"
+#include "pages.h"
 
 namespace telvar::ocr {
 namespace {

@@ -1,4 +1,4 @@
-#include "reader_pages.h"
+#include "pages.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,13 +1,14 @@
 #pragma once
 
-// The local course of a line of text.
+// The sweep that forms lines: points come from left to right, and each joins the line that runs
+// nearest to it or begins a new one. Where a line runs at a place is its local course.
 
 #include <cstddef>
 #include <vector>
 
-#include "ocr/slant.h"
+#include "text/slant.h"
 
-namespace telvar::ocr {
+namespace telvar::text {
 
 /// A line's points, as positions in the list of all points, in ascending `along`.
 using LineMembers = std::vector<std::size_t>;
@@ -22,4 +23,8 @@ constexpr std::size_t kCoursePoints = 9;
 double course_of(const std::vector<LinePoint>& points, const LineMembers& line, std::size_t nearest,
                  std::size_t skip);
 
-}  // namespace telvar::ocr
+/// Lines from top to bottom, of points given in ascending `along` (ties: ascending `across`).
+/// O(n log n): a point is compared with a bounded number of neighbouring lines.
+std::vector<LineMembers> sweep_lines(const std::vector<LinePoint>& points);
+
+}  // namespace telvar::text

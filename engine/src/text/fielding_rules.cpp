@@ -1,4 +1,4 @@
-#include "ocr/fielding_rules.h"
+#include "text/fielding_rules.h"
 
 #include <algorithm>
 
@@ -6,7 +6,7 @@
 #include "telvar/exceptions.h"
 #include "telvar_msg/ocr_fielding.pb.h"
 
-namespace telvar::ocr {
+namespace telvar::text {
 namespace {
 
 using types::invalid_parameters;
@@ -93,4 +93,4 @@ FieldingRules parse_fielding(const std::string& message) {
   return rules;
 }
 
-}  // namespace telvar::ocr
+}  // namespace telvar::text

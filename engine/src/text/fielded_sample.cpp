@@ -1,16 +1,17 @@
-#include "ocr/fielded_sample.h"
+#include "text/fielded_sample.h"
 
 #include <algorithm>
 
-namespace telvar::ocr {
+namespace telvar::text {
 namespace {
 
 namespace msg = telvar_msg::qv::ocr;
 
-msg::CharacterResult restrict_to(const CharacterClass& allowed, const msg::CharacterResult& read) {
+msg::CharacterResult restrict_to(const CharacterClass& allowed,
+                                 const msg::CharacterResult& recognised) {
   std::vector<msg::CharacterCategoryResult> kept;
   double sum = 0;
-  for (const auto& category : read.category_scores()) {
+  for (const auto& category : recognised.category_scores()) {
     const auto character = single_character(category.category_id());
     if (!character || !allowed.contains(*character)) continue;
     kept.push_back(category);
@@ -21,7 +22,7 @@ msg::CharacterResult restrict_to(const CharacterClass& allowed, const msg::Chara
   }
   std::stable_sort(kept.begin(), kept.end(),
                    [](const auto& a, const auto& b) { return a.score() > b.score(); });
-  msg::CharacterResult restricted = read;
+  msg::CharacterResult restricted = recognised;
   restricted.clear_category_scores();
   for (auto& category : kept) *restricted.add_category_scores() = std::move(category);
   return restricted;
@@ -42,7 +43,7 @@ void set_values(msg::SampleResult& sample) {
 
 }  // namespace
 
-msg::SampleResult fielded_sample(const ReadSample& sample, const MatchedLines& lines,
+msg::SampleResult fielded_sample(const RecognisedSample& sample, const MatchedLines& lines,
                                  const std::vector<Match>& unlined) {
   std::vector<Match> matches = unlined;
   for (const auto& line : lines) matches.insert(matches.end(), line.begin(), line.end());
@@ -69,4 +70,4 @@ msg::SampleResult fielded_sample(const ReadSample& sample, const MatchedLines& l
   return fielded;
 }
 
-}  // namespace telvar::ocr
+}  // namespace telvar::text

@@ -3,10 +3,10 @@
 
 #include <random>
 
-#include "ocr/fielding_alignment.h"
+#include "text/fielding_alignment.h"
 #include "text_samples.h"
 
-namespace telvar::ocr {
+namespace telvar::text {
 namespace {
 
 namespace test = telvar::test;
@@ -15,7 +15,7 @@ namespace test = telvar::test;
 /// line `j`, character `c` on, by trying to take and to leave each one.
 class Enumeration {
  public:
-  Enumeration(const Pattern& pattern, const ReadSample& sample)
+  Enumeration(const Pattern& pattern, const RecognisedSample& sample)
       : pattern_(pattern), sample_(sample) {}
 
   LogScore best(std::size_t i = 0, std::size_t j = 0) {
@@ -49,11 +49,12 @@ class Enumeration {
   }
 
   const Pattern& pattern_;
-  const ReadSample& sample_;
+  const RecognisedSample& sample_;
 };
 
 /// The score that an alignment has by its matches alone; every rule of matching is checked.
-LogScore score_of(const MatchedLines& matched, const Pattern& pattern, const ReadSample& sample) {
+LogScore score_of(const MatchedLines& matched, const Pattern& pattern,
+                  const RecognisedSample& sample) {
   std::size_t characters = 0;
   for (const auto& line : sample.lines) characters += line.size();
   LogScore score = 0;
@@ -81,7 +82,7 @@ class RandomCases {
  public:
   explicit RandomCases(unsigned seed) : random_(seed) {}
 
-  ReadSample sample() {
+  RecognisedSample sample() {
     std::vector<std::vector<test::Scores>> lines(below(4));
     for (auto& line : lines) {
       line.resize(below(6));
@@ -89,7 +90,7 @@ class RandomCases {
         for (unsigned n = below(4); n > 0; --n) scores.emplace_back(letter(), score());
       }
     }
-    return parse_read_sample(test::sample_of(lines).SerializeAsString());
+    return parse_recognised_sample(test::sample_of(lines).SerializeAsString());
   }
 
   Pattern pattern() {
@@ -115,7 +116,7 @@ TEST(BestAlignment, IsTheBestOfAll) {
   RandomCases cases(3);
   int possible = 0;
   for (int i = 0; i < 3000; ++i) {
-    const ReadSample sample = cases.sample();
+    const RecognisedSample sample = cases.sample();
     const Pattern pattern = cases.pattern();
     const LogScore expected = Enumeration(pattern, sample).best();
     ASSERT_EQ(best_score(pattern, sample), expected) << "case " << i;
@@ -130,7 +131,7 @@ TEST(BasicChoice, IsTheBestOfAll) {
   RandomCases cases(5);
   int possible = 0;
   for (int i = 0; i < 2000; ++i) {
-    const ReadSample sample = cases.sample();
+    const RecognisedSample sample = cases.sample();
     const std::size_t size = sample.characters.size();
     if (size > 10) continue;
     const BasicRule rule{CharacterClass("ab"), 1 + i % 5u};
@@ -139,7 +140,7 @@ TEST(BasicChoice, IsTheBestOfAll) {
       LogScore sum = 0;
       std::size_t count = 0;
       for (std::size_t c = 0; c < size; ++c) {
-        const ReadCharacter& character = sample.characters[c];
+        const RecognisedCharacter& character = sample.characters[c];
         const LogScore taken = character.log_score_in(rule.allowed);
         if (kept(c) ? taken == kImpossible : !character.doubtful) return kImpossible;
         sum += kept(c) ? taken : -kSkipCost;
@@ -163,4 +164,4 @@ TEST(BasicChoice, IsTheBestOfAll) {
 }
 
 }  // namespace
-}  // namespace telvar::ocr
+}  // namespace telvar::text

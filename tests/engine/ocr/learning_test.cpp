@@ -6,7 +6,7 @@
 #include <map>
 
 #include "ocr/reader_state.h"
-#include "reader_pages.h"
+#include "pages.h"
 
 namespace telvar::test {
 namespace {

@@ -7,7 +7,7 @@
 
 #include "ocr/reader_net.h"
 #include "ocr/reader_training.h"
-#include "reader_pages.h"
+#include "pages.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::test {

@@ -1,10 +1,10 @@
-#include "ocr/slant.h"
+#include "text/slant.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 
-namespace telvar::ocr {
+namespace telvar::text {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
@@ -179,4 +179,4 @@ void remove_bow(std::vector<LinePoint>& points) {
   }
 }
 
-}  // namespace telvar::ocr
+}  // namespace telvar::text

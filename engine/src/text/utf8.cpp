@@ -1,8 +1,8 @@
-#include "ocr/utf8.h"
+#include "text/utf8.h"
 
 #include <cstddef>
 
-namespace telvar::ocr {
+namespace telvar::text {
 namespace {
 
 struct Decoded {
@@ -59,4 +59,4 @@ std::optional<Character> single_character(const std::string& bytes) {
   return decoded.character;
 }
 
-}  // namespace telvar::ocr
+}  // namespace telvar::text

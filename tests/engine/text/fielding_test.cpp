@@ -5,8 +5,8 @@
 #include <ctime>
 #include <functional>
 
-#include "ocr/utf8.h"
 #include "telvar/exceptions.h"
+#include "text/utf8.h"
 #include "text_samples.h"
 
 namespace telvar::test {
@@ -213,8 +213,8 @@ TEST(Fielding, TakesTimeInProportionWhateverThePattern) {
 }
 
 TEST(Characters, AreCodePointsOrStrayBytes) {
-  using ocr::characters_of;
-  using ocr::kStrayByte;
+  using text::characters_of;
+  using text::kStrayByte;
   EXPECT_THAT(characters_of("a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"),
               ElementsAre('a', 0xE4, 0x20AC, 0x1F600));
   // Overlong, a surrogate, beyond Unicode, cut short, a lone continuation.
@@ -223,9 +223,9 @@ TEST(Characters, AreCodePointsOrStrayBytes) {
               ElementsAre(kStrayByte + 0xED, kStrayByte + 0xA0, kStrayByte + 0x80));
   EXPECT_EQ(characters_of("\xF4\x90\x80\x80").size(), 4u);
   EXPECT_THAT(characters_of("\xE2\x82z"), ElementsAre(kStrayByte + 0xE2, kStrayByte + 0x82, 'z'));
-  EXPECT_EQ(ocr::single_character(""), std::nullopt);
-  EXPECT_EQ(ocr::single_character("ab"), std::nullopt);
-  EXPECT_EQ(ocr::single_character("\xC3\xA4"), 0xE4u);
+  EXPECT_EQ(text::single_character(""), std::nullopt);
+  EXPECT_EQ(text::single_character("ab"), std::nullopt);
+  EXPECT_EQ(text::single_character("\xC3\xA4"), 0xE4u);
 }
 
 }  // namespace

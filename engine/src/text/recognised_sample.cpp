@@ -1,11 +1,11 @@
-#include "ocr/read_sample.h"
+#include "text/recognised_sample.h"
 
 #include <algorithm>
 #include <cmath>
 
 #include "telvar/exceptions.h"
 
-namespace telvar::ocr {
+namespace telvar::text {
 namespace {
 
 bool is_doubtful(const telvar_msg::qv::ocr::CharacterResult& message) {
@@ -18,19 +18,19 @@ bool is_doubtful(const telvar_msg::qv::ocr::CharacterResult& message) {
   return best < kDoubtfulScore || (strength > 0 && strength < kDoubtfulScore);
 }
 
-ReadCharacter read_character(const telvar_msg::qv::ocr::CharacterResult& message) {
-  ReadCharacter read;
-  read.doubtful = is_doubtful(message);
+RecognisedCharacter read_character(const telvar_msg::qv::ocr::CharacterResult& message) {
+  RecognisedCharacter recognised;
+  recognised.doubtful = is_doubtful(message);
   for (const auto& category : message.category_scores()) {
     const double score = usable_score(category.score());
     const auto character = single_character(category.category_id());
     if (!character || score < kPlausibleScore) continue;
     const auto log_score = std::llround(std::log(score) * static_cast<double>(kLogScoreUnit));
-    read.candidates.push_back({*character, log_score});
+    recognised.candidates.push_back({*character, log_score});
   }
-  std::stable_sort(read.candidates.begin(), read.candidates.end(),
+  std::stable_sort(recognised.candidates.begin(), recognised.candidates.end(),
                    [](const auto& a, const auto& b) { return a.log_score > b.log_score; });
-  return read;
+  return recognised;
 }
 
 /// The positions that `line`, the `number`-th from 0, names; marks them in `taken`.
@@ -56,15 +56,15 @@ double usable_score(float score) {
   return score > 0 ? std::min(1.0, static_cast<double>(score)) : 0.0;
 }
 
-LogScore ReadCharacter::log_score_in(const CharacterClass& allowed) const {
+LogScore RecognisedCharacter::log_score_in(const CharacterClass& allowed) const {
   for (const Candidate& candidate : candidates) {
     if (allowed.contains(candidate.character)) return candidate.log_score;
   }
   return kImpossible;
 }
 
-ReadSample parse_read_sample(const std::string& message) {
-  ReadSample sample;
+RecognisedSample parse_recognised_sample(const std::string& message) {
+  RecognisedSample sample;
   if (!sample.message.ParseFromString(message)) {
     throw types::invalid_message("sample: the bytes are no SampleResult message");
   }
@@ -78,4 +78,4 @@ ReadSample parse_read_sample(const std::string& message) {
   return sample;
 }
 
-}  // namespace telvar::ocr
+}  // namespace telvar::text

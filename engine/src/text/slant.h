@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace telvar::ocr {
+namespace telvar::text {
 
 /// A point in units of the nominal character height.
 struct LinePoint {
@@ -23,4 +23,4 @@ double estimate_slant(const std::vector<LinePoint>& points);
 /// bottle: shifts points, given in ascending `along`, across the reading direction. O(n log n).
 void remove_bow(std::vector<LinePoint>& points);
 
-}  // namespace telvar::ocr
+}  // namespace telvar::text

@@ -1,9 +1,9 @@
 #include <cmath>
 #include <string>
 
-#include "ocr/lines.h"
 #include "telvar/exceptions.h"
 #include "telvar/ocr.h"
+#include "text/lines.h"
 
 namespace telvar::qv::ocr {
 
@@ -19,7 +19,7 @@ std::vector<std::vector<std::size_t>> sort_characters(
                                       " is not finite");
     }
   }
-  return telvar::ocr::group_into_lines(points, height);
+  return telvar::text::group_into_lines(points, height);
 }
 
 }  // namespace telvar::qv::ocr

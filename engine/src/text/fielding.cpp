@@ -1,32 +1,32 @@
 #include <algorithm>
 #include <optional>
 
-#include "ocr/fielded_sample.h"
-#include "ocr/fielding_alignment.h"
-#include "ocr/fielding_rules.h"
-#include "ocr/read_sample.h"
 #include "telvar/ocr.h"
 #include "telvar_msg/ocr_fielding.pb.h"
+#include "text/fielded_sample.h"
+#include "text/fielding_alignment.h"
+#include "text/fielding_rules.h"
+#include "text/recognised_sample.h"
 
 namespace telvar::qv::ocr {
 namespace {
 
-using namespace telvar::ocr;
+using namespace telvar::text;
 
 struct Verdict {
   std::string pattern_name;
   telvar_msg::qv::ocr::SampleResult sample;
 };
 
-std::optional<Verdict> apply_basic(const BasicRule& rule, const ReadSample& sample) {
+std::optional<Verdict> apply_basic(const BasicRule& rule, const RecognisedSample& sample) {
   const auto chosen = choose_characters(rule, sample);
   if (!chosen) return std::nullopt;
   std::vector<bool> free(sample.characters.size());
   for (const std::size_t character : *chosen) free[character] = true;
   MatchedLines lines;
-  for (const auto& read : sample.lines) {
+  for (const auto& recognised : sample.lines) {
     std::vector<Match> line;
-    for (const std::size_t character : read) {
+    for (const std::size_t character : recognised) {
       if (free[character]) line.push_back({character, &rule.allowed});
       free[character] = false;
     }
@@ -40,7 +40,7 @@ std::optional<Verdict> apply_basic(const BasicRule& rule, const ReadSample& samp
 }
 
 std::optional<Verdict> apply_patterns(const std::vector<Pattern>& patterns,
-                                      const ReadSample& sample) {
+                                      const RecognisedSample& sample) {
   const Pattern* best = nullptr;
   LogScore best_so_far = kImpossible;
   for (const Pattern& pattern : patterns) {
@@ -61,7 +61,7 @@ class Fielding::Impl {
   explicit Impl(const std::string& fielding) : rules_(parse_fielding(fielding)) {}
 
   std::pair<std::string, std::string> apply(const std::string& message) const {
-    const ReadSample sample = parse_read_sample(message);
+    const RecognisedSample sample = parse_recognised_sample(message);
     const auto verdict =
         rules_.basic ? apply_basic(*rules_.basic, sample) : apply_patterns(rules_.patterns, sample);
     telvar_msg::qv::ocr::FieldingResult result;

@@ -1,12 +1,14 @@
-#include "ocr/line_sweep.h"
+#include "text/line_sweep.h"
 
+#include <algorithm>
+#include <array>
 #include <iterator>
 #include <list>
 #include <map>
 
-#include "ocr/lines.h"
+#include "text/lines.h"
 
-namespace telvar::ocr {
+namespace telvar::text {
 namespace {
 
 class Sweep {
@@ -80,10 +82,26 @@ class Sweep {
 
 }  // namespace
 
+double course_of(const std::vector<LinePoint>& points, const LineMembers& line, std::size_t nearest,
+                 std::size_t skip) {
+  const std::size_t wanted = kCoursePoints + (skip < line.size() ? 1 : 0);
+  const std::size_t count = std::min(wanted, line.size());
+  const std::size_t centred = nearest > count / 2 ? nearest - count / 2 : 0;
+  const std::size_t begin = std::min(centred, line.size() - count);
+  std::array<double, kCoursePoints + 1> across{};
+  std::size_t known = 0;
+  for (std::size_t i = begin; i < begin + count; ++i) {
+    if (i != skip) across[known++] = points[line[i]].across;
+  }
+  std::sort(across.begin(), across.begin() + known);
+  const double upper = across[known / 2];
+  return known % 2 == 1 ? upper : 0.5 * (across[known / 2 - 1] + upper);
+}
+
 std::vector<LineMembers> sweep_lines(const std::vector<LinePoint>& points) {
   Sweep sweep(points);
   for (std::size_t i = 0; i < points.size(); ++i) sweep.add(i);
   return sweep.take();
 }
 
-}  // namespace telvar::ocr
+}  // namespace telvar::text

@@ -1,17 +1,17 @@
 #pragma once
 
-// A read sample as fielding looks at it: what each character may be, and how likely.
+// A recognised sample as fielding looks at it: what each character may be, and how likely.
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "ocr/fielding_rules.h"
-#include "ocr/utf8.h"
 #include "telvar_msg/ocr_result.pb.h"
+#include "text/fielding_rules.h"
+#include "text/utf8.h"
 
-namespace telvar::ocr {
+namespace telvar::text {
 
 /// A category whose score is below this share is no reading of a character, whatever a pattern
 /// allows.
@@ -29,7 +29,7 @@ constexpr LogScore kImpossible = INT64_MIN;
 /// A score as fielding takes it: within 0..1, not-a-number as 0.
 double usable_score(float score);
 
-struct ReadCharacter {
+struct RecognisedCharacter {
   struct Candidate {
     Character character;
     LogScore log_score;
@@ -42,14 +42,14 @@ struct ReadCharacter {
   bool doubtful = false;
 };
 
-struct ReadSample {
+struct RecognisedSample {
   telvar_msg::qv::ocr::SampleResult message;
-  std::vector<ReadCharacter> characters;
+  std::vector<RecognisedCharacter> characters;
   std::vector<std::vector<std::size_t>> lines;  ///< positions in `characters`; may be empty
 };
 
 /// Reads a serialised SampleResult. Throws invalid_message, also when a line names a character that
 /// does not exist or that stands in a line already.
-ReadSample parse_read_sample(const std::string& message);
+RecognisedSample parse_recognised_sample(const std::string& message);
 
-}  // namespace telvar::ocr
+}  // namespace telvar::text
