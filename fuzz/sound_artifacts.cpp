@@ -1,8 +1,8 @@
 #include "sound_artifacts.h"
 
 #include "core/random.h"
-#include "ocr/reader_net.h"
-#include "ocr/reader_state.h"
+#include "ocr/network.h"
+#include "ocr/state.h"
 #include "segmenter/model_state.h"
 #include "segmenter/network.h"
 #include "telvar/classifier.h"
@@ -19,7 +19,7 @@ std::string sound_ocr_artifact() {
   expert.categories = {"0", "1", "O"};
   expert.spacing = ocr::Spacing(3);
   expert.spacing.learn({{0, 10, 10}, {1, 40, 10}, {2, 60, 12}});
-  expert.net = ocr::make_reader_net(3, random);
+  expert.net = ocr::make_network(3, random);
   ocr::PreparedSample exemplar;
   exemplar.width = 24;
   exemplar.height = 10;
@@ -28,7 +28,7 @@ std::string sound_ocr_artifact() {
   exemplar.unlabelled = {{0, 20, 5}};
   expert.exemplars = {exemplar};
   state.experts = {expert, expert};
-  return write_reader_state(state);
+  return write_state(state);
 }
 
 std::string sound_classifier_artifact() {

@@ -14,9 +14,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "ocr/learning.h"
-#include "ocr/reader_net.h"
-#include "ocr/reader_state.h"
+#include "ocr/network.h"
+#include "ocr/network_training.h"
+#include "ocr/state.h"
 #include "telvar/image.h"
 
 namespace telvar::ocr {
@@ -87,7 +87,7 @@ void write_base(const BaseSet& set, const nn::Network& net, const std::string& f
   expert.spacing = Spacing(static_cast<int>(set.categories.size()));
   expert.net = net;
   state.experts = {expert};
-  std::ofstream(file, std::ios::binary) << write_reader_state(state);
+  std::ofstream(file, std::ios::binary) << write_state(state);
 }
 
 void train_base(const std::string& folder, const std::string& file, int steps, std::size_t most) {
@@ -96,14 +96,14 @@ void train_base(const std::string& folder, const std::string& file, int steps, s
   std::vector<const PreparedSample*> samples;
   for (const PreparedSample& sample : set.samples) samples.push_back(&sample);
   core::Random random({kSeed});
-  nn::Network net = make_reader_net(static_cast<int>(set.categories.size()), random);
+  nn::Network net = make_network(static_cast<int>(set.categories.size()), random);
   core::WorkerPool pool;
-  LearningPlan plan;
+  NetworkPlan plan;
   plan.steps = steps;
   plan.seed = kSeed;
   plan.crops_per_step = 4;
-  plan.exchanged = 0.5f;
-  learn(net, samples, plan, pool);
+  plan.inverted = 0.5f;
+  train_network(net, samples, plan, pool);
   write_base(set, net, file);
 }
 

@@ -11,8 +11,8 @@ extern const char telvar_base_end[];
 namespace telvar::ocr {
 
 ReaderState built_in_base() {
-  return read_reader_state(std::string(
-      telvar_base_begin, static_cast<std::size_t>(telvar_base_end - telvar_base_begin)));
+  return read_state(std::string(telvar_base_begin,
+                                static_cast<std::size_t>(telvar_base_end - telvar_base_begin)));
 }
 
 }  // namespace telvar::ocr

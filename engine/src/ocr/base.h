@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "ocr/reader_state.h"
+#include "ocr/state.h"
 
 namespace telvar::ocr {
 

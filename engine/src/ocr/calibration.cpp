@@ -16,7 +16,7 @@ constexpr double kBelief = 4;
 constexpr double kLeastProbability = 1e-4;
 
 /// Negative log likelihood of the right category.
-double cost_of(const Judged& judged, float sharpness) {
+double cost_of(const LabelledScores& judged, float sharpness) {
   std::vector<float> scores = judged.scores;
   sharpen(scores, sharpness);
   return -std::log(
@@ -25,7 +25,7 @@ double cost_of(const Judged& judged, float sharpness) {
 
 }  // namespace
 
-float fit_sharpness(const std::vector<Judged>& judged) {
+float fit_sharpness(const std::vector<LabelledScores>& judged) {
   constexpr int kCandidates = 21;  // a quarter of an octave apart
   double best_cost = std::numeric_limits<double>::max();
   float best = kUsualSharpness;
@@ -33,7 +33,7 @@ float fit_sharpness(const std::vector<Judged>& judged) {
     const auto candidate = kLeastSharpness * std::exp2(static_cast<float>(i) * 0.25f);
     const double octaves = std::log2(candidate / kUsualSharpness);
     double cost = kBelief * octaves * octaves;
-    for (const Judged& one : judged) cost += cost_of(one, candidate);
+    for (const LabelledScores& one : judged) cost += cost_of(one, candidate);
     if (cost < best_cost) {
       best_cost = cost;
       best = candidate;

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "ocr/augmentation.h"
 #include "ocr/contrast.h"
-#include "ocr/disturbance.h"
 #include "ocr/smooth_field.h"
 
 namespace telvar::ocr {
@@ -189,8 +189,8 @@ std::vector<char> cells_on_edge(const PreparedSample& sample, const Mapping& map
 
 }  // namespace
 
-CropSource::CropSource(std::vector<const PreparedSample*> samples, float exchanged)
-    : samples_(std::move(samples)), exchanged_(exchanged) {
+CropSource::CropSource(std::vector<const PreparedSample*> samples, float inverted)
+    : samples_(std::move(samples)), inverted_(inverted) {
   std::vector<double> counts;
   for (const PreparedSample* sample : samples_) {
     smoothed_.push_back(smoothed(*sample));
@@ -236,10 +236,10 @@ Crop CropSource::draw(core::Random& random) const {
   const Elastic elastic(random);
   core::Raster raster(kRasterWidth, kRasterHeight, 1);
   render(smoothed_[place.sample], mapping, elastic, raster);
-  if (random.chance(exchanged_)) {
+  if (random.chance(inverted_)) {
     for (float& value : raster.values) value = 1 - value;
   }
-  disturb(raster, random);
+  augment(raster, random);
   normalise_contrast(raster);
   Crop crop;
   crop.pixels = without_margin(raster, std::exp(clamped_normal(random, 0.15f, 0.4f)));

@@ -8,7 +8,7 @@
 
 #include "core/random.h"
 #include "core/raster.h"
-#include "ocr/prepared_sample.h"
+#include "ocr/preparation.h"
 
 namespace telvar::ocr {
 
@@ -46,8 +46,8 @@ struct GrayPixels {
 class CropSource {
  public:
   /// `samples` must hold one label at least.
-  /// `exchanged`: the share of crops with light and dark exchanged.
-  CropSource(std::vector<const PreparedSample*> samples, float exchanged);
+  /// `inverted`: the share of crops whose light and dark are exchanged.
+  CropSource(std::vector<const PreparedSample*> samples, float inverted);
 
   /// Depends on `random` alone. Safe from several threads.
   Crop draw(core::Random& random) const;
@@ -61,7 +61,7 @@ class CropSource {
 
   std::vector<const PreparedSample*> samples_;
   std::vector<GrayPixels> smoothed_;  // of the samples: what crops are drawn from
-  float exchanged_;
+  float inverted_;
   std::vector<Place> places_;
   std::vector<double> cumulated_;  // weights of the places
 };

@@ -9,8 +9,8 @@
 #include "core/cache_session.h"
 #include "core/loading.h"
 #include "core/messages.h"
-#include "ocr/number_text.h"
-#include "ocr/reader_limits.h"
+#include "core/number_text.h"
+#include "ocr/limits.h"
 #include "telvar/exceptions.h"
 #include "telvar_msg/ocr_training.pb.h"
 
@@ -125,8 +125,8 @@ void check_places(const DatasetSample& sample, const core::Region& region) {
     const RegionLabel& label = sample.labels[i];
     if (label.x < -0.5f || label.y < -0.5f || label.x > static_cast<float>(region.width) - 0.5f ||
         label.y > static_cast<float>(region.height) - 0.5f) {
-      throw types::invalid_label(place_of(sample.key, i) + ": (" + text_of(label.x) + ", " +
-                                 text_of(label.y) + ") lies outside the region of " +
+      throw types::invalid_label(place_of(sample.key, i) + ": (" + core::text_of(label.x) + ", " +
+                                 core::text_of(label.y) + ") lies outside the region of " +
                                  std::to_string(region.width) + " x " +
                                  std::to_string(region.height) + " pixels");
     }
@@ -153,7 +153,7 @@ void add_labels(const DatasetSample& sample, const core::Region& region,
 
 }  // namespace
 
-LabelledDataset read_dataset(const std::string& message) {
+LabelledDataset parse_dataset(const std::string& message) {
   const core::ParsedMessage<msg::Dataset> parsed(message, "OCR data set");
   LabelledDataset dataset;
   dataset.size = {parsed->width(), parsed->height()};

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "ocr/prepared_sample.h"
+#include "ocr/preparation.h"
 #include "telvar/callbacks.h"
 
 namespace telvar::core {
@@ -37,7 +37,7 @@ struct LabelledDataset {
 /// invalid_parameters (size), invalid_dataset (category not listed, too many or too long, too many
 /// labels in a sample),
 /// invalid_label (no category, position not finite).
-LabelledDataset read_dataset(const std::string& message);
+LabelledDataset parse_dataset(const std::string& message);
 
 /// Fetches the image of a sample and prepares it, by way of the cache; labels get the index of
 /// their category in `categories` (ascending). Throws invalid_image, invalid_image_size,

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "ocr/exemplar_limits.h"
+#include "ocr/limits.h"
 
 namespace telvar::ocr {
 namespace {

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "core/random.h"
-#include "ocr/prepared_sample.h"
+#include "ocr/preparation.h"
 
 namespace telvar::ocr {
 

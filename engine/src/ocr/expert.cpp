@@ -3,9 +3,8 @@
 #include <algorithm>
 
 #include "nn/weights.h"
-#include "ocr/exemplar_limits.h"
-#include "ocr/reader_limits.h"
-#include "ocr/reader_net.h"
+#include "ocr/limits.h"
+#include "ocr/network.h"
 
 namespace telvar::ocr {
 namespace {
@@ -77,7 +76,7 @@ Expert read_expert(core::ByteReader& reader) {
   expert.categories = read_categories(reader);
   const int categories = static_cast<int>(expert.categories.size());
   expert.spacing = Spacing::read(reader, categories);
-  expert.net = reader_layers(categories);
+  expert.net = network_layers(categories);
   nn::read_weights(reader, expert.net);
   expert.exemplars = read_exemplars(reader, static_cast<std::uint32_t>(categories));
   return expert;

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "nn/network.h"
-#include "ocr/prepared_sample.h"
+#include "ocr/preparation.h"
 #include "ocr/spacing.h"
 
 namespace telvar::ocr {

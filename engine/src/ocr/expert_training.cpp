@@ -4,11 +4,11 @@
 #include <cmath>
 #include <iterator>
 
-#include "ocr/assessment.h"
 #include "ocr/calibration.h"
+#include "ocr/evaluation.h"
 #include "ocr/exemplars.h"
-#include "ocr/reading.h"
-#include "ocr/targets.h"
+#include "ocr/inference.h"
+#include "ocr/loss.h"
 
 namespace telvar::ocr {
 namespace {
@@ -33,18 +33,18 @@ const ExpertTraining::Effort ExpertTraining::kUsual{500, 9, 3500, 400, 1500};
 const ExpertTraining::Effort ExpertTraining::kTouchUp{200, 2, 300, 100, 300};
 
 /// What a network makes of some samples.
-struct ExpertTraining::Reading {
+struct ExpertTraining::Score {
   int right = 0;
   int labels = 0;
-  std::vector<Judged> judged;
+  std::vector<LabelledScores> judged;
 
   double rate() const { return labels == 0 ? 0 : static_cast<double>(right) / labels; }
-  void add(const PreparedSample& sample, Assessment&& assessment) {
-    right += assessment.right;
+  void add(const PreparedSample& sample, Evaluation&& evaluation) {
+    right += evaluation.right;
     labels += static_cast<int>(sample.labels.size());
-    std::move(assessment.judged.begin(), assessment.judged.end(), std::back_inserter(judged));
+    std::move(evaluation.judged.begin(), evaluation.judged.end(), std::back_inserter(judged));
   }
-  void add(Reading&& other) {
+  void add(Score&& other) {
     right += other.right;
     labels += other.labels;
     std::move(other.judged.begin(), other.judged.end(), std::back_inserter(judged));
@@ -64,7 +64,7 @@ ExpertTraining::ExpertTraining(Expert& expert, std::vector<PreparedSample>& samp
 double ExpertTraining::explore() {
   look_before();
   const bool few = static_cast<int>(fresh_.size()) < kLeastHeldOutFrom;
-  const Reading unseen = few ? learn_folds() : learn_holding_out();
+  const Score unseen = few ? learn_folds() : learn_holding_out();
   expert_.sharpness = fit_sharpness(unseen.judged);
   return unseen.labels > 0 ? unseen.rate() : -1;
 }
@@ -82,7 +82,7 @@ void ExpertTraining::also_teach(const std::vector<char>& samples) {
 
 void ExpertTraining::finish() {
   settle_unlabelled();
-  learn(expert_.net, all(), stage(finish_steps_, 1), pool_);
+  train_network(expert_.net, all(), stage(finish_steps_, 1), pool_);
   core::Random random({plan_.seed});
   expert_.exemplars = choose_exemplars(all(), static_cast<int>(expert_.categories.size()), random);
 }
@@ -101,8 +101,8 @@ ExpertTraining::SampleRefs ExpertTraining::all() const {
   return without(std::vector<char>(samples_.size()));
 }
 
-LearningPlan ExpertTraining::stage(int steps, float uncertain_weight) {
-  LearningPlan plan;
+NetworkPlan ExpertTraining::stage(int steps, float uncertain_weight) {
+  NetworkPlan plan;
   plan.steps = plan_.most_steps > 0 ? std::max(1, std::min(steps, plan_.most_steps / 4)) : steps;
   plan.peak_rate = kPeakRate;
   plan.uncertain_weight = uncertain_weight;
@@ -110,19 +110,19 @@ LearningPlan ExpertTraining::stage(int steps, float uncertain_weight) {
   return plan;
 }
 
-/// Reads the samples flagged, and notes what they show without a label.
-ExpertTraining::Reading ExpertTraining::read(const nn::Network& net,
-                                             const std::vector<char>& which) {
-  Reading reading;
-  const ReadingNet reader(net);
+/// Evaluates the samples flagged, and notes what they show without a label.
+ExpertTraining::Score ExpertTraining::evaluate_flagged(const nn::Network& net,
+                                                       const std::vector<char>& which) {
+  Score score;
+  const NetworkInference inference(net);
   for (std::size_t i = 0; i < samples_.size(); ++i) {
     if (!which[i]) continue;
-    const auto votes = reader.votes(source_of(samples_[i]), pool_);
-    Assessment assessment = assess(decode(votes, expert_.spacing), samples_[i]);
-    samples_[i].unlabelled = std::move(assessment.unlabelled);
-    reading.add(samples_[i], std::move(assessment));
+    const auto votes = inference.votes(source_of(samples_[i]), pool_);
+    Evaluation evaluation = evaluate(decode(votes, expert_.spacing), samples_[i]);
+    samples_[i].unlabelled = std::move(evaluation.unlabelled);
+    score.add(samples_[i], std::move(evaluation));
   }
-  return reading;
+  return score;
 }
 
 /// Forgets what was found without a label where next to nothing was.
@@ -155,7 +155,7 @@ std::vector<char> ExpertTraining::every(int count, int first) const {
 /// How well new images are read before anything was learned of them decides on the effort. What
 /// the network finds without a label on them is not taught as background, if it can be trusted.
 void ExpertTraining::look_before() {
-  const double rate = read(expert_.net, plan_.fresh).rate();
+  const double rate = evaluate_flagged(expert_.net, plan_.fresh).rate();
   if (rate >= kTrustedFromTheStart) {
     settle_unlabelled();
   } else {
@@ -164,32 +164,32 @@ void ExpertTraining::look_before() {
   if (rate >= kGoodFromTheStart) effort_ = kTouchUp;
 }
 
-/// Rounds go on while what is held out is read better.
-ExpertTraining::Reading ExpertTraining::learn_holding_out() {
+/// Rounds follow each other while held-out images are read better.
+ExpertTraining::Score ExpertTraining::learn_holding_out() {
   const std::vector<char> held = every(kHoldOutEvery, kHoldOutEvery - 1);
-  Reading reading = read(expert_.net, held);
-  int best = reading.right;
+  Score score = evaluate_flagged(expert_.net, held);
+  int best = score.right;
   int idle = 0, rounds = 0;
   while (rounds < effort_.most_rounds && idle < kPatience) {
-    LearningPlan round = stage(effort_.round_steps, kUncertainWeight);
+    NetworkPlan round = stage(effort_.round_steps, kUncertainWeight);
     round.final_rate = 1;
     if (rounds > 0) round.warm_up = 0.02;
-    learn(expert_.net, without(held), round, pool_);
+    train_network(expert_.net, without(held), round, pool_);
     ++rounds;
-    reading = read(expert_.net, held);
-    idle = reading.is_better_than(best) ? 0 : idle + 1;
-    best = std::max(best, reading.right);
-    if (reading.rate() >= kAsGoodAsAll) idle = kPatience;
+    score = evaluate_flagged(expert_.net, held);
+    idle = score.is_better_than(best) ? 0 : idle + 1;
+    best = std::max(best, score.right);
+    if (score.rate() >= kAsGoodAsAll) idle = kPatience;
   }
-  read(expert_.net, plan_.taught);
+  evaluate_flagged(expert_.net, plan_.taught);
   const double share = std::sqrt(static_cast<double>(rounds) / effort_.most_rounds);
   finish_steps_ = static_cast<int>(effort_.finish_steps * share);
-  return reading;
+  return score;
 }
 
 /// Each fold of the new images is read by a network that learned from everything else.
-ExpertTraining::Reading ExpertTraining::learn_folds() {
-  Reading unseen;
+ExpertTraining::Score ExpertTraining::learn_folds() {
+  Score unseen;
   for (int fold = 0; fold < kFolds && fresh_.size() >= kFolds; ++fold) {
     const std::vector<char> held = every(kFolds, fold);
     const SampleRefs others = without(held);
@@ -198,12 +198,12 @@ ExpertTraining::Reading ExpertTraining::learn_folds() {
                     [](const PreparedSample* sample) { return !sample->labels.empty(); });
     if (!has_labels) continue;
     of_fold_ = expert_.net;
-    learn(*of_fold_, others, stage(effort_.fold_steps, kUncertainWeight), pool_);
-    unseen.add(read(*of_fold_, held));
+    train_network(*of_fold_, others, stage(effort_.fold_steps, kUncertainWeight), pool_);
+    unseen.add(evaluate_flagged(*of_fold_, held));
   }
   if (unseen.labels == 0) {
-    learn(expert_.net, all(), stage(effort_.fold_steps, kUncertainWeight), pool_);
-    read(expert_.net, plan_.taught);
+    train_network(expert_.net, all(), stage(effort_.fold_steps, kUncertainWeight), pool_);
+    evaluate_flagged(expert_.net, plan_.taught);
   }
   finish_steps_ = effort_.few_steps;
   return unseen;

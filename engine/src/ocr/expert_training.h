@@ -3,7 +3,7 @@
 // Teaches one expert.
 //
 // A training learns in rounds on a part of the images, reads the rest after each, and stops when
-// that no longer gets better. What it found without a label on the way is left out of the
+// that no longer gets better. What it found without a label on the way is no part of the
 // background, and the finish learns from all images. With few images, two halves take turns in
 // being the rest, each read by a network that learned from the other, and the delivered network
 // learns from all of them for a fixed time.
@@ -14,7 +14,7 @@
 
 #include "core/worker_pool.h"
 #include "ocr/expert.h"
-#include "ocr/learning.h"
+#include "ocr/network_training.h"
 
 namespace telvar::ocr {
 
@@ -57,7 +57,7 @@ class ExpertTraining {
 
  private:
   using SampleRefs = std::vector<const PreparedSample*>;
-  struct Reading;
+  struct Score;
   /// How long to learn.
   struct Effort {
     int round_steps, most_rounds;
@@ -69,14 +69,14 @@ class ExpertTraining {
 
   SampleRefs all() const;
   SampleRefs without(const std::vector<char>& held) const;
-  LearningPlan stage(int steps, float uncertain_weight);
-  Reading read(const nn::Network& net, const std::vector<char>& which);
+  NetworkPlan stage(int steps, float uncertain_weight);
+  Score evaluate_flagged(const nn::Network& net, const std::vector<char>& which);
   void settle_unlabelled();
   void forget_unlabelled();
   std::vector<char> every(int count, int first) const;
   void look_before();
-  Reading learn_holding_out();
-  Reading learn_folds();
+  Score learn_holding_out();
+  Score learn_folds();
 
   Expert& expert_;
   std::vector<PreparedSample>& samples_;

@@ -4,10 +4,10 @@
 #include "core/library_threads.h"
 #include "core/messages.h"
 #include "core/worker_pool.h"
-#include "ocr/expert_reading.h"
-#include "ocr/read_result.h"
-#include "ocr/reader_limits.h"
-#include "ocr/reader_state.h"
+#include "ocr/expert_inference.h"
+#include "ocr/limits.h"
+#include "ocr/result.h"
+#include "ocr/state.h"
 #include "telvar/ocr.h"
 #include "telvar_msg/ocr_training.pb.h"
 
@@ -43,7 +43,7 @@ class Model::Impl {
     const core::Region region =
         core::resolve_region(image, transform, size, kSubject, reader::kImageLimits);
     const reader::GraySource source = reader::source_of(image, region, size_, kSubject);
-    auto found = reader::read_best(experts_, source, pool_);
+    auto found = reader::recognise_best(experts_, source, pool_);
     for (reader::FoundCharacter& character : found) {
       character.x = static_cast<float>((character.x + 0.5) * region.width / source.width - 0.5);
       character.y = static_cast<float>((character.y + 0.5) * region.height / source.height - 0.5);
@@ -55,14 +55,14 @@ class Model::Impl {
  private:
   reader::NominalSize size_;
   std::vector<std::string> categories_;
-  std::vector<reader::ExpertReader> experts_;
+  std::vector<reader::ExpertInference> experts_;
   mutable core::WorkerPool pool_;  // may be used from several threads at once
 };
 
 Model::Model(const std::string& artifact, const std::string& runtime_parameters,
              const types::Device& device)
-    : impl_(std::make_unique<Impl>(reader::read_reader_state(artifact),
-                                   runtime_size(runtime_parameters), core::threads_of(device))) {}
+    : impl_(std::make_unique<Impl>(reader::read_state(artifact), runtime_size(runtime_parameters),
+                                   core::threads_of(device))) {}
 
 Model::~Model() = default;
 

@@ -2,14 +2,14 @@
 
 #include <cmath>
 
-#include "ocr/number_text.h"
+#include "core/number_text.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::ocr {
 
 void check_nominal_size(const NominalSize& size, const std::string& subject) {
   const auto check = [&](const char* side, float value) {
-    const std::string what = subject + ": the character " + side + " of " + text_of(value);
+    const std::string what = subject + ": the character " + side + " of " + core::text_of(value);
     if (!std::isfinite(value)) throw types::invalid_parameters(what + " pixels is not finite");
     if (value < kMinNominalSide || value > kMaxNominalSide) {
       throw types::invalid_parameters(what + " pixels must lie in 4..4096 pixels");
@@ -20,7 +20,7 @@ void check_nominal_size(const NominalSize& size, const std::string& subject) {
   const float ratio = size.width / size.height;
   if (ratio > kMaxNominalAspect || ratio < 1 / kMaxNominalAspect) {
     throw types::invalid_parameters(subject + ": the character width and height, " +
-                                    text_of(size.width) + " x " + text_of(size.height) +
+                                    core::text_of(size.width) + " x " + core::text_of(size.height) +
                                     " pixels, differ more than 8-fold");
   }
 }

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "core/bytes.h"
-#include "ocr/prepared_sample.h"
+#include "ocr/preparation.h"
 
 namespace telvar::ocr {
 

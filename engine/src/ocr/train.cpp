@@ -6,9 +6,9 @@
 #include "core/library_threads.h"
 #include "core/messages.h"
 #include "ocr/dataset.h"
-#include "ocr/reader_limits.h"
-#include "ocr/reader_training.h"
+#include "ocr/limits.h"
 #include "ocr/train_cache.h"
+#include "ocr/training.h"
 #include "telvar/ocr.h"
 #include "telvar_msg/ocr_training.pb.h"
 
@@ -51,10 +51,10 @@ Request take_in(const std::string& artifact, const std::string& dataset,
                 const std::string& parameters) {
   check_parameters(parameters);
   Request request;
-  request.dataset = reader::read_dataset(dataset);
+  request.dataset = reader::parse_dataset(dataset);
   if (!artifact.empty()) {
     const core::LibraryThreadScope scope;
-    request.previous = reader::read_reader_state(artifact);
+    request.previous = reader::read_state(artifact);
   }
   for (const auto& sample : request.dataset.samples) request.labels += sample.labels.size();
   if (request.labels < reader::kMinLabels) {
@@ -94,12 +94,11 @@ std::tuple<std::string, std::string> run(Request request, const types::ImageLoad
                            std::move(request.prepared), 0, pool);
   core::ArenaMessage<msg::TrainingResult> result;
   add_confidences(request, outcome, *result);
-  result->set_result_value(outcome.reading_rate);
+  result->set_result_value(outcome.recognition_rate);
   const std::chrono::nanoseconds time = std::chrono::steady_clock::now() - start;
   result->mutable_training_duration()->set_seconds(time.count() / 1'000'000'000);
   result->mutable_training_duration()->set_nanos(static_cast<int>(time.count() % 1'000'000'000));
-  return {core::serialised(*result, "training the OCR reader"),
-          reader::write_reader_state(outcome.state)};
+  return {core::serialised(*result, "training the OCR reader"), reader::write_state(outcome.state)};
 }
 
 }  // namespace

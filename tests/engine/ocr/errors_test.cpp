@@ -5,8 +5,8 @@
 #include <cmath>
 #include <limits>
 
-#include "ocr/reader_net.h"
-#include "ocr/reader_training.h"
+#include "ocr/network.h"
+#include "ocr/training.h"
 #include "pages.h"
 #include "telvar/exceptions.h"
 
@@ -111,9 +111,9 @@ TEST(ReaderErrors, OfModelsAndTheirImages) {
   ocr::ReaderState state;
   state.size = {kCharacterWidth, kCharacterHeight};
   core::Random random({1});
-  ocr::Expert expert{{"A"}, ocr::Spacing(1), ocr::make_reader_net(1, random), {}};
+  ocr::Expert expert{{"A"}, ocr::Spacing(1), ocr::make_network(1, random), {}};
   state.experts = {expert};
-  const std::string artifact = ocr::write_reader_state(state);
+  const std::string artifact = ocr::write_state(state);
   const auto build = [&](const std::string& size) {
     return qv::ocr::Model(artifact, size, types::CpuDevice(1));
   };

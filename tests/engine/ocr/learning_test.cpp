@@ -5,7 +5,7 @@
 #include <cmath>
 #include <map>
 
-#include "ocr/reader_state.h"
+#include "ocr/state.h"
 #include "pages.h"
 
 namespace telvar::test {
@@ -64,21 +64,21 @@ TEST(ReaderTraining, OnMarksThatContradictWhatWasLearnedLeavesThatAsItIs) {
   const std::string first = train_artifact(pages_of("147L", 0));
   const std::string both =
       train_artifact(pages_of("147L", 20, {{"1", "7"}, {"7", "1"}, {"4", "L"}, {"L", "4"}}), first);
-  const auto experts = ocr::read_reader_state(both).experts;
+  const auto experts = ocr::read_state(both).experts;
   ASSERT_EQ(experts.size(), 2u);
-  EXPECT_TRUE(bytes_of(experts[0]) == bytes_of(ocr::read_reader_state(first).experts[0]));
+  EXPECT_TRUE(bytes_of(experts[0]) == bytes_of(ocr::read_state(first).experts[0]));
 }
 
 TEST(ReaderTraining, GoesOnWithTheExpertThatKnowsTheMarks) {
-  ocr::ReaderState state = ocr::read_reader_state(train_artifact(pages_of("147", 0)));
-  state.experts.push_back(ocr::read_reader_state(train_artifact(pages_of("HX", 20))).experts[0]);
-  const std::string two = ocr::write_reader_state(state);
+  ocr::ReaderState state = ocr::read_state(train_artifact(pages_of("147", 0)));
+  state.experts.push_back(ocr::read_state(train_artifact(pages_of("HX", 20))).experts[0]);
+  const std::string two = ocr::write_state(state);
   PageStyle digits, letters;
   digits.alphabet = "147";
   letters.alphabet = "HX";
   EXPECT_GE(exact_lines(reader_of(two), digits), 0.9);
   EXPECT_GE(exact_lines(reader_of(two), letters), 0.9);
-  const auto after = ocr::read_reader_state(train_artifact(pages_of("HX", 40), two));
+  const auto after = ocr::read_state(train_artifact(pages_of("HX", 40), two));
   ASSERT_EQ(after.experts.size(), 2u);
   EXPECT_TRUE(bytes_of(after.experts[0]) == bytes_of(state.experts[0]));
   EXPECT_EQ(after.categories(), (std::vector<std::string>{"1", "4", "7", "H", "X"}));

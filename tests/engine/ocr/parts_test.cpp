@@ -9,9 +9,9 @@
 #include "ocr/contrast.h"
 #include "ocr/dataset.h"
 #include "ocr/decoding.h"
-#include "ocr/exemplar_limits.h"
 #include "ocr/exemplars.h"
-#include "ocr/targets.h"
+#include "ocr/limits.h"
+#include "ocr/loss.h"
 #include "pages.h"
 
 namespace telvar::ocr {
@@ -90,7 +90,7 @@ TEST(Decoding, ReadsAWeakCharacterWhereALineHasAPlaceForIt) {
 
 TEST(Calibration, FindsTheSharpnessThatScoresNeed) {
   // Scores of 0.6 that are right as often as a power of 4 makes of them: 0.835.
-  std::vector<Judged> judged;
+  std::vector<LabelledScores> judged;
   for (int i = 0; i < 1000; ++i) judged.push_back({{0.6f, 0.4f}, i % 1000 < 835 ? 0 : 1});
   EXPECT_NEAR(fit_sharpness(judged), 4, 0.5);
   // Few that are all right do not make scores certain.
@@ -181,7 +181,7 @@ TEST(Exemplars, ShowLabelsOnTheEdgesOfTheRegionOnce) {
   page.characters = {{"A", right, foot, 0}, {"A", -0.5f, -0.5f, 0}};
   test::PageSet set;
   set.add("page", page);
-  const LabelledDataset dataset = read_dataset(set.dataset());
+  const LabelledDataset dataset = parse_dataset(set.dataset());
   core::TrainCacheStore none(core::Tool::kOcr, 0);
   core::CacheSession session(none);
   PreparedSample sample =

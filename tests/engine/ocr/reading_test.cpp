@@ -7,8 +7,8 @@
 #include <numeric>
 #include <thread>
 
-#include "ocr/reader_state.h"
-#include "ocr/reading.h"
+#include "ocr/inference.h"
+#include "ocr/state.h"
 #include "pages.h"
 
 namespace telvar::test {
@@ -155,11 +155,11 @@ TEST(Reader, ReadsSixteenBitColourAndTurnedRegions) {
 }
 
 std::vector<ocr::FoundCharacter> found(const types::Image& image, ocr::Precision precision) {
-  const ocr::ReaderState state = ocr::read_reader_state(trained().artifact);
+  const ocr::ReaderState state = ocr::read_state(trained().artifact);
   const ocr::Expert& expert = state.experts.front();
   const types::ImageView view(image);
   core::WorkerPool pool(1);
-  return decode(ocr::ReadingNet(expert.net, precision)
+  return decode(ocr::NetworkInference(expert.net, precision)
                     .votes(source_of(view, core::whole_image(view), state.size, "page"), pool),
                 expert.spacing);
 }

@@ -11,8 +11,8 @@
 #include "core/artifact.h"
 #include "core/cache_session.h"
 #include "ocr/dataset.h"
-#include "ocr/exemplar_limits.h"
-#include "ocr/reader_training.h"
+#include "ocr/limits.h"
+#include "ocr/training.h"
 #include "pages.h"
 #include "telvar/exceptions.h"
 
@@ -32,7 +32,7 @@ PageSet some_pages() {
 /// The artifact of a very short training.
 std::string train_briefly(unsigned threads, core::TrainCacheStore& store) {
   const PageSet pages = some_pages();
-  const ocr::LabelledDataset dataset = ocr::read_dataset(pages.dataset());
+  const ocr::LabelledDataset dataset = ocr::parse_dataset(pages.dataset());
   core::CacheSession session(store);
   std::vector<ocr::PreparedSample> samples;
   for (const ocr::DatasetSample& sample : dataset.samples) {
@@ -41,9 +41,9 @@ std::string train_briefly(unsigned threads, core::TrainCacheStore& store) {
   }
   session.commit();
   core::WorkerPool pool(threads);
-  return ocr::write_reader_state(ocr::train_reader(std::nullopt, dataset.categories, dataset.size,
-                                                   std::move(samples), kFewSteps, pool)
-                                     .state);
+  return ocr::write_state(ocr::train_reader(std::nullopt, dataset.categories, dataset.size,
+                                            std::move(samples), kFewSteps, pool)
+                              .state);
 }
 
 const std::string& artifact() {
@@ -76,7 +76,7 @@ TEST(ReaderArtifact, DoesNotDependOnTheEnvironment) {
 }
 
 TEST(ReaderArtifact, IsReadAndWrittenWithoutAChange) {
-  EXPECT_EQ(ocr::write_reader_state(ocr::read_reader_state(artifact())), artifact());
+  EXPECT_EQ(ocr::write_state(ocr::read_state(artifact())), artifact());
 }
 
 template <class Exception>
@@ -121,13 +121,13 @@ TEST(ReaderArtifact, IsRefusedWhenItsChecksumHoldsButItsValuesDoNot) {
 
 TEST(ReaderArtifact, IsRefusedWhenAnExemplarsLabelLiesOutsideIt) {
   const auto changed = [](const auto& change) {
-    ocr::ReaderState state = ocr::read_reader_state(artifact());
+    ocr::ReaderState state = ocr::read_state(artifact());
     ocr::PreparedSample& exemplar = state.experts.at(0).exemplars.at(0);
     exemplar.unlabelled = {{0, 5, 5}};
     change(exemplar);
-    return ocr::write_reader_state(state);
+    return ocr::write_state(state);
   };
-  EXPECT_NO_THROW(ocr::read_reader_state(changed([](const auto&) {})));
+  EXPECT_NO_THROW(ocr::read_state(changed([](const auto&) {})));
   for (const float place : {3e38f, -2147483648.0f, -0.6f, float(ocr::kExemplarWidth) - 0.5f}) {
     const std::string what = std::to_string(place);
     expect_refused<types::invalid_training_artifact>(

@@ -1,4 +1,4 @@
-#include "ocr/read_result.h"
+#include "ocr/result.h"
 
 #include <algorithm>
 #include <numeric>

@@ -1,12 +1,12 @@
-#include "ocr/reader_training.h"
+#include "ocr/training.h"
 
 #include <algorithm>
 
-#include "ocr/assessment.h"
 #include "ocr/base.h"
-#include "ocr/expert_reading.h"
+#include "ocr/evaluation.h"
+#include "ocr/expert_inference.h"
 #include "ocr/expert_training.h"
-#include "ocr/reader_net.h"
+#include "ocr/network.h"
 
 namespace telvar::ocr {
 namespace {
@@ -58,15 +58,16 @@ class Training {
   }
 
   /// Strength times score of every label, by the reader as it is now; returns the share read right.
-  double read_all(std::vector<std::vector<float>>& confidences) const {
-    std::vector<ExpertReader> readers;
-    for (const Expert& expert : state_.experts) readers.emplace_back(expert, categories_);
+  double evaluate_all(std::vector<std::vector<float>>& confidences) const {
+    std::vector<ExpertInference> inferences;
+    for (const Expert& expert : state_.experts) inferences.emplace_back(expert, categories_);
     std::size_t right = 0, all = 0;
     for (const PreparedSample& sample : samples_) {
-      Assessment assessment = assess(read_best(readers, source_of(sample), pool_), sample);
-      right += static_cast<std::size_t>(assessment.right);
+      Evaluation evaluation =
+          evaluate(recognise_best(inferences, source_of(sample), pool_), sample);
+      right += static_cast<std::size_t>(evaluation.right);
       all += sample.labels.size();
-      confidences.push_back(std::move(assessment.confidences));
+      confidences.push_back(std::move(evaluation.confidences));
     }
     return all == 0 ? 0 : static_cast<double>(right) / static_cast<double>(all);
   }
@@ -93,10 +94,11 @@ class Training {
     return expert;
   }
 
-  LabelCount count_labels(const Expert& expert, const ExpertReader& reader,
+  LabelCount count_labels(const Expert& expert, const ExpertInference& inference,
                           const PreparedSample& sample) const {
     LabelCount count;
-    for (const Judged& judged : assess(reader.read(source_of(sample), pool_), sample).judged) {
+    for (const LabelledScores& judged :
+         evaluate(inference.recognise(source_of(sample), pool_), sample).judged) {
       const std::string& category = categories_[static_cast<std::size_t>(judged.category)];
       const auto& known = expert.categories;
       if (std::binary_search(known.begin(), known.end(), category)) {
@@ -109,11 +111,11 @@ class Training {
   }
 
   /// Of every sample.
-  Counts read_with(const Expert& expert) const {
-    const ExpertReader reader(expert, categories_);
+  Counts count_all(const Expert& expert) const {
+    const ExpertInference inference(expert, categories_);
     Counts counts;
     for (const PreparedSample& sample : samples_) {
-      counts.push_back(count_labels(expert, reader, sample));
+      counts.push_back(count_labels(expert, inference, sample));
     }
     return counts;
   }
@@ -151,7 +153,7 @@ class Training {
   Expert choose_expert() {
     if (state_.experts.empty()) return new_expert(base_net());
     std::vector<Counts> counts;
-    for (const Expert& expert : state_.experts) counts.push_back(read_with(expert));
+    for (const Expert& expert : state_.experts) counts.push_back(count_all(expert));
     const auto best = std::max_element(
         counts.begin(), counts.end(),
         [this](const Counts& a, const Counts& b) { return worth(sum_of(a)) < worth(sum_of(b)); });
@@ -159,7 +161,7 @@ class Training {
     Expert expert = extended(*place, categories_, random_);
     if (is_strange(sum_of(*best))) {
       Expert fresh = new_expert(base_net());
-      if (worth(sum_of(read_with(fresh))) <= worth(sum_of(*best))) fresh.net = expert.net;
+      if (worth(sum_of(count_all(fresh))) <= worth(sum_of(*best))) fresh.net = expert.net;
       if (state_.experts.size() < kMaxExperts) return fresh;
       is_new_ = false;
       expert.net = std::move(fresh.net);
@@ -185,14 +187,14 @@ class Training {
   bool take_over(Expert& expert, const nn::Network& net, double own_rate) {
     Expert explored = expert;
     explored.net = net;
-    const ExpertReader reader(explored, categories_);
+    const ExpertInference inference(explored, categories_);
     const auto is_covered = [&](const Expert& other) {
       Expert wider = extended(other, categories_, random_);
-      const ExpertReader other_reader(other, categories_);
+      const ExpertInference other_inference(other, categories_);
       int own = 0, now = 0;  // some labels cannot be read: they lie on an exemplar's edge
       for (const PreparedSample& exemplar : wider.exemplars) {
-        own += count_labels(other, other_reader, exemplar).right;
-        now += count_labels(explored, reader, exemplar).right;
+        own += count_labels(other, other_inference, exemplar).right;
+        now += count_labels(explored, inference, exemplar).right;
       }
       if (now < (own_rate - kSameKindMargin) * own) return false;
       for (PreparedSample& exemplar : wider.exemplars) {
@@ -241,9 +243,9 @@ TrainingOutcome train_reader(std::optional<ReaderState> previous,
   outcome.state.size = size;
   ++outcome.state.generation;
   Training training(outcome.state, categories, samples, pool);
-  outcome.reading_rate = training.run(most_steps);
-  const double rate = training.read_all(outcome.confidences);
-  if (outcome.reading_rate < 0) outcome.reading_rate = static_cast<float>(-rate);
+  outcome.recognition_rate = training.run(most_steps);
+  const double rate = training.evaluate_all(outcome.confidences);
+  if (outcome.recognition_rate < 0) outcome.recognition_rate = static_cast<float>(-rate);
   return outcome;
 }
 

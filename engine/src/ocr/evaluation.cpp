@@ -1,4 +1,4 @@
-#include "ocr/assessment.h"
+#include "ocr/evaluation.h"
 
 #include <algorithm>
 #include <cmath>
@@ -39,23 +39,23 @@ bool is_labelled(const PreparedSample& sample, float x, float y) {
 
 }  // namespace
 
-bool Judged::right() const {
+bool LabelledScores::right() const {
   return std::max_element(scores.begin(), scores.end()) - scores.begin() == category;
 }
 
-Assessment assess(const std::vector<FoundCharacter>& found, const PreparedSample& sample) {
-  Assessment assessment;
+Evaluation evaluate(const std::vector<FoundCharacter>& found, const PreparedSample& sample) {
+  Evaluation evaluation;
   for (const PreparedLabel& label : sample.labels) {
     const int i = nearest(found, label);
     if (i < 0) {
-      assessment.confidences.push_back(0);
+      evaluation.confidences.push_back(0);
       continue;
     }
     const FoundCharacter& character = found[static_cast<std::size_t>(i)];
-    assessment.confidences.push_back(character.strength *
+    evaluation.confidences.push_back(character.strength *
                                      character.scores[static_cast<std::size_t>(label.category)]);
-    assessment.judged.push_back({character.scores, label.category});
-    assessment.right += assessment.judged.back().right();
+    evaluation.judged.push_back({character.scores, label.category});
+    evaluation.right += evaluation.judged.back().right();
   }
   for (const FoundCharacter& character : found) {
     const int best = character.best();
@@ -63,10 +63,10 @@ Assessment assess(const std::vector<FoundCharacter>& found, const PreparedSample
     if (character.strength >= kCertain &&
         character.scores[static_cast<std::size_t>(best)] >= kCertain &&
         !is_labelled(sample, x, y)) {
-      assessment.unlabelled.push_back({best, x, y});
+      evaluation.unlabelled.push_back({best, x, y});
     }
   }
-  return assessment;
+  return evaluation;
 }
 
 }  // namespace telvar::ocr

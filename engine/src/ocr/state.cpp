@@ -1,10 +1,10 @@
-#include "ocr/reader_state.h"
+#include "ocr/state.h"
 
 #include <algorithm>
 #include <iterator>
 
 #include "core/artifact.h"
-#include "ocr/reader_limits.h"
+#include "ocr/limits.h"
 
 namespace telvar::ocr {
 namespace {
@@ -67,7 +67,7 @@ std::vector<std::string> ReaderState::categories() const {
   return all;
 }
 
-std::string write_reader_state(const ReaderState& state) {
+std::string write_state(const ReaderState& state) {
   core::ByteWriter writer;
   writer.f32(state.size.width);
   writer.f32(state.size.height);
@@ -85,7 +85,7 @@ std::string write_reader_state(const ReaderState& state) {
   return core::write_artifact(core::Tool::kOcr, kArtifactVersion, writer.bytes());
 }
 
-ReaderState read_reader_state(const std::string& artifact) {
+ReaderState read_state(const std::string& artifact) {
   const core::OpenedArtifact opened =
       core::open_artifact(artifact, core::Tool::kOcr, kArtifactVersion);
   return core::parse_payload(core::Tool::kOcr, opened.payload, [&](core::ByteReader& reader) {

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "ocr/reading.h"
+#include "ocr/inference.h"
 
 namespace telvar::ocr {
 
@@ -12,24 +12,24 @@ namespace telvar::ocr {
 constexpr float kFoundRadius = 0.42f;
 
 /// What was read at a label: the scores of its character, and which would have been right.
-struct Judged {
+struct LabelledScores {
   std::vector<float> scores;
   int category;
   bool right() const;
 };
 
 /// What was made of one sample.
-struct Assessment {
+struct Evaluation {
   /// Per label: strength times the labelled category's score of the character read there; 0 when
   /// none is.
   std::vector<float> confidences;
-  std::vector<Judged> judged;  // the labels where a character was read
-  int right = 0;               // labels whose place was read, as the labelled category
+  std::vector<LabelledScores> judged;  // the labels where a character was read
+  int right = 0;                       // labels whose place was read, as the labelled category
   /// Characters read with certainty where there is no label; in prepared pixels.
   std::vector<PreparedLabel> unlabelled;
 };
 
 /// `found`: the characters read on the sample, in reading pixels.
-Assessment assess(const std::vector<FoundCharacter>& found, const PreparedSample& sample);
+Evaluation evaluate(const std::vector<FoundCharacter>& found, const PreparedSample& sample);
 
 }  // namespace telvar::ocr

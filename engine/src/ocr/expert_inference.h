@@ -3,22 +3,22 @@
 // Reads a region with every expert of a reader, and takes the one that knows its marks.
 
 #include "ocr/expert.h"
-#include "ocr/reading.h"
+#include "ocr/inference.h"
 
 namespace telvar::ocr {
 
 /// An expert as reading uses it. Immutable; any number of threads.
-class ExpertReader {
+class ExpertInference {
  public:
   /// `categories`, which hold the expert's own, are those of its answers.
-  ExpertReader(const Expert& expert, const std::vector<std::string>& categories,
-               Precision precision = Precision::kBest);
+  ExpertInference(const Expert& expert, const std::vector<std::string>& categories,
+                  Precision precision = Precision::kBest);
 
   /// The characters of a region in reading pixels, with calibrated scores.
-  std::vector<FoundCharacter> read(const GraySource& source, core::WorkerPool& pool) const;
+  std::vector<FoundCharacter> recognise(const GraySource& source, core::WorkerPool& pool) const;
 
  private:
-  ReadingNet net_;
+  NetworkInference net_;
   Spacing spacing_;
   float sharpness_;
   int categories_;
@@ -32,7 +32,7 @@ class ExpertReader {
 double evidence(const std::vector<FoundCharacter>& found);
 
 /// What the expert with the most evidence reads; the first of several.
-std::vector<FoundCharacter> read_best(const std::vector<ExpertReader>& experts,
-                                      const GraySource& source, core::WorkerPool& pool);
+std::vector<FoundCharacter> recognise_best(const std::vector<ExpertInference>& experts,
+                                           const GraySource& source, core::WorkerPool& pool);
 
 }  // namespace telvar::ocr

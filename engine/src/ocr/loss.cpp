@@ -1,12 +1,55 @@
-#include "ocr/reader_loss.h"
+#include "ocr/loss.h"
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
-#include "ocr/reader_net.h"
+#include "ocr/network.h"
 
 namespace telvar::ocr {
 namespace {
+
+/// Range of normalised values below which nothing stands out.
+constexpr float kEmptyContrast = 0.25f;
+
+struct Nearest {
+  const PreparedLabel* label = nullptr;
+  float distance = std::numeric_limits<float>::infinity();  // characters
+};
+
+Nearest nearest(const std::vector<PreparedLabel>& labels, float x, float y) {
+  Nearest best;
+  for (const PreparedLabel& label : labels) {
+    const float distance = std::hypot(label.x - x, label.y - y) / kReadingCharacter;
+    if (distance < best.distance) best = {&label, distance};
+  }
+  return best;
+}
+
+/// Whether nothing stands out within a third of a character around a reading pixel.
+bool clearly_empty(const core::Raster& pixels, float x, float y) {
+  constexpr int kReach = kReadingCharacter / 3;
+  const int left = std::max(0, static_cast<int>(x) - kReach);
+  const int right = std::min(pixels.width - 1, static_cast<int>(x) + kReach);
+  const int top = std::max(0, static_cast<int>(y) - kReach);
+  const int bottom = std::min(pixels.height - 1, static_cast<int>(y) + kReach);
+  float low = pixels.at(0, top, left), high = low;
+  for (int row = top; row <= bottom; ++row) {
+    for (int column = left; column <= right; ++column) {
+      low = std::min(low, pixels.at(0, row, column));
+      high = std::max(high, pixels.at(0, row, column));
+    }
+  }
+  return high - low < kEmptyContrast;
+}
+
+/// With what weight a cell teaches background.
+float background_weight(const Crop& crop, float elsewhere, float distance, float x, float y) {
+  if (distance < kIgnoreRadius) return 0;
+  if (nearest(crop.unlabelled, x, y).distance < kUnlabelledRadius) return 0;
+  if (elsewhere >= 1 || distance < kSurroundingRadius) return 1;
+  return clearly_empty(crop.pixels, x, y) ? 1 : elsewhere;
+}
 
 constexpr double kFocus = 1.5;       // exponent of the focal weight
 constexpr double kBackground = 1.5;  // weight of background cells
@@ -96,8 +139,29 @@ std::size_t character_cells(const std::vector<Targets>& targets) {
 
 }  // namespace
 
-double reader_loss(const float* answer, const std::vector<Targets>& targets,
-                   const std::vector<float>& log_shares, float* gradient) {
+Targets make_targets(const Crop& crop, float elsewhere) {
+  constexpr std::size_t kCells = static_cast<std::size_t>(kCellColumns) * kCellRows;
+  Targets targets{std::vector<float>(kCells, 0), std::vector<float>(kCells, 0),
+                  std::vector<std::int64_t>(kCells, -1), std::vector<float>(kCells, 0),
+                  std::vector<float>(kCells, 0)};
+  for (std::size_t cell = 0; cell < kCells; ++cell) {
+    const float x = cell_centre(static_cast<int>(cell % kCellColumns));
+    const float y = cell_centre(static_cast<int>(cell / kCellColumns));
+    const Nearest found = nearest(crop.labels, x, y);
+    if (found.distance < kPositiveRadius) {
+      targets.objectness[cell] = targets.weight[cell] = 1;
+      targets.category[cell] = found.label->category;
+      targets.offset_x[cell] = (found.label->x - x) / kReadingCharacter;
+      targets.offset_y[cell] = (found.label->y - y) / kReadingCharacter;
+    } else if (crop.unknown.empty() || !crop.unknown[cell]) {
+      targets.weight[cell] = background_weight(crop, elsewhere, found.distance, x, y);
+    }
+  }
+  return targets;
+}
+
+double network_loss(const float* answer, const std::vector<Targets>& targets,
+                    const std::vector<float>& log_shares, float* gradient) {
   const double share = 1.0 / static_cast<double>(std::max(character_cells(targets), kLeastCells));
   const std::size_t channels = kFirstCategory + log_shares.size();
   double loss = 0;

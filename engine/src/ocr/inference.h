@@ -41,10 +41,10 @@ GraySource source_of(const PreparedSample& sample);
 enum class Precision { kBest, kSingle };
 
 /// A trained network as reading uses it: normalisations folded. Immutable; any number of threads.
-class ReadingNet {
+class NetworkInference {
  public:
   /// Copies the weights.
-  explicit ReadingNet(const nn::Network& net, Precision precision = Precision::kBest);
+  explicit NetworkInference(const nn::Network& net, Precision precision = Precision::kBest);
 
   int categories() const { return categories_; }
 

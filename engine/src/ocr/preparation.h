@@ -1,6 +1,7 @@
 #pragma once
 
-// A labelled region at the scale that training draws its crops from.
+// Prepares images: the gray value that counts as white, and labelled regions at the scale that
+// training draws its crops from.
 
 #include <cstdint>
 #include <string>
@@ -58,6 +59,11 @@ struct PreparedExtent {
 };
 PreparedExtent prepared_extent(const core::Region& region, const NominalSize& size,
                                const std::string& subject);
+
+/// The value that counts as white, 0..1 of what the type can hold: 1 for 8 bits; the largest value
+/// of a 16-bit image, since cameras of 10 or 12 bits fill the lower part of its range only.
+/// Of a checked image; one pass over its pixels.
+float white_level(const types::ImageView& image);
 
 /// Samples the region of a checked image; without labels.
 PreparedSample prepare(const types::ImageView& image, const core::Region& region,

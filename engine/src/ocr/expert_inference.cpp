@@ -1,20 +1,20 @@
-#include "ocr/expert_reading.h"
+#include "ocr/expert_inference.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace telvar::ocr {
 
-ExpertReader::ExpertReader(const Expert& expert, const std::vector<std::string>& categories,
-                           Precision precision)
+ExpertInference::ExpertInference(const Expert& expert, const std::vector<std::string>& categories,
+                                 Precision precision)
     : net_(expert.net, precision),
       spacing_(expert.spacing),
       sharpness_(expert.sharpness),
       categories_(static_cast<int>(categories.size())),
       position_(positions(expert.categories, categories)) {}
 
-std::vector<FoundCharacter> ExpertReader::read(const GraySource& source,
-                                               core::WorkerPool& pool) const {
+std::vector<FoundCharacter> ExpertInference::recognise(const GraySource& source,
+                                                       core::WorkerPool& pool) const {
   std::vector<FoundCharacter> found = decode(net_.votes(source, pool), spacing_);
   for (FoundCharacter& character : found) {
     sharpen(character.scores, sharpness_);
@@ -38,11 +38,11 @@ double evidence(const std::vector<FoundCharacter>& found) {
   return sum;
 }
 
-std::vector<FoundCharacter> read_best(const std::vector<ExpertReader>& experts,
-                                      const GraySource& source, core::WorkerPool& pool) {
-  std::vector<FoundCharacter> best = experts.front().read(source, pool);
+std::vector<FoundCharacter> recognise_best(const std::vector<ExpertInference>& experts,
+                                           const GraySource& source, core::WorkerPool& pool) {
+  std::vector<FoundCharacter> best = experts.front().recognise(source, pool);
   for (std::size_t i = 1; i < experts.size(); ++i) {
-    std::vector<FoundCharacter> found = experts[i].read(source, pool);
+    std::vector<FoundCharacter> found = experts[i].recognise(source, pool);
     if (evidence(found) > evidence(best)) best = std::move(found);
   }
   return best;

@@ -1,4 +1,4 @@
-#include "ocr/reader_net.h"
+#include "ocr/network.h"
 
 #include <algorithm>
 #include <string>
@@ -23,7 +23,7 @@ nn::Node residual(nn::Network& net, const std::string& name, nn::Node from, int 
 
 }  // namespace
 
-nn::Network reader_layers(int categories) {
+nn::Network network_layers(int categories) {
   nn::Network net;
   nn::ConvolutionOptions stem, down;
   stem.kernel = 5;
@@ -39,8 +39,8 @@ nn::Network reader_layers(int categories) {
   return net;
 }
 
-nn::Network make_reader_net(int categories, core::Random& random) {
-  nn::Network net = reader_layers(categories);
+nn::Network make_network(int categories, core::Random& random) {
+  nn::Network net = network_layers(categories);
   net.initialise(random);
   for (float& weight : net.parameter("head.weight").values) {
     weight = kHeadDeviation * random.normal();
@@ -59,7 +59,7 @@ nn::Network widened(const nn::Network& net, int categories, const std::vector<in
   for (const int place : position) {
     rows.push_back(place == nn::kNone ? nn::kNone : kFirstCategory + place);
   }
-  nn::Network wide = make_reader_net(categories, random);
+  nn::Network wide = make_network(categories, random);
   wide.adopt(net, "head", rows);
   return wide;
 }

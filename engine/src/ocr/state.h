@@ -27,10 +27,10 @@ struct ReaderState {
 /// The most digests that a state holds; images beyond them count as not seen.
 constexpr std::uint32_t kMaxSeen = 1u << 16;
 
-std::string write_reader_state(const ReaderState& state);
+std::string write_state(const ReaderState& state);
 
 /// Throws invalid_training_artifact, training_artifact_tool_type_error,
 /// training_artifact_unsupported_version.
-ReaderState read_reader_state(const std::string& artifact);
+ReaderState read_state(const std::string& artifact);
 
 }  // namespace telvar::ocr

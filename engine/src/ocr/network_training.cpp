@@ -1,16 +1,16 @@
-#include "ocr/learning.h"
+#include "ocr/network_training.h"
 
 #include <algorithm>
 #include <cmath>
 
 #include "nn/training.h"
-#include "ocr/reader_loss.h"
-#include "ocr/reader_net.h"
+#include "ocr/loss.h"
+#include "ocr/network.h"
 
 namespace telvar::ocr {
 namespace {
 
-nn::TrainingPlan core_plan(const LearningPlan& plan) {
+nn::TrainingPlan core_plan(const NetworkPlan& plan) {
   nn::TrainingPlan core;
   core.steps = plan.steps;
   core.chunks = plan.crops_per_step;  // a chunk is one crop
@@ -27,7 +27,7 @@ nn::TrainingPlan core_plan(const LearningPlan& plan) {
 
 /// How far the categories' shares are evened out: digits are frequent in codes, in training and
 /// reading alike.
-constexpr float kEvening = 0.5f;
+constexpr float kLogitAdjustment = 0.5f;
 
 /// Logarithms of the categories' shares of the labels, to be added to what is to be evened out; the
 /// mean for those without a label.
@@ -42,24 +42,24 @@ std::vector<float> log_shares(const std::vector<const PreparedSample*>& samples,
   }
   for (float& share : shares) {
     const float taken = share > 0 ? share / sum : 1.0f / static_cast<float>(categories);
-    share = kEvening * std::log(taken);
+    share = kLogitAdjustment * std::log(taken);
   }
   return shares;
 }
 
 }  // namespace
 
-void learn(nn::Network& net, const std::vector<const PreparedSample*>& samples,
-           const LearningPlan& plan, core::WorkerPool& pool) {
-  const CropSource source(samples, plan.exchanged);
+void train_network(nn::Network& net, const std::vector<const PreparedSample*>& samples,
+                   const NetworkPlan& plan, core::WorkerPool& pool) {
+  const CropSource source(samples, plan.inverted);
   const std::vector<float> shares = log_shares(samples, categories_of(net));
   nn::train(
       net, {1, kCropHeight, kCropWidth},
       [&](nn::ChunkPass& pass, int, int, core::Random& random) {
         const Crop crop = source.draw(random);
         std::copy(crop.pixels.values.begin(), crop.pixels.values.end(), pass.input());
-        return reader_loss(pass.forward(), {make_targets(crop, plan.uncertain_weight)}, shares,
-                           pass.answer_gradient());
+        return network_loss(pass.forward(), {make_targets(crop, plan.uncertain_weight)}, shares,
+                            pass.answer_gradient());
       },
       core_plan(plan), pool);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the network is to answer for a crop, cell by cell.
+// What the network is to answer for a crop, cell by cell, and the loss of what it does answer.
 //
 // A page on which only some characters are marked is normal, so not everything without a label is
 // background. A cell teaches
@@ -42,5 +42,14 @@ struct Targets {
 
 /// `elsewhere`: the weight of background that is not certain, 0..1.
 Targets make_targets(const Crop& crop, float elsewhere);
+
+/// The loss of the network's answer, kCellRows x kCellColumns x (kFirstCategory + K) floats for
+/// each crop of `targets`, one after the other; `gradient`, of the same shape, takes its gradient.
+/// Focal cross-entropy of the objectness (Lin et al., 2017), and at the cells of characters
+/// smoothed cross-entropy of the category and smooth absolute error of the offset; all per
+/// character cell. `log_shares` (K values) are added to the category logits: what is seldom seen in
+/// training is then not held for unlikely in reading (logit adjustment, Menon et al., 2021).
+double network_loss(const float* answer, const std::vector<Targets>& targets,
+                    const std::vector<float>& log_shares, float* gradient);
 
 }  // namespace telvar::ocr

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "core/worker_pool.h"
-#include "ocr/reader_state.h"
+#include "ocr/state.h"
 
 namespace telvar::ocr {
 
@@ -16,7 +16,7 @@ struct TrainingOutcome {
   std::vector<std::vector<float>> confidences;  // per sample, per label
   /// The share of labels read right on images that the network had not seen. Where no image was
   /// new, or there is only one: less than zero, and its size the share on the training images.
-  float reading_rate = 0;
+  float recognition_rate = 0;
 };
 
 /// `samples` have labels, at least one in all, of `categories` (ascending; those of `previous`

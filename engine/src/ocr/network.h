@@ -12,7 +12,7 @@ namespace telvar::ocr {
 /// How far, in reading pixels, a cell's answer depends on what is around it: 6 up to the first
 /// cells (2 of the stem, 2 of the fine layer, 2 of the step down) and 4 for each of the 7 dilations
 /// after it, in whole cells.
-constexpr int kReaderReach = 36;
+constexpr int kReceptiveRadius = 36;
 
 /// What a cell answers, channel by channel: the logit that a character is here, the offset from the
 /// cell's centre to its centre (x, y, in characters), and then a logit per category.
@@ -21,11 +21,11 @@ enum AnswerChannel { kObjectness = 0, kOffsetX = 1, kOffsetY = 2, kFirstCategory
 /// The layers of a reader, not initialised. Fully convolutional: contrast-normalised gray at
 /// reading scale, its sides multiples of kCellStride, to kFirstCategory + categories channels a
 /// cell.
-nn::Network reader_layers(int categories);
+nn::Network network_layers(int categories);
 
 /// A network that has learned nothing yet; its weights depend on `random` alone. It starts at
 /// "rarely a character", so that background does not drown the first steps.
-nn::Network make_reader_net(int categories, core::Random& random);
+nn::Network make_network(int categories, core::Random& random);
 
 /// The number of categories that a reader's network tells apart.
 int categories_of(const nn::Network& net);

@@ -1,4 +1,4 @@
-#include "ocr/disturbance.h"
+#include "ocr/augmentation.h"
 
 #include <algorithm>
 #include <cmath>
@@ -136,7 +136,7 @@ void light_unevenly(core::Raster& raster, core::Random& random) {
 
 }  // namespace
 
-void disturb(core::Raster& raster, core::Random& random) {
+void augment(core::Raster& raster, core::Random& random) {
   if (random.chance(0.3f)) change_stroke_width(raster, random);
   if (random.chance(0.4f)) {
     for (int count = 2 + random.below(10); count > 0; --count) wear_spot(raster, random);

@@ -1,4 +1,4 @@
-#include "ocr/reading.h"
+#include "ocr/inference.h"
 
 #include <algorithm>
 #include <atomic>
@@ -8,9 +8,9 @@
 
 #include "core/sampling.h"
 #include "ocr/contrast.h"
-#include "ocr/reader_net.h"
-#include "ocr/targets.h"
-#include "ocr/white_level.h"
+#include "ocr/loss.h"
+#include "ocr/network.h"
+#include "ocr/preparation.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::ocr {
@@ -18,7 +18,7 @@ namespace {
 
 /// Pieces are at most this many reading pixels a side; larger ones gain little and take memory.
 constexpr int kPieceSide = 1024;
-static_assert(kPieceSide % kCellStride == 0 && kReaderReach % kCellStride == 0 &&
+static_assert(kPieceSide % kCellStride == 0 && kReceptiveRadius % kCellStride == 0 &&
               kContrastReach % kCellStride == 0);
 
 /// An interval [begin, end) of reading pixels that a piece answers for.
@@ -110,8 +110,8 @@ std::optional<CellVote> vote_of(const float* answer, int categories, float x, fl
 
 void read_piece(const nn::Inference& net, int categories, const GraySource& source,
                 const Piece& piece, std::vector<CellVote>& votes) {
-  const Interval columns = widen(piece.columns, kReaderReach, source.width);
-  const Interval rows = widen(piece.rows, kReaderReach, source.height);
+  const Interval columns = widen(piece.columns, kReceptiveRadius, source.width);
+  const Interval rows = widen(piece.rows, kReceptiveRadius, source.height);
   const Input input = input_of(source, columns, rows);
   const nn::Answer answer = net(input.pixels.data(), input.size);
   const float threshold = std::log(kVoteThreshold / (1 - kVoteThreshold));
@@ -190,12 +190,13 @@ GraySource source_of(const PreparedSample& sample) {
           }};
 }
 
-ReadingNet::ReadingNet(const nn::Network& net, Precision precision)
+NetworkInference::NetworkInference(const nn::Network& net, Precision precision)
     : categories_(categories_of(net)),
       net_(net, precision == Precision::kBest ? nn::default_kernels().fastest_number()
                                               : nn::Number::kFloat) {}
 
-std::vector<CellVote> ReadingNet::votes(const GraySource& source, core::WorkerPool& pool) const {
+std::vector<CellVote> NetworkInference::votes(const GraySource& source,
+                                              core::WorkerPool& pool) const {
   const std::vector<Piece> pieces = pieces_of(source);
   std::vector<std::vector<CellVote>> found(pieces.size());
   std::atomic<std::uint64_t> scores{0};

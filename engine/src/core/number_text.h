@@ -3,7 +3,7 @@
 #include <charconv>
 #include <string>
 
-namespace telvar::ocr {
+namespace telvar::core {
 
 /// The fewest digits that give the value back, in any locale.
 inline std::string text_of(float value) {
@@ -11,4 +11,4 @@ inline std::string text_of(float value) {
   return {text, std::to_chars(text, text + sizeof text, value).ptr};
 }
 
-}  // namespace telvar::ocr
+}  // namespace telvar::core
