@@ -1,8 +1,8 @@
 // Train caches of the classifier.
 #include "artifact_target.h"
 #include "cache_target.h"
-#include "classifier/canvas.h"
 #include "classifier/dataset.h"
+#include "classifier/preparation.h"
 
 using namespace telvar::fuzz;
 
@@ -20,8 +20,8 @@ void prepare_once(telvar::core::TrainCacheStore& store) {
   session.commit();
   require(thumbnails.size() == 1, "the image has a thumbnail");
   const auto canvas = telvar::classifier::choose_canvas(thumbnails);
-  require(telvar::classifier::place(thumbnails[0], canvas).size() == canvas.sample_size(),
-          "the thumbnail can be placed");
+  require(telvar::classifier::letterbox(thumbnails[0], canvas).size() == canvas.sample_size(),
+          "the thumbnail can be letterboxed");
 }
 
 }  // namespace

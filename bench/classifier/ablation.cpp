@@ -15,9 +15,12 @@
 #include <vector>
 
 #include "classifier/dataset.h"
+#include "classifier/evaluation.h"
+#include "classifier/feature_orders.h"
+#include "classifier/inference.h"
 #include "classifier/network_training.h"
 #include "classifier/state.h"
-#include "classifier/trainer.h"
+#include "classifier/training.h"
 #include "labelled_images.h"
 #include "methods.h"
 
@@ -74,7 +77,7 @@ struct Experiment {
 std::vector<engine::Sample> placed(const LabelledImages& images, const engine::Canvas& canvas) {
   std::vector<engine::Sample> samples;
   for (const cv::Mat& image : images.images) {
-    samples.push_back(engine::place(reduced(image, canvas.thumbnail_side), canvas));
+    samples.push_back(engine::letterbox(reduced(image, canvas.thumbnail_side), canvas));
   }
   return samples;
 }
@@ -106,7 +109,8 @@ void print_row(const char* part, double right, double seconds) {
 
 /// A kernel machine on some of the feature groups.
 void kernel_row(const char* part, const Experiment& experiment, const std::set<int>& groups,
-                const std::vector<int>& views, telvar::core::WorkerPool& pool) {
+                const std::vector<engine::DihedralTransform>& transforms,
+                telvar::core::WorkerPool& pool) {
   const double start = cpu_seconds();
   const auto described = [&](const std::vector<const engine::Sample*>& samples) {
     auto all = engine::describe_all(samples, experiment.canvas, pool);
@@ -118,14 +122,14 @@ void kernel_row(const char* part, const Experiment& experiment, const std::set<i
     return all;
   };
   const auto features = described(experiment.learned);
-  const auto orders = engine::orders_in_views(experiment.canvas, views);
+  const auto orders = engine::orders_under(experiment.canvas, transforms);
   const int categories = int(experiment.set.categories.size());
-  const std::size_t probe = std::min<std::size_t>(500, experiment.set.kept.size());
+  const std::size_t probe = std::min<std::size_t>(500, experiment.set.exemplars.size());
   std::vector<engine::Features> probed;
   std::vector<int> probed_labels;
   for (std::size_t k = 0; k < probe; ++k) {
-    probed.push_back(features[experiment.set.kept[k]]);
-    probed_labels.push_back(experiment.set.labels[experiment.set.kept[k]]);
+    probed.push_back(features[experiment.set.exemplars[k]]);
+    probed_labels.push_back(experiment.set.labels[experiment.set.exemplars[k]]);
   }
   const auto choice = engine::choose_kernel(probed, probed_labels, categories, orders, pool);
   engine::Matrix held_out;
@@ -136,7 +140,7 @@ void kernel_row(const char* part, const Experiment& experiment, const std::set<i
   print_row(part, engine::accuracy(scores, experiment.test_labels), seconds);
 }
 
-/// One network on all samples, which learns from the views in `symmetry`.
+/// One network on all samples, which learns from the transforms in `symmetry`.
 void network_row(const char* part, const Experiment& experiment, const engine::Symmetry& symmetry,
                  int effort, telvar::core::WorkerPool& pool) {
   engine::NetworkTask task;
@@ -146,7 +150,7 @@ void network_row(const char* part, const Experiment& experiment, const engine::S
   task.symmetry = symmetry;
   task.categories = int(experiment.set.categories.size());
   task.effort = effort;
-  task.goes_on = false;
+  task.fine_tunes = false;
   task.seed = 1;
   for (std::size_t i = 0; i < experiment.set.samples.size(); ++i) task.members.push_back(int(i));
   telvar::nn::Network net = engine::network_layers(experiment.canvas, task.categories);
@@ -155,7 +159,7 @@ void network_row(const char* part, const Experiment& experiment, const engine::S
   const double start = cpu_seconds();
   engine::train_network(net, task, pool);
   const double seconds = cpu_seconds() - start;
-  const engine::NetworkAnswers answers(net, experiment.canvas);
+  const engine::NetworkInference answers(net, experiment.canvas);
   print_row(part, engine::accuracy(answers.logits(experiment.asked, pool), experiment.test_labels),
             seconds);
 }
@@ -172,15 +176,16 @@ void run(const Options& options) {
                                engine::nets_for(experiment.learned.size()), options.effort, pool);
   const double seconds = cpu_seconds() - start;
   const engine::ClassifierState& state = trained.state;
-  const std::vector<int> upright = {0}, views = engine::views_of(state.symmetry);
+  const auto upright = engine::transforms_of({}),
+             transforms = engine::transforms_of(state.symmetry);
   const std::set<int> every = {0, 1, 2, 3, 4};
-  std::printf("%s, %d a class, %zu views alike\n%-44s %9s %9s\n", split.train.name.c_str(),
-              options.per_class, views.size(), "part", "correct %", "CPU s");
-  kernel_row("kernel machine: shapes", experiment, {0, 1}, views, pool);
-  kernel_row("kernel machine: pixels", experiment, {2}, views, pool);
-  kernel_row("kernel machine: texture and colour", experiment, {3, 4}, views, pool);
-  kernel_row("kernel machine: all groups", experiment, every, views, pool);
-  if (views.size() > 1) {
+  std::printf("%s, %d a class, %zu transforms alike\n%-44s %9s %9s\n", split.train.name.c_str(),
+              options.per_class, transforms.size(), "part", "correct %", "CPU s");
+  kernel_row("kernel machine: shapes", experiment, {0, 1}, transforms, pool);
+  kernel_row("kernel machine: pixels", experiment, {2}, transforms, pool);
+  kernel_row("kernel machine: texture and colour", experiment, {3, 4}, transforms, pool);
+  kernel_row("kernel machine: all groups", experiment, every, transforms, pool);
+  if (transforms.size() > 1) {
     kernel_row("kernel machine: all groups, as they lie", experiment, every, upright, pool);
     network_row("one network, as they lie", experiment, {}, options.effort, pool);
   }

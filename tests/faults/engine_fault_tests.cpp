@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "allocations.h"
-#include "classifier/answers.h"
+#include "classifier/result.h"
 #include "core/cache_session.h"
 #include "core/messages.h"
 #include "telvar_msg/classification.pb.h"

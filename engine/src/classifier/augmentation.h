@@ -1,10 +1,10 @@
 #pragma once
 
-// Slightly different views of a sample: shifts, turns, sizes, light; mirrored, upside down or
+// Slightly changed copies of a sample: shifts, turns, sizes, light; mirrored, upside down or
 // turned any way only where that was found to change no category.
 
-#include "classifier/canvas.h"
-#include "classifier/symmetry.h"
+#include "classifier/dihedral.h"
+#include "classifier/preparation.h"
 #include "core/random.h"
 
 namespace telvar::classifier {

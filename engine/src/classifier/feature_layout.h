@@ -1,7 +1,7 @@
 #pragma once
 
-// How the values of a sample's features are ordered: what describing a sample and seeing it in
-// another view agree on.
+// How the values of a sample's features are ordered: what describing a sample and transforming its
+// image agree on.
 //
 // Artifacts hold coefficients for just these values: a change of them is a new version of the
 // classifier's payload.
@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "classifier/canvas.h"
+#include "classifier/preparation.h"
 
 namespace telvar::classifier {
 

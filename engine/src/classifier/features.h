@@ -4,16 +4,12 @@
 
 #include <vector>
 
-#include "classifier/canvas.h"
+#include "classifier/kernel/features.h"
+#include "classifier/preparation.h"
 
 namespace telvar::classifier {
 
-enum class FeatureGroup { kCoarseShape, kFineShape, kPixels, kTexture, kColour };
-constexpr int kFeatureGroups = 5;
-
-/// The features of one sample, a vector per group; kColour is empty for gray canvases.
-using Features = std::vector<std::vector<float>>;
-
+/// The features of one sample; the colour group is empty for gray canvases.
 Features describe(const Sample& sample, const Canvas& canvas);
 
 }  // namespace telvar::classifier

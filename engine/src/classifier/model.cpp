@@ -3,7 +3,8 @@
 #include <optional>
 #include <utility>
 
-#include "classifier/answers.h"
+#include "classifier/inference.h"
+#include "classifier/result.h"
 #include "classifier/state.h"
 #include "core/messages.h"
 #include "core/regions.h"
@@ -65,8 +66,8 @@ std::optional<types::ImageView> find_in(const types::ImageView& image, const cor
 class Model::Impl {
  public:
   Impl(const std::string& artifact, unsigned threads)
-      : pool_(threads), state_(engine::read_classifier(artifact, pool_)) {
-    engine::prepare_for_answers(state_);
+      : pool_(threads), state_(engine::read_state(artifact, pool_)) {
+    engine::prepare_for_inference(state_);
   }
 
   std::string process(const types::ImageView& image, const types::AffineTransform& transform,
@@ -74,7 +75,7 @@ class Model::Impl {
     core::check_image(image, "image");
     const core::Region region = core::resolve_region(image, transform, size, "image");
     const engine::Thumbnail thumbnail = thumbnail_of(image, region);
-    const engine::Sample sample = engine::place(thumbnail, state_.canvas);
+    const engine::Sample sample = engine::letterbox(thumbnail, state_.canvas);
     const engine::Matrix scores = engine::scores_of(state_, {&sample}, pool_);
     telvar_msg::qv::classification::Result result;
     *result.mutable_sample() = engine::sample_result(state_.categories, scores.row(0));

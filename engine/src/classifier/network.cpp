@@ -47,21 +47,21 @@ nn::Network network_layers(const Canvas& canvas, int categories) {
   return net;
 }
 
-NetworkAnswers::NetworkAnswers(const nn::Network& net, const Canvas& canvas)
+NetworkInference::NetworkInference(const nn::Network& net, const Canvas& canvas)
     : canvas_(canvas),
       head_weight_(net.parameter("head.weight").values),
       head_bias_(net.parameter("head.bias").values),
       features_(net, nn::Number::kFloat, nn::default_kernels(), mean_of(net)) {}
 
-void NetworkAnswers::classify(const float* features, float* logits) const {
+void NetworkInference::classify(const float* features, float* logits) const {
   const float* weight = head_weight_.data();
   for (std::size_t c = 0; c < head_bias_.size(); ++c, weight += kFeatures) {
     logits[c] = std::inner_product(weight, weight + kFeatures, features, head_bias_[c]);
   }
 }
 
-Matrix NetworkAnswers::logits(const std::vector<const Sample*>& samples,
-                              core::WorkerPool& pool) const {
+Matrix NetworkInference::logits(const std::vector<const Sample*>& samples,
+                                core::WorkerPool& pool) const {
   Matrix logits(static_cast<int>(samples.size()), static_cast<int>(head_bias_.size()));
   const int count = logits.rows();
   // Whole batches and single images alone, so that kernels are made for two sizes.

@@ -5,8 +5,8 @@
 #include <memory>
 #include <vector>
 
-#include "classifier/canvas.h"
-#include "classifier/dense.h"
+#include "classifier/kernel/matrix.h"
+#include "classifier/preparation.h"
 #include "core/worker_pool.h"
 #include "nn/inference.h"
 #include "nn/network.h"
@@ -18,9 +18,9 @@ namespace telvar::classifier {
 nn::Network network_layers(const Canvas& canvas, int categories);
 
 /// A trained network, ready to answer. Immutable; any number of threads.
-class NetworkAnswers {
+class NetworkInference {
  public:
-  NetworkAnswers(const nn::Network& net, const Canvas& canvas);
+  NetworkInference(const nn::Network& net, const Canvas& canvas);
 
   /// Logits of samples, samples x categories.
   Matrix logits(const std::vector<const Sample*>& samples, core::WorkerPool& pool) const;

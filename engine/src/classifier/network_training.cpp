@@ -23,8 +23,8 @@ constexpr Regime kLargeSets{32, 8e-3, 0.25f};
 
 constexpr int kChunks = 2;
 constexpr double kSmoothing = 0.05;
-constexpr double kGoingOnShare = 0.1;  // of the steps from nothing
-constexpr double kGoingOnRate = 0.4;   // of the rate from nothing
+constexpr double kFineTuneShare = 0.1;  // of the steps from nothing
+constexpr double kFineTuneRate = 0.4;   // of the rate from nothing
 
 /// How many samples a training from nothing draws, of so many. Half as many are enough for clothes;
 /// parts, documents, icons and letters of many fonts lose points by it.
@@ -39,9 +39,9 @@ nn::TrainingPlan plan_for(const NetworkTask& task, const Regime& regime) {
   plan.seed = task.seed;
   double draws = draws_for(static_cast<double>(std::max<std::size_t>(task.members.size(), 20))) *
                  task.effort / kNormalEffort;
-  if (task.goes_on) draws *= kGoingOnShare;
+  if (task.fine_tunes) draws *= kFineTuneShare;
   plan.steps = std::max(10, static_cast<int>(draws / (kChunks * regime.chunk_size)));
-  plan.peak_rate = task.goes_on ? regime.peak_rate * kGoingOnRate : regime.peak_rate;
+  plan.peak_rate = task.fine_tunes ? regime.peak_rate * kFineTuneRate : regime.peak_rate;
   plan.weight_decay = 0.05;
   plan.average_decay = 0.98;
   return plan;
@@ -50,7 +50,7 @@ nn::TrainingPlan plan_for(const NetworkTask& task, const Regime& regime) {
 /// The most samples of one category that a round takes when a training goes on: old categories are
 /// there with the few samples that were kept, and must not drown among the new.
 std::size_t category_limit(const NetworkTask& task) {
-  if (!task.goes_on) return task.members.size();
+  if (!task.fine_tunes) return task.members.size();
   std::vector<std::size_t> counts(task.categories);
   for (const int i : task.members) ++counts[(*task.labels)[i]];
   std::nth_element(counts.begin(), counts.begin() + counts.size() / 2, counts.end());

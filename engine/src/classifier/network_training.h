@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "classifier/canvas.h"
-#include "classifier/symmetry.h"
+#include "classifier/dihedral.h"
+#include "classifier/preparation.h"
 #include "core/worker_pool.h"
 #include "nn/network.h"
 
@@ -19,8 +19,8 @@ struct NetworkTask {
   Canvas canvas;
   Symmetry symmetry;
   int categories;
-  int effort;    // 10: normal
-  bool goes_on;  // from a trained network: fewer and smaller steps
+  int effort;       // 10: normal
+  bool fine_tunes;  // from a trained network: fewer and smaller steps
   std::uint64_t seed;
 };
 

@@ -1,5 +1,6 @@
-#include "classifier/answers.h"
 #include "classifier/dataset.h"
+#include "classifier/inference.h"
+#include "classifier/result.h"
 #include "classifier/state.h"
 #include "classifier/train_cache.h"
 #include "core/messages.h"
@@ -19,7 +20,7 @@ void process_batch(const engine::ClassifierState& state,
                    messages::ProcessingResult& result) {
   std::vector<engine::Sample> samples;
   std::vector<const engine::Sample*> pointers;
-  for (const auto& thumbnail : thumbnails) samples.push_back(place(thumbnail, state.canvas));
+  for (const auto& thumbnail : thumbnails) samples.push_back(letterbox(thumbnail, state.canvas));
   for (const auto& sample : samples) pointers.push_back(&sample);
   const engine::Matrix scores = engine::scores_of(state, pointers, pool);
   for (std::size_t i = 0; i < samples.size(); ++i) {
@@ -31,8 +32,8 @@ void process_batch(const engine::ClassifierState& state,
 std::string process_checked(const std::string& artifact, const std::string& dataset,
                             const types::ImageLoader& loader, TrainCache& cache) {
   core::WorkerPool pool;
-  engine::ClassifierState state = engine::read_classifier(artifact, pool);
-  engine::prepare_for_answers(state);
+  engine::ClassifierState state = engine::read_state(artifact, pool);
+  engine::prepare_for_inference(state);
   const std::vector<engine::DatasetEntry> entries = engine::parse_batch(dataset);
   core::CacheSession session(cache.impl().store);
   engine::ThumbnailLoader thumbnails(loader, session, pool, state.canvas.thumbnail_side);

@@ -78,14 +78,4 @@ Stacking fit_stacking(const Matrix& network, const Matrix& kernel, const std::ve
   return best;
 }
 
-double accuracy(const Matrix& scores, const std::vector<int>& labels) {
-  if (labels.empty()) return 0;
-  double right = 0;
-  for (int i = 0; i < scores.rows(); ++i) {
-    const float* row = scores.row(i);
-    right += std::max_element(row, row + scores.columns()) - row == labels[i];
-  }
-  return right / static_cast<double>(labels.size());
-}
-
 }  // namespace telvar::classifier

@@ -6,7 +6,7 @@
 
 #include <vector>
 
-#include "classifier/dense.h"
+#include "classifier/kernel/matrix.h"
 
 namespace telvar::classifier {
 
@@ -20,8 +20,5 @@ Stacking fit_stacking(const Matrix& network, const Matrix& kernel, const std::ve
 
 /// Softmax scores, samples x categories; all alike where the weighted sum is not finite.
 Matrix stacked_scores(const Stacking& stacking, const Matrix& network, const Matrix& kernel);
-
-/// Share of samples whose best score is their label's.
-double accuracy(const Matrix& scores, const std::vector<int>& labels);
 
 }  // namespace telvar::classifier

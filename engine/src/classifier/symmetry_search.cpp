@@ -3,32 +3,32 @@
 #include <cmath>
 #include <numeric>
 
-#include "classifier/feature_views.h"
-#include "classifier/kernel_machine.h"
+#include "classifier/feature_orders.h"
+#include "classifier/kernel/machine.h"
 
 namespace telvar::classifier {
 namespace {
 
-// Views are believed to be alike when samples are recognised in them this often, compared with the
-// samples as they are: all together, and those of each category.
+// Transforms are believed to change no category when samples are recognised under them this often,
+// compared with the samples as they are: all together, and those of each category.
 constexpr double kAsWell = 0.93, kEachAsWell = 0.5;
 constexpr std::size_t kFewestToJudge = 40;
 constexpr double kClearlyBetter = 0.1;  // than chance, before anything is believed
 
-// Other views win by a clear gain: so much less error, more than chance makes of it, and no
+// Other transforms win by a clear gain: so much less error, more than chance makes of it, and no
 // category for which they are clearly worse.
 constexpr double kGain = 0.95, kLoss = 1.1;
 constexpr double kGainErrors = 2, kLossErrors = 3;  // standard errors; there are many categories
 
-/// Whether samples are recognised as well in some views as they are. `upright` and `recognised`
-/// count them by category, the latter over all of the views. Each category is looked at: two that
-/// are each other upside down would be lost among many that are not. Few samples cannot show more
-/// than to within a standard error.
-bool as_well(const std::vector<int>& upright, const std::vector<int>& recognised, int views,
+/// Whether samples are recognised as well under some transforms as they are. `upright` and
+/// `recognised` count them by category, the latter over all of the transforms. Each category is
+/// looked at: two that are each other upside down would be lost among many that are not. Few
+/// samples cannot show more than to within a standard error.
+bool as_well(const std::vector<int>& upright, const std::vector<int>& recognised, int transforms,
              std::size_t samples) {
   double all = 0, all_seen = 0;
   for (std::size_t c = 0; c < upright.size(); ++c) {
-    const double seen = static_cast<double>(recognised[c]) / views;
+    const double seen = static_cast<double>(recognised[c]) / transforms;
     if (seen < kEachAsWell * upright[c] - std::sqrt(upright[c])) return false;
     all += upright[c];
     all_seen += seen;
@@ -37,12 +37,13 @@ bool as_well(const std::vector<int>& upright, const std::vector<int>& recognised
   return all_seen >= kAsWell * all - error;
 }
 
-/// The squared leave-one-out error of every sample, by a machine that compares in all views.
+/// The squared leave-one-out error of every sample, by a machine that compares under all
+/// transforms.
 std::vector<double> errors_of(const Symmetry& symmetry, const std::vector<Features>& features,
                               const std::vector<int>& labels, const Canvas& canvas,
                               const KernelChoice& choice, int categories, core::WorkerPool& pool) {
   Matrix held_out;
-  KernelMachine::learn(choice, features, orders_in_views(canvas, views_of(symmetry)), labels,
+  KernelMachine::learn(choice, features, orders_under(canvas, transforms_of(symmetry)), labels,
                        categories, pool, held_out);
   std::vector<double> errors(features.size());
   for (int i = 0; i < held_out.rows(); ++i) {
@@ -89,16 +90,17 @@ bool clear_gain(const std::vector<double>& errors, const std::vector<double>& be
   return true;
 }
 
-/// The views in which samples are recognised about as well as they are, if they are `recognised`.
+/// The transforms under which samples are recognised about as well as they are, if they are
+/// `recognised`.
 Symmetry recognised_symmetry(const std::vector<Features>& features, const std::vector<int>& labels,
                              const Canvas& canvas, const KernelChoice& choice, int categories,
                              core::WorkerPool& pool, bool& recognised) {
   const std::size_t count = features.size();
   const bool square = canvas.width == canvas.height;
-  std::vector<int> views = {0, 4, 2};
-  if (square) views.insert(views.end(), {1, 3});
-  const auto right = recognised_in_views(choice, features, labels, categories,
-                                         orders_in_views(canvas, views), pool);
+  std::vector<DihedralTransform> transforms = {{false, 0}, {true, 0}, {false, 2}};
+  if (square) transforms.insert(transforms.end(), {{false, 1}, {false, 3}});
+  const auto right = recognised_in_orders(choice, features, labels, categories,
+                                          orders_under(canvas, transforms), pool);
   const int upright = std::accumulate(right[0].begin(), right[0].end(), 0);
   recognised = upright >= (1.0 / categories + kClearlyBetter) * static_cast<double>(count);
   if (!recognised) return {};

@@ -4,17 +4,17 @@
 
 #include <vector>
 
-#include "classifier/canvas.h"
-#include "classifier/kernel_choice.h"
-#include "classifier/symmetry.h"
+#include "classifier/dihedral.h"
+#include "classifier/kernel/choice.h"
+#include "classifier/preparation.h"
 #include "core/worker_pool.h"
 
 namespace telvar::classifier {
 
-/// In which views samples are recognised about as well as they are, in every category; or other
-/// views, if comparing in all of them makes the leave-one-out error clearly lower. `features` and
-/// `labels` (0 .. categories - 1) belong together; too few samples, or too badly recognised ones,
-/// show no symmetry.
+/// Under which transforms samples are recognised about as well as they are, in every category; or
+/// other ones, if comparing under all of them makes the leave-one-out error clearly lower.
+/// `features` and `labels` (0 .. categories - 1) belong together; too few samples, or too badly
+/// recognised ones, show no symmetry.
 Symmetry find_symmetry(const std::vector<Features>& features, const std::vector<int>& labels,
                        const Canvas& canvas, const KernelChoice& choice, int categories,
                        core::WorkerPool& pool);

@@ -1,9 +1,10 @@
 #include <optional>
 
-#include "classifier/answers.h"
 #include "classifier/dataset.h"
+#include "classifier/inference.h"
+#include "classifier/result.h"
 #include "classifier/train_cache.h"
-#include "classifier/trainer.h"
+#include "classifier/training.h"
 #include "core/library_threads.h"
 #include "core/messages.h"
 #include "telvar/classifier.h"
@@ -21,7 +22,7 @@ std::vector<engine::Sample> place_all(const std::vector<engine::Thumbnail>& thum
   std::vector<engine::Sample> samples(thumbnails.size());
   pool.run((count + kBlock - 1) / kBlock, [&](int block) {
     for (int i = block * kBlock; i < std::min(count, (block + 1) * kBlock); ++i) {
-      samples[i] = engine::place(thumbnails[i], canvas);
+      samples[i] = engine::letterbox(thumbnails[i], canvas);
     }
   });
   return samples;
@@ -50,7 +51,7 @@ std::tuple<std::string, std::string> train_checked(const std::string& artifact,
   const int effort = engine::parse_effort(parameters);
   const std::vector<engine::DatasetEntry> entries = engine::parse_dataset(dataset);
   std::optional<engine::ClassifierState> before;
-  if (!artifact.empty()) before = engine::read_classifier(artifact, pool);
+  if (!artifact.empty()) before = engine::read_state(artifact, pool);
   const engine::ClassifierState* former = before ? &*before : nullptr;
   engine::check_counts(entries, former);
   const int side = before ? before->canvas.thumbnail_side
@@ -69,7 +70,7 @@ std::tuple<std::string, std::string> train_checked(const std::string& artifact,
   const engine::TrainedClassifier trained =
       engine::train_classifier(set, canvas, former, nets, effort, pool);
   std::tuple<std::string, std::string> answer(result_of(trained, set, entries, pool),
-                                              engine::write_classifier(trained.state));
+                                              engine::write_state(trained.state));
   session.commit();
   return answer;
 }

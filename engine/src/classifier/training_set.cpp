@@ -28,7 +28,7 @@ int index_of(const std::vector<std::string>& categories, const std::string& id) 
 }
 
 std::vector<std::string> joined_categories(const std::vector<DatasetEntry>& entries,
-                                           const Memory* before) {
+                                           const ExemplarMemory* before) {
   std::set<std::string> ids;
   for (const DatasetEntry& entry : entries) ids.insert(entry.category_id);
   if (before != nullptr) ids.insert(before->categories.begin(), before->categories.end());
@@ -115,11 +115,11 @@ void assign_folds(TrainingSet& set, const std::vector<std::vector<int>>& members
 
 /// By digest, which is as good as drawn at random, and gives the same samples in the next training;
 /// one of each category in turn, so that any first ones are balanced.
-void keep_some(TrainingSet& set, const std::vector<std::vector<int>>& members) {
+void choose_exemplars(TrainingSet& set, const std::vector<std::vector<int>>& members) {
   const auto limit = static_cast<std::size_t>(keep_limit(set.categories.size()));
   for (std::size_t k = 0; k < limit; ++k) {
     for (const auto& list : members) {
-      if (k < list.size()) set.kept.push_back(list[k]);
+      if (k < list.size()) set.exemplars.push_back(list[k]);
     }
   }
 }
@@ -130,7 +130,7 @@ int nets_for(std::size_t samples) {
   return samples > kLargeSet ? 1 : kFolds;
 }
 
-void check_counts(const std::vector<DatasetEntry>& entries, const Memory* before) {
+void check_counts(const std::vector<DatasetEntry>& entries, const ExemplarMemory* before) {
   if (entries.empty()) {
     throw types::insufficient_number_of_samples("0 samples in the data set, the minimum is 1");
   }
@@ -138,15 +138,15 @@ void check_counts(const std::vector<DatasetEntry>& entries, const Memory* before
   std::vector<int> labels;
   for (const auto& entry : entries) labels.push_back(index_of(categories, entry.category_id));
   if (before != nullptr) {
-    for (const KeptSample& kept : before->kept) {
-      labels.push_back(index_of(categories, before->categories[kept.category]));
+    for (const Exemplar& exemplar : before->exemplars) {
+      labels.push_back(index_of(categories, before->categories[exemplar.category]));
     }
   }
   check_labels(categories, labels);
 }
 
 TrainingSet join_samples(const std::vector<DatasetEntry>& entries, std::vector<Sample> samples,
-                         const Memory* before, int nets) {
+                         const ExemplarMemory* before, int nets) {
   TrainingSet set;
   set.categories = joined_categories(entries, before);
   set.samples = std::move(samples);
@@ -163,26 +163,26 @@ TrainingSet join_samples(const std::vector<DatasetEntry>& entries, std::vector<S
     for (const std::string& id : before->categories) {
       set.old_places.push_back(index_of(set.categories, id));
     }
-    for (const KeptSample& kept : before->kept) {
-      const std::uint64_t sum = digest(kept.pixels);
+    for (const Exemplar& exemplar : before->exemplars) {
+      const std::uint64_t sum = digest(exemplar.pixels);
       const auto same = present.find(sum);
       if (same != present.end()) {
         std::deque<int>& unclaimed = same->second;
         if (unclaimed.empty()) continue;
-        set.folds[unclaimed.front()] = kept.fold;
+        set.folds[unclaimed.front()] = exemplar.fold;
         unclaimed.pop_front();
         continue;
       }
-      set.samples.push_back(kept.pixels);
-      set.labels.push_back(set.old_places[kept.category]);
-      set.folds.push_back(kept.fold);
+      set.samples.push_back(exemplar.pixels);
+      set.labels.push_back(set.old_places[exemplar.category]);
+      set.folds.push_back(exemplar.fold);
       digests.push_back(sum);
     }
   }
   check_labels(set.categories, set.labels);
   const auto members = by_category(set, digests);
   assign_folds(set, members, digests, nets);
-  keep_some(set, members);
+  choose_exemplars(set, members);
   return set;
 }
 

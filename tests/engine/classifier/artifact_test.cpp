@@ -81,31 +81,30 @@ TEST_F(ClassifierArtifact, IsRefusedWithAValueThatIsNotFinite) {
                types::invalid_training_artifact);
 }
 
-TEST_F(ClassifierArtifact, IsGoneOnFromThoughItHeldEverythingOut) {
+TEST_F(ClassifierArtifact, IsFineTunedThoughItHeldEverythingOut) {
   core::WorkerPool pool(1);
-  classifier::ClassifierState state = classifier::read_classifier(artifact_, pool);
-  for (auto& kept : state.kept) kept.fold = 0;
-  build(train(training_, classifier::write_classifier(state), 1).artifact);
+  classifier::ClassifierState state = classifier::read_state(artifact_, pool);
+  for (auto& exemplar : state.exemplars) exemplar.fold = 0;
+  build(train(training_, classifier::write_state(state), 1).artifact);
 }
 
-TEST_F(ClassifierArtifact, IsRefusedWithViewsThatItCannotHave) {
+TEST_F(ClassifierArtifact, IsRefusedWithTransformsThatItCannotHave) {
   core::WorkerPool pool(1);
-  classifier::ClassifierState state = classifier::read_classifier(artifact_, pool);
+  classifier::ClassifierState state = classifier::read_state(artifact_, pool);
   for (const bool mirrored : {false, true}) {
     for (const auto turns :
          {classifier::Turns::kNone, classifier::Turns::kUpsideDown, classifier::Turns::kAny}) {
       state.symmetry = {mirrored, turns};
-      const auto read =
-          classifier::read_classifier(classifier::write_classifier(state), pool).symmetry;
+      const auto read = classifier::read_state(classifier::write_state(state), pool).symmetry;
       EXPECT_EQ(read.mirrored, mirrored);
       EXPECT_EQ(read.turns, turns);
     }
   }
   state.canvas.height = 16;
-  state.kept.clear();
+  state.exemplars.clear();
   state.has_kernel = false;
   try {
-    build(classifier::write_classifier(state));
+    build(classifier::write_state(state));
     ADD_FAILURE();
   } catch (const types::invalid_training_artifact& error) {
     EXPECT_THAT(error.what(), testing::HasSubstr("the canvas is not square"));
@@ -116,10 +115,10 @@ TEST_F(ClassifierArtifact, IsRefusedWithViewsThatItCannotHave) {
 // missing.
 TEST_F(ClassifierArtifact, IsRefusedWithLandmarksThatItCannotHave) {
   core::WorkerPool pool(1);
-  classifier::ClassifierState state = classifier::read_classifier(artifact_, pool);
-  state.kept.resize(2001, state.kept[0]);
+  classifier::ClassifierState state = classifier::read_state(artifact_, pool);
+  state.exemplars.resize(2001, state.exemplars[0]);
   state.has_kernel = false;
-  const std::string plain = classifier::write_classifier(state);
+  const std::string plain = classifier::write_state(state);
   const auto opened = core::open_artifact(plain, core::Tool::kClassifier, 1);
   for (const auto& [landmarks, text] :
        {std::pair(2001u, "landmarks: 2001 is outside 0..2000"),

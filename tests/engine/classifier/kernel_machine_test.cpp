@@ -1,4 +1,4 @@
-#include "classifier/kernel_machine.h"
+#include "classifier/kernel/machine.h"
 
 #include <gtest/gtest.h>
 
@@ -6,6 +6,8 @@
 #include <array>
 #include <cmath>
 
+#include "classifier/evaluation.h"
+#include "classifier/feature_orders.h"
 #include "classifier/stacking.h"
 #include "classifier/symmetry_search.h"
 #include "core/random.h"
@@ -26,12 +28,12 @@ TEST(Dense, FactorisesAndInverts) {
   core::WorkerPool pool(2);
   for (const int n : {1, 3, 64, 65, 150}) {
     const Matrix root = random_matrix(n, n, 7);
-    Matrix matrix = product_transposed(root, root, pool);
+    Matrix matrix = multiply_abt(root, root, pool);
     for (int i = 0; i < n; ++i) matrix.at(i, i) += static_cast<float>(n);
     Matrix lower = matrix;
-    ASSERT_TRUE(factorise(lower, pool));
+    ASSERT_TRUE(cholesky(lower, pool));
     const Matrix inverse = inverse_transposed(lower, pool);
-    const Matrix whole = product_transposed(inverse, inverse, pool);
+    const Matrix whole = multiply_abt(inverse, inverse, pool);
     for (int i = 0; i < n; ++i) {
       for (int j = 0; j < n; ++j) {
         double sum = 0;
@@ -42,7 +44,7 @@ TEST(Dense, FactorisesAndInverts) {
   }
   Matrix indefinite(2, 2);
   indefinite.at(0, 1) = indefinite.at(1, 0) = 1;
-  EXPECT_FALSE(factorise(indefinite, pool));
+  EXPECT_FALSE(cholesky(indefinite, pool));
 }
 
 TEST(Dense, MultipliesWhatFillsNoBlock) {
@@ -50,7 +52,7 @@ TEST(Dense, MultipliesWhatFillsNoBlock) {
        {std::array{1, 130, 70}, std::array{70, 1, 5}, std::array{66, 203, 33}}) {
     const Matrix a = random_matrix(rows, columns, 1), b = random_matrix(others, columns, 2);
     core::WorkerPool one(1), two(2);
-    const Matrix product = product_transposed(a, b, one), same = product_transposed(a, b, two);
+    const Matrix product = multiply_abt(a, b, one), same = multiply_abt(a, b, two);
     for (int i = 0; i < rows; ++i) {
       for (int j = 0; j < others; ++j) {
         double sum = 0;
@@ -91,9 +93,9 @@ TEST(KernelMachine, LeavingOneOutIsWhatTrainingWithoutItGives) {
   std::vector<int> labels;
   for (int i = 0; i < 40; ++i) labels.push_back(i % 2);
   const std::vector<Features> samples = clouds(labels, 3), fresh = clouds(labels, 4);
-  const std::vector<FeatureOrder> views = as_they_are_and_backwards();
+  const std::vector<FeatureOrder> orders = as_they_are_and_backwards();
   for (const std::size_t alike : {1, 2}) {
-    const std::vector<FeatureOrder> first(views.begin(), views.begin() + alike);
+    const std::vector<FeatureOrder> first(orders.begin(), orders.begin() + alike);
     const KernelChoice choice = choose_kernel(samples, labels, 2, first, pool);
     Matrix held_out;
     const KernelMachine machine =
@@ -102,7 +104,7 @@ TEST(KernelMachine, LeavingOneOutIsWhatTrainingWithoutItGives) {
     EXPECT_GT(accuracy(scores, labels), 0.8);
     EXPECT_NEAR(accuracy(held_out, labels), accuracy(scores, labels), 0.15);
     const std::vector<int> recognised =
-        recognised_in_views(choice, samples, labels, 2, {views[0]}, pool)[0];
+        recognised_in_orders(choice, samples, labels, 2, {orders[0]}, pool)[0];
     if (alike == 1) {
       EXPECT_EQ(recognised[0] + recognised[1], std::lround(40 * accuracy(held_out, labels)));
     }
@@ -126,18 +128,18 @@ TEST(KernelMachine, LeavingOneOutIsWhatTrainingWithoutItGives) {
   }
 }
 
-TEST(KernelMachine, AnswersAlikeInAllViewsHoweverManySamplesAreAsked) {
+TEST(KernelMachine, AnswersAlikeInAllOrdersHoweverManySamplesAreAsked) {
   core::WorkerPool pool(2);
   std::vector<int> labels;
   for (int i = 0; i < 700; ++i) labels.push_back(i % 2);
   const std::vector<Features> all = clouds(labels, 6);
   const std::vector<Features> samples(all.begin(), all.begin() + 50);
   const std::vector<int> known(labels.begin(), labels.begin() + 50);
-  const std::vector<FeatureOrder> views = as_they_are_and_backwards();
-  const KernelChoice choice = choose_kernel(samples, known, 2, views, pool);
+  const std::vector<FeatureOrder> orders = as_they_are_and_backwards();
+  const KernelChoice choice = choose_kernel(samples, known, 2, orders, pool);
   Matrix held_out;
   const KernelMachine machine =
-      KernelMachine::learn(choice, samples, views, known, 2, pool, held_out);
+      KernelMachine::learn(choice, samples, orders, known, 2, pool, held_out);
   std::vector<Features> backwards = all;
   for (Features& features : backwards) {
     for (auto& group : features) std::reverse(group.begin(), group.end());
@@ -154,7 +156,7 @@ TEST(KernelMachine, AnswersAlikeInAllViewsHoweverManySamplesAreAsked) {
 struct Patterns {
   Patterns(const Canvas& canvas, bool opposites) {
     core::Random random({8});
-    const std::vector<int> mirror = order_in_view(canvas, 4)[kPixels];
+    const std::vector<int> mirror = order_under(canvas, {true, 0})[kPixels];
     const auto mirrored = [&](const std::vector<float>& pattern) {
       std::vector<float> out;
       for (const int from : mirror) out.push_back(pattern[from]);

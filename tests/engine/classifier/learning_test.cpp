@@ -231,7 +231,7 @@ TEST(Classifier, FindsOutHowItsImagesLie) {
     }
     const Trained trained = train(training, "", 1);
     core::WorkerPool pool(2);
-    const auto symmetry = classifier::read_classifier(trained.artifact, pool).symmetry;
+    const auto symmetry = classifier::read_state(trained.artifact, pool).symmetry;
     EXPECT_EQ(symmetry.turns, c.turns) << c.name;
     EXPECT_GE(accuracy(trained.artifact, unseen), 0.9) << c.name;
     if (c.mirrored) {

@@ -7,10 +7,10 @@
 #include <utility>
 
 #include "classifier/augmentation.h"
-#include "classifier/canvas.h"
-#include "classifier/feature_views.h"
+#include "classifier/dihedral.h"
+#include "classifier/feature_orders.h"
 #include "classifier/features.h"
-#include "classifier/symmetry.h"
+#include "classifier/preparation.h"
 #include "classifier/training_set.h"
 #include "core/random.h"
 #include "telvar/exceptions.h"
@@ -50,20 +50,20 @@ TEST(Canvas, SpreadsDarkSixteenBitImages) {
   // 12 bits of data in 16.
   const std::vector<Thumbnail> images = {flat(28, 28, 1, 16, 4095), flat(28, 28, 1, 16, 1024)};
   const Canvas canvas = choose_canvas(images);
-  EXPECT_EQ(place(images[0], canvas)[0], 255);
-  EXPECT_EQ(place(images[1], canvas)[0], 64);
+  EXPECT_EQ(letterbox(images[0], canvas)[0], 255);
+  EXPECT_EQ(letterbox(images[1], canvas)[0], 64);
 }
 
 TEST(Place, TakesOtherLayoutsThanTheCanvasWasChosenFor) {
   const std::vector<Thumbnail> dark = {flat(28, 28, 1, 16, 4095)};
   const Canvas gray = choose_canvas(dark);
-  EXPECT_EQ(place(flat(28, 28, 1, 8, 100), gray)[0], 100);
+  EXPECT_EQ(letterbox(flat(28, 28, 1, 8, 100), gray)[0], 100);
   Thumbnail green = flat(28, 28, 3, 8, 0);
   std::fill_n(green.pixels.begin() + 28 * 28, 28 * 28, static_cast<char>(200));
-  EXPECT_EQ(place(green, gray)[0], 117);  // its luma
+  EXPECT_EQ(letterbox(green, gray)[0], 117);  // its luma
   Canvas colour;
   colour.channels = 3;
-  const Sample spread = place(flat(28, 28, 1, 8, 90), colour);
+  const Sample spread = letterbox(flat(28, 28, 1, 8, 90), colour);
   EXPECT_EQ(std::count(spread.begin(), spread.end(), 90), 3 * 28 * 28);
 }
 
@@ -71,7 +71,7 @@ TEST(Place, KeepsTheAspectRatioAndRepeatsEdges) {
   Canvas canvas;
   Thumbnail wide = flat(28, 14, 1, 8, 0);
   for (int x = 0; x < 28; ++x) wide.pixels[x] = static_cast<char>(200);  // the top row
-  const Sample sample = place(wide, canvas);
+  const Sample sample = letterbox(wide, canvas);
   EXPECT_EQ(sample[0], 200);
   EXPECT_EQ(sample[7 * 28], 200);
   EXPECT_EQ(sample[8 * 28], 0);
@@ -108,7 +108,7 @@ Sample turned_quarter(const Sample& sample, const Canvas& canvas) {
   return moved(sample, canvas, [&](int x, int y) { return std::pair(y, canvas.width - 1 - x); });
 }
 
-TEST(FeatureViews, AreWhatTheMirroredAndTurnedPictureGives) {
+TEST(FeatureOrders, AreWhatTheMirroredAndTurnedImageGives) {
   for (const auto& [width, height, channels] :
        {std::array{28, 28, 1}, std::array{96, 96, 3}, std::array{52, 20, 1}}) {
     Canvas canvas;
@@ -123,29 +123,31 @@ TEST(FeatureViews, AreWhatTheMirroredAndTurnedPictureGives) {
                                                              : random.below(256)));
     }
     const Features features = describe(sample, canvas);
-    for (int view = 0; view < 8; ++view) {
-      if (view % 2 == 1 && width != height) continue;
-      Sample seen = view & 4 ? mirrored(sample, canvas) : sample;
-      if (view & 2) seen = turned_half(seen, canvas);
-      if (view & 1) seen = turned_quarter(seen, canvas);
+    for (const DihedralTransform& transform : transforms_of({true, Turns::kAny})) {
+      if (transform.turns_sideways() && width != height) continue;
+      Sample seen = transform.mirrored ? mirrored(sample, canvas) : sample;
+      for (int turn = 0; turn < transform.quarter_turns / 2; ++turn)
+        seen = turned_half(seen, canvas);
+      if (transform.turns_sideways()) seen = turned_quarter(seen, canvas);
       const Features expected = describe(seen, canvas);
-      const FeatureOrder order = order_in_view(canvas, view);
+      const FeatureOrder order = order_under(canvas, transform);
       for (int g = 0; g < kFeatureGroups; ++g) {
         ASSERT_EQ(order[g].size(), expected[g].size()) << g;
         for (std::size_t i = 0; i < expected[g].size(); ++i) {
           ASSERT_NEAR(features[g][order[g][i]], expected[g][i], 1e-4)
-              << width << " px, view " << view << ", group " << g << ", value " << i;
+              << width << " px, mirrored " << transform.mirrored << ", quarter turns "
+              << transform.quarter_turns << ", group " << g << ", value " << i;
         }
       }
     }
   }
 }
 
-TEST(Symmetry, ViewsFormAGroup) {
-  const auto moved_cells = [](int view) {
+TEST(Symmetry, TransformsFormAGroup) {
+  const auto moved_cells = [](const DihedralTransform& transform) {
     std::array<int, 9> cells{};
     for (int i = 0; i < 9; ++i) {
-      const Cell from = cell_before(view, {i % 3, i / 3}, 3, 3);
+      const Cell from = cell_before(transform, {i % 3, i / 3}, 3, 3);
       cells[i] = 3 * from.y + from.x;
     }
     return cells;
@@ -154,14 +156,15 @@ TEST(Symmetry, ViewsFormAGroup) {
     for (const auto& [turns, count] : {std::pair(Turns::kNone, 1), std::pair(Turns::kUpsideDown, 2),
                                        std::pair(Turns::kAny, 4)}) {
       std::set<std::array<int, 9>> all;
-      const std::vector<int> views = views_of({mirrored, turns});
-      for (const int view : views) all.insert(moved_cells(view));
+      const std::vector<DihedralTransform> transforms = transforms_of({mirrored, turns});
+      for (const auto& transform : transforms) all.insert(moved_cells(transform));
       EXPECT_EQ(all.size(), static_cast<std::size_t>(mirrored ? 2 * count : count));
-      for (const int first : views) {
-        for (const int second : views) {
+      for (const auto& first : transforms) {
+        for (const auto& second : transforms) {
           std::array<int, 9> both{};
           for (int i = 0; i < 9; ++i) both[i] = moved_cells(first)[moved_cells(second)[i]];
-          EXPECT_EQ(all.count(both), 1u) << first << " after " << second;
+          EXPECT_EQ(all.count(both), 1u)
+              << first.quarter_turns << " after " << second.quarter_turns;
         }
       }
     }
@@ -208,11 +211,11 @@ std::vector<Sample> numbered(int count) {
   return all;
 }
 
-Memory memory_of(const TrainingSet& set) {
-  Memory memory;
+ExemplarMemory memory_of(const TrainingSet& set) {
+  ExemplarMemory memory;
   memory.categories = set.categories;
-  for (const int i : set.kept) {
-    memory.kept.push_back({set.labels[i], set.folds[i], set.samples[i]});
+  for (const int i : set.exemplars) {
+    memory.exemplars.push_back({set.labels[i], set.folds[i], set.samples[i]});
   }
   return memory;
 }
@@ -222,7 +225,7 @@ TEST(TrainingSet, DealsFoldsEvenlyAndRemembersThem) {
   std::vector<int> counts(8);
   for (int i = 0; i < 16; ++i) ++counts[first.labels[i] * 4 + first.folds[i]];
   for (const int count : counts) EXPECT_EQ(count, 2);
-  const Memory memory = memory_of(first);
+  const ExemplarMemory memory = memory_of(first);
   // Half of the old samples come again, one under another label, and new ones beside them.
   auto again = entries(24);
   again[1].category_id = "even";
@@ -246,7 +249,7 @@ TEST(TrainingSet, DealsEqualSamplesToAllFolds) {
   const std::vector<Sample> equal(all.size(), Sample(Canvas().sample_size(), 7));
   for (const auto& [nets, share] : {std::pair(4, 4), {1, 20}}) {
     const TrainingSet first = join_samples(all, equal, nullptr, nets);
-    const Memory memory = memory_of(first);
+    const ExemplarMemory memory = memory_of(first);
     const TrainingSet second = join_samples(all, equal, &memory, nets);
     for (const TrainingSet* set : {&first, &second}) {
       const auto held_out = std::count(set->folds.begin(), set->folds.end(), 0);

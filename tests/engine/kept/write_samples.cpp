@@ -32,7 +32,7 @@ void write_reader(const Folder& folder) {
   folder.write("reader.answer", read(model, unseen_page()).SerializeAsString());
 }
 
-void write_classifier(const Folder& folder) {
+void write_state(const Folder& folder) {
   const PictureSet set = kept_pictures();
   const auto cache = qv::classifier::TrainCache::create(false);
   const Trained trained = train(set, "", *cache);
@@ -69,6 +69,6 @@ int main(int count, char** arguments) {
   const telvar::test::Folder folder{arguments[1]};
   std::filesystem::create_directories(folder.path);
   telvar::test::write_reader(folder);
-  telvar::test::write_classifier(folder);
+  telvar::test::write_state(folder);
   telvar::test::write_segmenter(folder);
 }

@@ -1,4 +1,4 @@
-#include "classifier/canvas.h"
+#include "classifier/preparation.h"
 
 #include <algorithm>
 #include <cmath>
@@ -80,7 +80,7 @@ void measure_levels(Canvas& canvas, const std::vector<Sample>& samples) {
   }
 }
 
-Sample place(const Thumbnail& thumbnail, const Canvas& canvas) {
+Sample letterbox(const Thumbnail& thumbnail, const Canvas& canvas) {
   const double scale = std::min(static_cast<double>(canvas.width) / thumbnail.width,
                                 static_cast<double>(canvas.height) / thumbnail.height);
   const int width = fitted(thumbnail.width, scale, canvas.width);

@@ -37,7 +37,7 @@ void measure_levels(Canvas& canvas, const std::vector<Sample>& samples);
 
 /// Scales with its aspect ratio to fit, centres, and repeats the edge pixels around it; images of
 /// nearly the canvas' aspect ratio fill it. Colour on a gray canvas turns to luma.
-Sample place(const Thumbnail& thumbnail, const Canvas& canvas);
+Sample letterbox(const Thumbnail& thumbnail, const Canvas& canvas);
 
 void write_canvas(core::ByteWriter& writer, const Canvas& canvas);
 /// Throws core::malformed_bytes.

@@ -4,9 +4,8 @@
 
 #include <vector>
 
-#include "classifier/dense.h"
-#include "classifier/feature_views.h"
-#include "classifier/features.h"
+#include "classifier/kernel/features.h"
+#include "classifier/kernel/matrix.h"
 #include "core/worker_pool.h"
 
 namespace telvar::classifier {
@@ -16,15 +15,15 @@ using Weights = std::vector<float>;
 /// All groups side by side, scaled so that squared distances add up as weighted.
 Matrix weighted(const std::vector<Features>& samples, const Weights& weights);
 
-/// Where the columns of `weighted` come from in a view.
+/// Where the columns of `weighted` come from in an order.
 std::vector<int> column_order(const FeatureOrder& order, const Weights& weights);
 
 /// Rows first .. last - 1 in each order (column i from column order[i]), one order after the other.
 Matrix in_orders(const Matrix& matrix, int first, int last,
                  const std::vector<std::vector<int>>& orders);
 
-/// Of the rows' lengths.
-std::vector<float> squares_of(const Matrix& matrix);
+/// The squared length of each row.
+std::vector<float> row_norms_squared(const Matrix& matrix);
 
 /// Squared distances between the rows of a and b.
 Matrix distances(const Matrix& a, const std::vector<float>& a_squares, const Matrix& b,

@@ -38,11 +38,11 @@ class Matrix {
 };
 
 /// a b', where a is m x k and b is n x k.
-Matrix product_transposed(const Matrix& a, const Matrix& b, core::WorkerPool& pool);
+Matrix multiply_abt(const Matrix& a, const Matrix& b, core::WorkerPool& pool);
 
 /// Replaces the lower triangle of a symmetric positive definite matrix by its Cholesky factor and
 /// the upper one by zeros; false when it is not positive definite.
-bool factorise(Matrix& matrix, core::WorkerPool& pool);
+bool cholesky(Matrix& matrix, core::WorkerPool& pool);
 
 /// The transposed inverse of a lower triangular matrix.
 Matrix inverse_transposed(const Matrix& lower, core::WorkerPool& pool);

@@ -1,4 +1,4 @@
-#include "classifier/kernel_algebra.h"
+#include "classifier/kernel/algebra.h"
 
 #include <algorithm>
 #include <cmath>
@@ -45,7 +45,7 @@ Matrix in_orders(const Matrix& matrix, int first, int last,
   return out;
 }
 
-std::vector<float> squares_of(const Matrix& matrix) {
+std::vector<float> row_norms_squared(const Matrix& matrix) {
   std::vector<float> squares;
   for (int i = 0; i < matrix.rows(); ++i) {
     float sum = 0;
@@ -57,7 +57,7 @@ std::vector<float> squares_of(const Matrix& matrix) {
 
 Matrix distances(const Matrix& a, const std::vector<float>& a_squares, const Matrix& b,
                  const std::vector<float>& b_squares, core::WorkerPool& pool) {
-  Matrix out = product_transposed(a, b, pool);
+  Matrix out = multiply_abt(a, b, pool);
   for (int i = 0; i < out.rows(); ++i) {
     for (int j = 0; j < out.columns(); ++j) {
       out.at(i, j) = std::max(0.0f, a_squares[i] + b_squares[j] - 2 * out.at(i, j));
@@ -99,7 +99,7 @@ bool solve(Matrix kernel, float ridge, const Matrix& targets, core::WorkerPool& 
            Solution& solution) {
   const int n = kernel.rows(), categories = targets.columns();
   for (int i = 0; i < n; ++i) kernel.at(i, i) += ridge;
-  if (!factorise(kernel, pool)) return false;
+  if (!cholesky(kernel, pool)) return false;
   solution.inverse_factor = inverse_transposed(kernel, pool);
   const Matrix& factor = solution.inverse_factor;
   Matrix whitened(categories, n);
@@ -109,9 +109,9 @@ bool solve(Matrix kernel, float ridge, const Matrix& targets, core::WorkerPool& 
       for (int k = i; k < n; ++k) whitened.at(c, k) += target * factor.at(i, k);
     }
   }
-  solution.coefficients = product_transposed(factor, whitened, pool);
+  solution.coefficients = multiply_abt(factor, whitened, pool);
   solution.held_out = Matrix(n, categories);
-  const std::vector<float> diagonal = squares_of(factor);
+  const std::vector<float> diagonal = row_norms_squared(factor);
   for (int i = 0; i < n; ++i) {
     for (int c = 0; c < categories; ++c) {
       solution.held_out.at(i, c) = targets.at(i, c) - solution.coefficients.at(i, c) / diagonal[i];

@@ -1,4 +1,4 @@
-#include "classifier/dense.h"
+#include "classifier/kernel/matrix.h"
 
 #include <algorithm>
 
@@ -6,7 +6,7 @@
 #include <Eigen/Cholesky>
 #include <Eigen/Core>
 
-#include "classifier/dot_products.h"
+#include "classifier/kernel/dot_products.h"
 
 // Eigen is compiled for the least processor that the library runs on, where its products take two
 // to three times as long as ours; its small triangular solves are a hundredth of the work.
@@ -73,7 +73,7 @@ int blocks_of(int count) {
 
 }  // namespace
 
-Matrix product_transposed(const Matrix& a, const Matrix& b, core::WorkerPool& pool) {
+Matrix multiply_abt(const Matrix& a, const Matrix& b, core::WorkerPool& pool) {
   Matrix product(a.rows(), b.rows());
   const int across = blocks_of(b.rows());
   pool.run(blocks_of(a.rows()) * across, [&](int block) {
@@ -85,7 +85,7 @@ Matrix product_transposed(const Matrix& a, const Matrix& b, core::WorkerPool& po
   return product;
 }
 
-bool factorise(Matrix& matrix, core::WorkerPool& pool) {
+bool cholesky(Matrix& matrix, core::WorkerPool& pool) {
   const int n = matrix.rows();
   for (int j0 = 0; j0 < n; j0 += kBlock) {
     const int j1 = std::min(n, j0 + kBlock);

@@ -1,7 +1,10 @@
-#include "classifier/trainer.h"
+#include "classifier/training.h"
 
 #include <algorithm>
 
+#include "classifier/evaluation.h"
+#include "classifier/feature_orders.h"
+#include "classifier/inference.h"
 #include "classifier/limits.h"
 #include "classifier/network.h"
 #include "classifier/network_training.h"
@@ -45,39 +48,13 @@ void train_networks(const TrainingSet& set, const ClassifierState* before, int n
     task.symmetry = state.symmetry;
     task.categories = static_cast<int>(set.categories.size());
     task.effort = effort;
-    task.goes_on = before != nullptr;
+    task.fine_tunes = before != nullptr;
     task.seed = kSeed + static_cast<std::uint64_t>(number);
     task.members = members_for(set, number);
     state.nets[number] = first_weights(set, state.canvas, before, number);
     train_network(state.nets[number], task, pool);
   });
-  make_ready(state);
-}
-
-std::vector<const Sample*> pointers(const TrainingSet& set, const std::vector<int>& indices) {
-  std::vector<const Sample*> out;
-  for (const int i : indices) out.push_back(&set.samples[i]);
-  return out;
-}
-
-/// What each held-out sample gets from the network that has not seen it.
-Matrix held_out_logits(const TrainingSet& set, const ClassifierState& state,
-                       const std::vector<int>& held_out, core::WorkerPool& pool) {
-  const int categories = static_cast<int>(set.categories.size());
-  Matrix out(static_cast<int>(held_out.size()), categories);
-  for (std::size_t number = 0; number < state.answers.size(); ++number) {
-    std::vector<int> rows, indices;
-    for (int row = 0; row < out.rows(); ++row) {
-      if (set.folds[held_out[row]] != static_cast<int>(number)) continue;
-      rows.push_back(row);
-      indices.push_back(held_out[row]);
-    }
-    const Matrix logits = state.answers[number].logits(pointers(set, indices), pool);
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-      std::copy_n(logits.row(static_cast<int>(i)), categories, out.row(rows[i]));
-    }
-  }
-  return out;
+  build_inference(state);
 }
 
 /// A balanced choice of samples, large enough to choose a kernel and to find symmetries by.
@@ -88,28 +65,28 @@ struct Probe {
 
 Probe probe_of(const TrainingSet& set) {
   Probe probe;
-  const std::size_t count = std::min<std::size_t>(kProbeSamples, set.kept.size());
+  const std::size_t count = std::min<std::size_t>(kProbeSamples, set.exemplars.size());
   for (std::size_t k = 0; k < count; ++k) {
-    probe.samples.push_back(&set.samples[set.kept[k]]);
-    probe.labels.push_back(set.labels[set.kept[k]]);
+    probe.samples.push_back(&set.samples[set.exemplars[k]]);
+    probe.labels.push_back(set.labels[set.exemplars[k]]);
   }
   return probe;
 }
 
-/// Trains the kernel machine on the kept samples; returns held-out scores of `held_out`: by leaving
+/// Trains the kernel machine on the exemplars; returns held-out scores of `held_out`: by leaving
 /// one out where the sample is a landmark, plainly where it is not.
 Matrix train_kernel(const TrainingSet& set, const std::vector<int>& held_out,
                     const KernelChoice& choice, core::WorkerPool& pool, ClassifierState& state) {
   const int categories = static_cast<int>(set.categories.size());
-  std::vector<int> landmarks = set.kept, labels;
+  std::vector<int> landmarks = set.exemplars, labels;
   landmarks.resize(std::min<std::size_t>(landmarks.size(), kMaxLandmarks));
   for (const int i : landmarks) labels.push_back(set.labels[i]);
   const std::vector<const Sample*> samples = pointers(set, landmarks);
-  Matrix left_out;
+  Matrix landmark_scores;
   state.has_kernel = true;
   state.kernel = KernelMachine::learn(choice, describe_all(samples, state.canvas, pool),
-                                      orders_in_views(state.canvas, views_of(state.symmetry)),
-                                      labels, categories, pool, left_out);
+                                      orders_under(state.canvas, transforms_of(state.symmetry)),
+                                      labels, categories, pool, landmark_scores);
   std::vector<int> landmark(set.samples.size(), -1), others;
   for (std::size_t k = 0; k < landmarks.size(); ++k) landmark[landmarks[k]] = static_cast<int>(k);
   for (const int i : held_out) {
@@ -120,7 +97,7 @@ Matrix train_kernel(const TrainingSet& set, const std::vector<int>& held_out,
   int next = 0;
   for (int row = 0; row < out.rows(); ++row) {
     const int k = landmark[held_out[row]];
-    std::copy_n(k >= 0 ? left_out.row(k) : plain.row(next++), categories, out.row(row));
+    std::copy_n(k >= 0 ? landmark_scores.row(k) : plain.row(next++), categories, out.row(row));
   }
   return out;
 }
@@ -134,19 +111,19 @@ TrainedClassifier train_classifier(const TrainingSet& set, const Canvas& canvas,
   ClassifierState& state = trained.state;
   state.categories = set.categories;
   state.canvas = canvas;
-  for (const int i : set.kept) {
-    state.kept.push_back({set.labels[i], set.folds[i], set.samples[i]});
+  for (const int i : set.exemplars) {
+    state.exemplars.push_back({set.labels[i], set.folds[i], set.samples[i]});
   }
   const int categories = static_cast<int>(set.categories.size());
   const Probe probe = probe_of(set);
   const std::vector<Features> probed = describe_all(probe.samples, canvas, pool);
   const auto choose = [&] {
     return choose_kernel(probed, probe.labels, categories,
-                         orders_in_views(canvas, views_of(state.symmetry)), pool);
+                         orders_under(canvas, transforms_of(state.symmetry)), pool);
   };
   KernelChoice choice = choose();
   state.symmetry = find_symmetry(probed, probe.labels, canvas, choice, categories, pool);
-  if (nets > 1 && views_of(state.symmetry).size() > 1) choice = choose();
+  if (nets > 1 && transforms_of(state.symmetry).size() > 1) choice = choose();
   train_networks(set, before, nets, effort, pool, state);
   std::vector<int> held_out, labels;
   for (std::size_t i = 0; i < set.samples.size(); ++i) {

@@ -1,36 +1,36 @@
-#include "classifier/kernel_machine.h"
+#include "classifier/kernel/machine.h"
 
 #include <algorithm>
 
-#include "classifier/kernel_algebra.h"
+#include "classifier/kernel/algebra.h"
 
 namespace telvar::classifier {
 namespace {
 
-constexpr int kBlockRows = 512;  // compared at a time; bounds the memory that views take
+constexpr int kBlockRows = 512;  // compared at a time; bounds the memory that orders take
 
 }  // namespace
 
 void KernelMachine::place_landmarks(const std::vector<Features>& samples,
-                                    const std::vector<FeatureOrder>& views) {
+                                    const std::vector<FeatureOrder>& orders) {
   landmarks_ = weighted(samples, choice_.group_weights);
-  squares_ = squares_of(landmarks_);
+  squares_ = row_norms_squared(landmarks_);
   orders_.clear();
-  for (const FeatureOrder& view : views) {
-    orders_.push_back(column_order(view, choice_.group_weights));
+  for (const FeatureOrder& order : orders) {
+    orders_.push_back(column_order(order, choice_.group_weights));
   }
 }
 
 Matrix KernelMachine::similarities(const std::vector<Features>& samples,
                                    core::WorkerPool& pool) const {
   const Matrix features = weighted(samples, choice_.group_weights);
-  const std::vector<float> squares = squares_of(features);
-  const int views = static_cast<int>(orders_.size()), most = std::max(1, kBlockRows / views);
+  const std::vector<float> squares = row_norms_squared(features);
+  const int orders = static_cast<int>(orders_.size()), most = std::max(1, kBlockRows / orders);
   Matrix mean(features.rows(), landmarks_.rows());
   for (int first = 0; first < mean.rows(); first += most) {
     const int last = std::min(mean.rows(), first + most);
     std::vector<float> seen_squares;
-    for (int view = 0; view < views; ++view) {
+    for (int order = 0; order < orders; ++order) {
       seen_squares.insert(seen_squares.end(), squares.begin() + first, squares.begin() + last);
     }
     Matrix kernel = distances(in_orders(features, first, last, orders_), seen_squares, landmarks_,
@@ -39,7 +39,7 @@ Matrix KernelMachine::similarities(const std::vector<Features>& samples,
     for (int row = 0; row < kernel.rows(); ++row) {
       float* const sum = mean.row(first + row % (last - first));
       for (int j = 0; j < kernel.columns(); ++j) {
-        sum[j] += kernel.at(row, j) / static_cast<float>(views);
+        sum[j] += kernel.at(row, j) / static_cast<float>(orders);
       }
     }
   }
@@ -47,12 +47,12 @@ Matrix KernelMachine::similarities(const std::vector<Features>& samples,
 }
 
 KernelMachine KernelMachine::learn(const KernelChoice& choice, const std::vector<Features>& samples,
-                                   const std::vector<FeatureOrder>& views,
+                                   const std::vector<FeatureOrder>& orders,
                                    const std::vector<int>& labels, int categories,
                                    core::WorkerPool& pool, Matrix& held_out) {
   KernelMachine machine;
   machine.choice_ = choice;
-  machine.place_landmarks(samples, views);
+  machine.place_landmarks(samples, orders);
   const Matrix kernel = machine.similarities(samples, pool);
   const Matrix targets = targets_of(labels, categories, machine.offsets_);
   Solution solution = solve_surely(kernel, choice.ridge, targets, pool);

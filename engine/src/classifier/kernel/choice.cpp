@@ -1,9 +1,9 @@
-#include "classifier/kernel_choice.h"
+#include "classifier/kernel/choice.h"
 
 #include <algorithm>
 #include <limits>
 
-#include "classifier/kernel_algebra.h"
+#include "classifier/kernel/algebra.h"
 
 namespace telvar::classifier {
 namespace {
@@ -41,35 +41,35 @@ float scale_of(const Matrix& distances) {
   return mean > 1e-9 ? static_cast<float>(1 / mean) : 0.0f;
 }
 
-/// Squared distances between the samples seen in one view and the samples, a matrix a group.
+/// Squared distances between the samples seen in one order and the samples, a matrix a group.
 using GroupDistances = std::vector<Matrix>;
 
-GroupDistances group_distances(const std::vector<Features>& samples, const FeatureOrder& view,
+GroupDistances group_distances(const std::vector<Features>& samples, const FeatureOrder& order,
                                core::WorkerPool& pool) {
   GroupDistances all;
   for (int g = 0; g < kFeatureGroups; ++g) {
     Weights single(kFeatureGroups);
     single[g] = 1;
     const Matrix features = weighted(samples, single);
-    const std::vector<float> squares = squares_of(features);
-    const Matrix seen = in_orders(features, 0, features.rows(), {column_order(view, single)});
+    const std::vector<float> squares = row_norms_squared(features);
+    const Matrix seen = in_orders(features, 0, features.rows(), {column_order(order, single)});
     all.push_back(distances(seen, squares, features, squares, pool));
   }
   return all;
 }
 
-/// The mean over the views.
-Matrix kernel_of(const std::vector<GroupDistances>& views, const Weights& weights,
+/// The mean over the orders.
+Matrix kernel_of(const std::vector<GroupDistances>& orders, const Weights& weights,
                  core::WorkerPool& pool) {
-  const int count = views[0][0].rows();
+  const int count = orders[0][0].rows();
   Matrix mean(count, count);
-  for (const GroupDistances& groups : views) {
+  for (const GroupDistances& groups : orders) {
     Matrix kernel(count, count);
     for (int g = 0; g < kFeatureGroups; ++g) {
       if (weights[g] > 0) add_scaled(kernel, groups[g], weights[g]);
     }
     to_kernel(kernel, pool);
-    add_scaled(mean, kernel, 1 / static_cast<float>(views.size()));
+    add_scaled(mean, kernel, 1 / static_cast<float>(orders.size()));
   }
   return mean;
 }
@@ -77,10 +77,10 @@ Matrix kernel_of(const std::vector<GroupDistances>& views, const Weights& weight
 }  // namespace
 
 KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vector<int>& labels,
-                           int categories, const std::vector<FeatureOrder>& views,
+                           int categories, const std::vector<FeatureOrder>& orders,
                            core::WorkerPool& pool) {
   std::vector<GroupDistances> seen;
-  for (const FeatureOrder& view : views) seen.push_back(group_distances(samples, view, pool));
+  for (const FeatureOrder& order : orders) seen.push_back(group_distances(samples, order, pool));
   Weights scales, offsets;
   for (const Matrix& group : seen[0]) scales.push_back(scale_of(group));
   const Matrix targets = targets_of(labels, categories, offsets);
@@ -109,23 +109,23 @@ KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vect
   return best;
 }
 
-std::vector<std::vector<int>> recognised_in_views(const KernelChoice& choice,
-                                                  const std::vector<Features>& samples,
-                                                  const std::vector<int>& labels, int categories,
-                                                  const std::vector<FeatureOrder>& views,
-                                                  core::WorkerPool& pool) {
+std::vector<std::vector<int>> recognised_in_orders(const KernelChoice& choice,
+                                                   const std::vector<Features>& samples,
+                                                   const std::vector<int>& labels, int categories,
+                                                   const std::vector<FeatureOrder>& orders,
+                                                   core::WorkerPool& pool) {
   const Matrix features = weighted(samples, choice.group_weights);
-  const std::vector<float> squares = squares_of(features);
+  const std::vector<float> squares = row_norms_squared(features);
   Matrix kernel = distances(features, squares, features, squares, pool);
   to_kernel(kernel, pool);
   Weights offsets;
   const Matrix targets = targets_of(labels, categories, offsets);
   const Solution solution = solve_surely(kernel, choice.ridge, targets, pool);
-  const Matrix inverse = product_transposed(solution.inverse_factor, solution.inverse_factor, pool);
+  const Matrix inverse = multiply_abt(solution.inverse_factor, solution.inverse_factor, pool);
   std::vector<std::vector<int>> recognised;
-  for (const FeatureOrder& view : views) {
+  for (const FeatureOrder& order : orders) {
     const Matrix seen =
-        in_orders(features, 0, features.rows(), {column_order(view, choice.group_weights)});
+        in_orders(features, 0, features.rows(), {column_order(order, choice.group_weights)});
     Matrix similarity = distances(seen, squares, features, squares, pool);
     to_kernel(similarity, pool);
     std::vector<int> right(categories);

@@ -1,4 +1,4 @@
-#include "classifier/dot_products.h"
+#include "classifier/kernel/dot_products.h"
 
 #include <utility>
 
@@ -7,7 +7,7 @@
 #define HWY_DISABLED_TARGETS (HWY_SSSE3 | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128 | HWY_RVV)
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "classifier/dot_products.cpp"
+#define HWY_TARGET_INCLUDE "classifier/kernel/dot_products.cpp"
 #include <hwy/foreach_target.h>  // must stand before highway.h
 #include <hwy/highway.h>
 

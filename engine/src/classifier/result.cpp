@@ -1,4 +1,4 @@
-#include "classifier/answers.h"
+#include "classifier/result.h"
 
 namespace telvar::classifier {
 

@@ -1,32 +1,32 @@
 #pragma once
 
-// A kernel ridge classifier on the features of the kept samples: strong when samples are few.
+// A kernel ridge classifier on the features of the exemplars: strong when samples are few.
 //
 // Scores f(x) = sum_i k(x, x_i) a_i with k = exp(-sum_g w_g |x_g - y_g|^2) over the feature groups
 // g; a = (K + ridge I)^-1 Y.
 
 #include <vector>
 
-#include "classifier/dense.h"
-#include "classifier/feature_views.h"
-#include "classifier/features.h"
-#include "classifier/kernel_choice.h"
+#include "classifier/kernel/choice.h"
+#include "classifier/kernel/features.h"
+#include "classifier/kernel/matrix.h"
 #include "core/bytes.h"
 #include "core/worker_pool.h"
 
 namespace telvar::classifier {
 
-/// The kernel of two samples is the mean over the views of the first one that mean the same. That
-/// is the mean over the views of the second as well, since views undo each other and only change
-/// the order of the features.
+/// The kernel of two samples is the mean over the orders in which the first one means the same.
+/// That is the mean over the orders of the second as well, since the orders come from a group of
+/// transforms, which undo each other.
 class KernelMachine {
  public:
-  /// Learns from samples with a category index each (below `categories`), alike in `views`, of
-  /// which there is at least the one that leaves them as they are.
-  /// `held_out` takes the leave-one-out scores, samples x categories.
+  /// Learns from samples with a category index each (below `categories`), that mean the same in all
+  /// `orders`, of which there is at least the one that leaves them as they are. `held_out` takes
+  /// the leave-one-out scores, samples x categories.
   static KernelMachine learn(const KernelChoice& choice, const std::vector<Features>& samples,
-                             const std::vector<FeatureOrder>& views, const std::vector<int>& labels,
-                             int categories, core::WorkerPool& pool, Matrix& held_out);
+                             const std::vector<FeatureOrder>& orders,
+                             const std::vector<int>& labels, int categories, core::WorkerPool& pool,
+                             Matrix& held_out);
 
   /// How alike samples and landmarks are, 0..1, samples x landmarks.
   Matrix similarities(const std::vector<Features>& samples, core::WorkerPool& pool) const;
@@ -36,19 +36,19 @@ class KernelMachine {
 
   int samples() const { return coefficients_.rows(); }
 
-  /// The landmarks themselves are not written: they are the kept samples' features.
+  /// The landmarks themselves are not written: they are the exemplars' features.
   void write(core::ByteWriter& writer) const;
   /// The machine lacks its landmarks until they are placed. Throws core::malformed_bytes.
   static KernelMachine read(core::ByteReader& reader, int samples, int categories);
-  /// The samples that were learned, and the views in which they are alike.
+  /// The samples that were learned, and the orders in which they are alike.
   void place_landmarks(const std::vector<Features>& samples,
-                       const std::vector<FeatureOrder>& views);
+                       const std::vector<FeatureOrder>& orders);
 
  private:
   KernelChoice choice_;
   Matrix landmarks_;                      // samples x weighted features
   std::vector<float> squares_;            // of the landmarks' lengths
-  std::vector<std::vector<int>> orders_;  // of the weighted features, in each view
+  std::vector<std::vector<int>> orders_;  // of the weighted features, in each order
   Matrix coefficients_;                   // samples x categories
   std::vector<float> offsets_;            // per category
 };

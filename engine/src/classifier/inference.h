@@ -1,0 +1,39 @@
+#pragma once
+
+// What a trained classifier answers: the scores of its networks and its kernel machine, and of both
+// together.
+
+#include <vector>
+
+#include "classifier/features.h"
+#include "classifier/kernel/matrix.h"
+#include "classifier/state.h"
+#include "core/worker_pool.h"
+
+namespace telvar::classifier {
+
+/// Makes `answers` from the networks.
+void build_inference(ClassifierState& state);
+
+/// `build_inference`, and drops what answers do not need: the exemplars and the networks' weights.
+/// The state can then neither be fine-tuned nor written.
+void prepare_for_inference(ClassifierState& state);
+
+/// The features of many samples.
+std::vector<Features> describe_all(const std::vector<const Sample*>& samples, const Canvas& canvas,
+                                   core::WorkerPool& pool);
+
+/// The mean of the networks' logits.
+Matrix mean_logits(const ClassifierState& state, const std::vector<const Sample*>& samples,
+                   core::WorkerPool& pool);
+
+/// The kernel machine's scores, samples x categories. Works in blocks, so that beside the scores
+/// its memory does not grow with the number of samples.
+Matrix kernel_scores(const ClassifierState& state, const std::vector<const Sample*>& samples,
+                     core::WorkerPool& pool);
+
+/// Calibrated scores, samples x categories.
+Matrix scores_of(const ClassifierState& state, const std::vector<const Sample*>& samples,
+                 core::WorkerPool& pool);
+
+}  // namespace telvar::classifier

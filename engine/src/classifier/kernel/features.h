@@ -1,0 +1,18 @@
+#pragma once
+
+// What the kernel machine takes in: numbers in groups, and the orders in which it may see them.
+
+#include <vector>
+
+namespace telvar::classifier {
+
+/// Coarse shape, fine shape, pixels, texture, colour.
+constexpr int kFeatureGroups = 5;
+
+/// The features of one sample, a vector per group; a group may be empty, but then for all samples.
+using Features = std::vector<std::vector<float>>;
+
+/// For every feature group: value i in this order is value order[i] of the sample itself.
+using FeatureOrder = std::vector<std::vector<int>>;
+
+}  // namespace telvar::classifier
