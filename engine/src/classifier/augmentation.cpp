@@ -6,15 +6,18 @@
 namespace telvar::classifier {
 namespace {
 
-constexpr float kMaxShift = 0.07f;  // of the side
+/// How far a sample is changed at most, at strength 1. Each is drawn evenly up to its limit: two of
+/// 28 pixels, seven degrees, a tenth of the size, a sixth of the light.
+constexpr float kMaxShift = 0.07f;  // of the canvas' side
 constexpr float kMaxTurn = 0.12f;   // radians
 constexpr float kHalfTurn = 3.14159265f;
-constexpr float kMaxScale = 0.1f;    // logarithm
-constexpr float kMaxGain = 0.15f;    // logarithm
+constexpr float kMaxScale = 0.1f;    // natural logarithm
+constexpr float kMaxGain = 0.15f;    // natural logarithm
 constexpr float kMaxOffset = 0.08f;  // of white
 
 struct Pose {
   float xx, xy, x0, yx, yy, y0;
+  /// Canvas pixels to pixels of the sample.
 };
 
 /// Maps canvas positions to sample positions, about the centre.

@@ -12,6 +12,7 @@
 namespace telvar::classifier {
 namespace {
 
+/// Of a block of unit length: no single edge may outweigh the shape (Dalal and Triggs, 2005).
 constexpr float kClip = 0.2f;
 constexpr float kPi = 3.14159265f;
 
@@ -159,7 +160,7 @@ constexpr std::array<std::uint8_t, 256> all_patterns() {
 void append_patterns(const core::Raster& gray, int radius, std::vector<float>& out) {
   static constexpr int kDx[8] = {1, 1, 0, -1, -1, -1, 0, 1}, kDy[8] = {0, 1, 1, 1, 0, -1, -1, -1};
   static constexpr std::array<std::uint8_t, 256> kBins = all_patterns();
-  constexpr float kNoise = 0.01f;
+  constexpr float kNoise = 0.01f;  // of white: what a sensor adds is no pattern
   std::ptrdiff_t neighbours[8];
   for (int k = 0; k < 8; ++k) neighbours[k] = radius * (kDy[k] * gray.width + kDx[k]);
   std::array<int, kPatterns> counts{};

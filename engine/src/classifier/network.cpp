@@ -10,7 +10,7 @@
 namespace telvar::classifier {
 namespace {
 
-// The blocks work on about this many places a side before the mean.
+// The last block leaves about this many places a side for the mean.
 constexpr double kFinalSide = 7;
 constexpr int kEarlyChannels = 16;
 constexpr int kMiddleChannels = 32;

@@ -21,10 +21,14 @@ constexpr Regime kSmallSets{16, 4e-3, 1.0f};
 // Large sets show most variations themselves, and each sample is seen a few times only.
 constexpr Regime kLargeSets{32, 8e-3, 0.25f};
 
+// A chunk for each of two threads; the result depends on their number, so it is fixed.
 constexpr int kChunks = 2;
+// What the labels give to all categories alike: labels by hand are not always right.
 constexpr double kSmoothing = 0.05;
-constexpr double kFineTuneShare = 0.1;  // of the steps from nothing
-constexpr double kFineTuneRate = 0.4;   // of the rate from nothing
+// Fine-tuning takes this share of the steps, and of the peak rate, of a training from nothing: what
+// was learned is to be moved, not replaced.
+constexpr double kFineTuneShare = 0.1;
+constexpr double kFineTuneRate = 0.4;
 
 /// How many samples a training from nothing draws, of so many. Half as many are enough for clothes;
 /// parts, documents, icons and letters of many fonts lose points by it.
@@ -47,7 +51,7 @@ nn::TrainingPlan plan_for(const NetworkTask& task, const Regime& regime) {
   return plan;
 }
 
-/// The most samples of one category that a round takes when a training goes on: old categories are
+/// The most samples of one category that a round takes when it fine-tunes: old categories are
 /// there with the few samples that were kept, and must not drown among the new.
 std::size_t category_limit(const NetworkTask& task) {
   if (!task.fine_tunes) return task.members.size();

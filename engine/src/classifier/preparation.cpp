@@ -9,11 +9,17 @@
 namespace telvar::classifier {
 namespace {
 
-// Images smaller than this are enlarged: the network halves its input several times.
+// Canvas pixels. Images smaller than this are enlarged: the network halves its input several times.
 constexpr double kSmallestLongSide = 28;
+// A canvas is no narrower than this; longer images are letterboxed.
 constexpr double kMaxAspect = 4;
+// An image that fills all of the canvas but this share of a side is stretched to fill it: a border
+// of repeated pixels would say more about the extent of images than about what they show.
 constexpr double kStretchTolerance = 0.15;
-constexpr double kNearlySquare = 0.12;  // logarithm of the aspect ratio
+// Natural logarithm of the aspect ratio. A median extent this near to a square gets a square
+// canvas, on which quarter turns are possible.
+constexpr double kNearlySquare = 0.12;
+// Of white. Blank training images must not make amplified noise of all others.
 constexpr float kSmallestDeviation = 0.02f;
 
 double median(std::vector<double> values) {

@@ -9,7 +9,7 @@
 namespace telvar::classifier {
 namespace {
 
-// Channels that differ by less are the noise of a gray picture stored in colour.
+// Channels that differ by less are the noise of a gray image stored in colour.
 constexpr float kColourfulness = 0.02f;
 
 bool shows_colour(const core::Raster& raster) {

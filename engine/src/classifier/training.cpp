@@ -13,7 +13,8 @@
 namespace telvar::classifier {
 namespace {
 
-constexpr std::uint64_t kSeed = 0x636C617373u;
+constexpr std::uint64_t kSeed = 0x636C617373u;  // any constant: keys the random numbers
+// Samples that the kernel and the symmetries are chosen by; the cost grows with their square.
 constexpr int kProbeSamples = 500;
 
 nn::Network first_weights(const TrainingSet& set, const Canvas& canvas,

@@ -15,7 +15,9 @@ namespace telvar::classifier {
 namespace {
 
 constexpr int kFolds = 4;
-constexpr int kOneInHeldOut = 20;  // of a large set
+// Networks of a small set, each held out of a quarter of it.
+// Of a large set one sample in so many is held out: some 300 at least, enough to calibrate by.
+constexpr int kOneInHeldOut = 20;
 constexpr int kNoFold = -1;
 
 std::uint64_t digest(const Sample& sample) {

@@ -5,9 +5,10 @@
 
 namespace telvar::ocr {
 
-/// What differs from one picture of a marking to the next, each at random: stroke width, worn
-/// spots, what is printed or reflected behind (edges, spots, streaks), focus, uneven light, sensor
-/// noise. Gray raster at reading scale.
+/// Changes a gray raster, in reading pixels, as one image of a marking differs from the next:
+/// stroke width, worn spots, what is printed or reflected behind (edges, spots, streaks), focus,
+/// uneven light, sensor noise. Each comes by chance, so that about one raster in thirty stays as it
+/// is.
 void augment(core::Raster& raster, core::Random& random);
 
 }  // namespace telvar::ocr

@@ -9,10 +9,12 @@
 namespace telvar::ocr {
 namespace {
 
-/// Smoothed training labels and means over votes make scores less certain than they need be.
+/// Smoothed training labels and means over votes make scores less certain than they need be, so
+/// that sharpnesses above 1 are usual.
 constexpr double kUsualSharpness = 2;
 /// What a doubling or halving of that costs, in units of log likelihood.
 constexpr double kBelief = 4;
+/// One label that is wrong must not decide alone.
 constexpr double kLeastProbability = 1e-4;
 
 /// Negative log likelihood of the right category.

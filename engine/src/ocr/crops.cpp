@@ -11,6 +11,8 @@ namespace telvar::ocr {
 namespace {
 
 constexpr int kMargin = kContrastReach;
+/// Crop pixels are reading pixels. A raster has the crop in its middle, and around it what the
+/// contrast of its edges is measured from.
 constexpr int kRasterWidth = kCropWidth + 2 * kMargin;
 constexpr int kRasterHeight = kCropHeight + 2 * kMargin;
 constexpr float kPi = 3.14159265f;
@@ -33,11 +35,14 @@ struct Mapping {
 };
 
 float clamped_normal(core::Random& random, float deviation, float limit) {
+  /// A normal deviate that never exceeds `limit`: rare extremes would teach nothing that occurs.
   return std::clamp(random.normal() * deviation, -limit, limit);
 }
 
-/// Mostly the size and direction of the training images, at times up to the limits that the reader
-/// is to stand: 0.7 to 1.4 of the nominal size, turned by 15 degrees.
+/// Three crops of four have about the size and direction of the training images, with deviations of
+/// 8 % and 2.5 degrees. The fourth reaches the limits that the reader is to stand: 0.7 to 1.4 of
+/// the nominal size (e to the power of -0.36 and 0.36), turned by 15 degrees. Places lie up to 0.3
+/// of a crop off its middle, so that characters are seen at its edges too.
 Mapping draw_mapping(core::Random& random, float aspect, float x, float y) {
   const bool far = random.chance(0.25f);
   const float turn = (far ? random.uniform(-15, 15) : clamped_normal(random, 2.5f, 8)) * kPi / 180;
@@ -101,7 +106,8 @@ GrayPixels smoothed(const PreparedSample& sample) {
   return result;
 }
 
-/// Elastic displacement, in raster pixels: of whole characters, and of parts of them.
+/// Elastic displacement, in reading pixels: of whole characters (knots one and a half characters
+/// apart), and in half of the crops of parts of them (knots a third of a character apart).
 class Elastic {
  public:
   explicit Elastic(core::Random& random)
@@ -164,7 +170,7 @@ std::vector<PreparedLabel> carried(const std::vector<PreparedLabel>& labels, con
 }
 
 /// Excerpts, which an earlier training has left, come up so often at most for each crop of what is
-/// new.
+/// new: enough that the old is not forgotten, and less than half of the steps.
 constexpr double kMostOfExcerpts = 0.7;
 
 /// A character this near to the edge of an excerpt, in prepared pixels, may have its centre beyond.

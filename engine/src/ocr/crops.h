@@ -1,7 +1,7 @@
 #pragma once
 
 // Draws the crops that the network learns from: pieces of prepared samples at reading scale,
-// changed in the ways in which real pictures of one marking differ.
+// changed in the ways in which real images of one marking differ.
 
 #include <cstdint>
 #include <vector>

@@ -14,7 +14,7 @@ namespace {
 /// Votes within this distance of the strongest one, in characters, mean the same character.
 constexpr float kAgreement = 0.22f;
 /// A character reaches full strength when so much objectness has voted for it; a lone cell is more
-/// often noise.
+/// often noise. About 16 cells vote for a character that is seen well.
 constexpr float kFullVote = 2.0f;
 
 /// Buckets of the plane, so that only neighbours are compared.

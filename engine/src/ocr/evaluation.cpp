@@ -7,7 +7,8 @@ namespace telvar::ocr {
 namespace {
 
 constexpr float kRatio = static_cast<float>(kPreparedCharacter) / kReadingCharacter;
-/// A character without a label is certain from this strength and best score on.
+/// A character without a label is certain from this strength and best score on: higher than what is
+/// reported at all (kStrengthThreshold), as what is taken for a character here is not taught.
 constexpr float kCertain = 0.6f;
 
 /// Reading pixels to prepared pixels.

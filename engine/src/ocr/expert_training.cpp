@@ -15,6 +15,7 @@ namespace {
 
 constexpr int kHoldOutEvery = 4;
 constexpr int kFolds = 2;  // of a data set too small to hold out from
+/// Half of the rate for a network that has learned nothing: here there is always the base.
 constexpr double kPeakRate = 2e-3;
 
 /// A data set in which at most this share of what is read has no label is taken as fully labelled:

@@ -1,6 +1,6 @@
 #pragma once
 
-// Runs the network over pictures of any size, piece by piece.
+// Runs the network over images of any size, piece by piece.
 
 #include <functional>
 #include <vector>

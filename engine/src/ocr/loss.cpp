@@ -9,7 +9,8 @@
 namespace telvar::ocr {
 namespace {
 
-/// Range of normalised values below which nothing stands out.
+/// Range of normalised values, in local standard deviations, below which nothing stands out
+/// (contrast.h): a clean ground stays near 0.
 constexpr float kEmptyContrast = 0.25f;
 
 struct Nearest {
@@ -51,13 +52,20 @@ float background_weight(const Crop& crop, float elsewhere, float distance, float
   return clearly_empty(crop.pixels, x, y) ? 1 : elsewhere;
 }
 
-constexpr double kFocus = 1.5;       // exponent of the focal weight
-constexpr double kBackground = 1.5;  // weight of background cells
-constexpr double kSmoothing = 0.05;  // of the category labels
-constexpr double kOffsetKnee = 0.1;  // characters: quadratic below, linear above
+/// Exponent of the focal weight, by which what is already certain teaches little.
+constexpr double kFocus = 1.5;
+/// Weight of background cells beside those of characters: a character too many spoils a line as
+/// much as one too few.
+constexpr double kBackground = 1.5;
+/// What the category labels give to all categories alike: labels by hand are not always right.
+constexpr double kSmoothing = 0.05;
+/// Characters: the offset's error counts quadratically below, linearly above.
+constexpr double kOffsetKnee = 0.1;
+/// Weights of the objectness and of the offset beside the category, which has 1: a character that
+/// is not found, or is found twice, has no category.
 constexpr double kObjectnessShare = 2.0;
 constexpr double kOffsetShare = 2.0;
-/// Crops without characters weigh as if they had about one.
+/// Crops without characters weigh as if they had one: so many cells lie within kPositiveRadius.
 constexpr std::size_t kLeastCells = 8;
 
 /// What one term adds to the loss, and its derivative by the answer.

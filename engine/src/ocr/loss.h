@@ -22,13 +22,15 @@
 
 namespace telvar::ocr {
 
-/// Radii in nominal characters.
+/// Radii in nominal characters. About 8 cells of 4 x 4 reading pixels lie within the
+/// positive radius.
 constexpr float kPositiveRadius = 0.26f;
 constexpr float kIgnoreRadius = 0.42f;
 constexpr float kSurroundingRadius = 0.6f;
 constexpr float kUnlabelledRadius = 0.5f;
 
-/// Weight of what may be background or an unlabelled character, in the first stage.
+/// Weight of what may be background or an unlabelled character, in the first stage: too little to
+/// unlearn a shape that is labelled elsewhere, enough for textures, which nothing contradicts.
 constexpr float kUncertainWeight = 0.2f;
 
 /// Row by row, kCellRows x kCellColumns.

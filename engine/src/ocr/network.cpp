@@ -6,10 +6,15 @@
 namespace telvar::ocr {
 namespace {
 
+/// Channels at half of the reading scale, where strokes are told apart, and at a quarter, a cell
+/// each, where characters are. The built-in base and every artifact have these sizes.
 constexpr int kFineChannels = 32;
 constexpr int kChannels = 64;
+/// One a residual layer. With two of 2 the receptive field spans a character and half of each of
+/// its neighbours (kReceptiveRadius), which tells where one ends.
 constexpr int kDilations[] = {1, 2, 1, 1, 2};
 constexpr float kRareCharacter = -2.5f;  // logit of about one cell in thirteen
+/// Of the weights of new outputs: so small that all categories start out alike.
 constexpr float kHeadDeviation = 0.01f;
 
 /// A 3 x 3 convolution whose input is added to its result.

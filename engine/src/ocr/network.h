@@ -9,9 +9,9 @@
 
 namespace telvar::ocr {
 
-/// How far, in reading pixels, a cell's answer depends on what is around it: 6 up to the first
-/// cells (2 of the stem, 2 of the fine layer, 2 of the step down) and 4 for each of the 7 dilations
-/// after it, in whole cells.
+/// The receptive field of a cell: how far around it, in reading pixels, its answer looks. 6 up to
+/// the first cells (2 of the stem, 2 of the fine layer, 2 of the step down) and 4 for each of the 7
+/// dilations after it, in whole cells.
 constexpr int kReceptiveRadius = 36;
 
 /// What a cell answers, channel by channel: the logit that a character is here, the offset from the

@@ -25,11 +25,11 @@ nn::TrainingPlan core_plan(const NetworkPlan& plan) {
   return core;
 }
 
-/// How far the categories' shares are evened out: digits are frequent in codes, in training and
-/// reading alike.
+/// How far logit adjustment evens out the categories' shares, 0 to 1. Half: digits are frequent in
+/// codes, in training and reading alike, so that their shares are partly a truth.
 constexpr float kLogitAdjustment = 0.5f;
 
-/// Logarithms of the categories' shares of the labels, to be added to what is to be evened out; the
+/// Logarithms of the categories' shares of the labels, times kLogitAdjustment; the
 /// mean for those without a label.
 std::vector<float> log_shares(const std::vector<const PreparedSample*>& samples, int categories) {
   std::vector<float> shares(static_cast<std::size_t>(categories));

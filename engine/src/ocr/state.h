@@ -1,7 +1,7 @@
 #pragma once
 
 // Everything that a training leaves behind: what a model is built from, and what a further
-// training goes on from. docs/ocr-artifact.md describes the bytes.
+// training fine-tunes. docs/ocr-artifact.md describes the bytes.
 
 #include <string>
 #include <vector>

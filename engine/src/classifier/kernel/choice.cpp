@@ -8,7 +8,8 @@
 namespace telvar::classifier {
 namespace {
 
-// Shares of the groups in the squared distance: coarse and fine shape, pixels, texture, colour.
+// What is tried: shares of the groups in the squared distance (coarse and fine shape, pixels,
+// texture, colour), from shape alone to texture and colour alone; then widths and ridges.
 constexpr float kMixes[][kFeatureGroups] = {
     {.50f, .50f, 0, 0, 0},          {.35f, .35f, .30f, 0, 0},       {.20f, .20f, .60f, 0, 0},
     {.25f, .25f, .20f, .15f, .15f}, {.15f, .15f, .10f, .30f, .30f}, {0, 0, 0, .5f, .5f}};
