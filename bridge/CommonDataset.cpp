@@ -1,6 +1,6 @@
 #include "bridge/CommonDataset.h"
 
-#include "bridge/ArenaMessage.h"
+#include "bridge/FilledMessage.h"
 
 namespace Orbalt::TelvarWrapper::Wrapper {
 namespace {

@@ -2,12 +2,16 @@
 
 #include <cmath>
 
+#include "telvar_numeric/default_mode.h"
+
 namespace Orbalt::TelvarWrapper::Wrapper {
 namespace {
 
 /// The columns are the unit vector at `angle`, the unit vector at `angle + skew` turned a quarter
-/// turn, and the origin. Single precision throughout; the -0 of an unturned region is kept.
+/// turn, and the origin. Single precision throughout, in no mode of the host's; the -0 of an
+/// unturned region is kept.
 telvar::types::AffineTransform RegionTransform(const Types::ROI& roi) {
+  const telvar::numeric::DefaultMode mode;
   const float s = roi.angle + roi.skew;
   return telvar::types::AffineTransform(std::cos(roi.angle), -std::sin(s), roi.x,
                                         std::sin(roi.angle), std::cos(s), roi.y);

@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "bridge/FilledMessage.h"
 #include "bridge/Guard.h"
 #include "bridge/ImageConversion.h"
 #include "bridge/RegionConversion.h"
@@ -33,8 +34,7 @@ Types::SmartOCR::TrainResult SmartOCRWrapper::Impl::Train(const Types::SmartOCR:
       [&](auto& filled) { FillDataset(filled, dataset); });
   auto [answer, artifact] = access_->Train(model_.Artifact(), message, training_parameters_,
                                            AdaptImageLoader(loadImage), *train_cache_);
-  model_.Update({static_cast<float>(dataset.width), static_cast<float>(dataset.height)},
-                std::move(artifact));
+  model_.Update(NominalSize(dataset), std::move(artifact));
   return ConvertTelvarOCRTrainingResult(*Answer<telvar_msg::qv::ocr::TrainingResult>(answer));
 }
 

@@ -59,7 +59,7 @@ class SmartOCRWrapper::Impl {
 
  private:
   using ReadAnswer = Answer<telvar_msg::qv::ocr::Result>;
-  using FieldingMessage = ArenaMessage<telvar_msg::qv::ocr::Fielding>;
+  using FieldingMessage = telvar_msg::ArenaMessage<telvar_msg::qv::ocr::Fielding>;
 
   /// The guarded engine run: the answer as the engine gave it, unconverted.
   ReadAnswer ProcessInternal(const std::shared_ptr<Types::Image>& image,
@@ -79,6 +79,8 @@ class SmartOCRWrapper::Impl {
       const telvar_msg::qv::ocr::Fielding& fielding,
       const telvar_msg::qv::ocr::SampleResult& sample);
 
+  /// In single precision.
+  static Types::SmartOCR::Size NominalSize(const Types::SmartOCR::Dataset& dataset);
   static void FillDataset(telvar_msg::qv::ocr::Dataset& message,
                           const Types::SmartOCR::Dataset& dataset);
 

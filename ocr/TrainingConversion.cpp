@@ -2,6 +2,7 @@
 
 #include "bridge/RegionConversion.h"
 #include "ocr/SmartOCRWrapperImpl.h"
+#include "telvar_numeric/default_mode.h"
 
 namespace Orbalt::TelvarWrapper::Wrapper {
 
@@ -23,6 +24,11 @@ std::shared_ptr<LabelConfidences> ConvertConfidences(
 
 }  // namespace
 
+Types::SmartOCR::Size SmartOCRWrapper::Impl::NominalSize(const Types::SmartOCR::Dataset& dataset) {
+  const telvar::numeric::DefaultMode mode;  // narrowing rounds
+  return {static_cast<float>(dataset.width), static_cast<float>(dataset.height)};
+}
+
 telvar_msg::qv::ocr::Dataset SmartOCRWrapper::Impl::ConvertOCRDataset(
     const Types::SmartOCR::Dataset& dataset) {
   telvar_msg::qv::ocr::Dataset message;
@@ -32,8 +38,9 @@ telvar_msg::qv::ocr::Dataset SmartOCRWrapper::Impl::ConvertOCRDataset(
 
 void SmartOCRWrapper::Impl::FillDataset(telvar_msg::qv::ocr::Dataset& message,
                                         const Types::SmartOCR::Dataset& dataset) {
-  message.set_width(static_cast<float>(dataset.width));
-  message.set_height(static_cast<float>(dataset.height));
+  const Types::SmartOCR::Size size = NominalSize(dataset);
+  message.set_width(size.width);
+  message.set_height(size.height);
   for (const Types::SmartOCR::TrainData& data : dataset.trainData) {
     if (!data.assignments.empty()) AddSample(message, data);
   }
@@ -41,6 +48,7 @@ void SmartOCRWrapper::Impl::FillDataset(telvar_msg::qv::ocr::Dataset& message,
 
 void SmartOCRWrapper::Impl::AddSample(telvar_msg::qv::ocr::Dataset& dataset,
                                       const Types::SmartOCR::TrainData& data) {
+  const telvar::numeric::DefaultMode mode;
   telvar_msg::qv::ocr::Sample& sample = (*dataset.mutable_samples())[data.imageId];
   sample.Clear();
   sample.set_image_id(data.imageId);

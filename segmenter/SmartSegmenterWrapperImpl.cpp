@@ -5,6 +5,7 @@
 
 #include "bridge/Answer.h"
 #include "bridge/CommonDataset.h"
+#include "bridge/FilledMessage.h"
 #include "bridge/Guard.h"
 #include "bridge/ImageConversion.h"
 #include "bridge/RegionConversion.h"

@@ -1,5 +1,6 @@
 // Images, regions and batches between host and engine.
 
+#include <cfenv>
 #include <cmath>
 #include <limits>
 
@@ -124,6 +125,23 @@ TEST(RegionConversion, PutsTheSameNumbersIntoTheMessage) {
     EXPECT_TRUE(SameBits(matrix.ty(), t.f));
     EXPECT_EQ(message.width(), size.width);
     EXPECT_EQ(message.height(), size.height);
+  }
+}
+
+TEST(RegionConversion, ComputesInNoModeOfTheHosts) {
+  for (const int rounding : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
+    for (int i = -20; i <= 20; ++i) {
+      const float angle = 0.15F * static_cast<float>(i), skew = 0.01F * static_cast<float>(i * i);
+      const auto roi = std::make_shared<Types::ROI>(1.F, 2.F, angle, skew, 7U, 8U);
+      const telvar::types::AffineTransform usual = ConvertToEngineRegion(roi).transform;
+      std::fesetround(rounding);
+      const telvar::types::AffineTransform t = ConvertToEngineRegion(roi).transform;
+      EXPECT_EQ(std::fegetround(), rounding);
+      std::fesetround(FE_TONEAREST);
+      EXPECT_TRUE(SameBits(t.a, usual.a) && SameBits(t.b, usual.b) && SameBits(t.d, usual.d) &&
+                  SameBits(t.e, usual.e))
+          << "rounding mode " << rounding << ", angle " << angle;
+    }
   }
 }
 

@@ -1,5 +1,6 @@
 // Training the character reader: the dataset that the engine sees, and the result that comes back.
 
+#include <cfenv>
 #include <cmath>
 #include <limits>
 
@@ -186,6 +187,30 @@ TEST_F(OcrTrain, BuildsTheModelForTheDatasetsSize) {
   ASSERT_TRUE(parameters.ParseFromString(engine::last("ocr.model").parameters));
   EXPECT_EQ(parameters.width(), 10.0F);
   EXPECT_EQ(parameters.height(), 21.0F);
+}
+
+TEST_F(OcrTrain, NarrowsInNoModeOfTheHosts) {
+  for (const int rounding : {FE_UPWARD, FE_DOWNWARD}) {
+    Dataset dataset;
+    dataset.width = 10.1;
+    dataset.height = 10.3;
+    dataset.trainData = {Image("image", {"A"})};
+    dataset.trainData[0].assignments[0].secondValue = 0.3;
+    std::fesetround(rounding);
+    Train(dataset);
+    std::fesetround(FE_TONEAREST);
+    Message message;
+    ASSERT_TRUE(message.ParseFromString(engine::last("ocr.train").dataset));
+    EXPECT_EQ(message.width(), 10.1F);
+    EXPECT_EQ(message.height(), 10.3F);
+    const auto& label = message.samples().at("image").characters(0);
+    EXPECT_EQ(label.first_value(), 0.1F);
+    EXPECT_EQ(label.second_value(), 0.3F);
+    telvar_msg::qv::ocr::RuntimeParameters parameters;
+    ASSERT_TRUE(parameters.ParseFromString(engine::last("ocr.model").parameters));
+    EXPECT_EQ(parameters.width(), 10.1F);
+    EXPECT_EQ(parameters.height(), 10.3F);
+  }
 }
 
 }  // namespace

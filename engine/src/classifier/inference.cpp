@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "core/library_threads.h"
-
 namespace telvar::classifier {
 
 void build_inference(ClassifierState& state) {
@@ -62,7 +60,6 @@ Matrix kernel_scores(const ClassifierState& state, const std::vector<const Sampl
 
 Matrix scores_of(const ClassifierState& state, const std::vector<const Sample*>& samples,
                  core::WorkerPool& pool) {
-  const core::LibraryThreadScope scope;
   Matrix kernel;
   if (state.has_kernel) kernel = kernel_scores(state, samples, pool);
   return stacked_scores(state.stacking, mean_logits(state, samples, pool), kernel);

@@ -6,6 +6,7 @@
 #include "classifier/inference.h"
 #include "classifier/result.h"
 #include "classifier/state.h"
+#include "core/library_threads.h"
 #include "core/messages.h"
 #include "core/regions.h"
 #include "core/sampling.h"
@@ -96,6 +97,7 @@ class Model::Impl {
 
 Model::Model(const std::string& artifact, const std::string& runtime_parameters,
              const types::Device& device) {
+  const core::LibraryThreadScope scope;
   if (!runtime_parameters.empty()) {
     throw types::invalid_parameters("the classifier takes no run-time parameters, " +
                                     std::to_string(runtime_parameters.size()) + " bytes given");
@@ -107,6 +109,7 @@ Model::~Model() = default;
 
 std::string Model::process(const types::ImageView& image, const types::AffineTransform& transform,
                            const types::Size2<unsigned>& size) const {
+  const core::LibraryThreadScope scope;
   return impl_->process(image, transform, size);
 }
 

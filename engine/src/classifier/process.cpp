@@ -3,6 +3,7 @@
 #include "classifier/result.h"
 #include "classifier/state.h"
 #include "classifier/train_cache.h"
+#include "core/library_threads.h"
 #include "core/messages.h"
 #include "telvar/classifier.h"
 
@@ -51,7 +52,8 @@ std::string process_checked(const std::string& artifact, const std::string& data
 
 std::string process(const std::string& artifact, const std::string& dataset,
                     const types::ImageLoader& loader, TrainCache& cache) {
-  return process_checked(artifact, dataset, loader, cache);
+  core::LibraryThreadScope scope;
+  return process_checked(artifact, dataset, scope.in_host_mode(loader), cache);
 }
 
 }  // namespace telvar::qv::classifier

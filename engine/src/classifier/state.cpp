@@ -7,7 +7,6 @@
 #include "classifier/limits.h"
 #include "classifier/network.h"
 #include "core/artifact.h"
-#include "core/library_threads.h"
 #include "nn/weights.h"
 
 namespace telvar::classifier {
@@ -118,7 +117,6 @@ std::string write_state(const ClassifierState& state) {
 
 ClassifierState read_state(const std::string& artifact, core::WorkerPool& pool) {
   const auto opened = core::open_artifact(artifact, core::Tool::kClassifier, kVersion);
-  const core::LibraryThreadScope scope;
   return core::parse_payload(
       core::Tool::kClassifier, opened.payload,
       [&pool](core::ByteReader& reader) { return read_payload(reader, pool); });

@@ -59,7 +59,6 @@ std::tuple<std::string, std::string> train_checked(const std::string& artifact,
   core::CacheSession session(cache.impl().store);
   std::vector<engine::Thumbnail> thumbnails =
       engine::ThumbnailLoader(loader, session, pool, side).load(entries, 0, entries.size());
-  const core::LibraryThreadScope scope;  // not around the loader, which is the host's
   engine::Canvas canvas = before ? before->canvas : engine::choose_canvas(thumbnails);
   std::vector<engine::Sample> samples = place_all(thumbnails, canvas, pool);
   thumbnails = {};
@@ -80,7 +79,8 @@ std::tuple<std::string, std::string> train_checked(const std::string& artifact,
 std::tuple<std::string, std::string> train(const std::string& artifact, const std::string& dataset,
                                            const std::string& parameters,
                                            const types::ImageLoader& loader, TrainCache& cache) {
-  return train_checked(artifact, dataset, parameters, loader, cache);
+  core::LibraryThreadScope scope;
+  return train_checked(artifact, dataset, parameters, scope.in_host_mode(loader), cache);
 }
 
 }  // namespace telvar::qv::classifier

@@ -1,34 +1,14 @@
 #include "core/library_threads.h"
 
 #if defined(TELVAR_ONEDNN)
-#include <omp.h>
-
 #include <cstdlib>
 #include <new>
-#endif
-#if defined(__SSE2__)
-#include <xmmintrin.h>
+
+#include "core/openmp.h"
 #endif
 
 namespace telvar::core {
 namespace {
-
-#if defined(__SSE2__)
-/// All exceptions masked, rounding to nearest, denormal numbers count as zero in and out.
-constexpr unsigned kOurControl = 0x1F80 | 0x8040;
-
-unsigned set_control(unsigned control) {
-  const unsigned before = _mm_getcsr();
-  _mm_setcsr(control);
-  return before;
-}
-#else
-constexpr unsigned kOurControl = 0;
-
-unsigned set_control(unsigned) {
-  return 0;
-}
-#endif
 
 #if defined(TELVAR_ONEDNN)
 /// OpenMP's library keeps a record of each thread, and ends the process where it gets no memory
@@ -53,11 +33,18 @@ int set_threads(int threads) {
 
 }  // namespace
 
-LibraryThreadScope::LibraryThreadScope()
-    : threads_((check_memory_for_openmp(), set_threads(1))), control_(set_control(kOurControl)) {}
+LibraryThreadScope::LibraryThreadScope() {
+  check_memory_for_openmp();
+  enter();
+}
 
-LibraryThreadScope::~LibraryThreadScope() {
-  set_control(control_);
+void LibraryThreadScope::enter() noexcept {
+  threads_ = set_threads(1);
+  mode_.emplace();
+}
+
+void LibraryThreadScope::leave() noexcept {
+  mode_.reset();
   set_threads(threads_);
 }
 

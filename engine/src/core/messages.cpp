@@ -1,7 +1,5 @@
 #include "core/messages.h"
 
-#include <google/protobuf/message_lite.h>
-
 namespace telvar::core {
 
 std::string serialised(const google::protobuf::MessageLite& message, const char* subject,

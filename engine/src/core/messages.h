@@ -2,31 +2,17 @@
 
 // The messages that the engine is asked with and answers with.
 
-#include <google/protobuf/arena.h>
+#include <google/protobuf/message_lite.h>
 
 #include <cstdint>
 #include <string>
 
 #include "telvar/exceptions.h"
+#include "telvar_msg/arena_message.h"
 
 namespace telvar::core {
 
-/// A message on an arena of its own, where nothing is destroyed one by one: in Protocol Buffers
-/// 3.21 a map is left damaged when memory runs out while it grows, and destroying it would crash.
-template <class Message>
-class ArenaMessage {
- public:
-  ArenaMessage() : message_(*google::protobuf::Arena::CreateMessage<Message>(&arena_)) {}
-
-  Message& operator*() { return message_; }
-  const Message& operator*() const { return message_; }
-  Message* operator->() { return &message_; }
-  const Message* operator->() const { return &message_; }
-
- private:
-  google::protobuf::Arena arena_;
-  Message& message_;
-};
+using telvar_msg::ArenaMessage;
 
 /// A message out of its bytes. Throws invalid_message, with a text that names `what` they should
 /// be, when they do not parse.

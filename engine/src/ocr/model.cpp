@@ -38,7 +38,6 @@ class Model::Impl {
   std::string process(const types::ImageView& image, const types::AffineTransform& transform,
                       const types::Size2<unsigned>& size) const {
     const auto start = std::chrono::steady_clock::now();
-    const core::LibraryThreadScope scope;
     core::check_image(image, kSubject, reader::kImageLimits);
     const core::Region region =
         core::resolve_region(image, transform, size, kSubject, reader::kImageLimits);
@@ -60,14 +59,17 @@ class Model::Impl {
 };
 
 Model::Model(const std::string& artifact, const std::string& runtime_parameters,
-             const types::Device& device)
-    : impl_(std::make_unique<Impl>(reader::read_state(artifact), runtime_size(runtime_parameters),
-                                   core::threads_of(device))) {}
+             const types::Device& device) {
+  const core::LibraryThreadScope scope;
+  impl_ = std::make_unique<Impl>(reader::read_state(artifact), runtime_size(runtime_parameters),
+                                 core::threads_of(device));
+}
 
 Model::~Model() = default;
 
 std::string Model::process(const types::ImageView& image, const types::AffineTransform& transform,
                            const types::Size2<unsigned>& size) const {
+  const core::LibraryThreadScope scope;
   return impl_->process(image, transform, size);
 }
 

@@ -52,10 +52,7 @@ Request take_in(const std::string& artifact, const std::string& dataset,
   check_parameters(parameters);
   Request request;
   request.dataset = reader::parse_dataset(dataset);
-  if (!artifact.empty()) {
-    const core::LibraryThreadScope scope;
-    request.previous = reader::read_state(artifact);
-  }
+  if (!artifact.empty()) request.previous = reader::read_state(artifact);
   for (const auto& sample : request.dataset.samples) request.labels += sample.labels.size();
   if (request.labels < reader::kMinLabels) {
     throw types::insufficient_number_of_samples(
@@ -87,7 +84,6 @@ std::tuple<std::string, std::string> run(Request request, const types::ImageLoad
     request.prepared.push_back(
         reader::load_sample(sample, request.dataset.size, request.categories, loader, cache));
   }
-  const core::LibraryThreadScope scope;  // not around the loader, which is the host's
   core::WorkerPool pool;
   const reader::TrainingOutcome outcome =
       reader::train_reader(std::move(request.previous), request.categories, request.dataset.size,
@@ -106,8 +102,9 @@ std::tuple<std::string, std::string> run(Request request, const types::ImageLoad
 std::tuple<std::string, std::string> train(const std::string& artifact, const std::string& dataset,
                                            const std::string& parameters,
                                            const types::ImageLoader& loader, TrainCache& cache) {
+  core::LibraryThreadScope scope;
   core::CacheSession session(cache.impl().store);
-  auto trained = run(take_in(artifact, dataset, parameters), loader, session);
+  auto trained = run(take_in(artifact, dataset, parameters), scope.in_host_mode(loader), session);
   session.commit();
   return trained;
 }

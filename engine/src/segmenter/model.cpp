@@ -1,3 +1,4 @@
+#include "core/library_threads.h"
 #include "segmenter/dataset.h"
 #include "segmenter/limits.h"
 #include "segmenter/segmenter.h"
@@ -18,6 +19,7 @@ class Model::Impl {
 
 Model::Model(const std::string& artifact, const std::string& runtime_parameters,
              const types::Device& device) {
+  const core::LibraryThreadScope scope;
   if (!runtime_parameters.empty()) {
     throw types::invalid_parameters("segmenter: runtime parameters of " +
                                     std::to_string(runtime_parameters.size()) +
@@ -31,6 +33,7 @@ Model::~Model() = default;
 std::tuple<std::string, std::map<std::string, types::Image>> Model::process(
     const types::ImageView& image, const types::AffineTransform& transform,
     const types::Size2<unsigned>& size) const {
+  const core::LibraryThreadScope scope;
   core::check_image(image, "image", engine::kImageLimits);
   const auto region = core::resolve_region(image, transform, size, "image", engine::kImageLimits);
   return std::make_tuple(engine::write_result(), impl_->segmenter.segment(image, region));

@@ -1,3 +1,4 @@
+#include "core/library_threads.h"
 #include "segmenter/dataset.h"
 #include "segmenter/prepare.h"
 #include "segmenter/segmenter.h"
@@ -8,8 +9,11 @@ namespace telvar::qv::segmenter {
 namespace engine = telvar::segmenter;
 
 std::string process(const std::string& artifact, const std::string& dataset,
-                    const types::ImageLoader& loader, const types::ResultImageWriter& writer,
-                    TrainCache&) {
+                    const types::ImageLoader& host_loader,
+                    const types::ResultImageWriter& host_writer, TrainCache&) {
+  core::LibraryThreadScope scope;
+  const types::ImageLoader loader = scope.in_host_mode(host_loader);
+  const types::ResultImageWriter writer = scope.in_host_mode(host_writer);
   const engine::Segmenter segmenter(artifact, 0);
   for (const engine::SampleRequest& request : engine::parse_batch_dataset(dataset)) {
     const engine::LoadedImage loaded = engine::load_image(request, loader);

@@ -1,7 +1,5 @@
 #include "segmenter/segmenter.h"
 
-#include "core/library_threads.h"
-
 namespace telvar::segmenter {
 
 Segmenter::Segmenter(ModelState state, unsigned threads)
@@ -12,7 +10,6 @@ Segmenter::Segmenter(ModelState state, unsigned threads)
 
 std::map<std::string, types::Image> Segmenter::segment(const types::ImageView& image,
                                                        const core::Region& region) const {
-  const core::LibraryThreadScope scope;
   auto images = predict_region(predictor_, context_, image, region, pool_);
   std::map<std::string, types::Image> named;
   for (std::size_t i = 0; i < images.size(); ++i) {

@@ -53,7 +53,6 @@ std::tuple<std::string, std::string> train_checked(
   const auto categories = joined(old, request.categories);
   core::CacheSession session(cache.impl().store);
   auto samples = engine::prepare_samples(request, categories, loader, mask_loader, session);
-  const core::LibraryThreadScope scope;  // not around the loaders, which are the host's
   check_occurrences(samples, categories, old);
   core::WorkerPool pool;
   const auto trained =
@@ -71,7 +70,9 @@ std::tuple<std::string, std::string> train(const std::string& artifact, const st
                                            const types::ImageLoader& loader,
                                            const types::ImageLoader& mask_loader, TrainCache& cache,
                                            const types::ResultImageWriter&) {
-  return train_checked(artifact, dataset, parameters, loader, mask_loader, cache);
+  core::LibraryThreadScope scope;
+  return train_checked(artifact, dataset, parameters, scope.in_host_mode(loader),
+                       scope.in_host_mode(mask_loader), cache);
 }
 
 }  // namespace telvar::qv::segmenter

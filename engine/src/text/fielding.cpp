@@ -3,6 +3,7 @@
 
 #include "telvar/ocr.h"
 #include "telvar_msg/ocr_fielding.pb.h"
+#include "telvar_numeric/default_mode.h"
 #include "text/fielded_sample.h"
 #include "text/fielding_alignment.h"
 #include "text/fielding_rules.h"
@@ -75,10 +76,15 @@ class Fielding::Impl {
   FieldingRules rules_;
 };
 
-Fielding::Fielding(const std::string& fielding) : impl_(std::make_unique<Impl>(fielding)) {}
+Fielding::Fielding(const std::string& fielding) {
+  const numeric::DefaultMode mode;
+  impl_ = std::make_unique<Impl>(fielding);
+}
+
 Fielding::~Fielding() = default;
 
 std::pair<std::string, std::string> Fielding::apply(const std::string& sample) const {
+  const numeric::DefaultMode mode;
   return impl_->apply(sample);
 }
 

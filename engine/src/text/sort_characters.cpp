@@ -3,12 +3,14 @@
 
 #include "telvar/exceptions.h"
 #include "telvar/ocr.h"
+#include "telvar_numeric/default_mode.h"
 #include "text/lines.h"
 
 namespace telvar::qv::ocr {
 
 std::vector<std::vector<std::size_t>> sort_characters(
     const std::vector<std::pair<float, float>>& points, float height) {
+  const numeric::DefaultMode mode;
   if (!std::isfinite(height) || height <= 0) {
     throw types::invalid_parameters(
         "sort_characters: the character height must be finite and positive");

@@ -78,6 +78,23 @@ TEST(TrainCacheStore, RefusesEveryDamageAndKeepsItsEntries) {
   EXPECT_THROW(load_bytes(segmenter, good), types::read_error);
 }
 
+TEST(TrainCacheStore, NamesTheCountThatItsBytesCannotHold) {
+  TrainCacheStore store(Tool::kOcr, kNoLimit);
+  store.put({"image", 7}, blob("entry"));
+  std::string forged = saved(store);
+  forged.resize(forged.size() - 8);  // the checksum
+  forged[23] = 0x40;                 // the highest byte of the number of entries
+  ByteWriter sum;
+  sum.u64(checksum(forged));
+  try {
+    load_bytes(store, forged + sum.bytes());
+    FAIL() << "nothing was thrown";
+  } catch (const types::read_error& error) {
+    EXPECT_STREQ(error.what(),
+                 "train cache: 4611686018427387905 entries are announced, 30 bytes are left");
+  }
+}
+
 TEST(TrainCacheStore, NamesStreamsThatFail) {
   TrainCacheStore store(Tool::kOcr, kNoLimit);
   std::ostringstream broken;

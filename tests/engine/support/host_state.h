@@ -2,7 +2,7 @@
 
 // What a host has set on its own thread, which a callback must find as it was.
 
-#include <omp.h>
+#include "core/openmp.h"
 
 namespace telvar::test {
 

@@ -2,14 +2,15 @@
 
 #include <google/protobuf/arena.h>
 
-#include <string>
-
-namespace Orbalt::TelvarWrapper::Wrapper {
+namespace telvar_msg {
 
 /// A message on an arena of its own, where nothing is destroyed one by one. Thousands of small
 /// messages take half the time there, and no failing allocation does harm: elsewhere, Protocol
 /// Buffers 3.21 leaves a map damaged when memory runs out while it grows, and destroying the
 /// message would end the process.
+///
+/// Fill it in place: an assignment from another arena, or from none, copies, and ends the process
+/// when memory runs out, since it must not throw.
 template <class Message>
 class ArenaMessage {
  public:
@@ -25,14 +26,4 @@ class ArenaMessage {
   Message& message_;
 };
 
-/// The bytes of a message that `fill` fills, which gets it by reference. Messages must be filled in
-/// place: an assignment from another arena, or from none, copies, and ends the process when memory
-/// runs out, since it must not throw.
-template <class Message, class Fill>
-std::string SerializeFilled(Fill fill) {
-  ArenaMessage<Message> message;
-  fill(*message);
-  return message->SerializeAsString();
-}
-
-}  // namespace Orbalt::TelvarWrapper::Wrapper
+}  // namespace telvar_msg
