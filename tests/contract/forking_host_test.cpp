@@ -7,25 +7,14 @@
 #include <string>
 
 #include "contract/child.h"
-#include "contract/little_tools.h"
+#include "contract/kept_tools.h"
 
 namespace {
 
+using kept_tools::answer_of;
+using kept_tools::library;
+using kept_tools::new_tools;
 using little_tools::Tools;
-
-const LoadedLibrary& library() {
-  static const LoadedLibrary loaded(TELVAR_WRAPPERS_LIBRARY);
-  return loaded;
-}
-
-Tools new_tools() {
-  static const auto artifacts = little_tools::kept_artifacts(TELVAR_KEPT_SAMPLES);
-  return {*little_tools::factory_of(library()), artifacts};
-}
-
-std::string answer_of(const Tools& tools) {
-  return exact_text(answers_to(tools, "O-1"));
-}
 
 /// A static object of the host, destroyed when the process exits.
 std::optional<Tools>& static_tools() {

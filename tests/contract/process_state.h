@@ -24,6 +24,12 @@ inline long kilobytes(const std::string& name) {
   return 0;
 }
 
+/// What is resident, less what the heap holds free.
+inline long resident_kilobytes() {
+  malloc_trim(0);
+  return kilobytes("VmRSS");
+}
+
 /// Blocks of the heap in use, in kB.
 inline long heap_kilobytes() {
   const auto heap = mallinfo2();
