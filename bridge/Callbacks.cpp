@@ -2,11 +2,30 @@
 
 #include <utility>
 
+#include "TelvarTypes/MonitoredLoader.h"
 #include "bridge/ImageConversion.h"
+#include "telvar/monitored_loader.h"
 
 namespace Orbalt::TelvarWrapper::Wrapper {
+namespace {
+
+/// Recognised in its turn by an engine that tells of its progress.
+EngineImageLoader Monitored(Types::MonitoredLoader loader) {
+  telvar::types::MonitoredLoader engine;
+  engine.threads = loader.threads;
+  engine.load = [loader](const std::string& imageId) { return ConvertImage(loader(imageId)); };
+  if (loader.report) {
+    engine.report = [loader = std::move(loader)](double fraction, double score) {
+      loader.Tell({static_cast<float>(fraction), static_cast<float>(score)});
+    };
+  }
+  return engine;
+}
+
+}  // namespace
 
 EngineImageLoader AdaptImageLoader(ImageLoader loader) {
+  if (const auto* monitored = loader.target<Types::MonitoredLoader>()) return Monitored(*monitored);
   return [loader = std::move(loader)](const std::string& imageId) {
     return ConvertImage(loader(imageId));
   };

@@ -47,9 +47,10 @@ py::tuple get_data(Classifier& self) {
   return state_of(*self.run([](auto& tool) { return tool.GetData(); }));
 }
 
-py::object train(Classifier& self, const py::object& dataset, const py::object& load_image) {
+py::object train(Classifier& self, const py::object& dataset, const py::object& load_image,
+                 const py::object& progress, unsigned threads) {
   const auto records = dataset_of(Field(dataset, "dataset"));
-  const auto loader = loader_of(load_image, "load_image");
+  const auto loader = monitored(loader_of(load_image, "load_image"), progress, threads);
   const auto result = self.run([&](auto& tool) { return tool.Train(records, loader); });
   return record_class("telvar.classifier", "TrainingResult")(result.overallScore,
                                                              scores_by_key(result.samples));
@@ -74,7 +75,8 @@ void add_classifier(py::module_& module) {
       .def(py::init(&create), py::call_guard<py::gil_scoped_release>(), py::arg("artifact"),
            py::arg("train_cache"))
       .def("get_data", &get_data)
-      .def("train", &train, py::arg("dataset"), py::arg("load_image"))
+      .def("train", &train, py::arg("dataset"), py::arg("load_image"), py::arg("progress"),
+           py::arg("threads"))
       .def("process", &process, py::arg("image"))
       .def("batch_process", &batch_process, py::arg("samples"), py::arg("load_image"));
 }

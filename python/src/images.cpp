@@ -154,6 +154,25 @@ types::ImageLoader loader_of(const py::object& callable, const char* parameter, 
   };
 }
 
+types::ImageLoader monitored(types::ImageLoader loader, const py::object& progress,
+                             unsigned threads) {
+  const bool told = !progress.is_none();
+  if (told && PyCallable_Check(progress.ptr()) == 0) {
+    Field(progress, "progress").must_be("callable");
+  }
+  const auto number = [](float value) -> py::object {
+    return value < 0 ? py::object(py::none()) : py::float_(value);
+  };
+  // A handle, as above.
+  const auto report = [=, take = py::handle(progress)](const types::Progress& state) {
+    py::gil_scoped_acquire gil;
+    if (PyErr_CheckSignals() != 0) throw py::error_already_set();  // Ctrl-C cancels
+    if (!told) return true;
+    return !take(number(state.fraction), number(state.score)).is(py::bool_(false));
+  };
+  return types::MonitoredLoader(std::move(loader), report, threads);
+}
+
 py::array array_of(const std::shared_ptr<types::ResultImage>& image) {
   if (!image) return py::array_t<std::uint8_t>(std::vector<py::ssize_t>{0, 0});
   const auto [width, height, stride, channels, bits, order] = image->layout;

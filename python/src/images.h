@@ -1,7 +1,7 @@
 // numpy arrays as images of the library, without copying, and back.
 #pragma once
 
-#include <TelvarTypes/Image.h>
+#include <TelvarTypes/MonitoredLoader.h>
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
@@ -25,6 +25,13 @@ std::shared_ptr<Orbalt::TelvarWrapper::Types::Image> image_of(const pybind11::ob
 // Throws TypeError when it cannot be called; `parameter` is its name.
 Orbalt::TelvarWrapper::Types::ImageLoader loader_of(const pybind11::object& callable,
                                                     const char* parameter, Use use = Use::kImage);
+
+// `loader` for a training: tells the Python callable `progress` (None: nobody) how far it is, and
+// cancels the call when that returns False or raises, or when Python got Ctrl-C. `progress` must
+// outlive the result. Throws TypeError when it cannot be called.
+Orbalt::TelvarWrapper::Types::ImageLoader monitored(
+    Orbalt::TelvarWrapper::Types::ImageLoader loader, const pybind11::object& progress,
+    unsigned threads);
 
 // An array over the memory of `image`, which it keeps alive: (height, width) or, with more than one
 // channel, (height, width, channels).

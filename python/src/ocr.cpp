@@ -126,9 +126,10 @@ py::tuple get_data(Reader& self) {
   return state_of(*self.run([](auto& tool) { return tool.GetData(); }));
 }
 
-py::object train(Reader& self, const py::object& dataset, const py::object& load_image) {
+py::object train(Reader& self, const py::object& dataset, const py::object& load_image,
+                 const py::object& progress, unsigned threads) {
   const auto records = dataset_of(Field(dataset, "dataset"));
-  const auto loader = loader_of(load_image, "load_image");
+  const auto loader = monitored(loader_of(load_image, "load_image"), progress, threads);
   return result_of(self.run([&](auto& tool) { return tool.Train(records, loader); }));
 }
 
@@ -164,7 +165,8 @@ void add_ocr(py::module_& module) {
       .def(py::init(&create), py::call_guard<py::gil_scoped_release>(), py::arg("artifact"),
            py::arg("train_cache"))
       .def("get_data", &get_data)
-      .def("train", &train, py::arg("dataset"), py::arg("load_image"))
+      .def("train", &train, py::arg("dataset"), py::arg("load_image"), py::arg("progress"),
+           py::arg("threads"))
       .def("process", &process, py::arg("image"), py::arg("roi"), py::arg("size"),
            py::arg("fielding"))
       .def("sort_characters", &sort_characters, py::arg("points"), py::arg("height"));

@@ -50,9 +50,9 @@ py::tuple get_data(Segmenter& self) {
 }
 
 py::object train(Segmenter& self, const py::object& dataset, const py::object& load_image,
-                 const py::object& load_mask) {
+                 const py::object& load_mask, const py::object& progress, unsigned threads) {
   const auto records = dataset_of(Field(dataset, "dataset"));
-  const auto images = loader_of(load_image, "load_image");
+  const auto images = monitored(loader_of(load_image, "load_image"), progress, threads);
   const auto masks = loader_of(load_mask, "load_mask", Use::kMask);
   const auto result = self.run([&](auto& tool) { return tool.Train(records, images, masks); });
   return record_class("telvar.segmenter", "TrainingResult")(result.score);
@@ -82,7 +82,8 @@ void add_segmenter(py::module_& module) {
       .def(py::init(&create), py::call_guard<py::gil_scoped_release>(), py::arg("artifact"),
            py::arg("train_cache"))
       .def("get_data", &get_data)
-      .def("train", &train, py::arg("dataset"), py::arg("load_image"), py::arg("load_mask"))
+      .def("train", &train, py::arg("dataset"), py::arg("load_image"), py::arg("load_mask"),
+           py::arg("progress"), py::arg("threads"))
       .def("process", &process, py::arg("image"), py::arg("roi"))
       .def("batch_process", &batch_process, py::arg("samples"), py::arg("load_image"));
 }

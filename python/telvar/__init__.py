@@ -35,7 +35,7 @@ from telvar._native import (
 )
 from telvar._native import version as __version__
 from telvar.classifier import SmartClassifier
-from telvar.images import Image, ImageLoader, Pixels
+from telvar.images import Image, ImageLoader, Pixels, Progress
 from telvar.ocr import SmartOCR
 from telvar.records import ROI, Data
 from telvar.segmenter import SmartSegmenter
@@ -53,6 +53,7 @@ __all__ = [
     "InvalidROIException",
     "InvalidTrainingArtifactException",
     "Pixels",
+    "Progress",
     "ROI",
     "SmartClassifier",
     "SmartOCR",

@@ -6,7 +6,7 @@ from typing import Dict, List, Mapping, NamedTuple, Optional
 
 from telvar import _native
 from telvar.about import About, about_of, with_training
-from telvar.images import ImageLoader, Pixels
+from telvar.images import ImageLoader, Pixels, Progress
 from telvar.records import Data
 from telvar.state import Path, State, read_state_of, write_state
 
@@ -74,14 +74,24 @@ class SmartClassifier:
         """The current state, to be stored."""
         return Data(*self._tool.get_data())
 
-    def train(self, dataset: Dataset, load_image: ImageLoader) -> TrainingResult:
+    def train(
+        self,
+        dataset: Dataset,
+        load_image: ImageLoader,
+        progress: Optional[Progress] = None,
+        threads: int = 0,
+    ) -> TrainingResult:
         """Trains from the current state and installs what was learnt.
+
+        `progress` is told how far the training is (see `telvar.images.Progress`) and may cancel it, as Ctrl-C does in the
+        main thread; `threads` is the most threads that work at it, 0: as many as the process may use. A cancelled
+        training raises InvalidOperationException "cancelled by the host" and leaves the tool as it was.
 
         Raises InvalidArgumentException, InvalidLabelException, the image and artifact exceptions, and what `load_image`
         raises; artifact and model are then as before, the train cache may have changed.
         """
         start = time.monotonic()
-        result = self._tool.train(dataset, load_image)
+        result = self._tool.train(dataset, load_image, progress, threads)
         categories = [sample.category_id for sample in dataset.samples.values()]
         self.about = with_training(
             self.about, len(categories), categories, result.overall_score, time.monotonic() - start)

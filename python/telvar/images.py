@@ -38,5 +38,11 @@ Pixels = Union[Array, Image]
 #: It must not use the tool that calls it. A mask may also be an array of bool.
 ImageLoader = Callable[[str], Optional[Pixels]]
 
+#: Is told, while a tool trains, the share of the training that is done, 0..1 (None: not known, while images are
+#: fetched), and the last score on held-out samples, 0..1 (None: not measured yet). Returning False cancels the training;
+#: what it raises does too, and comes out of the call. It is called many times a second, possibly on another thread, one
+#: call at a time, and must not use the tool.
+Progress = Callable[[Optional[float], Optional[float]], Optional[bool]]
+
 #: What the segmenter makes: uint8, (height, width).
 ResultImage = NDArray[numpy.uint8]

@@ -9,7 +9,7 @@ from typing import Dict, List, Mapping, NamedTuple, Optional, Sequence, Tuple, U
 
 from telvar import _native
 from telvar.about import About, about_of, with_training
-from telvar.images import ImageLoader, Pixels
+from telvar.images import ImageLoader, Pixels, Progress
 from telvar.records import ROI, Data
 from telvar.state import Path, State, read_state_of, write_state
 
@@ -193,14 +193,24 @@ class SmartOCR:
         """The current state, to be stored."""
         return Data(*self._tool.get_data())
 
-    def train(self, dataset: Dataset, load_image: ImageLoader) -> TrainResult:
+    def train(
+        self,
+        dataset: Dataset,
+        load_image: ImageLoader,
+        progress: Optional[Progress] = None,
+        threads: int = 0,
+    ) -> TrainResult:
         """Trains from the current state and installs what was learnt; `size` is then the data set's.
+
+        `progress` is told how far the training is (see `telvar.images.Progress`) and may cancel it, as Ctrl-C does in the
+        main thread; `threads` is the most threads that work at it, 0: as many as the process may use. A cancelled
+        training raises InvalidOperationException "cancelled by the host" and leaves the tool as it was.
 
         Raises InvalidArgumentException, InvalidLabelException, the image, region and artifact exceptions, and what
         `load_image` raises; artifact and model are then as before, the train cache may have changed.
         """
         start = time.monotonic()
-        result = self._tool.train(dataset, load_image)
+        result = self._tool.train(dataset, load_image, progress, threads)
         categories = [label.category_id for data in dataset.train_data for label in data.assignments]
         self.about = with_training(
             self.about, len(dataset.train_data), categories, result.result_value, time.monotonic() - start)

@@ -6,7 +6,7 @@ from typing import Dict, Mapping, Optional, Sequence
 
 from telvar import _native
 from telvar.about import About, about_of, with_training
-from telvar.images import ImageLoader, Pixels, ResultImage
+from telvar.images import ImageLoader, Pixels, Progress, ResultImage
 from telvar.records import ROI, Data
 from telvar.state import Path, State, read_state_of, write_state
 
@@ -73,14 +73,25 @@ class SmartSegmenter:
         """The current state, to be stored."""
         return Data(*self._tool.get_data())
 
-    def train(self, dataset: Dataset, load_image: ImageLoader, load_mask: ImageLoader) -> TrainingResult:
+    def train(
+        self,
+        dataset: Dataset,
+        load_image: ImageLoader,
+        load_mask: ImageLoader,
+        progress: Optional[Progress] = None,
+        threads: int = 0,
+    ) -> TrainingResult:
         """Trains from the current state and installs what was learnt.
+
+        `progress` is told how far the training is (see `telvar.images.Progress`) and may cancel it, as Ctrl-C does in the
+        main thread; `threads` is the most threads that work at it, 0: as many as the process may use. A cancelled
+        training raises InvalidOperationException "cancelled by the host" and leaves the tool as it was.
 
         Raises InvalidArgumentException, the image, region and artifact exceptions, and what the loaders raise; artifact
         and model are then as before, the train cache may have changed.
         """
         start = time.monotonic()
-        result = self._tool.train(dataset, load_image, load_mask)
+        result = self._tool.train(dataset, load_image, load_mask, progress, threads)
         categories = [category for sample in dataset.samples for category in sample.category_masks]
         self.about = with_training(
             self.about, len(dataset.samples), categories, result.score, time.monotonic() - start)

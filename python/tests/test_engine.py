@@ -61,6 +61,32 @@ def test_the_classifier_learns_and_its_state_is_taken_up_again(tmp_path):
     assert telvar.SmartClassifier.load(tmp_path / "stripes.telvar").process(new["a"]) == scores["a"]
 
 
+def test_a_training_tells_how_far_it_is_and_can_be_cancelled():
+    images = {f"{kind}{i}": striped(i, kind == "upright") for kind in ("upright", "level") for i in range(6)}
+    data = classifier.Dataset({name: classifier.Sample(name, name[:-1]) for name in images})
+    told = []
+
+    def cancels(fraction, score):
+        told.append((fraction, score))
+        return fraction is None or fraction < 0.3
+
+    def raises(fraction, score):
+        if fraction:
+            raise KeyboardInterrupt
+
+    tool = telvar.SmartClassifier()
+    before = tool.get_data()
+    with pytest.raises(telvar.InvalidOperationException, match="^cancelled by the host$"):
+        tool.train(data, images.__getitem__, progress=cancels, threads=1)
+    with pytest.raises(KeyboardInterrupt):
+        tool.train(data, images.__getitem__, progress=raises)
+    with pytest.raises(TypeError, match="progress must be callable"):
+        tool.train(data, images.__getitem__, progress=1)
+    assert (tool.get_data(), tool.about["trainings"]) == (before, [])
+    fractions = [fraction for fraction, score in told if fraction is not None]
+    assert told[0] == (None, None) and fractions == sorted(fractions) and 0.3 <= fractions[-1] < 0.5
+
+
 def test_the_segmenter_learns_in_an_image_and_in_a_region():
     drawn = {str(i): disc(i) for i in range(6)}
     tool = telvar.SmartSegmenter()

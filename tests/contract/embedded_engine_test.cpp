@@ -56,7 +56,10 @@ struct Reader {
   }
   static Dataset Samples() { return samples::ToRead(); }
   static std::string& Image(Dataset& set) { return set.trainData[1].imageId; }
-  static void Train(Types::ISmartOCRWrapper& tool, const Dataset& set) { tool.Train(set, Load); }
+  static void Train(Types::ISmartOCRWrapper& tool, const Dataset& set,
+                    const Types::ImageLoader& load = Load) {
+    tool.Train(set, load);
+  }
   static void Process(Types::ISmartOCRWrapper& tool, ImagePointer image, RegionPointer roi) {
     tool.Process(image, roi, samples::kCharacter);
   }
@@ -70,8 +73,9 @@ struct Classifier {
   }
   static Dataset Samples() { return samples::ToClassify(); }
   static std::string& Image(Dataset& set) { return set.samples["I-1"].imageId; }
-  static void Train(Types::ISmartClassifierWrapper& tool, const Dataset& set) {
-    tool.Train(set, Load);
+  static void Train(Types::ISmartClassifierWrapper& tool, const Dataset& set,
+                    const Types::ImageLoader& load = Load) {
+    tool.Train(set, load);
   }
   static void Process(Types::ISmartClassifierWrapper& tool, ImagePointer image, RegionPointer) {
     tool.Process(image);
@@ -86,8 +90,9 @@ struct Segmenter {
   }
   static Dataset Samples() { return samples::ToSegment(); }
   static std::string& Image(Dataset& set) { return set.samples[1].imageId; }
-  static void Train(Types::ISmartSegmenterWrapper& tool, const Dataset& set) {
-    tool.Train(set, Load, [](const std::string& id) {
+  static void Train(Types::ISmartSegmenterWrapper& tool, const Dataset& set,
+                    const Types::ImageLoader& load = Load) {
+    tool.Train(set, load, [](const std::string& id) {
       return id == "nothing" || id == "short rows" ? Load(id) : samples::LoadMask(id);
     });
   }
@@ -274,6 +279,49 @@ TYPED_TEST(EmbeddedTool, RefusesArtifacts) {
     kVersion(name + " artifact: format version 99, this library reads up to",
              with(FromTheFuture(Artifact<TypeParam>())));
   }
+}
+
+TYPED_TEST(EmbeddedTool, TellsOfItsProgressAndLearnsTheSameOnOneThread) {
+  std::vector<float> fractions;
+  float score = -1;
+  const auto tool = TypeParam::Make("");
+  const Types::ProgressReport report = [&](const Types::Progress& progress) {
+    fractions.push_back(progress.fraction);
+    score = std::max(score, progress.score);
+    return true;
+  };
+  TypeParam::Train(*tool, TypeParam::Samples(), Types::MonitoredLoader(Load, report, 1));
+  EXPECT_TRUE(std::is_sorted(fractions.begin(), fractions.end()));
+  EXPECT_EQ(fractions.front(), -1) << "while images are fetched";
+  EXPECT_GT(std::count_if(fractions.begin(), fractions.end(), [](float f) { return f > 0; }), 9);
+  EXPECT_EQ(fractions.back(), 1);
+  const bool measures = !std::is_same_v<TypeParam, Classifier>;
+  EXPECT_EQ(score > 0.2F, measures) << score;
+  EXPECT_TRUE(tool->GetData()->artifact == Artifact<TypeParam>());
+}
+
+TYPED_TEST(EmbeddedTool, IsAsBeforeAfterACancelledTraining) {
+  const auto tool = TypeParam::Make(Artifact<TypeParam>());
+  const auto train = [&](const Types::ImageLoader& load) {
+    return [&tool, load] { TypeParam::Train(*tool, TypeParam::Samples(), load); };
+  };
+  const auto until = [](float fraction) {
+    return [=](const Types::Progress& progress) { return progress.fraction < fraction; };
+  };
+  const auto cancelled = Expect<InvalidOperationException>;
+  const std::string text = "cancelled by the host";
+  cancelled(text, train(Types::MonitoredLoader(Load, until(-1))));
+  cancelled(text, train(Types::MonitoredLoader(Load, until(0.3F))));
+  // As hosts that wrap it and other engines see it: an image loader.
+  const Types::MonitoredLoader inner(Load, until(-1));
+  cancelled(text, train([&](const std::string& id) { return inner(id); }));
+  Expect<std::domain_error>("mine", train(Types::MonitoredLoader(Load, [](const auto& progress) {
+                              if (progress.fraction > 0.3F) throw std::domain_error("mine");
+                              return true;
+                            })));
+  EXPECT_TRUE(tool->GetData()->artifact == Artifact<TypeParam>());
+  EXPECT_EQ(tool->GetData()->trainCache, TypeParam::Make("")->GetData()->trainCache);
+  TypeParam::Process(*tool, Load("I-0"), nullptr);
 }
 
 TEST(EmbeddedEngine, RefusesSizesAndFieldingOfTheReader) {

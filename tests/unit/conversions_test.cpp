@@ -53,6 +53,27 @@ TEST(ImageLoaderAdapter, HoldsTheHostsFunctionItself) {
   EXPECT_EQ(adapted("image").pixels.size(), 12U);
 }
 
+TEST(ImageLoaderAdapter, CarriesProgressAndThreadsToEnginesThatKnowOfThem) {
+  std::vector<float> told;
+  const Types::ProgressReport report = [&](const Types::Progress& progress) {
+    told.insert(told.end(), {progress.fraction, progress.score});
+    return progress.fraction < 0.5F;
+  };
+  const auto load = [](const std::string&) { return HostImage(); };
+  const Wrapper::EngineImageLoader adapted =
+      Wrapper::AdaptImageLoader(Types::MonitoredLoader(load, report, 3));
+  EXPECT_EQ(adapted("image").pixels.size(), 12U);
+  const auto* monitored = adapted.target<telvar::types::MonitoredLoader>();
+  ASSERT_NE(monitored, nullptr);
+  EXPECT_EQ(monitored->threads, 3U);
+  monitored->report(0.25, 0.75);
+  EXPECT_THROW(monitored->report(0.5, -1), InvalidOperationException);
+  EXPECT_THAT(told, testing::ElementsAre(-1, -1, 0.25F, 0.75F, 0.5F, -1));
+  const Wrapper::EngineImageLoader silent =
+      Wrapper::AdaptImageLoader(Types::MonitoredLoader(load, nullptr));
+  EXPECT_FALSE(silent.target<telvar::types::MonitoredLoader>()->report);
+}
+
 struct RegionCase {
   const char* name;
   float x, y, angle, skew;

@@ -37,6 +37,10 @@ double draws_for(double members) {
   return 150000 * std::pow(members / kLargeSet, 0.29);
 }
 
+const Regime& regime_for(const NetworkTask& task) {
+  return task.members.size() > kLargeSet ? kLargeSets : kSmallSets;
+}
+
 nn::TrainingPlan plan_for(const NetworkTask& task, const Regime& regime) {
   nn::TrainingPlan plan;
   plan.chunks = kChunks;
@@ -100,8 +104,12 @@ double smoothed_loss(const float* logits, const std::vector<int>& labels, int ca
 
 }  // namespace
 
+int training_steps(const NetworkTask& task) {
+  return plan_for(task, regime_for(task)).steps;
+}
+
 void train_network(nn::Network& net, const NetworkTask& task, core::WorkerPool& pool) {
-  const Regime& regime = task.members.size() > kLargeSet ? kLargeSets : kSmallSets;
+  const Regime& regime = regime_for(task);
   const int chunk_size = regime.chunk_size;
   const nn::TrainingPlan plan = plan_for(task, regime);
   const std::vector<int> order =

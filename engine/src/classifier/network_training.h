@@ -24,6 +24,9 @@ struct NetworkTask {
   std::uint64_t seed;
 };
 
+/// How many steps a training of the task takes.
+int training_steps(const NetworkTask& task);
+
 /// `net` holds the initial weights, and the trained ones afterwards.
 void train_network(nn::Network& net, const NetworkTask& task, core::WorkerPool& pool);
 

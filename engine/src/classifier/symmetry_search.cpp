@@ -126,6 +126,7 @@ Symmetry find_symmetry(const std::vector<Features>& features, const std::vector<
       recognised_symmetry(features, labels, canvas, choice, categories, pool, recognised);
   if (!recognised) return {};
   const auto errors_with = [&](const Symmetry& symmetry) {
+    pool.monitor().check();
     return errors_of(symmetry, features, labels, canvas, choice, categories, pool);
   };
   const std::vector<double> before = errors_with(best);

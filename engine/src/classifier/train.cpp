@@ -46,8 +46,8 @@ std::tuple<std::string, std::string> train_checked(const std::string& artifact,
                                                    const std::string& dataset,
                                                    const std::string& parameters,
                                                    const types::ImageLoader& loader,
-                                                   TrainCache& cache) {
-  core::WorkerPool pool;
+                                                   TrainCache& cache, core::Monitor& monitor) {
+  core::WorkerPool pool(monitor);
   const int effort = engine::parse_effort(parameters);
   const std::vector<engine::DatasetEntry> entries = engine::parse_dataset(dataset);
   std::optional<engine::ClassifierState> before;
@@ -80,7 +80,8 @@ std::tuple<std::string, std::string> train(const std::string& artifact, const st
                                            const std::string& parameters,
                                            const types::ImageLoader& loader, TrainCache& cache) {
   core::LibraryThreadScope scope;
-  return train_checked(artifact, dataset, parameters, scope.in_host_mode(loader), cache);
+  core::Monitor monitor(loader);
+  return train_checked(artifact, dataset, parameters, scope.in_host_mode(loader), cache, monitor);
 }
 
 }  // namespace telvar::qv::classifier

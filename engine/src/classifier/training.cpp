@@ -41,8 +41,10 @@ std::vector<int> members_for(const TrainingSet& set, int number) {
 void train_networks(const TrainingSet& set, const ClassifierState* before, int nets, int effort,
                     core::WorkerPool& pool, ClassifierState& state) {
   state.nets.resize(nets);
-  pool.run(nets, [&](int number) {
-    NetworkTask task;
+  std::vector<NetworkTask> tasks(nets);
+  double steps = 0;
+  for (int number = 0; number < nets; ++number) {
+    NetworkTask& task = tasks[number];
     task.samples = &set.samples;
     task.labels = &set.labels;
     task.canvas = state.canvas;
@@ -52,8 +54,12 @@ void train_networks(const TrainingSet& set, const ClassifierState* before, int n
     task.fine_tunes = before != nullptr;
     task.seed = kSeed + static_cast<std::uint64_t>(number);
     task.members = members_for(set, number);
+    steps += training_steps(task);
+  }
+  pool.monitor().expect(steps);
+  pool.run(nets, [&](int number) {
     state.nets[number] = first_weights(set, state.canvas, before, number);
-    train_network(state.nets[number], task, pool);
+    train_network(state.nets[number], tasks[number], pool);
   });
   build_inference(state);
 }

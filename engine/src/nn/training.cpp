@@ -171,7 +171,10 @@ void train(Network& network, const InputSize& size, const ChunkLoss& loss, const
   const core::LibraryThreadScope scope;
   core::keep_freed_memory();
   Trainer trainer(network, size, plan, pool, means);
-  for (int step = 0; step < plan.steps; ++step) trainer.step(step, loss);
+  for (int step = 0; step < plan.steps; ++step) {
+    trainer.step(step, loss);
+    pool.monitor().step();
+  }
   trainer.finish();
 }
 

@@ -47,8 +47,9 @@ struct TrainingMeans {
 /// constant data alone.
 using ChunkLoss = std::function<double(ChunkPass& pass, int step, int chunk, core::Random& random)>;
 
-/// Trains `network` in place on inputs of one size. Throws types::exception when a loss or a
-/// trained weight is not finite; the network is then of no use.
+/// Trains `network` in place on inputs of one size, and tells the pool's monitor of every step.
+/// Throws types::exception when a loss or a trained weight is not finite, and what the monitor
+/// throws; the network is then of no use.
 void train(Network& network, const InputSize& size, const ChunkLoss& loss, const TrainingPlan& plan,
            core::WorkerPool& pool, const TrainingMeans& means = {});
 

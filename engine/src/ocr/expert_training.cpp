@@ -83,6 +83,7 @@ void ExpertTraining::also_teach(const std::vector<char>& samples) {
 
 void ExpertTraining::finish() {
   settle_unlabelled();
+  pool_.monitor().expect(finish_steps_);
   train_network(expert_.net, all(), stage(finish_steps_, 1), pool_);
   core::Random random({plan_.seed});
   expert_.exemplars = choose_exemplars(all(), static_cast<int>(expert_.categories.size()), random);
@@ -171,13 +172,17 @@ ExpertTraining::Score ExpertTraining::learn_holding_out() {
   Score score = evaluate_flagged(expert_.net, held);
   int best = score.right;
   int idle = 0, rounds = 0;
+  core::Monitor& monitor = pool_.monitor();
+  monitor.measured(score.rate());
   while (rounds < effort_.most_rounds && idle < kPatience) {
+    monitor.expect((effort_.most_rounds - rounds) * effort_.round_steps + effort_.finish_steps);
     NetworkPlan round = stage(effort_.round_steps, kUncertainWeight);
     round.final_rate = 1;
     if (rounds > 0) round.warm_up = 0.02;
     train_network(expert_.net, without(held), round, pool_);
     ++rounds;
     score = evaluate_flagged(expert_.net, held);
+    monitor.measured(score.rate());
     idle = score.is_better_than(best) ? 0 : idle + 1;
     best = std::max(best, score.right);
     if (score.rate() >= kAsGoodAsAll) idle = kPatience;
@@ -191,6 +196,8 @@ ExpertTraining::Score ExpertTraining::learn_holding_out() {
 /// Each fold of the new images is read by a network that learned from everything else.
 ExpertTraining::Score ExpertTraining::learn_folds() {
   Score unseen;
+  core::Monitor& monitor = pool_.monitor();
+  monitor.expect(kFolds * effort_.fold_steps + effort_.few_steps);
   for (int fold = 0; fold < kFolds && fresh_.size() >= kFolds; ++fold) {
     const std::vector<char> held = every(kFolds, fold);
     const SampleRefs others = without(held);
@@ -201,6 +208,7 @@ ExpertTraining::Score ExpertTraining::learn_folds() {
     of_fold_ = expert_.net;
     train_network(*of_fold_, others, stage(effort_.fold_steps, kUncertainWeight), pool_);
     unseen.add(evaluate_flagged(*of_fold_, held));
+    monitor.measured(unseen.rate());
   }
   if (unseen.labels == 0) {
     train_network(expert_.net, all(), stage(effort_.fold_steps, kUncertainWeight), pool_);

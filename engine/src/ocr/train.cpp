@@ -77,14 +77,14 @@ void add_confidences(const Request& request, const reader::TrainingOutcome& outc
 }
 
 std::tuple<std::string, std::string> run(Request request, const types::ImageLoader& loader,
-                                         core::CacheSession& cache) {
+                                         core::CacheSession& cache, core::Monitor& monitor) {
   const auto start = std::chrono::steady_clock::now();
   for (const reader::DatasetSample& sample : request.dataset.samples) {
     if (sample.labels.empty()) continue;
     request.prepared.push_back(
         reader::load_sample(sample, request.dataset.size, request.categories, loader, cache));
   }
-  core::WorkerPool pool;
+  core::WorkerPool pool(monitor);
   const reader::TrainingOutcome outcome =
       reader::train_reader(std::move(request.previous), request.categories, request.dataset.size,
                            std::move(request.prepared), 0, pool);
@@ -104,7 +104,9 @@ std::tuple<std::string, std::string> train(const std::string& artifact, const st
                                            const types::ImageLoader& loader, TrainCache& cache) {
   core::LibraryThreadScope scope;
   core::CacheSession session(cache.impl().store);
-  auto trained = run(take_in(artifact, dataset, parameters), scope.in_host_mode(loader), session);
+  core::Monitor monitor(loader);
+  auto trained =
+      run(take_in(artifact, dataset, parameters), scope.in_host_mode(loader), session, monitor);
   session.commit();
   return trained;
 }

@@ -42,9 +42,12 @@ void check_occurrences(const std::vector<engine::PreparedSample>& samples,
   }
 }
 
-std::tuple<std::string, std::string> train_checked(
-    const std::string& artifact, const std::string& dataset, const std::string& parameters,
-    const types::ImageLoader& loader, const types::ImageLoader& mask_loader, TrainCache& cache) {
+std::tuple<std::string, std::string> train_checked(const std::string& artifact,
+                                                   const std::string& dataset,
+                                                   const std::string& parameters,
+                                                   const types::ImageLoader& loader,
+                                                   const types::ImageLoader& mask_loader,
+                                                   TrainCache& cache, core::Monitor& monitor) {
   std::optional<engine::ModelState> base;
   if (!artifact.empty()) base = engine::read_model(artifact);
   engine::check_training_parameters(parameters);
@@ -54,7 +57,7 @@ std::tuple<std::string, std::string> train_checked(
   core::CacheSession session(cache.impl().store);
   auto samples = engine::prepare_samples(request, categories, loader, mask_loader, session);
   check_occurrences(samples, categories, old);
-  core::WorkerPool pool;
+  core::WorkerPool pool(monitor);
   const auto trained =
       engine::train_model(base ? &*base : nullptr, categories, std::move(samples), pool);
   auto answer = std::make_tuple(engine::write_training_result(static_cast<float>(trained.score)),
@@ -71,8 +74,9 @@ std::tuple<std::string, std::string> train(const std::string& artifact, const st
                                            const types::ImageLoader& mask_loader, TrainCache& cache,
                                            const types::ResultImageWriter&) {
   core::LibraryThreadScope scope;
+  core::Monitor monitor(loader);
   return train_checked(artifact, dataset, parameters, scope.in_host_mode(loader),
-                       scope.in_host_mode(mask_loader), cache);
+                       scope.in_host_mode(mask_loader), cache, monitor);
 }
 
 }  // namespace telvar::qv::segmenter

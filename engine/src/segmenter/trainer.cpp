@@ -165,13 +165,17 @@ class Trainer {
       if (!held[i]) add_tiles(samples_[i], taught);
     }
     start_ = net_;
+    rotation_ = choose_rotation(samples_, held, count());
     run_rounds(held, judging, taught);
+    pool_.monitor().expect(steps_after(rounds_made_));
     settle(taught);
     std::vector<Overlap> overlaps = measure(judging);
-    judge_rare(choose_rotation(samples_, held, count()), overlaps);
+    judge_rare(overlaps);
     trained.score = mean_iou(overlaps);
+    pool_.monitor().measured(trained.score);
     const auto scales =
         measure_scales(Predictor(net_, spec_), unseen_of(judging, held), maps_, pool_);
+    pool_.monitor().expect(effort_.finish_steps);
     run_falling(effort_.finish_steps, effort_.finish_rate, all_, kSeed + 1000);
     scale_logits(scales, net_);
     Tiles remembered = all_;
@@ -217,11 +221,27 @@ class Trainer {
     run_falling(effort_.settling_steps, 1.0, taught, kSeed + 1001);
   }
 
+  /// Those that come after so many rounds.
+  int steps_after(int rounds) const {
+    const int rotated = static_cast<int>(rotation_.samples.size());
+    return effort_.settling_steps + effort_.finish_steps +
+           rotated *
+               (std::min(rounds, kRotatedRounds) * effort_.round_steps + effort_.settling_steps);
+  }
+
+  /// The most steps that are to come when a round begins.
+  int steps_from(int round) const {
+    const bool may_choose = from_nothing_ && !few_ && round <= kRoundOfChoice;
+    const int choice = kContextFolds * effort_.context_steps + effort_.round_steps;
+    return (effort_.max_rounds - round) * effort_.round_steps + (may_choose ? choice : 0) +
+           steps_after(effort_.max_rounds);
+  }
+
   /// Adds what networks find of rare categories in further samples: each has learned from all
   /// samples but one.
-  void judge_rare(const Rotation& rotation, std::vector<Overlap>& overlaps) {
+  void judge_rare(std::vector<Overlap>& overlaps) {
     const nn::Network delivered = net_;
-    for (const std::size_t left_out : rotation.samples) {
+    for (const std::size_t left_out : rotation_.samples) {
       Tiles taught, judging;
       for (std::size_t i = 0; i < samples_.size(); ++i) {
         add_tiles(samples_[i], i == left_out ? judging : taught);
@@ -233,7 +253,7 @@ class Trainer {
       }
       settle(taught);
       const std::vector<Overlap> found = measure(judging);
-      for (const int c : rotation.categories) add(found[c], overlaps[c]);
+      for (const int c : rotation_.categories) add(found[c], overlaps[c]);
     }
     net_ = delivered;
   }
@@ -338,11 +358,13 @@ class Trainer {
       if (score >= kGoodScore) effort_ = kTouchedUp;
     }
     if (!context_.empty() && effort_.context_steps > 0) {
+      pool_.monitor().expect(steps_from(0) + kContextFolds * effort_.context_steps);
       teach_context(held, context_);
       maps_ = map_overviews(context_data_, context_, pool_);
     }
     Progress progress(score);
     for (int round = 0; round < effort_.max_rounds; ++round) {
+      pool_.monitor().expect(steps_from(round));
       const bool chooses =
           from_nothing_ && round == kRoundOfChoice && may_have_context() && score < kNeedsNoContext;
       score = chooses ? run_round_with_choice(round, held, judging, taught)
@@ -355,7 +377,9 @@ class Trainer {
   /// Returns the score after it.
   double run_round(int round, const Tiles& judging, const Tiles& taught) {
     teach_round(round, taught);
-    return judge(judging);
+    const double score = judge(judging);
+    pool_.monitor().measured(score);
+    return score;
   }
 
   void teach_round(int round, const Tiles& taught) {
@@ -419,6 +443,7 @@ class Trainer {
   nn::Network net_;
   nn::Network start_;  // before the first round
   int rounds_made_ = 0;
+  Rotation rotation_;
   ContextModel context_;
   ContextData context_data_;  // overviews of the samples, then of the exemplars
   std::vector<ContextMap> maps_;

@@ -15,6 +15,7 @@
 #include "TelvarTypes/ISmartSegmenterWrapper.h"
 #include "TelvarTypes/IWrapperFactory.h"
 #include "TelvarTypes/Image.h"
+#include "TelvarTypes/MonitoredLoader.h"
 #include "TelvarTypes/ROI.h"
 #include "TelvarTypes/SmartClassifier.h"
 #include "TelvarTypes/SmartOCR.h"

@@ -93,6 +93,7 @@ KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vect
     for (int g = 0; g < kFeatureGroups; ++g) total += scales[g] > 0 ? mix[g] : 0;
     if (!(total > 0)) continue;
     for (const float width : kWidths) {
+      pool.monitor().check();
       KernelChoice choice{Weights(kFeatureGroups), 0};
       for (int g = 0; g < kFeatureGroups; ++g) {
         choice.group_weights[g] = width * mix[g] / total * scales[g];
