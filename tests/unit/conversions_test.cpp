@@ -8,6 +8,7 @@
 #include "bridge/CommonDataset.h"
 #include "bridge/ImageConversion.h"
 #include "bridge/RegionConversion.h"
+#include "telvar/monitored_loader.h"
 #include "tools.h"
 
 namespace Orbalt::TelvarWrapper::Tests {
