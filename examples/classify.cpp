@@ -56,7 +56,7 @@ int main() try {
   }
   const auto trained =
       classifier->Train(dataset, [&](const std::string& id) { return images.at(id); });
-  std::printf("score on held-back images: %.2f\n", trained.overallScore);
+  std::printf("score on held-out images: %.2f\n", trained.overallScore);
 
   // A host stores these two strings, and makes the tool again from them.
   auto again = factory->CreateSmartClassifierWrapper(classifier->GetData());

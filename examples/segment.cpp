@@ -60,7 +60,7 @@ int main() try {
   const auto trained = segmenter->Train(
       dataset, [&](const std::string& id) { return image_of(surfaces.at(id).pixels); },
       [&](const std::string& id) { return image_of(surfaces.at(id).mask); });
-  std::printf("mean IoU on held-back images: %.2f\n", trained.score);
+  std::printf("mean IoU on held-out images: %.2f\n", trained.score);
 
   const auto surface = draw(1000);
   const auto result = segmenter->Process(image_of(surface.pixels), nullptr);

@@ -62,9 +62,17 @@ Headers, CMake package and pkg-config file of the shared libraries.")
 if(TARGET telvar_host)
   list(APPEND CPACK_COMPONENTS_ALL tools)
   telvar_debian_package(tools telvar-tools graphics)
-  if(TELVAR_GZIP)
-    telvar_gzip(${CMAKE_CURRENT_SOURCE_DIR}/telvar.1 telvar.1)
-    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/telvar.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+  # Manual pages and completion are what the program itself says in its --help.
+  find_package(Python3 COMPONENTS Interpreter)
+  if(Python3_Interpreter_FOUND AND NOT CMAKE_CROSSCOMPILING)
+    set(from_help ${CMAKE_CURRENT_BINARY_DIR}/from_help)
+    add_custom_command(OUTPUT ${from_help}/telvar
+      COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/from_help.py $<TARGET_FILE:telvar_host> ${from_help}
+      DEPENDS telvar_host ${CMAKE_CURRENT_SOURCE_DIR}/from_help.py VERBATIM)
+    add_custom_target(telvar_from_help ALL DEPENDS ${from_help}/telvar)
+    install(DIRECTORY ${from_help}/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools
+      FILES_MATCHING PATTERN "*.1.gz")
+    install(FILES ${from_help}/telvar DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
   endif()
   set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS ${same_version})
   set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Trainable machine-vision tools: the program telvar

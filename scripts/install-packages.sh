@@ -9,11 +9,12 @@ set -euo pipefail
 . "$(dirname "$0")/progress.sh"
 
 library=(g++ cmake ninja-build ccache protobuf-compiler libprotobuf-dev libdnnl-dev libhwy-dev libeigen3-dev
-         libopencv-imgproc-dev libopencv-imgcodecs-dev zlib1g-dev libxxhash-dev libcli11-dev nlohmann-json3-dev)
+         libopencv-imgproc-dev libopencv-imgcodecs-dev zlib1g-dev libxxhash-dev libcli11-dev nlohmann-json3-dev
+         pkg-config libutf8proc-dev libpugixml-dev libpango1.0-dev)
 build=("${library[@]}" python3-dev pybind11-dev)
 test=(libgtest-dev libgmock-dev libbenchmark-dev libopencv-ml-dev libopencv-objdetect-dev pkg-config git python3
       python3-numpy python3-pytest mypy slurm-wlm parallel clang-14 clang-format-14 libclang-rt-14-dev binutils locales
-      chromium abigail-tools lintian dpkg-dev file doxygen)
+      chromium fonts-dejavu-core abigail-tools lintian dpkg-dev file doxygen)
 windows=(g++-mingw-w64-x86-64-posix wine64 wine googletest llvm-14 clang-14 dpkg-dev python3)
 bench=(tesseract-ocr libtesseract-dev libleptonica-dev jbigkit-bin jbigkit-testdata fonts-ocr-a fonts-ocr-b
        fonts-dejavu-core fonts-liberation visp-images-data dataset-fashion-mnist libbenchmark-dev

@@ -11,7 +11,7 @@ enum class ExitCode {
   kOk = 0,
   kFailed = 1,   // the operation itself failed: engine, memory, writing
   kUsage = 2,    // unknown, missing or inapplicable option; output exists and --force is not given
-  kBadData = 3,  // a data set, picture, region or state file is refused
+  kBadData = 3,  // a data set, image, region or state file is refused
   kNoLibrary = 4,     // the TelvarWrappers library cannot be loaded
   kInterrupted = 130  // SIGINT; other signals give 128 + their number
 };

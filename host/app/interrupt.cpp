@@ -53,9 +53,10 @@ void remove_quietly(const std::filesystem::path& path, const std::filesystem::pa
 // What a StopRequest waits for. Never destroyed, for the same reason.
 struct Stop {
   std::mutex mutex;
-  std::condition_variable asked;
+  std::condition_variable changed;
   bool expected = false;
-  bool requested = false;
+  int exit_code = 0;  // once requested
+  std::optional<std::chrono::milliseconds> patience;
 };
 
 Stop& stop() {
@@ -63,13 +64,14 @@ Stop& stop() {
   return *state;
 }
 
-// Returns false when nobody is there to stop by itself.
-bool ask_to_stop() {
-  std::lock_guard<std::mutex> lock(stop().mutex);
-  if (!stop().expected || stop().requested) return false;
-  stop().requested = true;
-  stop().asked.notify_all();
-  return true;
+// Returns false when nobody is there who stops by itself in time.
+bool ask_to_stop(int exit_code) {
+  std::unique_lock<std::mutex> lock(stop().mutex);
+  if (!stop().expected || stop().exit_code != 0) return false;
+  stop().exit_code = exit_code;
+  stop().changed.notify_all();
+  return !stop().patience ||
+         stop().changed.wait_for(lock, *stop().patience, [] { return !stop().expected; });
 }
 
 [[noreturn]] void end_program(const std::function<void(int)>& report, int exit_code) {
@@ -100,7 +102,7 @@ void set_reported(int exit_code) {
 namespace {
 std::function<void(int)>* windows_report = nullptr;
 BOOL WINAPI on_console_event(DWORD) {
-  if (ask_to_stop()) return TRUE;
+  if (ask_to_stop(130)) return TRUE;
   end_program(*windows_report, 130);
 }
 }  // namespace
@@ -112,6 +114,7 @@ void install_interrupt_handling(std::function<void(int)> report) {
 #else
 void install_interrupt_handling(std::function<void(int)> report) {
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);  // a file beyond the limit is an error of writing too
   sigset_t signals;
   sigemptyset(&signals);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
@@ -123,31 +126,34 @@ void install_interrupt_handling(std::function<void(int)> report) {
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   std::thread([signals, report = std::move(report)] {
     int signal = 0;
-    while (sigwait(&signals, &signal) != 0 || ask_to_stop()) {
+    while (sigwait(&signals, &signal) != 0 || ask_to_stop(128 + signal)) {
     }
     end_program(report, 128 + signal);
   }).detach();
 }
 #endif
 
-StopRequest::StopRequest() {
+StopRequest::StopRequest(std::optional<std::chrono::milliseconds> patience) {
   std::lock_guard<std::mutex> lock(stop().mutex);
   stop().expected = true;
+  stop().patience = patience;
 }
 
 StopRequest::~StopRequest() {
   std::lock_guard<std::mutex> lock(stop().mutex);
-  stop().expected = stop().requested = false;
+  stop().expected = false;
+  stop().exit_code = 0;
+  stop().changed.notify_all();
 }
 
-bool StopRequest::requested() const {
+int StopRequest::exit_code() const {
   std::lock_guard<std::mutex> lock(stop().mutex);
-  return stop().requested;
+  return stop().exit_code;
 }
 
 bool StopRequest::wait(std::chrono::milliseconds longest) const {
   std::unique_lock<std::mutex> lock(stop().mutex);
-  return stop().asked.wait_for(lock, longest, [] { return stop().requested; });
+  return stop().changed.wait_for(lock, longest, [] { return stop().exit_code != 0; });
 }
 
 RemovedOnExit::RemovedOnExit(std::filesystem::path path) : RemovedOnExit(std::move(path), {}) {}

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <functional>
 #include <mutex>
+#include <optional>
 
 namespace telvar_host {
 
@@ -24,14 +25,16 @@ std::mutex& output_mutex();
 void set_reported(int exit_code);
 
 // While alive, the first interrupt does not end the program but asks it to stop by itself; the
-// second ends it.
+// second ends it, and so does the first when `patience` is over, if one is given.
 class StopRequest {
  public:
-  StopRequest();
+  explicit StopRequest(std::optional<std::chrono::milliseconds> patience = {});
   ~StopRequest();
   StopRequest(const StopRequest&) = delete;
   StopRequest& operator=(const StopRequest&) = delete;
-  bool requested() const;
+  bool requested() const { return exit_code() != 0; }
+  // What a program that was interrupted returns; 0: nobody has asked.
+  int exit_code() const;
   // Waits for the request, at most that long; returns whether it is there.
   bool wait(std::chrono::milliseconds longest) const;
 };

@@ -39,6 +39,7 @@ void Progress::start(const std::string& what, std::size_t total) {
   what_ = what;
   total_ = total;
   count_ = 0;
+  fraction_ = score_ = -1;
   stop_ = false;
   active_ = true;
   begin_ = std::chrono::steady_clock::now();
@@ -54,6 +55,14 @@ void Progress::step() {
   if (quiet_) return;
   std::lock_guard<std::mutex> lock(mutex_);
   if (count_ < total_) ++count_;
+}
+
+void Progress::advance(double fraction, double score) {
+  if (quiet_ || fraction < 0) return;
+  std::lock_guard<std::mutex> lock(mutex_);
+  if (fraction_ < 0) work_begin_ = std::chrono::steady_clock::now();
+  fraction_ = fraction;
+  score_ = score;
 }
 
 void Progress::finish() {
@@ -84,6 +93,7 @@ void Progress::keep_drawing() {
 }
 
 std::string Progress::line() const {
+  if (fraction_ >= 0) return work_line();
   const auto elapsed = "  " + clock(seconds_since(begin_));
   if (total_ == 0 || count_ == total_) return what_ + elapsed;
   const auto text =
@@ -91,6 +101,17 @@ std::string Progress::line() const {
   if (count_ == 0) return text;
   const double each = seconds_since(begin_) / static_cast<double>(count_);
   return text + ", " + clock(each * static_cast<double>(total_ - count_)) + " left";
+}
+
+// Some of the work may turn out to be needless, so that less time is left than it says.
+std::string Progress::work_line() const {
+  auto text = what_ + ": " + std::to_string(static_cast<int>(100 * fraction_)) + " %  " +
+              clock(seconds_since(begin_));
+  const double spent = seconds_since(work_begin_);
+  if (fraction_ > 0 && spent > 1) {
+    text += ", at most " + clock(spent * (1 - fraction_) / fraction_) + " left";
+  }
+  return score_ < 0 ? text : text + ", score so far " + fixed(100 * score_, 1) + " %";
 }
 
 }  // namespace telvar_host

@@ -1,6 +1,7 @@
 // What the program is doing, on standard error.
 //
-// On a terminal one line moves: a count while pictures are read, the elapsed time otherwise.
+// On a terminal one line moves: a count while images are read, then the share of the work that is
+// done, the time left and the score so far where they are known, and the elapsed time otherwise.
 // Elsewhere a plain line marks each stage's start and end. Nothing is written when quiet.
 #pragma once
 
@@ -19,10 +20,12 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  // Begins a stage of `total` pictures (0: no count); ends the one before.
+  // Begins a stage of `total` images (0: no count); ends the one before.
   void start(const std::string& what, std::size_t total = 0);
-  // One more picture read. Steps beyond the total are not counted.
+  // One more image read. Steps beyond the total are not counted.
   void step();
+  // The share of the stage's work that is done, 0..1, and the score, 0..1; less than 0: not known.
+  void advance(double fraction, double score);
   void finish();
   // A warning or note; kept off the moving line. Not written when quiet.
   void note(const std::string& text);
@@ -30,6 +33,7 @@ class Progress {
  private:
   void keep_drawing();
   std::string line() const;
+  std::string work_line() const;
 
   const bool quiet_;
   const bool moving_;
@@ -41,7 +45,10 @@ class Progress {
   std::string what_;
   std::size_t total_ = 0;
   std::size_t count_ = 0;
+  double fraction_ = -1;
+  double score_ = -1;
   std::chrono::steady_clock::time_point begin_;
+  std::chrono::steady_clock::time_point work_begin_;  // when the fraction was first known
 };
 
 }  // namespace telvar_host

@@ -12,7 +12,7 @@ bool stderr_is_terminal();
 // Standard error for the program's own texts: not affected by `SilencedLibraries`.
 std::FILE* own_stderr();
 
-// While one is alive, what libraries print on standard error is lost. Picture decoders print there
+// While one is alive, what libraries print on standard error is lost. Image decoders print there
 // what their results say as well. One at a time.
 class SilencedLibraries {
  public:

@@ -28,7 +28,7 @@ class BatchRunner {
 
   void add(const ListedImage& image) {
     try {
-      const auto pixels = read_picture(image.file);
+      const auto pixels = read_image(image.file);
       bytes_ += pixels.total() * pixels.elemSize();
       pixels_[image.id] = pixels;
     } catch (const HostError& error) {

@@ -24,11 +24,12 @@ struct Options {
   bool force = false;
 };
 
-std::vector<AnnotatedImage> read_coco(const Options& options) {
+std::vector<AnnotatedImage> read_one_file(const Options& options) {
   const auto labels = path_from_utf8(options.labels);
   const auto images =
       options.images.empty() ? labels.parent_path() : path_from_utf8(options.images);
-  return parse_coco(read_file(labels), options.labels, images);
+  const auto parse = options.from == "cvat" ? parse_cvat : parse_coco;
+  return parse(read_file(labels), options.labels, images);
 }
 
 std::vector<AnnotatedImage> read_labelme(const Options& options) {
@@ -50,23 +51,26 @@ std::vector<AnnotatedImage> read_labelme(const Options& options) {
 }
 
 std::vector<AnnotatedImage> read_annotations(const Options& options) {
-  if (options.from == "coco") return read_coco(options);
+  if (options.from == "coco" || options.from == "cvat") return read_one_file(options);
   if (options.from == "labelme") return read_labelme(options);
   const auto labels = path_from_utf8(options.labels);
   return read_yolo(labels, options.images.empty() ? labels : path_from_utf8(options.images));
 }
 
 void require_any_label(const std::vector<AnnotatedImage>& images) {
-  const auto has_label = [](const auto& image) { return !image.shapes.empty(); };
+  const auto has_label = [](const auto& image) {
+    return !image.shapes.empty() || !image.category.empty();
+  };
   if (std::any_of(images.begin(), images.end(), has_label)) return;
   throw data_error(utf8(images.front().file) + ": has no labels, nor has any other image");
 }
 
 Outcome convert(const Options& options) {
   const auto tool = tool_named(options.tool);
-  if (tool == ToolKind::kClassifier) {
-    throw usage_error(
-        "convert does not apply to the tool classifier: its data set is a folder per category");
+  if (tool == ToolKind::kClassifier && options.from != "cvat") {
+    throw usage_error("--from " + options.from +
+                      " does not apply to the tool classifier: its data set is a folder per "
+                      "category");
   }
   OutputFolder out(path_from_utf8(options.out), options.force);
   const auto images = read_annotations(options);
@@ -87,15 +91,15 @@ Outcome convert(const Options& options) {
 void add_convert(CLI::App& app, Command& command) {
   auto options = std::make_shared<Options>();
   auto* sub = app.add_subcommand("convert", "Make a data set from labels of other programs");
-  sub->add_option("--from", options->from, "coco, labelme or yolo")
+  sub->add_option("--from", options->from, "coco, cvat, labelme or yolo")
       ->required()
-      ->check(CLI::IsMember({"coco", "labelme", "yolo"}));
+      ->check(CLI::IsMember({"coco", "cvat", "labelme", "yolo"}));
   add_tool_option(*sub, options->tool);
   sub->add_option("--labels", options->labels,
-                  "The COCO file, or the folder of labelme or YOLO files")
+                  "The COCO or CVAT file, or the folder of labelme or YOLO files")
       ->required();
   sub->add_option("--images", options->images,
-                  "coco, yolo: folder of the images; otherwise that of the labels");
+                  "coco, cvat, yolo: folder of the images; otherwise that of the labels");
   sub->add_option("--out", options->out, "Folder for the data set")->required();
   sub->add_flag("--force", options->force, "Write into --out even if it is not empty");
   sub->footer(

@@ -177,8 +177,8 @@ Outcome demo(const Options& options, Session& session) {
   session.library();
   Outcome outcome;
   std::vector<Section> sections;
-  outcome.text = padded("tool", 12) + padded("training s", 12) +
-                 padded("on held-back pictures", 36) + "ms a picture\n";
+  outcome.text = padded("tool", 12) + padded("training s", 12) + padded("on held-out images", 36) +
+                 "ms an image\n";
   for (const auto& job : jobs(sources, kBudgets.at(options.budget), out)) {
     auto done = attempt(job, session, out);
     outcome.text += table_row(job, done);

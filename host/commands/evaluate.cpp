@@ -59,7 +59,7 @@ void add_evaluate(CLI::App& app, Command& command) {
                   "ocr: nominal character size WxH; otherwise that of the training");
   auto* out = sub->add_option("--out", options->out, "Folder for report.html and results.json");
   sub->add_flag("--force", options->force, "Write into --out even if it is not empty")->needs(out);
-  sub->footer("Example:\n  telvar evaluate --state parts.telvar --data held-back/ --out report/");
+  sub->footer("Example:\n  telvar evaluate --state parts.telvar --data held-out/ --out report/");
   sub->callback([&command, options] {
     command = [options](Session& session) { return evaluate(*options, session); };
   });

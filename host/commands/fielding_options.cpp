@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "app/label.h"
 #include "app/text.h"
 #include "datasets/json_reader.h"
 #include "files/input.h"
@@ -12,7 +13,7 @@ namespace {
 std::vector<std::string> read_pattern_line(const JsonValue& value) {
   std::vector<std::string> classes;
   for (std::size_t i = 0; i < value.size(); ++i) {
-    classes.push_back(value.at(i).string());
+    classes.push_back(normal_form(value.at(i).string()));
     if (classes.back().empty()) throw value.at(i).error("allows no character");
   }
   if (classes.empty()) throw value.error("is a line without positions");
@@ -35,7 +36,7 @@ Fielding fielding_of(const FieldingOptions& options) {
     const auto text = read_file(path_from_utf8(options.patterns), 1U << 28);
     return parse_patterns(text, options.patterns);
   }
-  if (!options.allowed.empty()) return BasicFielding(options.allowed, options.count);
+  if (!options.allowed.empty()) return BasicFielding(normal_form(options.allowed), options.count);
   return {};
 }
 

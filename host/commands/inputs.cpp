@@ -60,7 +60,7 @@ std::vector<ListedImage> images_in(const fs::path& folder) {
   Problems problems;
   std::vector<fs::path> files;
   for (const auto& below : image_folders(folder)) {
-    const auto found = pictures_below(below, problems);
+    const auto found = images_below(below, problems);
     files.insert(files.end(), found.begin(), found.end());
   }
   problems.throw_if_any();

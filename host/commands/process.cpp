@@ -33,18 +33,18 @@ class ImageWriter {
  public:
   explicit ImageWriter(OutputFolder& out) : out_(out) {}
 
-  // Adds the names to `json`: all under "pictures", the maps also as "mask" of their category.
+  // Adds the names to `json`: all under "images", the maps also as "mask" of their category.
   void write(const Prediction& prediction, const cv::Mat& annotated, const std::string& image,
              Json& json) {
     std::vector<std::pair<std::string, cv::Mat>> images = {{".png", annotated}};
     for (const auto& [category, map] : prediction.maps)
       images.emplace_back("." + categories_.of(category) + ".png", map);
     const auto name = free_name(path_from_utf8(image).stem().u8string(), images);
-    json["pictures"] = Json::array();
+    json["images"] = Json::array();
     for (const auto& [ending, pixels] : images) {
       used_.insert(name + ending);
       out_.write(path_from_utf8(name + ending), encoded(pixels, ".png"));
-      json["pictures"].push_back(name + ending);
+      json["images"].push_back(name + ending);
     }
     for (const auto& map : prediction.maps) {
       json["categories"][map.first]["mask"] = name + "." + categories_.of(map.first) + ".png";

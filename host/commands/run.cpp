@@ -25,7 +25,7 @@ namespace {
 namespace Wrapper = Orbalt::TelvarWrapper;
 
 constexpr const char* kFooter =
-    "Exit codes: 0 done; 1 the operation failed; 2 wrong usage; 3 a data set, picture, region or "
+    "Exit codes: 0 done; 1 the operation failed; 2 wrong usage; 3 a data set, image, region or "
     "state "
     "file was refused; 4 the TelvarWrappers library cannot be loaded; 130 interrupted (128 + "
     "signal).\n"
@@ -121,10 +121,33 @@ std::vector<std::string> command_names(const CLI::App& app) {
   return names;
 }
 
+std::vector<std::string> option_names(const CLI::App& app, const CLI::App& command) {
+  std::vector<std::string> names;
+  for (const auto* part : {&app, &command}) {
+    for (const auto* option : part->get_options()) {
+      if (!option->get_lnames().empty()) names.push_back("--" + option->get_lnames().front());
+    }
+  }
+  return names;
+}
+
+// An option that the command does not have explains why another is missing.
+std::string explained_option(const CLI::App& app, const CLI::ParseError& error) {
+  const auto& command = *app.get_subcommands().front();
+  for (const auto& argument : app.remaining(true)) {
+    if (argument.compare(0, 2, "--") != 0 || argument.size() == 2) continue;
+    const auto name = argument.substr(0, argument.find('='));
+    return "'" + command.get_name() + "' has no option " + name +
+           suggestion(name, option_names(app, command)) + "; telvar " + command.get_name() +
+           " --help lists its options";
+  }
+  return error.what();
+}
+
 // CLI11 asks for a command first, even where one was meant and misspelt.
 std::string explained(const CLI::App& app, const CLI::ParseError& error) {
   const auto unknown = app.remaining();
-  if (!app.get_subcommands().empty()) return error.what();
+  if (!app.get_subcommands().empty()) return explained_option(app, error);
   const std::string hint = "; telvar --help lists the commands";
   if (unknown.empty()) return error.what() + hint;
   return "'" + unknown.front() + "' is no command" +

@@ -12,8 +12,8 @@ namespace telvar_host {
 namespace {
 
 std::string timing_text(const Timing& timing) {
-  return "milliseconds per picture: median " + fixed(timing.quantile(0.5), 1) +
-         ", 95th percentile " + fixed(timing.quantile(0.95), 1) + "\n";
+  return "milliseconds per image: median " + fixed(timing.quantile(0.5), 1) + ", 95th percentile " +
+         fixed(timing.quantile(0.95), 1) + "\n";
 }
 
 std::string percent(const std::optional<double>& share) {
@@ -66,7 +66,7 @@ EvaluationRun evaluate_segmenter(Session& session, const StateFile& state,
   run.json = json_of(evaluation);
   const auto mean = evaluation.mean_iou();
   run.text = "mean IoU " + (mean ? fixed(*mean, 4) : "unknown") + " over " +
-             std::to_string(evaluation.images) + " pictures\n";
+             std::to_string(evaluation.images) + " images\n";
   for (const auto& [category, overlap] : evaluation.overlap) {
     const auto iou = overlap.iou();
     run.text +=

@@ -25,7 +25,7 @@ std::string input(const std::string& file) {
   return {std::istreambuf_iterator<char>(std::cin), {}};
 }
 
-// Far beyond any picture, and still exact enough in single precision.
+// Far beyond any image, and still exact enough in single precision.
 constexpr double kLargest = 1e7;
 
 // Throws for a record that is no point.

@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cmath>
 #include <memory>
 
@@ -28,6 +29,12 @@ StateFile starting_state(const Options& options, ToolKind tool) {
   state = read_state(path_from_utf8(options.from));
   require_tool(state, tool, options.from);
   return state;
+}
+
+// States of first trainings take some MiB; later ones hold more images, but not twice as many.
+std::uint64_t room_for_state(const StateFile& from) {
+  constexpr std::uint64_t kFirst = 32 << 20;
+  return std::max<std::uint64_t>(kFirst, 2 * (from.artifact.size() + from.train_cache.size()));
 }
 
 // What the engine's score stands for (docs/engine.md).
@@ -76,9 +83,11 @@ Outcome train(const Options& options, Session& session) {
   settings.skip_bad = options.skip_bad;
   const auto target = path_from_utf8(options.state);
   require_writable_file(target, options.force);
-  const auto run =
-      run_training(session, path_from_utf8(options.data), starting_state(options, tool), settings);
-  for (const auto& reason : run.skipped) session.progress.note("left out: " + reason);
+  const auto from = starting_state(options, tool);
+  auto space = std::make_unique<ReservedSpace>(target, room_for_state(from));
+  const auto run = run_training(session, path_from_utf8(options.data), from, settings);
+  space.reset();
+  for (const auto& reason : run.skipped) session.progress.note("skipped: " + reason);
   write_state_or_keep(target, run.state, options.force);
   return outcome_of(run, options);
 }

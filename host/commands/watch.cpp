@@ -38,7 +38,7 @@ class Arrivals {
     Problems lost;  // links that lead nowhere may lead somewhere later
     std::vector<fs::path> whole;
     std::map<fs::path, Stamp> now;
-    for (const auto& file : entries_in(folder_, lost).pictures) {
+    for (const auto& file : entries_in(folder_, lost).images) {
       const auto stamp = stamp_of(file);
       const auto before = seen_.find(file);
       const bool still = before != seen_.end() && before->second == stamp;

@@ -44,6 +44,12 @@ std::vector<AnnotatedImage> parse_coco(const std::string& text, const std::strin
 AnnotatedImage parse_labelme(const std::string& text, const std::string& name,
                              const std::filesystem::path& folder);
 
+// CVAT ("CVAT for images"): one XML file with boxes, polygons, ellipses, masks and points of each
+// image; a tag is the category of the whole image. The images lie in the folder `images`. Throws
+// data_error naming file, image and element.
+std::vector<AnnotatedImage> parse_cvat(const std::string& text, const std::string& name,
+                                       const std::filesystem::path& images);
+
 // YOLO: NAME.txt for each image, with lines of a class and a box or polygon in shares of the image;
 // the classes' names stand in classes.txt or obj.names, a line each, there or one folder up. Images
 // lie in the folder `images`. Throws data_error naming file and line.

@@ -2,6 +2,7 @@
 #include <map>
 #include <numeric>
 
+#include "app/label.h"
 #include "app/text.h"
 #include "convert/annotations.h"
 #include "datasets/json_reader.h"
@@ -14,7 +15,7 @@ constexpr unsigned kLargestSide = 65535;
 std::map<double, std::string> read_categories(const JsonValue& list) {
   std::map<double, std::string> names;
   for (std::size_t i = 0; i < list.size(); ++i) {
-    names[list.at(i).at("id").number()] = list.at(i).at("name").string();
+    names[list.at(i).at("id").number()] = clean_label(list.at(i).at("name").string());
   }
   return names;
 }

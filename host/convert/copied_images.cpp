@@ -8,8 +8,8 @@
 namespace telvar_host {
 
 cv::Mat pixels_of(const AnnotatedImage& image) {
-  return image.embedded.empty() ? read_picture(image.file)
-                                : decoded_picture(image.embedded, image.file);
+  return image.embedded.empty() ? read_image(image.file)
+                                : decoded_image(image.embedded, image.file);
 }
 
 void require_labels(const AnnotatedImage& image) {
@@ -29,7 +29,7 @@ std::string CopiedImages::new_name(const AnnotatedImage& image, const std::strin
 
 std::string CopiedImages::copy(const AnnotatedImage& image, const cv::Mat& pixels,
                                const std::string& target) {
-  const bool kept = has_picture_name(image.file);
+  const bool kept = has_image_name(image.file);
   const auto copy = target + (kept ? image.file.extension().u8string() : ".png");
   if (!kept) {
     out_.write(path_from_utf8(copy), encoded(pixels, ".png"));

@@ -44,7 +44,7 @@ class ClassifierSet : public LabelWriter {
       throw data_error(utf8(image.file) + ": has no category");
     }
     const auto name = images_.new_name(image, folder_ + folders_.of(image.category, image));
-    images_.copy(image, has_picture_name(image.file) ? cv::Mat() : pixels_of(image), name);
+    images_.copy(image, has_image_name(image.file) ? cv::Mat() : pixels_of(image), name);
   }
   void finish() override {}
 

@@ -2,6 +2,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "app/base64.h"
+#include "app/label.h"
 #include "app/text.h"
 #include "convert/annotations.h"
 #include "datasets/json_reader.h"
@@ -90,7 +91,7 @@ AnnotatedImage parse_labelme(const std::string& text, const std::string& name,
     const auto type = typed ? shape.at("shape_type").string() : "polygon";
     const auto polygon = outline(type, points, shape);
     Shape read;
-    read.category = shape.at("label").string();
+    read.category = clean_label(shape.at("label").string());
     read.box = box_around(polygon.empty() ? points : polygon);
     if (!polygon.empty()) read.polygons.push_back(polygon);
     image.shapes.push_back(std::move(read));

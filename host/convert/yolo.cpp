@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "app/errors.h"
+#include "app/label.h"
 #include "app/text.h"
 #include "convert/annotations.h"
 #include "datasets/layout.h"
@@ -18,7 +19,7 @@ std::vector<std::string> read_names(const fs::path& labels) {
       if (!is_file(folder / name)) continue;
       std::vector<std::string> names;
       for (const auto& line : split_lines(read_file(folder / name, 1 << 20))) {
-        names.push_back(trimmed(line));
+        names.push_back(clean_label(line));
       }
       return names;
     }
@@ -28,7 +29,7 @@ std::vector<std::string> read_names(const fs::path& labels) {
 
 fs::path image_named(const fs::path& folder, const std::string& stem) {
   Problems lost;
-  for (const auto& file : entries_in(folder, lost).pictures) {
+  for (const auto& file : entries_in(folder, lost).images) {
     if (file.stem().u8string() == stem) return file;
   }
   throw data_error(utf8(folder / path_from_utf8(stem)) +
@@ -94,7 +95,7 @@ std::vector<AnnotatedImage> read_yolo(const fs::path& labels, const fs::path& im
     if (file.extension() != ".txt" || file.filename() == "classes.txt") continue;
     AnnotatedImage image;
     image.file = image_named(images, file.stem().u8string());
-    const auto size = read_picture(image.file).size();
+    const auto size = read_image(image.file).size();
     const auto lines = split_lines(read_file(file, 1 << 28));
     for (std::size_t i = 0; i < lines.size(); ++i) {
       if (trimmed(lines[i]).empty()) continue;

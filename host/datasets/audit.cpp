@@ -9,6 +9,7 @@
 #include <xxhash.h>
 
 #include "app/errors.h"
+#include "app/label.h"
 #include "app/text.h"
 #include "datasets/unused.h"
 #include "images/read_image.h"
@@ -24,33 +25,33 @@ std::string reason(const std::string& message, const std::string& path) {
   return message.compare(0, prefix.size(), prefix) == 0 ? message.substr(prefix.size()) : message;
 }
 
-std::uint64_t digest(const cv::Mat& picture) {
-  const int header[] = {picture.rows, picture.cols, picture.type()};
+std::uint64_t digest(const cv::Mat& image) {
+  const int header[] = {image.rows, image.cols, image.type()};
   std::uint64_t hash = XXH64(header, sizeof header, 0);
-  for (int y = 0; y < picture.rows; ++y) {
-    hash = XXH64(picture.ptr(y), picture.elemSize() * static_cast<std::size_t>(picture.cols), hash);
+  for (int y = 0; y < image.rows; ++y) {
+    hash = XXH64(image.ptr(y), image.elemSize() * static_cast<std::size_t>(image.cols), hash);
   }
   return hash;
 }
 
-// Opens pictures, and notes which cannot be read and which are there twice.
-class PictureCheck {
+// Opens images, and notes which cannot be read and which are there twice.
+class ImageCheck {
  public:
-  PictureCheck(Problems& problems, Progress& progress) : problems_(problems), progress_(progress) {}
+  ImageCheck(Problems& problems, Progress& progress) : problems_(problems), progress_(progress) {}
 
   // Empty when the file cannot be read.
   cv::Mat open(const fs::path& file) {
-    cv::Mat picture;
+    cv::Mat image;
     try {
-      picture = read_picture(file);
+      image = read_image(file);
     } catch (const HostError& error) {
       problems_.add(utf8(file), "unreadable", reason(error.what(), utf8(file)));
     }
     progress_.step();
-    if (picture.empty()) return picture;
-    const auto [first, fresh] = seen_.emplace(digest(picture), file);
+    if (image.empty()) return image;
+    const auto [first, fresh] = seen_.emplace(digest(image), file);
     if (!fresh) problems_.add(utf8(file), "duplicate", "has the pixels of " + utf8(first->second));
-    return picture;
+    return image;
   }
 
  private:
@@ -93,6 +94,17 @@ class Tally {
   std::map<std::string, Training> training_;
 };
 
+// Most are one category, written in two ways.
+void report_alike(const fs::path& source, Audit& audit) {
+  std::map<std::string, std::string> first;
+  for (const auto& entry : audit.counts) {
+    const auto [alike, fresh] = first.emplace(look_of(entry.first), entry.first);
+    if (fresh) continue;
+    audit.problems.add(utf8(source), "alike",
+                       "the category '" + entry.first + "' looks like '" + alike->second + "'");
+  }
+}
+
 // `used` lacks what has a problem.
 void report_rest(const fs::path& source, std::vector<fs::path> used, Audit& audit) {
   for (const auto& problem : audit.problems.list()) used.push_back(path_from_utf8(problem.path));
@@ -119,7 +131,7 @@ cv::Mat open_mask(const fs::path& file, const cv::Size& expected, const Segmente
   const auto path = utf8(file);
   cv::Mat mask;
   try {
-    mask = as_indexes(read_picture(file), data.colours);
+    mask = as_indexes(read_image(file), data.colours);
   } catch (const HostError& error) {
     problems.add(path, "unreadable", reason(error.what(), path));
     return {};
@@ -153,7 +165,7 @@ void check_masks(const SegmenterItem& item, const cv::Size& size, const Segmente
   }
 }
 
-void check_marks(const OcrItem& item, const cv::Mat& picture, Tally& tally, Problems& problems) {
+void check_marks(const OcrItem& item, const cv::Mat& image, Tally& tally, Problems& problems) {
   std::set<std::pair<double, double>> places;
   for (const auto& mark : item.characters) {
     tally.add(mark.category, item);
@@ -161,9 +173,9 @@ void check_marks(const OcrItem& item, const cv::Mat& picture, Tally& tally, Prob
     if (!places.emplace(mark.x, mark.y).second) {
       problems.add(utf8(item.file), "duplicate", "has two labels at " + place);
     }
-    const bool outside = std::min(mark.x, mark.y) < -0.5 || mark.x > picture.cols - 0.5 ||
-                         mark.y > picture.rows - 0.5;
-    if (outside && !picture.empty()) {
+    const bool outside =
+        std::min(mark.x, mark.y) < -0.5 || mark.x > image.cols - 0.5 || mark.y > image.rows - 0.5;
+    if (outside && !image.empty()) {
       problems.add(utf8(item.file), "outside",
                    "has the label '" + mark.category + "' outside the image, at " + place);
     }
@@ -176,12 +188,12 @@ Audit audit_classifier(const fs::path& source, const Categories& known, Progress
   Audit audit;
   Tally tally(audit);
   const auto data = read_classifier_data(source, Purpose::kAll, audit.problems);
-  PictureCheck pictures(audit.problems, progress);
+  ImageCheck images(audit.problems, progress);
   std::vector<fs::path> used;
   progress.start("checking", data.items.size());
   for (const auto& item : data.items) {
     tally.add(item.category, item);
-    pictures.open(item.file);
+    images.open(item.file);
     used.push_back(item.file);
   }
   audit.images = data.items.size();
@@ -189,6 +201,7 @@ Audit audit_classifier(const fs::path& source, const Categories& known, Progress
   if (known.empty() && tally.training_categories() == 1) {
     audit.problems.add(utf8(source), "single_category", "holds one category; training needs two");
   }
+  report_alike(source, audit);
   report_rest(source, std::move(used), audit);
   return audit;
 }
@@ -198,12 +211,12 @@ Audit audit_segmenter(const fs::path& source, const Categories& known, Progress&
   Tally tally(audit);
   const auto data = read_segmenter_data(source, Purpose::kAll, audit.problems);
   for (const auto& category : data.categories) audit.counts[category] = 0;
-  PictureCheck pictures(audit.problems, progress);
+  ImageCheck images(audit.problems, progress);
   std::vector<fs::path> used;
   progress.start("checking", data.items.size());
   for (const auto& item : data.items) {
-    const auto picture = pictures.open(item.file);
-    check_masks(item, picture.size(), data, tally, audit.problems);
+    const auto image = images.open(item.file);
+    check_masks(item, image.size(), data, tally, audit.problems);
     used.push_back(item.file);
     for (const auto& mask : item.masks) used.push_back(mask.second.file);
   }
@@ -215,6 +228,7 @@ Audit audit_segmenter(const fs::path& source, const Categories& known, Progress&
     }
   }
   tally.report_single_samples("image", known);
+  report_alike(source, audit);
   report_rest(source, std::move(used), audit);
   return audit;
 }
@@ -223,14 +237,14 @@ Audit audit_ocr(const fs::path& source, const Categories& known, Progress& progr
   Audit audit;
   Tally tally(audit);
   const auto data = read_ocr_data(source, Purpose::kAll, audit.problems);
-  PictureCheck pictures(audit.problems, progress);
+  ImageCheck images(audit.problems, progress);
   std::vector<fs::path> used;
   progress.start("checking", data.items.size());
-  std::map<fs::path, cv::Mat> opened;  // one picture may have several labelled regions
+  std::map<fs::path, cv::Mat> opened;  // one image may have several labelled regions
   for (const auto& item : data.items) {
     if (opened.count(item.file) == 0) {
       opened.clear();
-      opened[item.file] = pictures.open(item.file);
+      opened[item.file] = images.open(item.file);
       used.push_back(item.file);
     }
     if (item.characters.empty() && item.lines.empty()) {
@@ -240,6 +254,7 @@ Audit audit_ocr(const fs::path& source, const Categories& known, Progress& progr
   }
   audit.images = data.items.size();
   tally.report_single_samples("place with a character", known);
+  report_alike(source, audit);
   report_rest(source, std::move(used), audit);
   return audit;
 }

@@ -15,16 +15,16 @@ namespace telvar_host {
 
 struct Audit {
   std::size_t images = 0;
-  // Per category: pictures of it (classifier, segmenter) or marks of it (ocr).
+  // Per category: images of it (classifier, segmenter) or marks of it (ocr).
   std::map<std::string, std::size_t> counts;
   Problems problems;
-  // Pictures, and links to folders, that lie in the folder but are not used: no fault by itself.
+  // Images, and links to folders, that lie in the folder but are not used: no fault by itself.
   Problems unused;
 };
 
-// Each reads the data set's structure, then opens every file: unreadable pictures, pictures that
+// Each reads the data set's structure, then opens every file: unreadable images, images that
 // are the same pixel by pixel, masks of another size or with unknown values, marks outside the
-// picture, and categories with one sample to train on. Throws data_error when there is no such data
+// image, and categories with one sample to train on. Throws data_error when there is no such data
 // set at all.
 //
 // `known` are the categories of the state that a training would go on from: one sample is enough of

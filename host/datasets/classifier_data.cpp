@@ -4,6 +4,7 @@
 #include <set>
 
 #include "app/errors.h"
+#include "app/label.h"
 #include "app/text.h"
 #include "datasets/tables.h"
 #include "files/input.h"
@@ -31,7 +32,7 @@ void read_list(const fs::path& list, const fs::path& root, bool for_training, Cl
     }
     const auto file = list.parent_path() / path_from_utf8(rows[i][0]);
     const auto id = identifier(file, root);
-    const auto category = trimmed(rows[i][1]);
+    const auto category = clean_label(rows[i][1]);
     if (category.empty()) {
       problems.add(utf8(file), "empty_label", "has an empty category in " + utf8(list));
     } else if (!is_file(file)) {
@@ -46,15 +47,14 @@ void read_list(const fs::path& list, const fs::path& root, bool for_training, Cl
 
 void read_folders(const Part& part, const fs::path& root, ClassifierData& data,
                   Problems& problems) {
-  for (const auto& category : entries_in(part.folder, problems).folders) {
+  for (const auto& folder : entries_in(part.folder, problems).folders) {
     const auto found = problems.list().size();
-    const auto pictures = pictures_below(category, problems);
+    const auto images = images_below(folder, problems);
+    const auto category = clean_label(folder.filename().u8string());
     const bool whole = problems.list().size() == found;
-    if (whole && pictures.empty())
-      problems.add(utf8(category), "empty_category", "holds no pictures");
-    for (const auto& file : pictures) {
-      data.items.push_back(
-          {identifier(file, root), file, category.filename().u8string(), part.for_training});
+    if (whole && images.empty()) problems.add(utf8(folder), "empty_category", "holds no images");
+    for (const auto& file : images) {
+      data.items.push_back({identifier(file, root), file, category, part.for_training});
     }
   }
 }
@@ -75,7 +75,7 @@ ClassifierData read_classifier_data(const fs::path& source, Purpose purpose, Pro
   }
   if (data.items.empty() && problems.empty()) {
     throw data_error(utf8(source) +
-                     ": holds no labelled pictures; expected a folder per category or "
+                     ": holds no labelled images; expected a folder per category or "
                      "labels.csv with file,category");
   }
   std::sort(data.items.begin(), data.items.end(),

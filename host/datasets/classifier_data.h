@@ -1,4 +1,4 @@
-// Labelled pictures for the classifier: a folder per category, or a CSV `file,category`.
+// Labelled images for the classifier: a folder per category, or a CSV `file,category`.
 #pragma once
 
 #include <filesystem>
@@ -21,7 +21,7 @@ struct ClassifierData {
   std::vector<ClassifierItem> items;  // sorted by id
 };
 
-// `source` is a folder, or a CSV file. What is wrong without opening a picture (missing file, empty
+// `source` is a folder, or a CSV file. What is wrong without opening an image (missing file, empty
 // label or category) goes to `problems`; the rest is still read. Throws data_error when there is
 // nothing.
 ClassifierData read_classifier_data(const std::filesystem::path& source, Purpose purpose,

@@ -15,7 +15,7 @@ bool is_hidden(const fs::path& path) {
   return path.filename().u8string().front() == '.';
 }
 
-// A category may itself be called "train" or "test": those folders hold pictures and nothing else.
+// A category may itself be called "train" or "test": those folders hold images and nothing else.
 bool is_part(const fs::path& folder) {
   if (!is_folder(folder)) return false;
   for (const auto* labels : {"labels.json", "labels.csv", "chars.tsv"}) {
@@ -45,7 +45,7 @@ std::vector<Part> parts_for(const fs::path& source, Purpose purpose) {
 }
 
 std::string identifier(const fs::path& path, const fs::path& root) {
-  // A list may name its pictures absolutely in a folder that was given relatively.
+  // A list may name its images absolutely in a folder that was given relatively.
   const auto plain = [](const fs::path& p) { return fs::absolute(p).lexically_normal(); };
   const auto inside = root.empty() ? path : plain(path).lexically_relative(plain(root));
   return utf8(inside.empty() ? path : inside);
@@ -77,8 +77,8 @@ Entries entries_in(const fs::path& folder, Problems& problems) {
     const bool there = fs::exists(path, lost);
     if (is_folder(path)) {
       found.folders.push_back(path);
-    } else if (has_picture_name(path) && (is_file(path) || !there)) {
-      found.pictures.push_back(path);
+    } else if (has_image_name(path) && (is_file(path) || !there)) {
+      found.images.push_back(path);
     } else if (there) {
       found.others.push_back(path);
     } else {
@@ -86,7 +86,7 @@ Entries entries_in(const fs::path& folder, Problems& problems) {
     }
   }
   if (error) problems.add(utf8(folder), "unreadable", "cannot be listed: " + error.message());
-  for (auto* paths : {&found.folders, &found.pictures, &found.others}) {
+  for (auto* paths : {&found.folders, &found.images, &found.others}) {
     std::sort(paths->begin(), paths->end());
   }
   return found;
@@ -101,10 +101,10 @@ void visit_below(const fs::path& folder, Problems& problems,
   }
 }
 
-std::vector<fs::path> pictures_below(const fs::path& folder, Problems& problems) {
+std::vector<fs::path> images_below(const fs::path& folder, Problems& problems) {
   std::vector<fs::path> found;
   visit_below(folder, problems, [&](const Entries& entries) {
-    found.insert(found.end(), entries.pictures.begin(), entries.pictures.end());
+    found.insert(found.end(), entries.images.begin(), entries.images.end());
   });
   std::sort(found.begin(), found.end());
   return found;

@@ -37,20 +37,20 @@ void require_folder(const std::filesystem::path& path);
 // What lies directly in a folder, each sorted by name.
 struct Entries {
   std::vector<std::filesystem::path> folders;
-  std::vector<std::filesystem::path> pictures;  // by their names; reading tells what they are
+  std::vector<std::filesystem::path> images;  // by their names; reading tells what they are
   std::vector<std::filesystem::path> others;
 };
 
 // Hidden entries are skipped. A folder that cannot be listed, and links that lead nowhere, go to
-// `problems`, except those with the name of a picture: they are pictures that cannot be read.
+// `problems`, except those with the name of an image: they are images that cannot be read.
 Entries entries_in(const std::filesystem::path& folder, Problems& problems);
 
 // The same for `folder` and every folder below it. Links to folders are listed, but not followed.
 void visit_below(const std::filesystem::path& folder, Problems& problems,
                  const std::function<void(const Entries&)>& visit);
 
-// Every picture below `folder`, sorted by path.
-std::vector<std::filesystem::path> pictures_below(const std::filesystem::path& folder,
-                                                  Problems& problems);
+// Every image below `folder`, sorted by path.
+std::vector<std::filesystem::path> images_below(const std::filesystem::path& folder,
+                                                Problems& problems);
 
 }  // namespace telvar_host

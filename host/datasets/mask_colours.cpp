@@ -3,6 +3,7 @@
 #include <set>
 
 #include "app/errors.h"
+#include "app/label.h"
 #include "app/text.h"
 
 namespace telvar_host {
@@ -49,7 +50,7 @@ LabelMap parse_label_map(const std::string& text, const std::string& name) {
     const auto line = trimmed(lines[i]);
     if (line.empty() || line.front() == '#') continue;
     const auto parts = split(line, ':');
-    const auto label = trimmed(parts[0]);
+    const auto label = clean_label(parts[0]);
     const auto colour = parts.size() > 1 ? parse_colour(parts[1]) : std::nullopt;
     if (!colour || label.empty()) {
       throw data_error(name + ": line " + std::to_string(i + 1) + ": expected NAME:R,G,B, found '" +

@@ -86,8 +86,7 @@ OcrData read_ocr_data(const fs::path& folder, Purpose purpose, Problems& problem
       data.items.push_back(std::move(item));
     }
   }
-  if (data.items.empty() && problems.empty())
-    throw data_error(utf8(folder) + ": labels no pictures");
+  if (data.items.empty() && problems.empty()) throw data_error(utf8(folder) + ": labels no images");
   return data;
 }
 

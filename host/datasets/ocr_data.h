@@ -1,4 +1,4 @@
-// Pictures with character labels for the reader: labels.json, or chars.tsv.
+// Images with character labels for the reader: labels.json, or chars.tsv.
 #pragma once
 
 #include <filesystem>
@@ -24,7 +24,7 @@ struct CharacterMark {
 
 struct OcrItem {
   std::string
-      id;  // path relative to the data set; "#2", "#3", ... for further regions of one picture
+      id;  // path relative to the data set; "#2", "#3", ... for further regions of one image
   std::filesystem::path file;
   std::optional<Region> region;
   std::vector<CharacterMark> characters;  // reading order as far as the file has it
@@ -44,7 +44,7 @@ struct OcrData {
   std::vector<OcrItem> items;
 };
 
-// Structural faults (missing picture, empty label, mark outside its region) go to `problems`.
+// Structural faults (missing image, empty label, mark outside its region) go to `problems`.
 // Throws data_error when there are no labels or a file is malformed, naming file and place.
 OcrData read_ocr_data(const std::filesystem::path& folder, Purpose purpose, Problems& problems);
 

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "app/errors.h"
+#include "app/label.h"
 #include "app/text.h"
 #include "datasets/json_reader.h"
 #include "datasets/tables.h"
@@ -35,7 +36,8 @@ Region read_region(const JsonValue& value) {
 
 CharacterMark read_mark(const JsonValue& value) {
   value.allow_only({"x", "y", "category", "w", "h", "score"});
-  CharacterMark mark{value.at("x").number(), value.at("y").number(), value.at("category").string()};
+  CharacterMark mark{value.at("x").number(), value.at("y").number(),
+                     clean_label(value.at("category").string())};
   if (value.has("w") || value.has("h")) {
     mark.box = {value.at("w").number(), value.at("h").number()};
     if (!(mark.box->first > 0 && mark.box->second > 0)) {
@@ -61,14 +63,15 @@ OcrItem read_item(const JsonValue& value, const fs::path& root) {
   }
   if (value.has("text")) {
     const auto lines = value.at("text");
-    for (std::size_t i = 0; i < lines.size(); ++i) item.lines.push_back(lines.at(i).string());
+    for (std::size_t i = 0; i < lines.size(); ++i)
+      item.lines.push_back(normal_form(lines.at(i).string()));
   }
   return item;
 }
 
 CharacterMark read_mark(const NamedTable& table, std::size_t row) {
   const std::string label = table.has("category") ? "category" : "char";
-  CharacterMark mark{0, 0, trimmed(table.at(row, label))};
+  CharacterMark mark{0, 0, clean_label(table.at(row, label))};
   if (table.has("x0")) {
     // x1 and y1 lie one pixel behind the box.
     const double width = table.number(row, "x1") - table.number(row, "x0");
@@ -83,15 +86,15 @@ CharacterMark read_mark(const NamedTable& table, std::size_t row) {
   return mark;
 }
 
-// The picture of tables without a column `file`: the only one there is.
-fs::path only_picture(const fs::path& folder) {
+// The image of tables without a column `file`: the only one there is.
+fs::path only_image(const fs::path& folder) {
   Problems lost;
-  const auto pictures = entries_in(folder, lost).pictures;
-  if (pictures.size() != 1) {
-    throw data_error(utf8(folder) + ": holds " + std::to_string(pictures.size()) +
-                     " pictures; chars.tsv needs a column 'file' then");
+  const auto images = entries_in(folder, lost).images;
+  if (images.size() != 1) {
+    throw data_error(utf8(folder) + ": holds " + std::to_string(images.size()) +
+                     " images; chars.tsv needs a column 'file' then");
   }
-  return pictures.front();
+  return images.front();
 }
 
 NominalSize read_size(const fs::path& file) {
@@ -101,7 +104,7 @@ NominalSize read_size(const fs::path& file) {
   return *size;
 }
 
-std::string picture_of(const NamedTable& table, std::size_t row, const std::string& only) {
+std::string image_of(const NamedTable& table, std::size_t row, const std::string& only) {
   return only.empty() ? table.at(row, "file") : only;
 }
 
@@ -111,7 +114,7 @@ std::size_t letters(const std::string& line) {
       points.begin(), points.end(), [](char32_t c) { return c != U' ' && c != U'\t'; }));
 }
 
-// Fewer marks than letters of known text: the rest of the picture is not marked.
+// Fewer marks than letters of known text: the rest of the image is not marked.
 bool has_unmarked_letters(const OcrItem& item) {
   std::size_t count = 0;
   for (const auto& line : item.lines) count += letters(line);
@@ -147,15 +150,15 @@ OcrData read_label_tables(const fs::path& folder) {
   OcrData data;
   const NamedTable characters(read_file(folder / "chars.tsv", 1U << 30),
                               utf8(folder / "chars.tsv"));
-  const std::string only = characters.has("file") ? "" : utf8(only_picture(folder).filename());
+  const std::string only = characters.has("file") ? "" : utf8(only_image(folder).filename());
   std::map<std::string, OcrItem> items;
   for (std::size_t row = 0; row < characters.rows(); ++row) {
-    items[picture_of(characters, row, only)].characters.push_back(read_mark(characters, row));
+    items[image_of(characters, row, only)].characters.push_back(read_mark(characters, row));
   }
   if (is_file(folder / "lines.tsv")) {
     const NamedTable lines(read_file(folder / "lines.tsv", 1U << 28), utf8(folder / "lines.tsv"));
     for (std::size_t row = 0; row < lines.rows(); ++row) {
-      items[picture_of(lines, row, only)].lines.push_back(lines.at(row, "text"));
+      items[image_of(lines, row, only)].lines.push_back(lines.at(row, "text"));
     }
   }
   for (auto& [file, item] : items) {

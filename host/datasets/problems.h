@@ -7,7 +7,7 @@
 
 namespace telvar_host {
 
-// "1 picture", "2 pictures".
+// "1 image", "2 images".
 std::string counted(std::size_t count, const std::string& thing);
 
 struct Problem {

@@ -4,6 +4,7 @@
 #include <set>
 
 #include "app/errors.h"
+#include "app/label.h"
 #include "app/text.h"
 #include "files/input.h"
 #include "images/read_image.h"
@@ -15,9 +16,9 @@ namespace {
 
 using ByStem = std::map<std::string, fs::path>;
 
-ByStem by_stem(const std::vector<fs::path>& pictures, Problems& problems) {
+ByStem by_stem(const std::vector<fs::path>& images, Problems& problems) {
   ByStem found;
-  for (const auto& file : pictures) {
+  for (const auto& file : images) {
     const auto [entry, fresh] = found.emplace(file.stem().u8string(), file);
     if (!fresh) {
       problems.add(utf8(file), "duplicate", "has the same name as " + utf8(entry->second));
@@ -44,31 +45,31 @@ void read_classes(const fs::path& part, SegmenterData& data) {
                    ": masks/ holds class indexes but there is no classes.txt, nor labelmap.txt");
 }
 
-void report_unfit_masks(const ByStem& masks, const ByStem& pictures, Problems& problems) {
+void report_unfit_masks(const ByStem& masks, const ByStem& images, Problems& problems) {
   for (const auto& [stem, file] : masks) {
     if (has_jpeg_name(file)) {
       problems.add(utf8(file), "mask_lossy",
                    "is a JPEG, whose compression marks pixels around the edges; store it as PNG");
     }
-    if (pictures.count(stem) == 0) {
+    if (images.count(stem) == 0) {
       problems.add(utf8(file), "mask_without_image", "no image of that name lies in images/");
     }
   }
 }
 
 // masks/<category>/NAME.png
-void add_category_folders(const std::vector<fs::path>& folders, const ByStem& pictures,
+void add_category_folders(const std::vector<fs::path>& folders, const ByStem& images,
                           std::map<std::string, SegmenterItem>& items,
                           std::set<std::string>& categories, Problems& problems) {
   for (const auto& folder : folders) {
-    const auto category = folder.filename().u8string();
-    const auto files = by_stem(entries_in(folder, problems).pictures, problems);
+    const auto category = clean_label(folder.filename().u8string());
+    const auto files = by_stem(entries_in(folder, problems).images, problems);
     if (files.empty()) {
       problems.add(utf8(folder), "empty_category", "holds no masks");
       continue;
     }
     categories.insert(category);
-    report_unfit_masks(files, pictures, problems);
+    report_unfit_masks(files, images, problems);
     for (const auto& [stem, file] : files) {
       if (const auto item = items.find(stem); item != items.end()) {
         item->second.masks[category] = {file, {}};
@@ -78,9 +79,9 @@ void add_category_folders(const std::vector<fs::path>& folders, const ByStem& pi
 }
 
 // masks/NAME.png with class indexes
-void add_index_masks(const ByStem& files, const SegmenterData& data, const ByStem& pictures,
+void add_index_masks(const ByStem& files, const SegmenterData& data, const ByStem& images,
                      std::map<std::string, SegmenterItem>& items, Problems& problems) {
-  report_unfit_masks(files, pictures, problems);
+  report_unfit_masks(files, images, problems);
   for (auto& [stem, item] : items) {
     const auto mask = files.find(stem);
     if (mask == files.end()) {
@@ -107,18 +108,18 @@ void require_layout(const fs::path& part) {
 void read_part(const Part& part, const fs::path& root, SegmenterData& data,
                std::set<std::string>& categories, Problems& problems) {
   require_layout(part.folder);
-  const auto pictures = by_stem(entries_in(part.folder / "images", problems).pictures, problems);
+  const auto images = by_stem(entries_in(part.folder / "images", problems).images, problems);
   std::map<std::string, SegmenterItem> items;
-  for (const auto& [stem, file] : pictures) {
+  for (const auto& [stem, file] : images) {
     items[stem] = {identifier(file, root), file, {}, part.for_training};
   }
   const auto masks = entries_in(part.folder / "masks", problems);
-  if (masks.pictures.empty()) {
-    add_category_folders(masks.folders, pictures, items, categories, problems);
+  if (masks.images.empty()) {
+    add_category_folders(masks.folders, images, items, categories, problems);
   } else {
     read_classes(part.folder, data);
     for (const auto& entry : data.classes) categories.insert(entry.second);
-    add_index_masks(by_stem(masks.pictures, problems), data, pictures, items, problems);
+    add_index_masks(by_stem(masks.images, problems), data, images, items, problems);
   }
   for (auto& entry : items) data.items.push_back(std::move(entry.second));
 }
@@ -154,7 +155,7 @@ cv::Mat as_indexes(const cv::Mat& stored, const std::shared_ptr<const ColourInde
 }
 
 cv::Mat read_mask(const MaskSource& source) {
-  const cv::Mat stored = as_indexes(read_picture(source.file), source.colours);
+  const cv::Mat stored = as_indexes(read_image(source.file), source.colours);
   if (stored.channels() != 1) {
     throw data_error(utf8(source.file) + ": a mask " + wrong_mask_channels(stored));
   }
@@ -170,7 +171,7 @@ std::map<int, std::string> parse_classes(const std::string& text, const std::str
     if (line.empty()) continue;
     const auto space = line.find_first_of(" \t");
     const auto index = parse_number(line.substr(0, space));
-    const auto label = space == std::string::npos ? std::string() : trimmed(line.substr(space));
+    const auto label = space == std::string::npos ? std::string() : clean_label(line.substr(space));
     if (!index || *index < 0 || *index > 65535 || *index != static_cast<int>(*index) ||
         label.empty()) {
       throw data_error(name + ": line " + std::to_string(i + 1) + ": expected INDEX NAME, found '" +

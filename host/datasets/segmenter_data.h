@@ -1,4 +1,4 @@
-// Pictures with masks for the segmenter.
+// Images with masks for the segmenter.
 #pragma once
 
 #include <filesystem>
@@ -26,7 +26,7 @@ struct MaskSource {
 struct SegmenterItem {
   std::string id;
   std::filesystem::path file;
-  std::map<std::string, MaskSource> masks;  // by category; none means none of it in the picture
+  std::map<std::string, MaskSource> masks;  // by category; none means none of it in the image
   bool for_training = true;
 };
 

@@ -27,9 +27,9 @@ void report_unused(const fs::path& source, const std::vector<fs::path>& known, P
   };
   Problems lost;
   visit_below(source, lost, [&](const Entries& entries) {
-    for (const auto& file : entries.pictures) add(file, "is not part of the data set");
+    for (const auto& file : entries.images) add(file, "is not part of the data set");
     for (const auto& file : entries.others) {
-      if (has_foreign_picture_name(file)) add(file, "is of a kind that is not read");
+      if (has_foreign_image_name(file)) add(file, "is of a kind that is not read");
     }
     for (const auto& folder : entries.folders) {
       if (fs::is_symlink(folder) && !holds_any(identifier(folder, source), ids)) {

@@ -8,7 +8,7 @@
 
 namespace telvar_host {
 
-// Adds to `unused` every picture, of whatever kind, below the folder `source` that is not among
+// Adds to `unused` every image, of whatever kind, below the folder `source` that is not among
 // `known`, and every link to a folder that is followed to none of them. A `source` that is a list
 // says itself what belongs to it: nothing is added.
 void report_unused(const std::filesystem::path& source,

@@ -65,7 +65,7 @@ const Value& any_of(cv::RNG& rng, const std::vector<Value>& values) {
 // A piece of a photograph, as pale as a printed wrapping: dark ink shows on all of it.
 cv::Mat random_surface(cv::RNG& rng, const Scenes& scenes) {
   cv::Mat photograph;
-  cv::cvtColor(displayable(read_picture(any_of(rng, any_of(rng, scenes)))), photograph,
+  cv::cvtColor(displayable(read_image(any_of(rng, any_of(rng, scenes)))), photograph,
                cv::COLOR_BGR2GRAY);
   const cv::Rect piece(rng.uniform(0, photograph.cols - kImageSize.width + 1),
                        rng.uniform(0, photograph.rows - kImageSize.height + 1), kImageSize.width,
@@ -83,7 +83,7 @@ Scenes scenes_in(const fs::path& images, const std::vector<std::string>& folders
                        ": no such folder; install Debian's package visp-images-data");
     }
     Problems lost;
-    scenes.push_back(entries_in(images / folder, lost).pictures);
+    scenes.push_back(entries_in(images / folder, lost).images);
     lost.throw_if_any();
     if (scenes.back().empty()) throw data_error(utf8(images / folder) + ": holds no image");
   }

@@ -22,15 +22,15 @@ void write_discs(const DemoSources& sources, const std::string& folder, const Im
     const auto entries = entries_in(masks, lost);
     lost.throw_if_any();
     const auto wanted = part == "train" ? counts.train : counts.test;
-    for (std::size_t i = 0; i < std::min(wanted, entries.pictures.size()); ++i) {
-      const auto& mask = entries.pictures[i];
+    for (std::size_t i = 0; i < std::min(wanted, entries.images.size()); ++i) {
+      const auto& mask = entries.images[i];
       const auto name = mask.stem().u8string();
       const auto frame = frames / ("image." + name + ".pgm");
       if (!fs::exists(frame)) {
         throw data_error(utf8(frame) + ": no such file; install Debian's package visp-images-data");
       }
       out.write(path_from_utf8(folder + "/" + part + "/images/" + name + ".png"),
-                encoded(read_picture(frame), ".png"));
+                encoded(read_image(frame), ".png"));
       out.write(path_from_utf8(folder + "/" + part + "/masks/" + name + ".png"), read_file(mask));
     }
     out.write(path_from_utf8(folder + "/" + part + "/classes.txt"),

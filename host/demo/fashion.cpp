@@ -73,19 +73,19 @@ void write_first(const fs::path& folder, const std::string& stem, std::size_t pe
   const auto labels = read_idx(folder / (stem + "-labels-idx1-ubyte.gz"));
   if (images.extents.size() != 3 || labels.extents.size() != 1 ||
       images.extents[0] != labels.extents[0]) {
-    throw data_error(utf8(folder) + ": pictures and labels do not belong together");
+    throw data_error(utf8(folder) + ": images and labels do not belong together");
   }
   const std::size_t area = images.extents[1] * images.extents[2];
   std::array<std::size_t, kNames.size()> written{};
   for (std::size_t i = 0; i < labels.values.size(); ++i) {
     const auto label = static_cast<unsigned char>(labels.values[i]);
     if (label >= kNames.size() || written[label] == per_class) continue;
-    const cv::Mat picture(static_cast<int>(images.extents[1]), static_cast<int>(images.extents[2]),
-                          CV_8U, images.values.data() + i * area);
+    const cv::Mat image(static_cast<int>(images.extents[1]), static_cast<int>(images.extents[2]),
+                        CV_8U, images.values.data() + i * area);
     const auto number = std::to_string(++written[label]);
     out.write(target + "/" + kNames[label] + "/" +
                   std::string(3 - std::min<std::size_t>(3, number.size()), '0') + number + ".png",
-              encoded(picture, ".png"));
+              encoded(image, ".png"));
   }
 }
 

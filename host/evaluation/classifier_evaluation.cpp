@@ -49,10 +49,10 @@ ClassifierEvaluation evaluate(ClassifierTool& tool, const ClassifierData& data,
   ClassifierEvaluation evaluation;
   progress.start("evaluating", data.items.size());
   for (const auto& item : data.items) {
-    const auto picture = read_picture(item.file);
+    const auto image = read_image(item.file);
     // The first call builds the model, which is not what an image costs.
-    if (evaluation.images == 0) tool.process(picture);
-    count(evaluation, item, evaluation.timing.measure([&] { return tool.process(picture); }));
+    if (evaluation.images == 0) tool.process(image);
+    count(evaluation, item, evaluation.timing.measure([&] { return tool.process(image); }));
     progress.step();
   }
   progress.finish();

@@ -1,4 +1,4 @@
-// How well a trained classifier does on labelled pictures.
+// How well a trained classifier does on labelled images.
 #pragma once
 
 #include <filesystem>
@@ -35,7 +35,7 @@ struct ClassifierEvaluation {
   std::vector<std::pair<double, double>> accuracy_by_coverage() const;
 };
 
-// Reads every picture; throws data_error for one that cannot be read.
+// Reads every image; throws data_error for one that cannot be read.
 ClassifierEvaluation evaluate(ClassifierTool& tool, const ClassifierData& data, Progress& progress);
 
 // accuracy, confusion, counts, milliseconds_median, milliseconds_p95, mistakes.

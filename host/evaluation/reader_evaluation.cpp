@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <numeric>
 
 #include "app/text.h"
 #include "evaluation/mark_matching.h"
@@ -15,7 +16,7 @@ namespace {
 
 using Place = std::optional<cv::Rect2d>;
 
-// The true lines of a picture, and where each stands as far as the marks tell.
+// The true lines of an image, and where each stands as far as the marks tell.
 struct Truth {
   std::vector<std::string> lines;
   std::vector<Place> places;
@@ -74,6 +75,7 @@ class Counter {
   void count(std::size_t index, const Reading& reading) {
     const auto& item = data_.items[index];
     ++evaluation_.images;
+    const auto characters = evaluation_.characters, errors = evaluation_.character_errors;
     if (item.partial) {
       count_marks(index, reading);
       const auto lines = with_letters(item.lines);
@@ -83,6 +85,8 @@ class Counter {
       count_characters(reading, truth);
       count_lines(index, reading, truth);
     }
+    evaluation_.item_characters.push_back(evaluation_.characters - characters);
+    evaluation_.item_errors.push_back(evaluation_.character_errors - errors);
   }
 
  private:
@@ -154,13 +158,13 @@ class Counter {
 };
 
 // What was read; nothing where no pattern matches.
-Reading read(ReaderTool& tool, const cv::Mat& picture, const OcrItem& item, const NominalSize& size,
+Reading read(ReaderTool& tool, const cv::Mat& image, const OcrItem& item, const NominalSize& size,
              const Fielding& fielding) {
   if (std::holds_alternative<std::monostate>(fielding)) {
-    return tool.process(picture, item.region, size);
+    return tool.process(image, item.region, size);
   }
   try {
-    return tool.process(picture, item.region, size, fielding);
+    return tool.process(image, item.region, size, fielding);
   } catch (const Orbalt::TelvarWrapper::InvalidArgumentException&) {
     return {};
   }
@@ -189,11 +193,11 @@ ReaderEvaluation evaluate(ReaderTool& tool, const OcrData& data, const NominalSi
   progress.start("evaluating", data.items.size());
   for (std::size_t i = 0; i < data.items.size(); ++i) {
     const auto& item = data.items[i];
-    const auto picture = read_picture(item.file);
+    const auto image = read_image(item.file);
     // The first call builds the model, which is not what an image costs.
-    if (i == 0) tool.process(picture, item.region, size);
+    if (i == 0) tool.process(image, item.region, size);
     evaluation.readings.push_back(
-        evaluation.timing.measure([&] { return read(tool, picture, item, size, fielding); }));
+        evaluation.timing.measure([&] { return read(tool, image, item, size, fielding); }));
     counter.count(i, evaluation.readings.back());
     progress.step();
   }
@@ -201,6 +205,29 @@ ReaderEvaluation evaluate(ReaderTool& tool, const OcrData& data, const NominalSi
   std::stable_sort(evaluation.mistakes.begin(), evaluation.mistakes.end(),
                    [](const auto& a, const auto& b) { return a.errors > b.errors; });
   return evaluation;
+}
+
+std::vector<std::pair<double, double>> reject_curve(const ReaderEvaluation& evaluation) {
+  std::vector<std::size_t> order(evaluation.readings.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  // Where nothing was read, nothing is certain.
+  const auto score = [&](std::size_t item) {
+    const Reading& reading = evaluation.readings[item];
+    return reading.characters.empty() ? 0 : reading.lowest_score;
+  };
+  std::stable_sort(order.begin(), order.end(),
+                   [&](std::size_t a, std::size_t b) { return score(a) < score(b); });
+  std::size_t characters = evaluation.characters, errors = evaluation.character_errors;
+  std::vector<std::pair<double, double>> curve;
+  for (std::size_t i = 0; i < order.size() && characters > 0; ++i) {
+    if (i == 0 || score(order[i]) > score(order[i - 1])) {
+      curve.emplace_back(static_cast<double>(i) / static_cast<double>(order.size()),
+                         static_cast<double>(errors) / static_cast<double>(characters));
+    }
+    characters -= evaluation.item_characters[order[i]];
+    errors -= evaluation.item_errors[order[i]];
+  }
+  return curve;
 }
 
 Json json_of(const ReaderEvaluation& evaluation, const OcrData& data) {
@@ -215,6 +242,7 @@ Json json_of(const ReaderEvaluation& evaluation, const OcrData& data) {
                     {"stray_lines", evaluation.stray_lines}};
   json["milliseconds_median"] = evaluation.timing.quantile(0.5);
   json["milliseconds_p95"] = evaluation.timing.quantile(0.95);
+  json["reject_curve"] = reject_curve(evaluation);
   json["mistakes"] = Json::array();
   for (const auto& mistake : evaluation.mistakes) {
     json["mistakes"].push_back({{"file", data.items[mistake.item].id},

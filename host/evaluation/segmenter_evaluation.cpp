@@ -72,7 +72,7 @@ cv::Mat truth_of(const SegmenterItem& item, const std::string& category, const c
   const auto mask = read_mask(source->second);
   if (mask.size() != size) {
     throw data_error(utf8(source->second.file) + ": is " + std::to_string(mask.cols) + " x " +
-                     std::to_string(mask.rows) + ", its picture " + std::to_string(size.width) +
+                     std::to_string(mask.rows) + ", its image " + std::to_string(size.width) +
                      " x " + std::to_string(size.height));
   }
   return mask;
@@ -84,11 +84,11 @@ SegmenterEvaluation evaluate(SegmenterTool& tool, const SegmenterData& data, Pro
   for (const auto& category : data.categories) evaluation.overlap[category];
   progress.start("evaluating", data.items.size());
   for (const auto& item : data.items) {
-    const auto picture = read_picture(item.file);
+    const auto image = read_image(item.file);
     // The first call builds the model, which is not what an image costs.
-    if (evaluation.images == 0) tool.process(picture);
-    const auto answer = evaluation.timing.measure([&] { return tool.process(picture); });
-    count(evaluation, item, data, answer, picture.size(), with_report);
+    if (evaluation.images == 0) tool.process(image);
+    const auto answer = evaluation.timing.measure([&] { return tool.process(image); });
+    count(evaluation, item, data, answer, image.size(), with_report);
     progress.step();
   }
   progress.finish();

@@ -1,4 +1,4 @@
-// How well a trained segmenter does on pictures with masks.
+// How well a trained segmenter does on images with masks.
 #pragma once
 
 #include <map>
@@ -15,17 +15,17 @@
 
 namespace telvar_host {
 
-// A picture with at least one wrong pixel.
+// An image with at least one wrong pixel.
 struct SegmenterMistake {
   SegmenterItem item;
-  double mean_iou = 0;  // over the categories in the picture's truth or answer
+  double mean_iou = 0;  // over the categories in the image's truth or answer
   std::uint64_t wrong_pixels = 0;
   std::map<std::string, std::string> answer;  // PNG, 255 where found; only for a report
 };
 
 struct SegmenterEvaluation {
   std::size_t images = 0;
-  std::map<std::string, Overlap> overlap;  // by category of data or model, over all pictures
+  std::map<std::string, Overlap> overlap;  // by category of data or model, over all images
   std::vector<SegmenterMistake> mistakes;  // lowest mean IoU first
   Timing timing;
 
@@ -33,8 +33,8 @@ struct SegmenterEvaluation {
   std::optional<double> mean_iou(int threshold = 128) const;
 };
 
-// Pixels count as found from probability 128 of 255. Throws data_error for an unreadable picture or
-// mask and for a mask of another size than its picture. The answers that are wrong are kept only
+// Pixels count as found from probability 128 of 255. Throws data_error for an unreadable image or
+// mask and for a mask of another size than its image. The answers that are wrong are kept only
 // for a report.
 SegmenterEvaluation evaluate(SegmenterTool& tool, const SegmenterData& data, Progress& progress,
                              bool with_report);

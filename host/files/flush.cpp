@@ -8,6 +8,9 @@
 #else
 #include <fcntl.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
 #endif
 
 namespace telvar_host {
@@ -19,6 +22,12 @@ void flush_to_disk(const std::filesystem::path& path) {
   if (file == INVALID_HANDLE_VALUE) return;
   FlushFileBuffers(file);
   CloseHandle(file);
+}
+
+std::string reserve(const std::filesystem::path& file, std::uint64_t bytes) {
+  std::error_code unknown;
+  const auto space = std::filesystem::space(file.parent_path(), unknown);
+  return unknown || space.available >= bytes ? "" : "the disk is full";
 }
 
 std::string process_tag() {
@@ -37,6 +46,15 @@ void flush_to_disk(const std::filesystem::path& path) {
   if (file < 0) return;
   fsync(file);
   close(file);
+}
+
+std::string reserve(const std::filesystem::path& path, std::uint64_t bytes) {
+  const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  if (file < 0) return std::generic_category().message(errno);
+  const int refused = posix_fallocate(file, 0, static_cast<off_t>(bytes));
+  close(file);
+  const bool full = refused == ENOSPC || refused == EDQUOT || refused == EFBIG;
+  return full ? std::generic_category().message(refused) : "";
 }
 
 std::string process_tag() {

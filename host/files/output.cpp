@@ -57,21 +57,28 @@ void clear_leftovers(const fs::path& folder, const fs::path& path) {
   }
 }
 
-void write_new_file(const fs::path& path, std::string_view bytes,
+// A file under its temporary name, and the name that people know.
+struct NewFile {
+  fs::path path;
+  fs::path target;
+};
+
+void write_new_file(const NewFile& file, std::string_view bytes,
                     std::ios::openmode mode = std::ios::trunc) {
-  std::ofstream stream(path, std::ios::binary | mode);
-  if (!stream) throw failure("cannot create " + utf8(path));
+  std::ofstream stream(file.path, std::ios::binary | mode);
+  if (!stream) throw failure("cannot create " + utf8(file.target));
   stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   stream.close();
-  if (!stream) throw failure("cannot write " + utf8(path) + " (disk full?)");
+  if (!stream) throw failure("cannot write " + utf8(file.target) + " (disk full?)");
 }
 
 // Nobody else may read it at any time.
-void write_private_file(const fs::path& path, std::string_view bytes) {
-  write_new_file(path, "");
+void write_private_file(const NewFile& file, std::string_view bytes) {
+  write_new_file(file, "");
   std::error_code refused_by_the_file_system;
-  fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write, refused_by_the_file_system);
-  write_new_file(path, bytes);
+  fs::permissions(file.path, fs::perms::owner_read | fs::perms::owner_write,
+                  refused_by_the_file_system);
+  write_new_file(file, bytes);
 }
 
 void rename_or_throw(const fs::path& from, const fs::path& to) {
@@ -108,8 +115,21 @@ void require_writable_file(const fs::path& path, bool force) {
   const RemovedOnExit trial(temporary_beside(resolved(path)));
   // Under the lock, or an interrupt could remove the file and this would make it again.
   std::lock_guard<std::mutex> lock(output_mutex());
-  write_new_file(trial.path(), "");
+  write_new_file({trial.path(), resolved(path)}, "");
 }
+
+ReservedSpace::ReservedSpace(const fs::path& path, std::uint64_t bytes)
+    : file_(std::make_unique<RemovedOnExit>(temporary_beside(resolved(path)))) {
+  // Under the lock for the same reason.
+  std::lock_guard<std::mutex> lock(output_mutex());
+  write_new_file({file_->path(), resolved(path)}, "");
+  const auto refusal = reserve(file_->path(), bytes);
+  if (refusal.empty()) return;
+  throw failure("there is no room for " + utf8(path) + ", which may take " +
+                std::to_string((bytes >> 20) + 1) + " MiB: " + refusal);
+}
+
+ReservedSpace::~ReservedSpace() = default;
 
 void write_file(const fs::path& path, std::string_view bytes, bool force) {
   require_replaceable(path, force);
@@ -117,11 +137,11 @@ void write_file(const fs::path& path, std::string_view bytes, bool force) {
   RemovedOnExit temporary(temporary_beside(target));
   std::lock_guard<std::mutex> lock(output_mutex());
   if (fs::exists(target)) {
-    write_private_file(temporary.path(), bytes);
+    write_private_file({temporary.path(), target}, bytes);
     std::error_code refused_by_the_file_system;
     fs::permissions(temporary.path(), fs::status(target).permissions(), refused_by_the_file_system);
   } else {
-    write_new_file(temporary.path(), bytes);
+    write_new_file({temporary.path(), target}, bytes);
   }
   flush_to_disk(temporary.path());
   rename_or_throw(temporary.path(), target);
@@ -161,7 +181,7 @@ void OutputFolder::make_folders(const fs::path& parent) {
   staging_ = std::make_unique<RemovedOnExit>(path);
   if (resumed_) staging_->keep();
   fs::create_directory(path, error);
-  if (error) throw failure("cannot create " + utf8(path) + ": " + error.message());
+  if (error) throw failure("cannot create " + utf8(target_) + ": " + error.message());
 }
 
 void OutputFolder::keep_unfinished() {
@@ -188,14 +208,17 @@ void OutputFolder::write(const fs::path& relative, std::string_view bytes) {
   std::lock_guard<std::mutex> lock(output_mutex());
   std::error_code error;
   fs::create_directories(path.parent_path(), error);
-  if (error) throw failure("cannot create " + utf8(path.parent_path()) + ": " + error.message());
-  write_new_file(path, bytes);
+  if (error) {
+    throw failure("cannot create " + utf8((target_ / relative).parent_path()) + ": " +
+                  error.message());
+  }
+  write_new_file({path, target_ / relative}, bytes);
 }
 
 void OutputFolder::append(const fs::path& relative, std::string_view bytes) {
   const auto path = staging() / relative;
   std::lock_guard<std::mutex> lock(output_mutex());
-  write_new_file(path, bytes, std::ios::app);
+  write_new_file({path, target_ / relative}, bytes, std::ios::app);
   flush_to_disk(path);
 }
 

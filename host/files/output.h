@@ -1,6 +1,7 @@
 // Writing files and folders so that they are there whole or not at all.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -15,6 +16,19 @@ class RemovedOnExit;
 // Usage error when `path` is no file, exists and may not be replaced, or when its folder does not
 // exist; failure when no file can be made there. For before the work whose result it is to hold.
 void require_writable_file(const std::filesystem::path& path, bool force);
+
+// While alive, `bytes` of the disk are kept free for a file that is to be written to `path`; end it
+// just before. Failure when there is no room for them.
+class ReservedSpace {
+ public:
+  ReservedSpace(const std::filesystem::path& path, std::uint64_t bytes);
+  ~ReservedSpace();
+  ReservedSpace(const ReservedSpace&) = delete;
+  ReservedSpace& operator=(const ReservedSpace&) = delete;
+
+ private:
+  std::unique_ptr<RemovedOnExit> file_;
+};
 
 // Replaces or creates `path`: a temporary file beside it, flushed to disk, then renamed. What is
 // replaced leaves its permissions.

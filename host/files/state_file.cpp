@@ -164,6 +164,12 @@ StateFile parse_state(std::string_view bytes, const std::string& name) {
 }
 
 StateFile read_state(const std::filesystem::path& path) {
+  std::error_code lost;
+  if (std::filesystem::is_directory(path, lost)) {
+    throw data_error(utf8(path) +
+                     ": is a folder; a state is a file, which telvar train writes (telvar check "
+                     "looks at data sets, telvar process at images)");
+  }
   InputFile file(path);
   auto bytes = file.read(kHeader);
   check_header(bytes, utf8(path));

@@ -91,6 +91,19 @@ Size tiff_size(const std::string& bytes) {
   return size;
 }
 
+// The chunk at the start (RFC 9649): the canvas of an extended file, or the frame, whose numbers
+// have 14 bits, in a lossless file one less than the size and beside each other.
+Size webp_size(const std::string& bytes) {
+  const Bytes read(bytes, false);
+  const auto chunk = bytes.substr(12, 4);
+  if (chunk == "VP8X") return {{read.at(24, 3) + 1, read.at(27, 3) + 1}};
+  if (chunk == "VP8L") {
+    const auto both = read.at(21, 4);
+    return {{(both & 0x3FFF) + 1, (both >> 14 & 0x3FFF) + 1}};
+  }
+  return {{read.at(26, 2) & 0x3FFF, read.at(28, 2) & 0x3FFF}};
+}
+
 }  // namespace
 
 Size size_in_header(const std::string& bytes) {
@@ -104,6 +117,8 @@ Size size_in_header(const std::string& bytes) {
     return pnm_size(bytes);
   if (starts_with(bytes, std::string("II*\0", 4)) || starts_with(bytes, std::string("MM\0*", 4)))
     return tiff_size(bytes);
+  if (starts_with(bytes, "RIFF") && bytes.size() > 30 && bytes.compare(8, 4, "WEBP") == 0)
+    return webp_size(bytes);
   return {};
 }
 

@@ -55,9 +55,9 @@ bool jpeg_is_cut_off(const std::string& bytes) {
   return scan == std::string::npos || bytes.find("\xFF\xD9", scan) == std::string::npos;
 }
 
-bool is_supported(const cv::Mat& picture) {
-  const bool depth = picture.depth() == CV_8U || picture.depth() == CV_16U;
-  const int channels = picture.channels();
+bool is_supported(const cv::Mat& image) {
+  const bool depth = image.depth() == CV_8U || image.depth() == CV_16U;
+  const int channels = image.channels();
   return depth && (channels == 1 || channels == 3 || channels == 4);
 }
 
@@ -88,48 +88,48 @@ cv::Mat decode(const std::string& bytes, const fs::path& path) {
 
 }  // namespace
 
-bool has_picture_name(const fs::path& path) {
+bool has_image_name(const fs::path& path) {
   return is_one_of(lower_extension(path), {".png", ".jpg", ".jpeg", ".tif", ".tiff", ".bmp", ".pgm",
-                                           ".ppm", ".pbm", ".pnm"});
+                                           ".ppm", ".pbm", ".pnm", ".webp"});
 }
 
 bool has_jpeg_name(const fs::path& path) {
   return is_one_of(lower_extension(path), {".jpg", ".jpeg"});
 }
 
-bool has_foreign_picture_name(const fs::path& path) {
-  return is_one_of(lower_extension(path), {".gif", ".webp", ".heic", ".heif", ".avif", ".jp2",
-                                           ".jxl", ".exr", ".hdr", ".tga", ".dng", ".svg"});
+bool has_foreign_image_name(const fs::path& path) {
+  return is_one_of(lower_extension(path), {".gif", ".heic", ".heif", ".avif", ".jp2", ".jxl",
+                                           ".exr", ".hdr", ".tga", ".dng", ".svg"});
 }
 
-cv::Mat read_picture(const fs::path& path) {
+cv::Mat read_image(const fs::path& path) {
   std::error_code lost;
   // A pipe that nobody writes to would be waited for without end.
   if (fs::exists(path, lost) && !fs::is_regular_file(path, lost) && !fs::is_directory(path, lost)) {
     throw data_error(utf8(path) + ": is a pipe or a device, not a file");
   }
-  return decoded_picture(read_file(path, (std::uintmax_t{1} << 31) - 1), path);
+  return decoded_image(read_file(path, (std::uintmax_t{1} << 31) - 1), path);
 }
 
-cv::Mat decoded_picture(const std::string& bytes, const fs::path& path) {
+cv::Mat decoded_image(const std::string& bytes, const fs::path& path) {
   if (bytes.empty()) throw data_error(utf8(path) + ": is empty");
   require_fair_size(bytes, path);
   if (is_jpeg(bytes) && jpeg_is_cut_off(bytes)) throw data_error(utf8(path) + ": JPEG is cut off");
-  cv::Mat picture = decode(bytes, path);
-  if (picture.empty()) throw data_error(utf8(path) + ": is no readable image");
-  if (!is_supported(picture)) {
+  cv::Mat image = decode(bytes, path);
+  if (image.empty()) throw data_error(utf8(path) + ": is no readable image");
+  if (!is_supported(image)) {
     throw data_error(utf8(path) +
                      ": has pixels of an unsupported type (8 or 16 bit with 1, 3 or 4 "
                      "channels are read)");
   }
-  return picture;
+  return image;
 }
 
-std::string encoded(const cv::Mat& picture, const std::string& extension) {
+std::string encoded(const cv::Mat& image, const std::string& extension) {
   std::vector<unsigned char> bytes;
   const std::vector<int> options =
       extension == ".jpg" ? std::vector<int>{cv::IMWRITE_JPEG_QUALITY, 85} : std::vector<int>{};
-  if (!cv::imencode(extension, picture, bytes, options)) {
+  if (!cv::imencode(extension, image, bytes, options)) {
     throw failure("cannot encode an image as " + extension);
   }
   return std::string(bytes.begin(), bytes.end());
@@ -140,12 +140,12 @@ cv::Mat decoded(const std::string& bytes) {
   return cv::imdecode(buffer, cv::IMREAD_UNCHANGED);
 }
 
-cv::Mat displayable(const cv::Mat& picture) {
-  cv::Mat shown = picture;
+cv::Mat displayable(const cv::Mat& image) {
+  cv::Mat shown = image;
   if (shown.depth() == CV_16U) shown.convertTo(shown, CV_8U, 1.0 / 257.0);
   if (shown.channels() == 1) cv::cvtColor(shown, shown, cv::COLOR_GRAY2BGR);
   if (shown.channels() == 4) cv::cvtColor(shown, shown, cv::COLOR_BGRA2BGR);
-  return shown.data == picture.data ? shown.clone() : shown;
+  return shown.data == image.data ? shown.clone() : shown;
 }
 
 }  // namespace telvar_host

@@ -1,4 +1,4 @@
-// Reading and writing pictures with OpenCV's codecs.
+// Reading and writing images with OpenCV's codecs.
 #pragma once
 
 #include <filesystem>
@@ -7,10 +7,10 @@
 
 namespace telvar_host {
 
-// Whether the name ends like a picture this program reads: PNG, JPEG, TIFF, BMP, PNM (any case).
-bool has_picture_name(const std::filesystem::path& path);
+// Whether the name ends like an image this program reads: PNG, JPEG, TIFF, BMP, PNM (any case).
+bool has_image_name(const std::filesystem::path& path);
 // The same for kinds that it does not read in data sets: GIF, WebP, HEIF, ...
-bool has_foreign_picture_name(const std::filesystem::path& path);
+bool has_foreign_image_name(const std::filesystem::path& path);
 
 // Whether the name ends like a JPEG's, which keeps pixels only about as they were.
 bool has_jpeg_name(const std::filesystem::path& path);
@@ -18,16 +18,16 @@ bool has_jpeg_name(const std::filesystem::path& path);
 // Pixels as stored: 8 or 16 bit, 1, 3 (BGR) or 4 (BGRA) channels. JPEG orientation tags are
 // applied. Throws data_error naming the file: unreadable, no file, cut off, larger than any tool
 // takes (32768 a side, 2^28 in all; known before it is decoded), or of another pixel type.
-cv::Mat read_picture(const std::filesystem::path& path);
+cv::Mat read_image(const std::filesystem::path& path);
 // The same of a file's bytes; `path` is for errors.
-cv::Mat decoded_picture(const std::string& bytes, const std::filesystem::path& path);
+cv::Mat decoded_image(const std::string& bytes, const std::filesystem::path& path);
 
 // Encoded bytes; `extension` is ".png" or ".jpg".
-std::string encoded(const cv::Mat& picture, const std::string& extension);
+std::string encoded(const cv::Mat& image, const std::string& extension);
 // What `encoded` was given, as far as the format keeps it.
 cv::Mat decoded(const std::string& bytes);
 
 // 8-bit BGR for looking at: 16-bit values are scaled down, gray is spread, alpha is dropped.
-cv::Mat displayable(const cv::Mat& picture);
+cv::Mat displayable(const cv::Mat& image);
 
 }  // namespace telvar_host

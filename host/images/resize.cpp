@@ -5,15 +5,14 @@
 
 namespace telvar_host {
 
-cv::Mat shrunk(const cv::Mat& picture, int longest) {
-  const int side = std::max(picture.cols, picture.rows);
-  if (side <= longest) return picture;
+cv::Mat shrunk(const cv::Mat& image, int longest) {
+  const int side = std::max(image.cols, image.rows);
+  if (side <= longest) return image;
   cv::Mat small;
   const double scale = static_cast<double>(longest) / side;
-  cv::resize(
-      picture, small,
-      {std::max(1, cvRound(picture.cols * scale)), std::max(1, cvRound(picture.rows * scale))}, 0,
-      0, cv::INTER_AREA);
+  cv::resize(image, small,
+             {std::max(1, cvRound(image.cols * scale)), std::max(1, cvRound(image.rows * scale))},
+             0, 0, cv::INTER_AREA);
   return small;
 }
 

@@ -5,13 +5,13 @@
 namespace telvar_host {
 namespace {
 
-struct ImageOverPicture {
-  cv::Mat picture;
+struct OverImage {
+  cv::Mat pixels;
   Types::Image image;
 };
 
-std::uint32_t channel_order(const cv::Mat& picture) {
-  switch (picture.channels()) {
+std::uint32_t channel_order(const cv::Mat& pixels) {
+  switch (pixels.channels()) {
     case 3:
       return 1;  // BGR, as OpenCV decodes
     case 4:
@@ -23,20 +23,20 @@ std::uint32_t channel_order(const cv::Mat& picture) {
 
 }  // namespace
 
-std::shared_ptr<Types::Image> to_image(const cv::Mat& picture) {
-  auto holder = std::make_shared<ImageOverPicture>();
-  holder->picture = picture;
-  holder->image.layout = {static_cast<std::uint32_t>(picture.cols),
-                          static_cast<std::uint32_t>(picture.rows),
-                          static_cast<std::uint32_t>(picture.step[0]),
-                          static_cast<std::uint32_t>(picture.channels()),
-                          static_cast<std::uint32_t>(picture.elemSize1() * 8),
-                          channel_order(picture)};
-  holder->image.pixels = picture.data;
+std::shared_ptr<Types::Image> to_image(const cv::Mat& pixels) {
+  auto holder = std::make_shared<OverImage>();
+  holder->pixels = pixels;
+  holder->image.layout = {static_cast<std::uint32_t>(pixels.cols),
+                          static_cast<std::uint32_t>(pixels.rows),
+                          static_cast<std::uint32_t>(pixels.step[0]),
+                          static_cast<std::uint32_t>(pixels.channels()),
+                          static_cast<std::uint32_t>(pixels.elemSize1() * 8),
+                          channel_order(pixels)};
+  holder->image.pixels = pixels.data;
   return {holder, &holder->image};
 }
 
-cv::Mat to_picture(const Types::ResultImage& image) {
+cv::Mat to_mat(const Types::ResultImage& image) {
   const auto [width, height, stride, channels, bits, order] = image.layout;
   const bool complete = stride >= width && image.pixels.size() >= std::size_t{stride} * height;
   if (width == 0 || height == 0 || channels != 1 || bits != 8 || order != 0 || !complete) {

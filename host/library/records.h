@@ -16,11 +16,11 @@ namespace telvar_host {
 
 namespace Types = Orbalt::TelvarWrapper::Types;
 
-// An image over the picture's pixels; the returned pointer keeps them alive.
-std::shared_ptr<Types::Image> to_image(const cv::Mat& picture);
+// An image over the image's pixels; the returned pointer keeps them alive.
+std::shared_ptr<Types::Image> to_image(const cv::Mat& image);
 
 // A copy of an 8-bit gray result image. Throws failure when it is anything else.
-cv::Mat to_picture(const Types::ResultImage& image);
+cv::Mat to_mat(const Types::ResultImage& image);
 
 // Null without a region.
 std::shared_ptr<Types::ROI> to_roi(const std::optional<Region>& region);

@@ -42,7 +42,7 @@ template <typename ReadMask>
 void add_masks(AnnotatedImage& image, const Json& json, const LabelSettings& settings,
                const ReadMask& read_mask) {
   cv::Size size;
-  if (settings.region) size = read_picture(image.file).size();
+  if (settings.region) size = read_image(image.file).size();
   for (const auto& [category, found] : json["categories"].items()) {
     const auto probability = over_image(
         decoded(read_mask(found["mask"].template get<std::string>())), settings.region, size);

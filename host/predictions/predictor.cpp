@@ -146,7 +146,7 @@ Attempts attempt(Predictor& predictor, const Images& images) {
 Attempt attempt(Predictor& predictor, const std::filesystem::path& file) {
   try {
     Attempt attempt;
-    attempt.image = read_picture(file);
+    attempt.image = read_image(file);
     attempt.prediction = predictor.predict(attempt.image);
     return attempt;
   } catch (const std::exception& error) {

@@ -5,6 +5,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "app/text.h"
+#include "images/drawn_text.h"
 #include "images/read_image.h"
 #include "predictions/over_image.h"
 
@@ -47,14 +48,6 @@ void draw_region(cv::Mat& canvas, const std::optional<Region>& region) {
   draw_box(canvas, region, 0, 0, region->width - 1.0, region->height - 1.0, category_colour(5), 2);
 }
 
-std::string ascii(const std::string& text) {
-  std::string shown;
-  for (const char32_t point : code_points(text)) {
-    shown += point >= 32 && point < 127 ? static_cast<char>(point) : '?';
-  }
-  return shown;
-}
-
 std::string with_percent(const std::string& name, double share) {
   return name + "  " + fixed(100 * share, 1) + " %";
 }
@@ -77,9 +70,9 @@ std::string category_css(std::size_t index) {
   return css;
 }
 
-cv::Mat drawn_reading(const cv::Mat& picture, const Reading& reading,
+cv::Mat drawn_reading(const cv::Mat& image, const Reading& reading,
                       const std::optional<Region>& region, const NominalSize& size) {
-  cv::Mat canvas = displayable(picture);
+  cv::Mat canvas = displayable(image);
   draw_region(canvas, region);
   for (std::size_t i = 0; i < reading.lines.size(); ++i) {
     for (const auto index : reading.lines[i].characters) {
@@ -92,18 +85,18 @@ cv::Mat drawn_reading(const cv::Mat& picture, const Reading& reading,
   return canvas;
 }
 
-cv::Mat drawn_large(const cv::Mat& picture) {
+cv::Mat drawn_large(const cv::Mat& image) {
   constexpr int kShortSide = 224, kLongSide = 2048;
-  cv::Mat canvas = displayable(picture);
+  cv::Mat canvas = displayable(image);
   const auto [least, most] = std::minmax(canvas.cols, canvas.rows);
   const int scale = std::max(1, std::min(kShortSide / least, kLongSide / most));
   if (scale > 1) cv::resize(canvas, canvas, {}, scale, scale, cv::INTER_NEAREST);
   return canvas;
 }
 
-cv::Mat drawn_segments(const cv::Mat& picture, const Probabilities& probabilities,
+cv::Mat drawn_segments(const cv::Mat& image, const Probabilities& probabilities,
                        const std::optional<Region>& region) {
-  cv::Mat canvas = displayable(picture);
+  cv::Mat canvas = displayable(image);
   std::size_t index = 0;
   for (const auto& entry : probabilities) {
     const auto colour = category_colour(index++);
@@ -121,25 +114,27 @@ cv::Mat drawn_segments(const cv::Mat& picture, const Probabilities& probabilitie
 }
 
 cv::Mat captioned(const cv::Mat& canvas, const std::vector<Caption>& captions) {
-  constexpr int kLine = 22, kMargin = 6, kSquare = 10, kFont = cv::FONT_HERSHEY_SIMPLEX;
-  constexpr double kScale = 0.5;
-  constexpr int kTextLeft = 2 * kMargin + kSquare;
-  int width = canvas.cols;
+  constexpr int kMargin = 6, kSquare = 10, kTextLeft = 2 * kMargin + kSquare;
+  std::vector<cv::Mat> texts;
+  int width = canvas.cols, band = kMargin;
   for (const auto& caption : captions) {
-    const auto text = cv::getTextSize(ascii(caption.text), kFont, kScale, 1, nullptr);
-    width = std::max(width, kTextLeft + text.width + kMargin);
+    texts.push_back(drawn_text(caption.text));
+    width = std::max(width, kTextLeft + texts.back().cols + kMargin);
+    band += texts.back().rows + kMargin / 2;
   }
   cv::Mat shown;
-  const int band = static_cast<int>(captions.size()) * kLine + kMargin;
-  cv::copyMakeBorder(canvas, shown, 0, band, 0, width - canvas.cols, cv::BORDER_CONSTANT,
-                     cv::Scalar::all(30));
-  int baseline = canvas.rows + kLine - kMargin / 2;
-  for (const auto& caption : captions) {
-    cv::rectangle(shown, {kMargin, baseline - kSquare, kSquare, kSquare}, caption.colour,
+  const auto dark = cv::Scalar::all(30);
+  cv::copyMakeBorder(canvas, shown, 0, band, 0, width - canvas.cols, cv::BORDER_CONSTANT, dark);
+  int top = canvas.rows + kMargin / 2;
+  for (std::size_t i = 0; i < captions.size(); ++i) {
+    const int middle = top + texts[i].rows / 2;
+    cv::rectangle(shown, {kMargin, middle - kSquare / 2, kSquare, kSquare}, captions[i].colour,
                   cv::FILLED);
-    cv::putText(shown, ascii(caption.text), {kTextLeft, baseline}, kFont, kScale,
-                cv::Scalar::all(255), 1, cv::LINE_AA);
-    baseline += kLine;
+    cv::Mat place = shown({kTextLeft, top, texts[i].cols, texts[i].rows});
+    cv::Mat cover;
+    cv::cvtColor(texts[i], cover, cv::COLOR_GRAY2BGR);
+    cv::add(place, cover * (225.0 / 255), place);  // white on the dark band
+    top += texts[i].rows + kMargin / 2;
   }
   return shown;
 }

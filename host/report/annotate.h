@@ -1,4 +1,4 @@
-// Drawing results onto pictures.
+// Drawing results onto images.
 #pragma once
 
 #include <opencv2/core/mat.hpp>
@@ -16,16 +16,16 @@ cv::Scalar category_colour(std::size_t index);
 // The same as "#rrggbb".
 std::string category_css(std::size_t index);
 
-// The picture with a frame and a dot for each character, a colour a line, and the region if there
+// The image with a frame and a dot for each character, a colour a line, and the region if there
 // is one. Boxes have the nominal size.
-cv::Mat drawn_reading(const cv::Mat& picture, const Reading& reading,
+cv::Mat drawn_reading(const cv::Mat& image, const Reading& reading,
                       const std::optional<Region>& region, const NominalSize& size);
 
-// The picture in 8 bits and colour, enlarged if tiny.
-cv::Mat drawn_large(const cv::Mat& picture);
+// The image in 8 bits and colour, enlarged if tiny.
+cv::Mat drawn_large(const cv::Mat& image);
 
 // Each category's pixels of at least half probability tinted and outlined in its colour.
-cv::Mat drawn_segments(const cv::Mat& picture, const Probabilities& probabilities,
+cv::Mat drawn_segments(const cv::Mat& image, const Probabilities& probabilities,
                        const std::optional<Region>& region);
 
 // What was predicted of the image, with captions.
@@ -38,7 +38,7 @@ struct Caption {
 };
 
 // `canvas` above a dark band with a line for each caption and its colour in front. The band is as
-// wide as its texts. The font knows ASCII alone: other characters show as "?".
+// wide as its texts.
 cv::Mat captioned(const cv::Mat& canvas, const std::vector<Caption>& captions);
 
 }  // namespace telvar_host

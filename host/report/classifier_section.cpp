@@ -64,15 +64,15 @@ std::string matrix_html(const ClassifierEvaluation& evaluation) {
 std::string coverage_html(const ClassifierEvaluation& evaluation) {
   const auto curve = evaluation.accuracy_by_coverage();
   return "<h3>Accuracy when only the surest answers count</h3>" +
-         curve_html(curve, {"share of the pictures answered", 0, 1, 1},
+         curve_html(curve, {"share of the images answered", 0, 1, 1},
                     {"accuracy", lower_bound_for(curve), 1, 2});
 }
 
 std::string mistakes_html(const ClassifierEvaluation& evaluation) {
-  if (evaluation.mistakes.empty()) return "<p class=\"good\">Every picture was answered right.</p>";
+  if (evaluation.mistakes.empty()) return "<p class=\"good\">Every image was answered right.</p>";
   std::string cards = "<div class=\"cards\">";
   for (const auto& mistake : evaluation.mistakes) {
-    cards += card_html(shrunk(displayable(read_picture(mistake.item.file)), 160),
+    cards += card_html(shrunk(displayable(read_image(mistake.item.file)), 160),
                        mistake.answer + " " + percent(mistake.score), "is " + mistake.item.category,
                        mistake.item.id, "bad");
   }
@@ -86,9 +86,9 @@ std::string mistakes_html(const ClassifierEvaluation& evaluation) {
 Section section_of(const ClassifierEvaluation& evaluation) {
   Section section{"classifier", "Classifier", "", {}, ""};
   section.figures = {{percent(evaluation.accuracy()), "accuracy"},
-                     {std::to_string(evaluation.images), "pictures"},
+                     {std::to_string(evaluation.images), "images"},
                      {std::to_string(evaluation.mistakes.size()), "wrong answers"},
-                     {fixed(evaluation.timing.quantile(0.5), 1) + " ms", "per picture, median"},
+                     {fixed(evaluation.timing.quantile(0.5), 1) + " ms", "per image, median"},
                      {fixed(evaluation.timing.quantile(0.95), 1) + " ms", "95th percentile"}};
   section.body = "<div class=\"columns\"><div>" + matrix_html(evaluation) + "</div><div>" +
                  coverage_html(evaluation) + "</div></div>" + mistakes_html(evaluation);

@@ -26,13 +26,13 @@ std::string section_html(const Section& section) {
 
 }  // namespace
 
-std::string picture_html(const cv::Mat& picture, const std::string& alt) {
-  const bool small = picture.total() < 128 * 128;
-  const auto bytes = encoded(picture, small ? ".png" : ".jpg");
+std::string image_html(const cv::Mat& image, const std::string& alt) {
+  const bool small = image.total() < 128 * 128;
+  const auto bytes = encoded(image, small ? ".png" : ".jpg");
   return std::string("<img loading=\"lazy\" ") + (small ? "class=\"sharp\" " : "") + "width=\"" +
-         std::to_string(picture.cols) + "\" height=\"" + std::to_string(picture.rows) +
-         "\" alt=\"" + html_escaped(alt) + "\" src=\"data:image/" + (small ? "png" : "jpeg") +
-         ";base64," + to_base64(bytes) + "\">";
+         std::to_string(image.cols) + "\" height=\"" + std::to_string(image.rows) + "\" alt=\"" +
+         html_escaped(alt) + "\" src=\"data:image/" + (small ? "png" : "jpeg") + ";base64," +
+         to_base64(bytes) + "\">";
 }
 
 std::string file_html(const std::string& file) {
@@ -42,10 +42,9 @@ std::string file_html(const std::string& file) {
   return html + "</span>";
 }
 
-std::string card_html(const cv::Mat& picture, const std::string& headline,
-                      const std::string& detail, const std::string& file,
-                      const std::string& css_class) {
-  return "<div class=\"card " + css_class + "\">" + picture_html(picture, headline) + "<div><b>" +
+std::string card_html(const cv::Mat& image, const std::string& headline, const std::string& detail,
+                      const std::string& file, const std::string& css_class) {
+  return "<div class=\"card " + css_class + "\">" + image_html(image, headline) + "<div><b>" +
          html_escaped(headline) + "</b><span>" + html_escaped(detail) + "</span>" +
          file_html(file) + "</div></div>\n";
 }

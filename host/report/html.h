@@ -1,4 +1,4 @@
-// A report page that needs nothing but itself: styles, pictures and curves are inside.
+// A report page that needs nothing but itself: styles, images and curves are inside.
 #pragma once
 
 #include <opencv2/core/mat.hpp>
@@ -25,13 +25,12 @@ struct Section {
 std::string page_html(const std::string& title, const std::string& lead,
                       const std::vector<Section>& sections);
 
-// <img> with the picture inside: PNG for small pictures, which stay sharp, JPEG for large ones.
-std::string picture_html(const cv::Mat& picture, const std::string& alt);
+// <img> with the image inside: PNG for small images, which stay sharp, JPEG for large ones.
+std::string image_html(const cv::Mat& image, const std::string& alt);
 
-// A card with a picture, a headline, a line of detail and the picture's file; all plain text.
-std::string card_html(const cv::Mat& picture, const std::string& headline,
-                      const std::string& detail, const std::string& file,
-                      const std::string& css_class = "");
+// A card with an image, a headline, a line of detail and the image's file; all plain text.
+std::string card_html(const cv::Mat& image, const std::string& headline, const std::string& detail,
+                      const std::string& file, const std::string& css_class = "");
 
 // A file's name, small; it may break after each slash.
 std::string file_html(const std::string& file);

@@ -17,7 +17,7 @@ std::string percent(const std::optional<double>& share, int digits) {
 }
 
 // The region's pixels in `box`, upright.
-cv::Mat cut_out(const cv::Mat& picture, const OcrItem& item, const cv::Rect2d& box) {
+cv::Mat cut_out(const cv::Mat& image, const OcrItem& item, const cv::Rect2d& box) {
   const auto in_image = [&](double u, double v) {
     const auto point = item.region ? item.region->to_image(u, v) : std::make_pair(u, v);
     return cv::Point2f(static_cast<float>(point.first), static_cast<float>(point.second));
@@ -27,7 +27,7 @@ cv::Mat cut_out(const cv::Mat& picture, const OcrItem& item, const cv::Rect2d& b
                               in_image(box.x, box.y + size.height)};
   const cv::Point2f to[] = {{0, 0}, {float(size.width), 0}, {0, float(size.height)}};
   cv::Mat cut;
-  cv::warpAffine(picture, cut, cv::getAffineTransform(from, to), size, cv::INTER_LINEAR,
+  cv::warpAffine(image, cut, cv::getAffineTransform(from, to), size, cv::INTER_LINEAR,
                  cv::BORDER_REPLICATE);
   return cut;
 }
@@ -39,7 +39,7 @@ cv::Rect2d with_margin(cv::Rect2d box, double x, double y) {
 // A line with half a character around it; a single mark with three characters of its neighbourhood
 // and a frame; the whole region when the place is unknown.
 cv::Mat evidence(const ReaderMistake& mistake, const OcrItem& item, const NominalSize& size) {
-  const cv::Mat shown = displayable(read_picture(item.file));
+  const cv::Mat shown = displayable(read_image(item.file));
   if (!mistake.place) {
     const cv::Rect2d whole = item.region ? cv::Rect2d(0, 0, item.region->width, item.region->height)
                                          : cv::Rect2d(0, 0, shown.cols, shown.rows);
@@ -86,9 +86,8 @@ std::string mistakes_html(const ReaderEvaluation& evaluation, const OcrData& dat
   std::string cards = short_ones ? "<div class=\"cards medium\">" : "<div class=\"cards wide\">";
   for (const auto& mistake : evaluation.mistakes) {
     const auto& item = data.items[mistake.item];
-    cards += "<div class=\"card\">" +
-             picture_html(evidence(mistake, item, size), mistake.expected) + "<div>" +
-             texts_html(mistake) + file_html(item.id) + "</div></div>\n";
+    cards += "<div class=\"card\">" + image_html(evidence(mistake, item, size), mistake.expected) +
+             "<div>" + texts_html(mistake) + file_html(item.id) + "</div></div>\n";
   }
   return details_html("Everything that was read wrong (" +
                           std::to_string(evaluation.mistakes.size()) + "), worst first",
@@ -112,6 +111,19 @@ std::string confusions_html(const ReaderEvaluation& evaluation) {
   return "<h3>What was taken for what</h3>" + bars_html(bars);
 }
 
+// Errors among what is accepted, when the images of least certainty are rejected first.
+std::string rejects_html(const ReaderEvaluation& evaluation) {
+  const auto curve = reject_curve(evaluation);
+  if (curve.size() < 2) return "";  // all images have one score
+  const double all = curve.front().second;
+  const Axis shares{"share of images rejected, lowest score first", 0, 1, 2};
+  const Axis errors{"character error rate of the rest", 0, std::max(all, 0.001) * 1.1, 3};
+  return "<h3>Errors left when doubtful images are rejected</h3>" +
+         curve_html(curve, shares, errors) +
+         "<p>Images are rejected by <code>lowest_score</code>, as <code>--below</code> sorts them "
+         "out. At the left nothing is rejected.</p>\n";
+}
+
 std::string readings_html(const ReaderEvaluation& evaluation, const OcrData& data,
                           const NominalSize& size) {
   constexpr std::size_t kShown = 6;
@@ -119,17 +131,17 @@ std::string readings_html(const ReaderEvaluation& evaluation, const OcrData& dat
   for (std::size_t i = 0; i < std::min(kShown, data.items.size()); ++i) {
     const auto& item = data.items[i];
     const auto drawn =
-        drawn_reading(read_picture(item.file), evaluation.readings[i], item.region, size);
+        drawn_reading(read_image(item.file), evaluation.readings[i], item.region, size);
     std::string text;
     for (const auto& line : evaluation.readings[i].lines) text += line.text + "\n";
     html += "<h3>" + html_escaped(item.id) + "</h3><div class=\"columns\"><div class=\"page\">" +
-            picture_html(shrunk(drawn, 1400), "characters found in " + item.id) +
+            image_html(shrunk(drawn, 1400), "characters found in " + item.id) +
             "</div><div class=\"text\">" + html_escaped(text) + "</div></div>\n";
   }
   const auto title = data.items.size() > kShown
                          ? "The first " + std::to_string(kShown) + " of " +
-                               std::to_string(data.items.size()) + " pictures as they were read"
-                         : std::string("The pictures as they were read");
+                               std::to_string(data.items.size()) + " images as they were read"
+                         : std::string("The images as they were read");
   return details_html(title, html, true);
 }
 
@@ -141,14 +153,14 @@ Section section_of(const ReaderEvaluation& evaluation, const OcrData& data,
   section.figures = {{percent(evaluation.character_error_rate(), 2), "character error rate"},
                      {std::to_string(evaluation.characters), "true characters"},
                      {std::to_string(evaluation.character_errors), "character errors"},
-                     {fixed(evaluation.timing.quantile(0.5), 0) + " ms", "per picture, median"},
+                     {fixed(evaluation.timing.quantile(0.5), 0) + " ms", "per image, median"},
                      {fixed(evaluation.timing.quantile(0.95), 0) + " ms", "95th percentile"}};
   if (evaluation.exact_line_rate()) {
     section.figures.insert(section.figures.begin() + 1,
                            {percent(evaluation.exact_line_rate(), 1), "lines read exactly"});
   }
-  section.body = confusions_html(evaluation) + mistakes_html(evaluation, data, size) +
-                 readings_html(evaluation, data, size);
+  section.body = confusions_html(evaluation) + rejects_html(evaluation) +
+                 mistakes_html(evaluation, data, size) + readings_html(evaluation, data, size);
   return section;
 }
 

@@ -8,16 +8,16 @@
 
 namespace telvar_host {
 
-// Figures, confusion matrix, accuracy over coverage, and a picture of every wrong answer, the
+// Figures, confusion matrix, accuracy over coverage, and an image of every wrong answer, the
 // surest first.
 Section section_of(const ClassifierEvaluation& evaluation);
 
-// Figures, IoU by category and over thresholds, and every picture with a wrong pixel, worst first.
+// Figures, IoU by category and over thresholds, and every image with a wrong pixel, worst first.
 // `evaluation` must have been made for a report.
 Section section_of(const SegmenterEvaluation& evaluation);
 
-// Figures, what was taken for what, a picture of every wrong line or mark, most errors first, and
-// the pictures with what was read.
+// Figures, what was taken for what, an image of every wrong line or mark, most errors first, and
+// the images with what was read.
 Section section_of(const ReaderEvaluation& evaluation, const OcrData& data,
                    const NominalSize& size);
 

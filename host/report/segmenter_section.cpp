@@ -13,9 +13,9 @@ namespace {
 const cv::Scalar kMissed(233, 180, 86);  // light blue, BGR
 const cv::Scalar kExtra(0, 94, 213);     // vermilion
 
-// The picture, what it should be, what was found, and the pixels that differ, side by side.
+// The image, what it should be, what was found, and the pixels that differ, side by side.
 cv::Mat comparison(const SegmenterMistake& mistake) {
-  const cv::Mat shown = displayable(read_picture(mistake.item.file));
+  const cv::Mat shown = displayable(read_image(mistake.item.file));
   Probabilities truth;
   Probabilities answers;
   cv::Mat difference = shown * 0.4;  // dark, so that single pixels stand out
@@ -62,7 +62,7 @@ std::string categories_html(const SegmenterEvaluation& evaluation) {
 std::string mistakes_html(const SegmenterEvaluation& evaluation) {
   if (evaluation.mistakes.empty()) return "<p class=\"good\">Every pixel is right.</p>";
   std::string cards =
-      "<p class=\"lead\">Picture, truth, answer, and where they differ: <span class=\"swatch\" "
+      "<p class=\"lead\">Image, truth, answer, and where they differ: <span class=\"swatch\" "
       "style=\"background:#56b4e9\"></span>missed <span class=\"swatch\" "
       "style=\"background:#d55e00\"></span>"
       "too much.</p><div class=\"cards wide\">";
@@ -70,7 +70,7 @@ std::string mistakes_html(const SegmenterEvaluation& evaluation) {
     cards += card_html(comparison(mistake), "IoU " + fixed(mistake.mean_iou, 3),
                        std::to_string(mistake.wrong_pixels) + " wrong pixels", mistake.item.id);
   }
-  return details_html("Every picture with a wrong pixel (" +
+  return details_html("Every image with a wrong pixel (" +
                           std::to_string(evaluation.mistakes.size()) + " of " +
                           std::to_string(evaluation.images) + "), worst first",
                       cards + "</div>", true);
@@ -82,10 +82,10 @@ Section section_of(const SegmenterEvaluation& evaluation) {
   Section section{"segmenter", "Segmenter", "", {}, ""};
   const auto mean = evaluation.mean_iou();
   section.figures = {{mean ? fixed(*mean, 3) : "-", "mean IoU"},
-                     {std::to_string(evaluation.images), "pictures"},
+                     {std::to_string(evaluation.images), "images"},
                      {std::to_string(evaluation.overlap.size()),
                       evaluation.overlap.size() == 1 ? "category" : "categories"},
-                     {fixed(evaluation.timing.quantile(0.5), 1) + " ms", "per picture, median"},
+                     {fixed(evaluation.timing.quantile(0.5), 1) + " ms", "per image, median"},
                      {fixed(evaluation.timing.quantile(0.95), 1) + " ms", "95th percentile"}};
   section.body = "<div class=\"columns\"><div>" + categories_html(evaluation) + "</div><div>" +
                  curve_of(evaluation) + "</div></div>" + mistakes_html(evaluation);

@@ -9,29 +9,29 @@ ClassifierTool::ClassifierTool(Session& session, const StateFile& state)
     : tool_(session.library().factory().CreateSmartClassifierWrapper(
           std::make_unique<Types::SmartClassifier::Data>(state.artifact, state.train_cache))) {}
 
-double ClassifierTool::train(const ClassifierData& data, Progress& progress) {
+double ClassifierTool::train(const ClassifierData& data, Progress& progress,
+                             const StopRequest& stop) {
   Types::SmartClassifier::Dataset dataset;
-  FileLoader files(progress);
+  FileLoader files(progress, stop);
   for (const auto& item : data.items) {
     files.add(item.id, item.file);
     dataset.samples[item.id] = {item.id, item.category};
   }
   progress.start("training", files.size());
-  const auto result = tool_->Train(dataset, [&](const std::string& id) { return files.load(id); });
+  const auto result = tool_->Train(dataset, files.monitored());
   progress.finish();
   return result.overallScore;
 }
 
-Scores ClassifierTool::process(const cv::Mat& picture) {
-  return tool_->Process(to_image(picture)).scores;
+Scores ClassifierTool::process(const cv::Mat& image) {
+  return tool_->Process(to_image(image)).scores;
 }
 
-std::map<std::string, Scores> ClassifierTool::batch(
-    const std::map<std::string, cv::Mat>& pictures) {
+std::map<std::string, Scores> ClassifierTool::batch(const std::map<std::string, cv::Mat>& images) {
   Types::CommonDataSet batch;
-  for (const auto& entry : pictures) batch.samples[entry.first].imageId = entry.first;
+  for (const auto& entry : images) batch.samples[entry.first].imageId = entry.first;
   const auto result =
-      tool_->BatchProcess(batch, [&](const std::string& id) { return to_image(pictures.at(id)); });
+      tool_->BatchProcess(batch, [&](const std::string& id) { return to_image(images.at(id)); });
   return {result.samples.begin(), result.samples.end()};
 }
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "app/interrupt.h"
 #include "datasets/classifier_data.h"
 #include "files/state_file.h"
 #include "library/session.h"
@@ -22,10 +23,10 @@ class ClassifierTool {
  public:
   ClassifierTool(Session& session, const StateFile& state);
 
-  // Returns the engine's overall score. Pictures are read as the engine asks for them.
-  double train(const ClassifierData& data, Progress& progress);
-  Scores process(const cv::Mat& picture);
-  std::map<std::string, Scores> batch(const std::map<std::string, cv::Mat>& pictures);
+  // Returns the engine's overall score. Images are read as the engine asks for them.
+  double train(const ClassifierData& data, Progress& progress, const StopRequest& stop);
+  Scores process(const cv::Mat& image);
+  std::map<std::string, Scores> batch(const std::map<std::string, cv::Mat>& images);
   StateFile state() const;
 
  private:

@@ -27,7 +27,7 @@ std::vector<std::string> removed(Items& items, Progress& progress) {
     progress.step();
     for (const auto& file : files_of(item)) {
       try {
-        read_picture(file);
+        read_image(file);
       } catch (const HostError& error) {
         reasons.push_back(error.what());
         return true;

@@ -59,11 +59,12 @@ ReaderTool::ReaderTool(Session& session, const StateFile& state)
           std::make_unique<Types::SmartOCR::Data>(state.artifact, state.train_cache))),
       size_(state.size) {}
 
-double ReaderTool::train(const OcrData& data, const NominalSize& size, Progress& progress) {
+double ReaderTool::train(const OcrData& data, const NominalSize& size, Progress& progress,
+                         const StopRequest& stop) {
   Types::SmartOCR::Dataset dataset;
   dataset.width = size.width;
   dataset.height = size.height;
-  FileLoader files(progress);
+  FileLoader files(progress, stop);
   for (const auto& item : data.items) {
     Types::SmartOCR::TrainData sample;
     sample.imageId = item.id;
@@ -76,23 +77,23 @@ double ReaderTool::train(const OcrData& data, const NominalSize& size, Progress&
     dataset.trainData.push_back(std::move(sample));
   }
   progress.start("training", files.size());
-  const auto result = tool_->Train(dataset, [&](const std::string& id) { return files.load(id); });
+  const auto result = tool_->Train(dataset, files.monitored());
   progress.finish();
   size_ = size;
   return result.resultValue;
 }
 
-Reading ReaderTool::process(const cv::Mat& picture, const std::optional<Region>& region,
+Reading ReaderTool::process(const cv::Mat& image, const std::optional<Region>& region,
                             const NominalSize& size, const Fielding& fielding) {
-  const auto image = to_image(picture);
+  const auto given = to_image(image);
   const auto roi = to_roi(region);
   if (std::holds_alternative<std::monostate>(fielding)) {
-    return converted(tool_->Process(image, roi, to_size(size)).sample);
+    return converted(tool_->Process(given, roi, to_size(size)).sample);
   }
   const auto result =
       std::holds_alternative<BasicFielding>(fielding)
-          ? tool_->Process(image, roi, to_size(size), std::get<BasicFielding>(fielding))
-          : tool_->Process(image, roi, to_size(size), std::get<AdvancedFielding>(fielding));
+          ? tool_->Process(given, roi, to_size(size), std::get<BasicFielding>(fielding))
+          : tool_->Process(given, roi, to_size(size), std::get<AdvancedFielding>(fielding));
   auto reading = converted(result.fieldingResult.sample);
   reading.pattern = result.fieldingResult.patternName;
   return reading;

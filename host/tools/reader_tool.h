@@ -11,6 +11,7 @@
 #include <variant>
 #include <vector>
 
+#include "app/interrupt.h"
 #include "app/region.h"
 #include "app/tool_kind.h"
 #include "datasets/ocr_data.h"
@@ -52,9 +53,10 @@ class ReaderTool {
   ReaderTool(Session& session, const StateFile& state);
 
   // Returns the engine's result value. `size` becomes that of the state.
-  double train(const OcrData& data, const NominalSize& size, Progress& progress);
+  double train(const OcrData& data, const NominalSize& size, Progress& progress,
+               const StopRequest& stop);
   // With fielding the fielded sample is returned.
-  Reading process(const cv::Mat& picture, const std::optional<Region>& region,
+  Reading process(const cv::Mat& image, const std::optional<Region>& region,
                   const NominalSize& size, const Fielding& fielding = {});
   // Points to lines of indexes; `height` is the nominal character height in the points' unit.
   std::vector<std::vector<std::size_t>> sort(const std::vector<std::pair<float, float>>& points,

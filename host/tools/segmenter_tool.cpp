@@ -7,10 +7,10 @@
 namespace telvar_host {
 namespace {
 
-Probabilities pictures_of(const Types::SmartSegmenter::ProcessResult& result) {
-  Probabilities pictures;
-  for (const auto& [category, image] : result.resultImages) pictures[category] = to_picture(*image);
-  return pictures;
+Probabilities images_of(const Types::SmartSegmenter::ProcessResult& result) {
+  Probabilities images;
+  for (const auto& [category, image] : result.resultImages) images[category] = to_mat(*image);
+  return images;
 }
 
 }  // namespace
@@ -19,10 +19,11 @@ SegmenterTool::SegmenterTool(Session& session, const StateFile& state)
     : tool_(session.library().factory().CreateSmartSegmenterWrapper(
           std::make_unique<Types::SmartSegmenter::Data>(state.artifact, state.train_cache))) {}
 
-double SegmenterTool::train(const SegmenterData& data, Progress& progress) {
+double SegmenterTool::train(const SegmenterData& data, Progress& progress,
+                            const StopRequest& stop) {
   Types::SmartSegmenter::Dataset dataset;
   dataset.categories = data.categories;
-  FileLoader files(progress);
+  FileLoader files(progress, stop);
   std::map<std::string, MaskSource> masks;
   for (const auto& item : data.items) {
     Types::SmartSegmenter::Sample sample;
@@ -37,25 +38,25 @@ double SegmenterTool::train(const SegmenterData& data, Progress& progress) {
     dataset.samples.push_back(std::move(sample));
   }
   progress.start("training", files.size());
-  const auto result = tool_->Train(
-      dataset, [&](const std::string& id) { return files.load(id); },
-      [&](const std::string& id) { return to_image(read_mask(masks.at(id))); });
+  const auto result = tool_->Train(dataset, files.monitored(), [&](const std::string& id) {
+    return to_image(read_mask(masks.at(id)));
+  });
   progress.finish();
   return result.score;
 }
 
-Probabilities SegmenterTool::process(const cv::Mat& picture, const std::optional<Region>& region) {
-  return pictures_of(tool_->Process(to_image(picture), to_roi(region)));
+Probabilities SegmenterTool::process(const cv::Mat& image, const std::optional<Region>& region) {
+  return images_of(tool_->Process(to_image(image), to_roi(region)));
 }
 
 std::map<std::string, Probabilities> SegmenterTool::batch(
-    const std::map<std::string, cv::Mat>& pictures) {
+    const std::map<std::string, cv::Mat>& images) {
   Types::CommonDataSet batch;
-  for (const auto& entry : pictures) batch.samples[entry.first].imageId = entry.first;
+  for (const auto& entry : images) batch.samples[entry.first].imageId = entry.first;
   const auto answer =
-      tool_->BatchProcess(batch, [&](const std::string& id) { return to_image(pictures.at(id)); });
+      tool_->BatchProcess(batch, [&](const std::string& id) { return to_image(images.at(id)); });
   std::map<std::string, Probabilities> result;
-  for (const auto& [id, images] : answer.results) result[id] = pictures_of(images);
+  for (const auto& [id, images] : answer.results) result[id] = images_of(images);
   return result;
 }
 

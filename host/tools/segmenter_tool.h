@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "app/interrupt.h"
 #include "app/region.h"
 #include "datasets/segmenter_data.h"
 #include "files/state_file.h"
@@ -23,10 +24,10 @@ class SegmenterTool {
  public:
   SegmenterTool(Session& session, const StateFile& state);
 
-  // Returns the engine's score. Pictures and masks are read as the engine asks for them.
-  double train(const SegmenterData& data, Progress& progress);
-  Probabilities process(const cv::Mat& picture, const std::optional<Region>& region = {});
-  std::map<std::string, Probabilities> batch(const std::map<std::string, cv::Mat>& pictures);
+  // Returns the engine's score. Images and masks are read as the engine asks for them.
+  double train(const SegmenterData& data, Progress& progress, const StopRequest& stop);
+  Probabilities process(const cv::Mat& image, const std::optional<Region>& region = {});
+  std::map<std::string, Probabilities> batch(const std::map<std::string, cv::Mat>& images);
   StateFile state() const;
 
  private:

@@ -7,6 +7,7 @@
 #include "app/text.h"
 #include "files/state_about.h"
 #include "tools/classifier_tool.h"
+#include "tools/loading.h"
 #include "tools/readable.h"
 #include "tools/reader_tool.h"
 #include "tools/segmenter_tool.h"
@@ -31,7 +32,7 @@ TrainingRun timed(Session& session, const StateFile& from, Data& data, bool skip
   Tool tool(session, from);
   const auto start = std::chrono::steady_clock::now();
   try {
-    run.score = train(tool);
+    run.score = interruptible([&](const StopRequest& stop) { return train(tool, stop); });
   } catch (const HostError& error) {
     if (error.code() != ExitCode::kBadData) throw;
     const auto reasons = remove_unreadable(data, session.progress);
@@ -49,9 +50,10 @@ TrainingRun train_classifier(Session& session, const std::filesystem::path& sour
   Problems problems;
   auto data = read_classifier_data(source, Purpose::kTrain, problems);
   problems.throw_if_any();
-  auto run = timed<ClassifierTool>(
-      session, from, data, settings.skip_bad,
-      [&](ClassifierTool& tool) { return tool.train(data, session.progress); });
+  auto run = timed<ClassifierTool>(session, from, data, settings.skip_bad,
+                                   [&](ClassifierTool& tool, const StopRequest& stop) {
+                                     return tool.train(data, session.progress, stop);
+                                   });
   for (const auto& item : data.items) ++run.counts[item.category];
   return run;
 }
@@ -61,9 +63,10 @@ TrainingRun train_segmenter(Session& session, const std::filesystem::path& sourc
   Problems problems;
   auto data = read_segmenter_data(source, Purpose::kTrain, problems);
   problems.throw_if_any();
-  auto run = timed<SegmenterTool>(session, from, data, settings.skip_bad, [&](SegmenterTool& tool) {
-    return tool.train(data, session.progress);
-  });
+  auto run = timed<SegmenterTool>(session, from, data, settings.skip_bad,
+                                  [&](SegmenterTool& tool, const StopRequest& stop) {
+                                    return tool.train(data, session.progress, stop);
+                                  });
   for (const auto& item : data.items) {
     for (const auto& mask : item.masks) ++run.counts[mask.first];
   }
@@ -96,9 +99,10 @@ TrainingRun train_reader(Session& session, const std::filesystem::path& source,
   require_places(data, problems);
   problems.throw_if_any();
   const auto size = training_size(settings.size, data, from);
-  auto run = timed<ReaderTool>(session, from, data, settings.skip_bad, [&](ReaderTool& tool) {
-    return tool.train(data, size, session.progress);
-  });
+  auto run = timed<ReaderTool>(session, from, data, settings.skip_bad,
+                               [&](ReaderTool& tool, const StopRequest& stop) {
+                                 return tool.train(data, size, session.progress, stop);
+                               });
   for (const auto& item : data.items) {
     for (const auto& mark : item.characters) ++run.counts[mark.category];
   }

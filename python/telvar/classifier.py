@@ -42,7 +42,7 @@ class CategoryScore(NamedTuple):
 class TrainingResult:
     """How a training went."""
 
-    #: Share of right answers, 0..1, on samples held back, or cross-validated when there are few.
+    #: Share of right answers, 0..1, on held-out samples, or cross-validated when there are few.
     overall_score: float
     #: By sample key, the scores that the trained model gives its image.
     samples: Dict[str, List[CategoryScore]]

@@ -66,7 +66,7 @@ class TrainResult:
 
     #: Milliseconds.
     training_time: float
-    #: Share of the labels that the trained model reads right, 0..1; on samples held back where there are enough of them.
+    #: Share of the labels that the trained model reads right, 0..1; on held-out samples where there are enough of them.
     result_value: float
     #: By image identifier, for each of its labels the score 0..1 of the labelled category at the labelled place.
     labeled_sample_results: Dict[str, List[float]]

@@ -39,7 +39,7 @@ class Dataset:
 class TrainingResult:
     """How a training went."""
 
-    #: Mean intersection over union on samples held back, 0..1.
+    #: Mean intersection over union on held-out samples, 0..1.
     score: float
 
 

@@ -10,6 +10,7 @@
 
 #include "app/base64.h"
 #include "app/errors.h"
+#include "app/label.h"
 #include "app/region.h"
 #include "app/text.h"
 #include "convert/annotations.h"
@@ -20,6 +21,7 @@
 #include "files/flush.h"
 #include "files/output.h"
 #include "files/state_file.h"
+#include "images/drawn_text.h"
 #include "images/header_size.h"
 #include "images/read_image.h"
 #include "metrics/overlap.h"
@@ -41,6 +43,33 @@ TEST(Text, BytesThatAreNoUtf8StayDistinctAndComeBack) {
     EXPECT_EQ(back, text);
   }
   EXPECT_NE(code_points("\xFF"), code_points("\xED\xB3\xBF"));
+}
+
+TEST(Label, IsTheSameHoweverItWasTyped) {
+  EXPECT_EQ(clean_label("  e\xCC\x81 b\xC2\xA0\t"), "\xC3\xA9 b");
+  EXPECT_EQ(clean_label("\xFF x "), "\xFF x");
+  EXPECT_EQ(clean_label(" \xE3\x80\x80"), "");
+  EXPECT_EQ(normal_form(" e\xCC\x81"), " \xC3\xA9");
+  EXPECT_EQ(look_of("Gut  GENUG"), look_of("gut genug"));
+  EXPECT_EQ(look_of("\xD0\x90"), look_of("A"));      // Cyrillic
+  EXPECT_EQ(look_of("\xEF\xBC\xA1"), look_of("A"));  // full width
+  EXPECT_NE(look_of("a"), look_of("A"));
+  EXPECT_NE(look_of("0"), look_of("O"));
+  EXPECT_NE(look_of("\xFF\xFE"), look_of("\xFE\xFF"));
+}
+
+// In any script: other letters, other pixels. Without fonts or Pango all are question marks.
+TEST(DrawnText, TellsWordsApart) {
+  const auto drawn = [](const char* text) { return drawn_text(text); };
+  EXPECT_GT(cv::countNonZero(drawn("Ag")), 20);
+  EXPECT_GT(drawn("long word").cols, drawn("i").cols);
+  EXPECT_FALSE(drawn("").empty());
+  EXPECT_FALSE(drawn("a\xFF\n\x01").empty());
+  EXPECT_LE(drawn(std::string(100000, 'w').c_str()).cols, 8192);
+#ifdef TELVAR_PANGO
+  const cv::Mat cyrillic = drawn("\xD0\x96"), greek = drawn("\xCE\xA9");
+  EXPECT_TRUE(cyrillic.size() != greek.size() || cv::norm(cyrillic, greek) > 100);
+#endif
 }
 
 TEST(TextMetrics, EditDistance) {
@@ -146,9 +175,14 @@ TEST(Predictions, ARefusedImageLeavesTheOthersOfItsGroup) {
 
 TEST(HeaderSize, OfEveryKindIsThatOfTheDecodedImage) {
   const cv::Mat image = cv::Mat::zeros(23, 311, CV_8UC3);
-  for (const char* extension : {".png", ".jpg", ".bmp", ".ppm", ".tiff"}) {
+  const std::vector<int> lossy = {cv::IMWRITE_WEBP_QUALITY, 50},
+                         lossless = {cv::IMWRITE_WEBP_QUALITY, 101};
+  const std::pair<const char*, std::vector<int>> kinds[] = {
+      {".png", {}},  {".jpg", {}},     {".bmp", {}},       {".ppm", {}},
+      {".tiff", {}}, {".webp", lossy}, {".webp", lossless}};
+  for (const auto& [extension, options] : kinds) {
     std::vector<unsigned char> bytes;
-    ASSERT_TRUE(cv::imencode(extension, image, bytes));
+    ASSERT_TRUE(cv::imencode(extension, image, bytes, options));
     const auto size = size_in_header({bytes.begin(), bytes.end()});
     ASSERT_TRUE(size) << extension;
     EXPECT_THAT(*size, Pair(311, 23)) << extension;
@@ -245,11 +279,11 @@ TEST(Layout, IdentifiersAreRelativeHoweverThePathIsSpelt) {
   EXPECT_EQ(identifier("b/a.png", ""), "b/a.png");
 }
 
-TEST(Pictures, AThumbnailsEndIsNotThePictures) {
+TEST(Images, AThumbnailsEndIsNotTheImages) {
   const auto noise = [](int side) {
-    cv::Mat picture(side, side, CV_8U);
-    cv::randu(picture, 0, 256);
-    return encoded(picture, ".jpg");
+    cv::Mat image(side, side, CV_8U);
+    cv::randu(image, 0, 256);
+    return encoded(image, ".jpg");
   };
   const auto thumbnail = noise(16);
   const auto length = thumbnail.size() + 2;
@@ -258,7 +292,7 @@ TEST(Pictures, AThumbnailsEndIsNotThePictures) {
   const auto file = std::filesystem::temp_directory_path() / ("telvar-" + process_tag() + ".jpg");
   const auto read = [&](const std::string& bytes) {
     write_file(file, bytes, true);
-    return read_picture(file).size();
+    return read_image(file).size();
   };
   EXPECT_EQ(read(whole + std::string(100000, 'x')), cv::Size(64, 64));
   EXPECT_THROW(read(whole.substr(0, whole.size() - 2)), HostError);
@@ -268,13 +302,13 @@ TEST(Pictures, AThumbnailsEndIsNotThePictures) {
 
 TEST(Labels, OfLabelmeWithoutAShapeTypeArePolygons) {
   for (const std::string type : {"", R"("shape_type": null,)"}) {
-    const auto picture = parse_labelme(R"({"imagePath": "..\\a.png", "shapes": [{"label": "x",)" +
-                                           type + R"("points": [[1, 0], [4, 0], [4, 5]]}]})",
-                                       "l", "b");
-    EXPECT_EQ(picture.file, "b/../a.png");
-    ASSERT_EQ(picture.shapes.size(), 1U);
-    EXPECT_EQ(picture.shapes[0].polygons.size(), 1U);
-    EXPECT_EQ(picture.shapes[0].box, cv::Rect2d(1, 0, 3, 5));
+    const auto image = parse_labelme(R"({"imagePath": "..\\a.png", "shapes": [{"label": "x",)" +
+                                         type + R"("points": [[1, 0], [4, 0], [4, 5]]}]})",
+                                     "l", "b");
+    EXPECT_EQ(image.file, "b/../a.png");
+    ASSERT_EQ(image.shapes.size(), 1U);
+    EXPECT_EQ(image.shapes[0].polygons.size(), 1U);
+    EXPECT_EQ(image.shapes[0].box, cv::Rect2d(1, 0, 3, 5));
   }
 }
 

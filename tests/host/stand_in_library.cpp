@@ -8,7 +8,8 @@
 //
 // The process follows the environment's locale once the library is loaded, as under many a
 // graphical host. Training with a category "slow" sleeps for a minute after loading, with a
-// category "linger" when the library is unloaded. An image of one pixel is refused.
+// category "steps" it tells of its progress for as long, with a category "linger" it sleeps when
+// the library is unloaded. An image of one pixel is refused.
 
 #include <TelvarWrappers/CreateWrapperFactory.h>
 
@@ -20,6 +21,7 @@
 #include <thread>
 
 #include "TelvarTypes/Exceptions.h"
+#include "TelvarTypes/MonitoredLoader.h"
 
 namespace {
 
@@ -56,6 +58,14 @@ void sleep_if_slow(bool slow) {
   if (slow) std::this_thread::sleep_for(std::chrono::minutes(1));
 }
 
+void tell_if_stepping(bool stepping, const Types::ImageLoader& loader) {
+  const auto* monitored = loader.target<Types::MonitoredLoader>();
+  for (int step = 0; stepping && monitored != nullptr && step < 600; ++step) {
+    monitored->Tell({static_cast<float>(step) / 600, step < 10 ? -1.0F : 0.75F});
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  }
+}
+
 struct Unloading {
   bool slow = false;
   ~Unloading() { sleep_if_slow(slow); }
@@ -78,6 +88,7 @@ class Classifier : public Types::ISmartClassifierWrapper {
       ++count;
     }
     sleep_if_slow(sums.count("slow") != 0);
+    tell_if_stepping(sums.count("steps") != 0, load);
     unloading.slow = sums.count("linger") != 0;
     std::ostringstream artifact;
     for (const auto& [category, sum] : sums)

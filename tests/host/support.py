@@ -43,7 +43,7 @@ def xxh64(data):
 
 
 def flat(value, side=12):
-    """A gray picture of one brightness, told from others of it by its first pixel."""
+    """A gray image of one brightness, told from others of it by its first pixel."""
     return png(side, side, lambda x, y: value + (1 if x == 0 else 0))
 
 
@@ -104,7 +104,7 @@ class HostTest(unittest.TestCase):
         return self.scratch / name
 
     def bright_set(self, name="flecken"):
-        """Pictures with a bright square and its mask; in the third the mask is wider than the square."""
+        """Images with a bright square and its mask; in the third the mask is wider than the square."""
         for i, (square, mask) in enumerate([(4, 4), (6, 6), (4, 6)]):
             self.file(f"{name}/images/{i}.png",
                       png(20, 16, lambda x, y: 200 if x < square and y < 4 else 30 + i))

@@ -115,10 +115,14 @@ class BadInput(HostTest):
         # Two more of "a", but only to evaluate on.
         for i, name in enumerate(["train/a/eins", "train/b/1", "train/b/2", "test/a/3", "test/a/4"]):
             self.file(f"t/{name}.png", flat(5 * i))
-        # "x" and " x" are one category, of two pictures.
+        # "x" and " x" are one category, of two images.
         self.file("l/labels.csv", "file, category\nda.png,x\nfehlt.png,x\nda.png,\n./da.png,x\nzwei.png, x\n")
         self.file("l/da.png", flat(1))
         self.file("l/zwei.png", flat(2))
+        # Capitals, white space and invisible letters; but not the letters a and A, nor two ways to store an é.
+        for i, name in enumerate(["Kratzer", "kratzer", "zwei  Teile", "zwei\u200b teile", "a", "A", "e\u0301", "\u00e9"]):
+            for k in range(2):
+                self.file(f"g/{name}/{i}-{k}.png", flat(10 * i + 2 * k))
         self.bright_set("s")
         self.file("s/masks/fleck/0.png", png(9, 9, lambda x, y: 255))
         self.file("s/masks/fleck/1.png", png(20, 16, lambda x, y: 255, channels=3))
@@ -144,6 +148,7 @@ class BadInput(HostTest):
             ("classifier", "l", [("fehlt.png", "missing"), ("da.png", "empty_label"), ("da.png", "duplicate"),
                                  ("l", "single_category")]),
             ("classifier", "t", [("eins.png", "single_sample")]),
+            ("classifier", "g", [("g", "alike"), ("g", "alike")]),
             ("segmenter", "s", [("0.png", "mask_size"), ("1.png", "mask_channels"),
                                 ("allein.png", "mask_without_image"), ("2.JPG", "mask_lossy"),
                                 ("2.png", "single_sample")]),
@@ -183,7 +188,7 @@ class BadInput(HostTest):
                                  [str(self.scratch / data / name) for name in expected])
                 self.assertTrue(found["ok"])
 
-    def test_pictures(self):
+    def test_images(self):
         state = self.train("classifier", self.brightness_set())
         jpeg = self.file("ab.jpg", b"\xff\xd8\xff\xe0" + b"\0" * 90)
         # No pixels of it are there, and none are asked for: the header says enough.
@@ -198,7 +203,7 @@ class BadInput(HostTest):
         for part, error in zip(["cut off", "width 1", "no such file", "30000 x 30000", "is a pipe"], errors):
             self.assertIn(part, error)
         self.assertEqual(errors[5], "")
-        self.refused(BAD_DATA, "ab.jpg", "evaluate", "--state", state, "--data", self.one_picture(jpeg),
+        self.refused(BAD_DATA, "ab.jpg", "evaluate", "--state", state, "--data", self.one_image(jpeg),
                      "--out", f"{self.scratch}/neu/tief/")
 
     def test_all_unreadable_files_are_named_or_left_out(self):
@@ -220,16 +225,25 @@ class BadInput(HostTest):
 
     def test_what_is_misspelt_gets_a_suggestion(self):
         for named, arguments in [("'predict' is no command", ["predict", "--help"]), ("did you mean 'process'?", ["proces"]),
-                                 ("'xyzzyxyzzy' is no command; telvar --help", ["xyzzyxyzzy"])]:
+                                 ("'xyzzyxyzzy' is no command; telvar --help", ["xyzzyxyzzy"]),
+                                 ("'train' has no option --sate; did you mean '--state'?",
+                                  ["train", "--tool", "ocr", "--data", "x", "--sate", "y"]),
+                                 ("'batch' has no option --shrad; did you mean '--shard'?", ["batch", "--shrad=1/2"]),
+                                 ("'inspect' has no option --quite; did you mean '--quiet'?", ["inspect", "--quite"]),
+                                 ("'inspect' has no option --xyzzyxyzzy; telvar inspect --help",
+                                  ["inspect", "--state", "z", "--xyzzyxyzzy"])]:
             done = subprocess.run([PROGRAM, *arguments], capture_output=True)
             self.assertEqual(done.returncode, USAGE)
             self.assertIn(named, done.stderr.decode())
+
+        self.refused(BAD_DATA, "is a folder; a state is a file, which telvar train writes", "process", "--state",
+                     self.scratch, "a.png")
 
     def test_masks(self):
         data = self.bright_set()
         state = self.train("segmenter", data)
         mask = self.file("flecken/masks/fleck/1.png", png(9, 9, lambda x, y: 255))
-        self.refused(BAD_DATA, f"{mask}: is 9 x 9, its picture 20 x 16", "evaluate", "--state", state, "--data", data)
+        self.refused(BAD_DATA, f"{mask}: is 9 x 9, its image 20 x 16", "evaluate", "--state", state, "--data", data)
         self.refused(BAD_DATA, f"mask '{mask} (fleck)'", "train", "--tool", "segmenter", "--data", data,
                      "--state", self.scratch / "neu.telvar")
 
@@ -241,8 +255,8 @@ class BadInput(HostTest):
         self.file("c/bild.png", png(10, 8, lambda x, y: 9))
         labels = self.scratch / "c/labels.json"
         square = [[2, 1, 6, 1, 6, 4, 2, 4]]
-        # what the message names, tool, outline of every label, names of the categories, picture
-        for named, tool, outline, names, picture in [
+        # what the message names, tool, outline of every label, names of the categories, image
+        for named, tool, outline, names, image in [
             ("fehlt.png: no such file", "segmenter", square, ["teil"], "fehlt.png"),
             ("counts: the runs cover 20 pixels", "segmenter", {"counts": "a03", "size": [8, 10]}, ["teil"], "bild.png"),
             *(("counts: is no list of compressed runs", "segmenter", {"counts": counts, "size": [8, 10]}, ["teil"],
@@ -257,7 +271,7 @@ class BadInput(HostTest):
             ("bild.png: has no labels", "segmenter", square, [], "bild.png"),
         ]:
             labels.write_text(json.dumps({
-                "images": [{"id": 4, "file_name": picture}],
+                "images": [{"id": 4, "file_name": image}],
                 "categories": [{"id": i, "name": name} for i, name in enumerate(names)],
                 "annotations": [{"image_id": 4, "category_id": i, "bbox": [], "segmentation": outline}
                                 for i in range(len(names))],
@@ -271,7 +285,7 @@ class BadInput(HostTest):
             self.refused(BAD_DATA, f"{labels}: is no valid JSON", "convert", "--from", source, "--tool", "ocr",
                          "--labels", where, "--out", self.scratch / "neu")
 
-    def one_picture(self, file):
+    def one_image(self, file):
         self.file("eins/x/" + file.name, file.read_bytes())
         return self.scratch / "eins"
 

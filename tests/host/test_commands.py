@@ -19,7 +19,7 @@ class ClassifierCommands(HostTest):
         state = self.train("classifier", data)
         self.assertEqual(self.ok("inspect", "--state", state)["tool"], "classifier")
 
-        # A dark picture filed under the bright ones is the one mistake.
+        # A dark image filed under the bright ones is the one mistake.
         self.file("probe/hell/1.png", flat(190))
         self.file("probe/hell/2.png", flat(30))
         self.file("probe/dunkel é/3.png", flat(10))
@@ -56,7 +56,7 @@ class SegmenterCommands(HostTest):
         self.assertEqual((checked["images"], checked["counts"]), (3, {"fleck": 3}))
         state = self.train("segmenter", data)
         found = self.ok("evaluate", "--state", state, "--data", data)
-        # Pixels summed over all pictures: 16 + 24 + 16 found, all right, of 16 + 24 + 24 true ones.
+        # Pixels summed over all images: 16 + 24 + 16 found, all right, of 16 + 24 + 24 true ones.
         self.assertAlmostEqual(found["iou"]["fleck"], 56 / 64)
         self.assertAlmostEqual(found["mean_iou"], 56 / 64)
         self.assertEqual([(m["file"], m["wrong_pixels"]) for m in found["mistakes"]], [("images/2.png", 8)])
@@ -134,7 +134,7 @@ class SegmenterCommands(HostTest):
         images = json.loads((out / "results.json").read_text("utf-8"))["images"]
         masks = [category["mask"] for image in images for category in image["categories"].values()]
         self.assertEqual(len({(out / mask).resolve(strict=True) for mask in masks}), 4)
-        # The second picture would take the name of the first one's mask.
+        # The second image would take the name of the first one's mask.
         other = self.file("0.a_b.png", flat(9))
         self.ok("process", "--state", state, "--out", self.scratch / "aus", data / "images/0.png", other)
         self.assertEqual(len(list((self.scratch / "aus").iterdir())), 6)
@@ -223,7 +223,7 @@ class ReaderCommands(HostTest):
 
 class Conversion(HostTest):
     def test_coco_polygons_and_runs_become_masks(self):
-        # Without the ending of a picture it is written as PNG.
+        # Without the ending of an image it is written as PNG.
         self.file("c/bild", png(10, 8, lambda x, y: 250 if 2 <= x < 6 and 1 <= y < 4 else 9))
         square = {"segmentation": [[2, 1, 6, 1, 6, 4, 2, 4]], "bbox": [2, 1]}
         runs = {"segmentation": {"counts": [17, 3, 5, 3, 5, 3, 5, 3, 36], "size": [8, 10]}, "bbox": [2, 1, 4, 3]}
@@ -267,6 +267,42 @@ class Conversion(HostTest):
         self.file("y/labels/a.txt", "")
         self.file("y/labels/fremd.txt", "0 0 0 1 1")
         self.assertIn("fremd.*: no such image", self.run_host(*convert, "--tool", "ocr", "--out", self.scratch / "neu").err)
+
+    def test_cvat(self):
+        self.file("c/tief/a.png", png(20, 10, lambda x, y: 250 if 5 <= x < 10 and 2 <= y < 8 else 9))
+        shapes = {"box": '<box label=" O\u0308 " xtl="5" ytl="2" xbr="10" ybr="8"><attribute name="x">1</attribute></box>',
+                  "turned": '<box label="O\u0308" xtl="4.5" ytl="2.5" xbr="10.5" ybr="7.5" rotation="90"/>',
+                  "polygon": '<polygon label="O\u0308" points="5,2;10,2;10,8;5,8"/>',
+                  "mask": '<mask label="O\u0308" rle="0, 30" left="5" top="2" width="5" height="6"/>'}
+
+        def write(inside):
+            image = f'<image id="0" name="tief/a.png" width="20" height="10"><tag label="gut"/>{inside}</image>'
+            return self.file("c/annotations.xml", f'<?xml version="1.0"?><annotations><version>1.1</version>{image}</annotations>')
+
+        convert = ["convert", "--from", "cvat", "--labels", self.scratch / "c/annotations.xml"]
+        write(shapes["box"])
+        self.ok(*convert, "--tool", "ocr", "--out", self.scratch / "leser")
+        written = json.loads((self.scratch / "leser/labels.json").read_text("utf-8"))["images"]
+        mark = {"x": 7, "y": 4.5, "w": 5, "h": 6, "category": "Ö"}
+        self.assertEqual([image["characters"] for image in written], [[mark]])
+        self.ok(*convert, "--tool", "classifier", "--out", self.scratch / "klassen")
+        self.assertEqual([path.parent.name for path in (self.scratch / "klassen").rglob("*.png")], ["gut"])
+        for name, shape in shapes.items():
+            write(shape)
+            self.ok(*convert, "--tool", "segmenter", "--out", self.scratch / name)
+            state = self.train("segmenter", self.scratch / name, name + ".telvar")
+            self.assertEqual(self.ok("evaluate", "--state", state, "--data", self.scratch / name)["iou"], {"Ö": 1})
+        for named, inside in [("tief/a.png, box: 'xtl' is missing", '<box label="a"/>'), ("'x' in 'points' is no number",
+                              '<polygon label="a" points="x,1;2,3;4,5"/>'), ("not understood", '<cuboid label="a"/>'),
+                              ("is longer than the box", '<mask label="a" rle="0,9" left="0" top="0" width="2" height="2"/>'),
+                              ("lies outside its image", '<mask label="a" rle="0,9" left="19" top="0" width="2" height="2"/>'),
+                              ("is no XML", "<box")]:
+            write(inside)
+            refused = self.run_host(*convert, "--tool", "segmenter", "--out", self.scratch / "neu")
+            self.assertEqual(refused.code, 3)
+            self.assertIn(named, refused.err)
+        self.file("c/annotations.xml", "<annotations><track/></annotations>")
+        self.assertIn("labels a video", self.run_host(*convert, "--tool", "ocr", "--out", self.scratch / "neu").err)
 
     def test_labelme_files_that_hold_their_image(self):
         image = png(20, 16, lambda x, y: 200 if x < 4 and y < 4 else 30)

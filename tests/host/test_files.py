@@ -2,6 +2,7 @@
 import json
 import os
 import pty
+import resource
 import shutil
 import signal
 import struct
@@ -123,12 +124,26 @@ class Places(HostTest):
             done = self.run_host(*train, place)
             self.assertEqual(done.code, code, str(done))
             self.assertIn(text, done.err)
+            self.assertNotIn(".telvar-", done.err)  # the name of a temporary file
             self.assertNotIn("images", done.err)  # not even loaded
         state = self.file("geheim", b"")
         state.chmod(0o600)
         self.ok(*train, state)
         self.assertEqual(state.stat().st_mode & 0o777, 0o600)
         self.assertNotIn(".telvar-", "".join(self.files()))
+
+    def test_room_is_reserved_before_the_training(self):
+        def small_files():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 20, 1 << 20))
+
+        data, state = self.brightness_set(), self.scratch / "z"
+        files = self.files()
+        done = subprocess.run(self.arguments("train", "--tool", "classifier", "--data", data, "--state", state),
+                              preexec_fn=small_files, capture_output=True, text=True)
+        self.assertEqual(done.returncode, 1, done.stderr)
+        self.assertRegex(done.stderr, r"there is no room for .*/z, which may take 33 MiB: File too large")
+        self.assertNotIn("images", done.stderr)  # not even loaded
+        self.assertEqual(self.files(), files)
 
     def test_what_killed_runs_left_is_cleared_after_a_day(self):
         self.file(".aus.telvar-4000000/rest", b"?")
@@ -177,19 +192,25 @@ class Interrupts(HostTest):
         os.kill(process.pid, signal.SIGINT)
         out, _ = process.communicate(timeout=60)
         self.assertEqual(process.returncode, 130)
-        self.assertEqual(json.loads(out)["error"]["code"], 130)
+        error = json.loads(out)["error"]
+        self.assertEqual(error["code"], 130)
+        return error
 
     def test_training(self):
+        """One that does not stop by itself is ended, one that tells of its progress is cancelled."""
         state = self.train("classifier", self.brightness_set())
         before = state.read_bytes()
-        self.brightness_set("träge")
-        self.file("träge/slow/1.png", flat(99))
-        files = self.files()
-        started = time.monotonic()
-        process = self.start("train", "--tool", "classifier", "--data", self.scratch / "träge", "--state", state,
-                             "--force", "--json")
-        self.interrupted(process, lambda: time.monotonic() > started + 2)
-        self.assertEqual((state.read_bytes(), self.files()), (before, files))
+        for kind, said in [("slow", "interrupted"), ("steps", "the training is cancelled, nothing was changed")]:
+            with self.subTest(kind):
+                data = self.brightness_set("träge " + kind)
+                self.file(f"träge {kind}/{kind}/1.png", flat(99))
+                files = self.files()
+                started = time.monotonic()
+                process = self.start("train", "--tool", "classifier", "--data", data, "--state", state, "--force",
+                                     "--json")
+                error = self.interrupted(process, lambda: time.monotonic() > started + 2)
+                self.assertIn(said, error["message"])
+                self.assertEqual((state.read_bytes(), self.files()), (before, files))
 
     def test_batch_at_many_moments(self):
         state = self.train("classifier", self.brightness_set())
@@ -232,6 +253,21 @@ class Interrupts(HostTest):
 
 
 class Environment(HostTest):
+    def test_a_training_shows_how_far_it_is(self):
+        data = self.brightness_set()
+        self.file("licht/steps/1.png", flat(99))
+        master, slave = pty.openpty()
+        process = subprocess.Popen(self.arguments("train", "--tool", "classifier", "--data", data, "--state",
+                                                  self.scratch / "z"), stderr=slave, stdout=subprocess.DEVNULL)
+        os.close(slave)
+        shown = ""
+        while "score so far" not in shown:
+            shown += os.read(master, 65536).decode("utf-8", "replace")
+        process.send_signal(signal.SIGTERM)
+        self.assertEqual(process.wait(timeout=60), 128 + signal.SIGTERM)
+        os.close(master)
+        self.assertRegex(shown, r"training: \d+ %  0:\d\d, at most \d+:\d\d left, score so far 75.0 %")
+
     def test_the_progress_line_moves_on_a_terminal_only(self):
         data = self.brightness_set()
         master, slave = pty.openpty()

@@ -1,4 +1,4 @@
-"""The report page in a real browser: figures, one decoded picture per wrong item, worst first, nothing fetched."""
+"""The report page in a real browser: figures, one decoded image per wrong item, worst first, nothing fetched."""
 import html
 import json
 import re
@@ -6,11 +6,11 @@ import shutil
 import subprocess
 import unittest
 
-from support import HostTest, flat
+from support import HostTest, flat, png
 
 BROWSER = shutil.which("chromium")
 
-# Every picture is decoded before the page is printed; a page that printed itself without this says so.
+# Every image is decoded before the page is printed; a page that printed itself without this says so.
 PROBE = """<script>
 Promise.all([...document.images].map(i => { i.loading = 'eager'; return i.decode().then(() => i.naturalWidth, () => 0); }))
   .then(widths => { document.title = 'decoded ' + widths.join(' '); });
@@ -20,7 +20,7 @@ Promise.all([...document.images].map(i => { i.loading = 'eager'; return i.decode
 @unittest.skipUnless(BROWSER, "SKIPPED: no chromium to open the report with")
 class Report(HostTest):
     def opened(self, report):
-        """(widths of the decoded pictures, the page's text) after a browser without network has drawn it."""
+        """(widths of the decoded images, the page's text) after a browser without network has drawn it."""
         page = report.read_text("utf-8")
         self.assertIsNone(re.search(r"""(src|href)=["'](?!data:|#)""", page), "the page refers to something outside")
         probed = self.file("geprüft.html", page.replace("</body>", PROBE + "</body>"))
@@ -68,10 +68,19 @@ class Report(HostTest):
     def test_reader(self):
         self.text_set()
         page = self.text_set("probe", shown="ABÇ")
-        _, widths, text = self.evaluated("ocr", self.scratch / "schrift", page)
-        self.assertIn("25.00 %", text)
+        labels = json.loads((page / "labels.json").read_text("utf-8"))
+        # A second image, of which nothing is read, and a third that is read wholly.
+        self.file("probe/leer.png", png(60, 60, lambda x, y: 255))
+        shutil.copy(self.scratch / "schrift/seite.png", page / "ganz.png")
+        labels["images"] += [{**labels["images"][0], "file": name} for name in ("leer.png", "ganz.png")]
+        self.file("probe/labels.json", json.dumps(labels))
+        found, widths, text = self.evaluated("ocr", self.scratch / "schrift", page)
+        self.assertIn("41.67 %", text)  # 1 + 4 of 12
         self.assertIn("ÇD", text.replace(" ", ""))
-        self.assertEqual(len(widths), 2)  # the wrong line, and the page as it was read
+        self.assertIn("Errors left when doubtful images are rejected", text)
+        # Without the image of which nothing was read, one error of 8 characters is left.
+        self.assertEqual(found["reject_curve"], [[0, 5 / 12], [1 / 3, 1 / 8]])
+        self.assertEqual(len(widths), 6)  # three wrong lines, and the pages as they were read
 
 
 if __name__ == "__main__":
