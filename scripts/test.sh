@@ -55,7 +55,7 @@ quick_leg() {
       for name in dev coverage tidy; do configure "$name"; done
       # Without the rest, which installing would otherwise want to be built.
       configure release -DTELVAR_TEST_PACKAGE_INSTALL="$package_install" -DCMAKE_SKIP_INSTALL_ALL_DEPENDENCY=ON
-      build release --target TelvarWrappers telvar_host telvar_stand_in telvar_python telvar_python_echo \
+      build release --target TelvarWrappers telvar_host telvar_from_help telvar_stand_in telvar_python telvar_python_echo \
         kernels_bench wrapper_abi_tests wrapper_bench wrapper_unit_tests
       quick_tests --preset release \
         -R '^(abi|docs|unit|bench|packages)\.|^consumer\.(install|find_package|pkg_config|clang_host)$|^host\.test_(report|locale)$|^python\.(module|types)$'

@@ -188,10 +188,11 @@ Outcome demo(const Options& options, Session& session) {
   }
   out.write(
       "report.html",
-      page_html("Three trainable vision tools at work",
-                "Each tool was trained on this machine's processor, the reader from the network that "
-                "the library brings along, and measured on images that it was not trained on.",
-                sections));
+      page_html(
+          "Three trainable vision tools at work",
+          "Each tool was trained on this machine's processor, the reader from the network that "
+          "the library brings along, and measured on images that it was not trained on.",
+          sections));
   out.write("results.json", dumped(outcome.json) + "\n");
   out.commit();
   outcome.json["report"] = utf8(out.target() / "report.html");
