@@ -5,7 +5,8 @@
 
 #include <cfenv>
 
-#if defined(__SSE2__)
+#if defined(__SSE2__) || defined(_M_X64)
+#define TELVAR_HAS_SSE
 #include <xmmintrin.h>
 #endif
 
@@ -18,20 +19,32 @@ class DefaultMode {
  public:
   DefaultMode() noexcept {
     std::fegetenv(&host_);
+#if defined(TELVAR_HAS_SSE)
+    host_control_ = _mm_getcsr();
+#endif
     std::fesetenv(FE_DFL_ENV);
-#if defined(__SSE2__)
-    constexpr unsigned kFlushToZero = 0x8000, kDenormalsAreZero = 0x0040;
-    _mm_setcsr(_mm_getcsr() | kFlushToZero | kDenormalsAreZero);
+#if defined(TELVAR_HAS_SSE)
+    // All of it: not every C library's default environment reaches this register.
+    constexpr unsigned kMasked = 0x1f80, kFlushToZero = 0x8000, kDenormalsAreZero = 0x0040;
+    _mm_setcsr(kMasked | kFlushToZero | kDenormalsAreZero);
 #endif
   }
   DefaultMode(const DefaultMode&) = delete;
   DefaultMode& operator=(const DefaultMode&) = delete;
   ~DefaultMode() {
     std::fesetenv(&host_);
+#if defined(TELVAR_HAS_SSE)
+    _mm_setcsr(host_control_);
+#endif
   }
 
  private:
   std::fenv_t host_;
+#if defined(TELVAR_HAS_SSE)
+  unsigned host_control_;  // MXCSR
+#endif
 };
 
 }  // namespace telvar::numeric
+
+#undef TELVAR_HAS_SSE

@@ -44,7 +44,7 @@ def main():
     clang = shutil.which("clang++") or shutil.which("clang++-14") or skip("clang++")
     root, generated, protobuf = map(pathlib.Path, sys.argv[1:])
     includes = [f"-I{root / name}" for name in
-                ("", "types/include", "engine/include", "factory/include")]
+                ("", "types/include", "engine/include", "factory/include", "messages", "numeric")]
     system = ["-isystem", str(generated), "-isystem", str(protobuf)]
     with tempfile.TemporaryDirectory() as folder:
         shim = pathlib.Path(folder) / "shim.h"
