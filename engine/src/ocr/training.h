@@ -1,7 +1,7 @@
 #pragma once
 
-// Training from prepared samples: what happens between the data set and the artifact. Decides which
-// expert learns (expert.h); expert_training.h teaches it.
+// Training from prepared samples: what happens between the data set and the artifact.
+// expert_choice.h decides which expert learns, expert_training.h teaches it.
 
 #include <optional>
 #include <vector>
