@@ -1,7 +1,7 @@
 // Train caches of the segmenter.
 #include "artifact_target.h"
 #include "cache_target.h"
-#include "segmenter/prepare.h"
+#include "segmenter/preparation.h"
 
 using namespace telvar::fuzz;
 

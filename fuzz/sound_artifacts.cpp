@@ -3,8 +3,8 @@
 #include "core/random.h"
 #include "ocr/network.h"
 #include "ocr/state.h"
-#include "segmenter/model_state.h"
 #include "segmenter/network.h"
+#include "segmenter/state.h"
 #include "telvar/classifier.h"
 #include "telvar_msg/classification.pb.h"
 
@@ -55,14 +55,14 @@ std::string sound_classifier_artifact() {
 }
 
 std::string sound_segmenter_artifact() {
-  segmenter::ModelState state;
+  segmenter::SegmenterState state;
   state.categories = {"crack", "pore"};
   state.net = segmenter::make_initial_net(state.input.planes(), 2, 3);
   core::Raster raster(20, 12, 1);
   core::Mask mask(20, 12);
   mask.values[5] = 1;
   state.exemplars = {segmenter::make_tile(raster, 1, {mask, core::Mask()}, 3)};
-  return write_model(state);
+  return write_state(state);
 }
 
 }  // namespace telvar::fuzz

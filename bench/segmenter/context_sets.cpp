@@ -2,79 +2,11 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include "shapes.h"
 #include "textures.h"
 
 namespace telvar::bench {
 namespace {
-
-/// Where a shape lies: it must not touch others.
-struct Site {
-  cv::Point2d centre;
-  double radius;
-};
-
-/// A place for a circle of `radius` inside `size` that keeps `gap` from the others; none after many
-/// attempts.
-bool find_site(cv::Size size, double radius, double gap, std::vector<Site>& sites,
-               cv::RNG& random) {
-  for (int attempt = 0; attempt < 200; ++attempt) {
-    const cv::Point2d at(random.uniform(radius + 4, size.width - radius - 4),
-                         random.uniform(radius + 4, size.height - radius - 4));
-    bool free = true;
-    for (const Site& site : sites) {
-      free = free && cv::norm(site.centre - at) > site.radius + radius + gap;
-    }
-    if (!free) continue;
-    sites.push_back({at, radius});
-    return true;
-  }
-  return false;
-}
-
-cv::Mat blank(cv::Size size) {
-  return cv::Mat::zeros(size, CV_8U);
-}
-
-/// A closed, wavy outline around a place.
-std::vector<cv::Point> wavy_outline(cv::Point2d centre, double radius_x, double radius_y,
-                                    double turn, double waves, cv::RNG& random) {
-  const double phase = random.uniform(0.0, 6.28), second = random.uniform(0.0, 6.28);
-  std::vector<cv::Point> outline;
-  for (int i = 0; i < 120; ++i) {
-    const double angle = i * 2 * CV_PI / 120;
-    const double stretch =
-        1 + waves * (std::sin(2 * angle + phase) + 0.6 * std::sin(3 * angle + second));
-    const double x = radius_x * stretch * std::cos(angle);
-    const double y = radius_y * stretch * std::sin(angle);
-    outline.emplace_back(cvRound(centre.x + x * std::cos(turn) - y * std::sin(turn)),
-                         cvRound(centre.y + x * std::sin(turn) + y * std::cos(turn)));
-  }
-  return outline;
-}
-
-void fill(cv::Mat& image, const std::vector<cv::Point>& outline, double value) {
-  cv::fillPoly(image, std::vector<std::vector<cv::Point>>{outline}, cv::Scalar(value));
-}
-
-void add_mask(LabelledPicture& picture, const std::string& category, const cv::Mat& mask) {
-  cv::Mat& slot = picture.masks[category];
-  if (slot.empty()) slot = blank(mask.size());
-  slot |= mask;
-}
-
-/// Ground, blurred by the optics, with noise, as bytes.
-cv::Mat finished(cv::Mat values, double noise_strength, cv::RNG& random) {
-  cv::GaussianBlur(values, values, {}, 0.8);
-  cv::Mat noise(values.size(), CV_32F), bytes;
-  random.fill(noise, cv::RNG::NORMAL, 0.0, noise_strength);
-  cv::Mat(values + noise).convertTo(bytes, CV_8U);
-  return bytes;
-}
-
-cv::Mat uneven_ground(cv::Size size, double brightness, cv::RNG& random) {
-  return brightness + 6.0 * make_surface(Surface::grain, size, 1.2, 0.0, random) +
-         10.0 * smooth_noise(size, 50.0, random);
-}
 
 LabelledPicture draw_sheets(cv::RNG& random) {
   const cv::Size size(384, 288);
@@ -304,68 +236,6 @@ LabelledPicture draw_cells(cv::RNG& random) {
   return picture;
 }
 
-LabelledPicture draw_plate(bool cracked, cv::RNG& random) {
-  const cv::Size size(256, 256);
-  cv::Mat values = random.uniform(100.0, 150.0) +
-                   9.0 * make_surface(Surface::cast, size, 1.2, 0.0, random) +
-                   8.0 * smooth_noise(size, 40.0, random);
-  LabelledPicture picture;
-  if (cracked) {
-    cv::Point2d at(random.uniform(50, 206), random.uniform(50, 206));
-    double heading = random.uniform(0.0, 6.28);
-    cv::Mat mask = blank(size);
-    for (int i = 0; i < 24; ++i) {
-      heading += random.gaussian(0.5);
-      const cv::Point2d next = at + 5.0 * cv::Point2d(std::cos(heading), std::sin(heading));
-      cv::line(mask, at, next, cv::Scalar(255), 3);
-      at = next;
-    }
-    values.setTo(random.uniform(70.0, 85.0), mask);
-    add_mask(picture, "crack", mask);
-  }
-  picture.image = finished(values, 4.0, random);
-  return picture;
-}
-
-LabelledPicture draw_coins(cv::RNG& random) {
-  const cv::Size size(320, 240);
-  cv::Mat values = 95.0 + 14.0 * make_surface(Surface::cells, size, 1.2, 0.0, random) +
-                   18.0 * smooth_noise(size, 60.0, random);
-  LabelledPicture picture;
-  std::vector<Site> sites;
-  for (int i = 0; i < 12; ++i) {
-    if (!find_site(size, random.uniform(15.0, 28.0), 2, sites, random)) continue;
-    const cv::Point2f centre(sites.back().centre);
-    const auto radius = static_cast<float>(sites.back().radius);
-    const bool coin = i % 3 != 2;
-    cv::Mat mask = blank(size);
-    if (coin) {
-      cv::circle(mask, centre, cvRound(radius), cv::Scalar(255), -1);
-    } else {
-      const cv::RotatedRect box(centre, {radius * 1.5F, radius * 1.2F},
-                                random.uniform(0.0F, 90.0F));
-      cv::Point2f corners[4];
-      box.points(corners);
-      fill(mask, std::vector<cv::Point>(corners, corners + 4), 255);
-    }
-    const cv::Mat relief =
-        random.uniform(120.0, 200.0) + 25.0 * smooth_noise(size, random.uniform(3.0, 6.0), random);
-    relief.copyTo(values, mask);
-    add_mask(picture, coin ? "coin" : "sweet", mask);
-  }
-  picture.image = finished(values, 5.0, random);
-  return picture;
-}
-
-PictureSet make_set(const std::string& name, const std::vector<std::string>& categories,
-                    LabelledPicture (*draw)(cv::RNG&), int train, int test, std::uint64_t seed) {
-  PictureSet set{name, categories, {}, {}};
-  cv::RNG random(seed);
-  for (int i = 0; i < train; ++i) set.train.push_back(draw(random));
-  for (int i = 0; i < test; ++i) set.test.push_back(draw(random));
-  return set;
-}
-
 }  // namespace
 
 PictureSet make_sheets(int train, int test, std::uint64_t seed) {
@@ -390,18 +260,6 @@ PictureSet make_slices(int train, int test, std::uint64_t seed) {
 
 PictureSet make_cells(int train, int test, std::uint64_t seed) {
   return make_set("cells", {"full", "empty"}, draw_cells, train, test, seed);
-}
-
-PictureSet make_coins(int train, int test, std::uint64_t seed) {
-  return make_set("coins", {"coin", "sweet"}, draw_coins, train, test, seed);
-}
-
-PictureSet make_rare(int train, int test, std::uint64_t seed) {
-  PictureSet set{"rare", {"crack"}, {}, {}};
-  cv::RNG random(seed);
-  for (int i = 0; i < train; ++i) set.train.push_back(draw_plate(i % 7 == 3, random));
-  for (int i = 0; i < test; ++i) set.test.push_back(draw_plate(i % 2 == 0, random));
-  return set;
 }
 
 }  // namespace telvar::bench

@@ -29,11 +29,4 @@ PictureSet make_slices(int train, int test, std::uint64_t seed);
 /// Round cells of 60 to 80 pixels' radius, 384 x 288: "full" with a small nucleus, "empty" without.
 PictureSet make_cells(int train, int test, std::uint64_t seed);
 
-/// `train` images of which three show a crack, and as many to test, half of them with one; 256 x
-/// 256.
-PictureSet make_rare(int train, int test, std::uint64_t seed);
-
-/// Coins of varied brightness and pattern on a speckled table among square sweets, 320 x 240.
-PictureSet make_coins(int train, int test, std::uint64_t seed);
-
 }  // namespace telvar::bench

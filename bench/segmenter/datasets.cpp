@@ -5,6 +5,7 @@
 #include <functional>
 #include <opencv2/imgproc.hpp>
 
+#include "shapes.h"
 #include "textures.h"
 
 namespace telvar::bench {
@@ -58,12 +59,6 @@ cv::Mat draw_pits(cv::Size size, cv::RNG& random) {
 cv::Mat to_mask(const cv::Mat& coverage) {
   cv::Mat mask = coverage > 0.35;
   return mask;
-}
-
-void add_mask(LabelledPicture& picture, const std::string& category, const cv::Mat& mask) {
-  cv::Mat& slot = picture.masks[category];
-  if (slot.empty()) slot = cv::Mat::zeros(mask.size(), CV_8U);
-  slot |= mask;
 }
 
 cv::Mat to_bytes(const cv::Mat& values) {
@@ -209,15 +204,6 @@ LabelledPicture draw_stains(cv::RNG& random) {
   cv::merge(planes, 3, merged);
   picture.image = to_bytes(merged);
   return picture;
-}
-
-PictureSet make_set(const std::string& name, const std::vector<std::string>& categories,
-                    LabelledPicture (*draw)(cv::RNG&), int train, int test, std::uint64_t seed) {
-  PictureSet set{name, categories, {}, {}};
-  cv::RNG random(seed);
-  for (int i = 0; i < train; ++i) set.train.push_back(draw(random));
-  for (int i = 0; i < test; ++i) set.test.push_back(draw(random));
-  return set;
 }
 
 }  // namespace

@@ -27,6 +27,7 @@
 #include "figures.h"
 #include "folder_set.h"
 #include "methods.h"
+#include "scarce_sets.h"
 
 namespace telvar::bench {
 namespace {

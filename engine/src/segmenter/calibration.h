@@ -9,7 +9,7 @@
 
 #include "core/worker_pool.h"
 #include "nn/network.h"
-#include "segmenter/predictor.h"
+#include "segmenter/inference.h"
 #include "segmenter/training_tile.h"
 
 namespace telvar::segmenter {

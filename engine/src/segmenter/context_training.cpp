@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <numeric>
 
-#include "segmenter/chunk.h"
 #include "segmenter/evaluation.h"
 #include "segmenter/network.h"
+#include "segmenter/network_training.h"
 
 namespace telvar::segmenter {
 namespace {
@@ -110,10 +110,10 @@ void train_context(const ContextData& data, const ContextPlan& plan, std::uint64
     training.steps = plan.steps;
     training.seed = seed + i;
     training.peak_rate = plan.peak_rate;
-    teach(model.nets[i],
-          {CropSource(fresh, side, data.categories, data.spec, style),
-           CropSource(old, side, data.categories, data.spec, style), !old.empty()},
-          training, pool);
+    train_network(model.nets[i],
+                  {CropSource(fresh, side, data.categories, data.spec, style),
+                   CropSource(old, side, data.categories, data.spec, style), !old.empty()},
+                  training, pool);
   }
 }
 

@@ -6,7 +6,7 @@
 
 #include "core/worker_pool.h"
 #include "segmenter/context.h"
-#include "segmenter/model_state.h"
+#include "segmenter/state.h"
 
 namespace telvar::segmenter {
 

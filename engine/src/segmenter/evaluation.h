@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "core/worker_pool.h"
-#include "segmenter/predictor.h"
+#include "segmenter/inference.h"
 #include "segmenter/training_tile.h"
 
 namespace telvar::segmenter {

@@ -1,7 +1,6 @@
 #include "segmenter/held_out.h"
 
 #include <algorithm>
-#include <bitset>
 #include <numeric>
 
 #include "core/random.h"
@@ -13,19 +12,9 @@ namespace {
 /// Enough to judge by; more would cost as much as a round.
 constexpr std::size_t kJudgedPixels = 2'000'000;
 
-/// Samples that show a category, to judge it by; and how many networks may be trained for more.
-constexpr int kEnoughJudged = 3;
-constexpr std::size_t kMostRotations = 2;
-
 std::uint64_t categories_in(const TrainingTile& tile) {
   std::uint64_t present = 0;
   for (const LabelPlane& plane : tile.labels) present |= std::uint64_t{1} << plane.category;
-  return present;
-}
-
-std::uint64_t categories_in(const PreparedSample& sample) {
-  std::uint64_t present = 0;
-  for (const TrainingTile& tile : sample.tiles) present |= categories_in(tile);
   return present;
 }
 
@@ -41,31 +30,6 @@ const TrainingTile* tile_showing(int category, const std::vector<PreparedSample>
     }
   }
   return nullptr;
-}
-
-/// Categories that are not yet judged by enough samples.
-std::uint64_t wanted_of(const std::vector<int>& judged) {
-  std::uint64_t wanted = 0;
-  for (std::size_t c = 0; c < judged.size(); ++c) {
-    if (judged[c] < kEnoughJudged) wanted |= std::uint64_t{1} << c;
-  }
-  return wanted;
-}
-
-/// The sample, neither held out nor taken, that shows most of the categories wanted; the number of
-/// samples, if none shows any.
-std::size_t most_wanted(const std::vector<PreparedSample>& samples, const std::vector<bool>& held,
-                        const std::vector<std::size_t>& taken, std::uint64_t wanted) {
-  std::size_t best = samples.size(), most = 0;
-  for (std::size_t i = 0; i < samples.size(); ++i) {
-    if (held[i] || std::find(taken.begin(), taken.end(), i) != taken.end()) continue;
-    const std::size_t shown = std::bitset<64>(categories_in(samples[i]) & wanted).count();
-    if (shown > most) {
-      best = i;
-      most = shown;
-    }
-  }
-  return best;
 }
 
 class HeldOutChoice {
@@ -106,6 +70,12 @@ class HeldOutChoice {
 
 }  // namespace
 
+std::uint64_t categories_in(const PreparedSample& sample) {
+  std::uint64_t present = 0;
+  for (const TrainingTile& tile : sample.tiles) present |= categories_in(tile);
+  return present;
+}
+
 std::vector<int> count_occurrences(const std::vector<PreparedSample>& samples, int categories) {
   std::vector<int> counts(categories);
   for (const PreparedSample& sample : samples) {
@@ -113,32 +83,6 @@ std::vector<int> count_occurrences(const std::vector<PreparedSample>& samples, i
     for (int c = 0; c < categories; ++c) counts[c] += present >> c & 1;
   }
   return counts;
-}
-
-Rotation choose_rotation(const std::vector<PreparedSample>& samples, const std::vector<bool>& held,
-                         int categories) {
-  const std::vector<int> occurrences = count_occurrences(samples, categories);
-  std::vector<int> judged(categories);
-  Rotation rotation;
-  for (std::size_t i = 0; i < samples.size(); ++i) {
-    const std::uint64_t present = categories_in(samples[i]);
-    for (int c = 0; c < categories; ++c) judged[c] += held[i] && (present >> c & 1);
-  }
-  std::uint64_t rare = 0;
-  for (int c = 0; c < categories; ++c) {
-    const bool seldom = 3 * static_cast<std::size_t>(occurrences[c]) < samples.size();
-    if (!seldom || occurrences[c] < 2 || judged[c] >= kEnoughJudged) continue;
-    rare |= std::uint64_t{1} << c;
-    rotation.categories.push_back(c);
-  }
-  while (rotation.samples.size() < kMostRotations) {
-    const auto next = most_wanted(samples, held, rotation.samples, rare & wanted_of(judged));
-    if (next == samples.size()) break;
-    rotation.samples.push_back(next);
-    const std::uint64_t present = categories_in(samples[next]);
-    for (int c = 0; c < categories; ++c) judged[c] += present >> c & 1;
-  }
-  return rotation;
 }
 
 std::vector<bool> choose_held_out(const std::vector<PreparedSample>& samples, int categories) {

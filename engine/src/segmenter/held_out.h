@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "segmenter/prepare.h"
+#include "segmenter/preparation.h"
 
 namespace telvar::segmenter {
 
@@ -20,14 +20,8 @@ std::vector<bool> choose_held_out(const std::vector<PreparedSample>& samples, in
 std::vector<const TrainingTile*> choose_judging(const std::vector<PreparedSample>& samples,
                                                 const std::vector<bool>& held, int categories);
 
-/// Of categories in few of the samples, those held out tell little: samples to judge them by
-/// besides, one after the other, each by a network that has learned from the rest.
-struct Rotation {
-  std::vector<std::size_t> samples;  // none of them held out; at most two
-  std::vector<int> categories;       // ascending
-};
-Rotation choose_rotation(const std::vector<PreparedSample>& samples, const std::vector<bool>& held,
-                         int categories);
+/// Bit c: the sample has pixels of category c.
+std::uint64_t categories_in(const PreparedSample& sample);
 
 /// How many samples each category occurs in.
 std::vector<int> count_occurrences(const std::vector<PreparedSample>& samples, int categories);

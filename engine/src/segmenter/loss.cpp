@@ -1,7 +1,7 @@
+#include "segmenter/loss.h"
+
 #include <algorithm>
 #include <cmath>
-
-#include "segmenter/network.h"
 
 namespace telvar::segmenter {
 namespace {

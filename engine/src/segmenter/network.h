@@ -37,18 +37,4 @@ struct Growth {
 nn::Network grow_net(const nn::Network& old, const Growth& planes, const Growth& categories,
                      std::uint64_t seed);
 
-/// What the crops of a chunk show: a flag for each pixel and category (channels innermost) whether
-/// the pixel belongs to it, and one for each crop and category whether that is known at all.
-struct ChunkTargets {
-  int crops = 0;
-  std::size_t pixels = 0;  // of a crop
-  int categories = 0;
-  std::vector<std::uint8_t> belongs;  // crops x pixels x categories
-  std::vector<std::uint8_t> known;    // crops x categories
-};
-
-/// Mean binary cross-entropy over known labels, plus soft Dice loss (Milletari et al. 2016) over
-/// the categories that occur. `logits` and `gradient`: crops x pixels x categories.
-double segmentation_loss(const float* logits, const ChunkTargets& targets, float* gradient);
-
 }  // namespace telvar::segmenter

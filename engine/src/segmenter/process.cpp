@@ -1,6 +1,6 @@
 #include "core/library_threads.h"
 #include "segmenter/dataset.h"
-#include "segmenter/prepare.h"
+#include "segmenter/preparation.h"
 #include "segmenter/segmenter.h"
 #include "telvar/segmenter.h"
 

@@ -2,7 +2,7 @@
 
 namespace telvar::segmenter {
 
-Segmenter::Segmenter(ModelState state, unsigned threads)
+Segmenter::Segmenter(SegmenterState state, unsigned threads)
     : pool_(threads),
       categories_(std::move(state.categories)),
       predictor_(state.net, state.input),

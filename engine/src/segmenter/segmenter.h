@@ -8,8 +8,8 @@
 
 #include "core/regions.h"
 #include "core/worker_pool.h"
-#include "segmenter/model_state.h"
-#include "segmenter/predictor.h"
+#include "segmenter/inference.h"
+#include "segmenter/state.h"
 #include "telvar/image.h"
 
 namespace telvar::segmenter {
@@ -17,9 +17,9 @@ namespace telvar::segmenter {
 /// May be used from several threads at once.
 class Segmenter {
  public:
-  /// `threads` as a WorkerPool takes them. Throws what read_model throws.
+  /// `threads` as a WorkerPool takes them. Throws what read_state throws.
   Segmenter(const std::string& artifact, unsigned threads)
-      : Segmenter(read_model(artifact), threads) {}
+      : Segmenter(read_state(artifact), threads) {}
 
   /// One 8-bit gray image for each category of the model, in the checked region's size: the
   /// probability 0..255.
@@ -27,7 +27,7 @@ class Segmenter {
                                               const core::Region& region) const;
 
  private:
-  Segmenter(ModelState state, unsigned threads);
+  Segmenter(SegmenterState state, unsigned threads);
 
   mutable core::WorkerPool pool_;
   std::vector<std::string> categories_;

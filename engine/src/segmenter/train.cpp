@@ -6,10 +6,10 @@
 #include "segmenter/dataset.h"
 #include "segmenter/held_out.h"
 #include "segmenter/limits.h"
-#include "segmenter/model_state.h"
-#include "segmenter/prepare.h"
+#include "segmenter/preparation.h"
+#include "segmenter/state.h"
 #include "segmenter/train_cache.h"
-#include "segmenter/trainer.h"
+#include "segmenter/training.h"
 #include "telvar/exceptions.h"
 #include "telvar/segmenter.h"
 
@@ -48,8 +48,8 @@ std::tuple<std::string, std::string> train_checked(const std::string& artifact,
                                                    const types::ImageLoader& loader,
                                                    const types::ImageLoader& mask_loader,
                                                    TrainCache& cache, core::Monitor& monitor) {
-  std::optional<engine::ModelState> base;
-  if (!artifact.empty()) base = engine::read_model(artifact);
+  std::optional<engine::SegmenterState> base;
+  if (!artifact.empty()) base = engine::read_state(artifact);
   engine::check_training_parameters(parameters);
   const auto request = engine::parse_training_dataset(dataset, base ? 1 : engine::kMinSamples);
   const std::vector<std::string> old = base ? base->categories : std::vector<std::string>{};
@@ -61,7 +61,7 @@ std::tuple<std::string, std::string> train_checked(const std::string& artifact,
   const auto trained =
       engine::train_model(base ? &*base : nullptr, categories, std::move(samples), pool);
   auto answer = std::make_tuple(engine::write_training_result(static_cast<float>(trained.score)),
-                                engine::write_model(trained.state));
+                                engine::write_state(trained.state));
   session.commit();
   return answer;
 }

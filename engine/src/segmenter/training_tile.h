@@ -44,6 +44,8 @@ struct TrainingTile {
   }
 };
 
+using Tiles = std::vector<const TrainingTile*>;
+
 inline bool bit_at(const std::string& bits, std::size_t index) {
   return (static_cast<unsigned char>(bits[index / 8]) >> (index % 8)) & 1;
 }

@@ -11,8 +11,8 @@
 #include "segmenter/calibration.h"
 #include "segmenter/context.h"
 #include "segmenter/context_training.h"
-#include "segmenter/model_state.h"
 #include "segmenter/network.h"
+#include "segmenter/state.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::segmenter {
@@ -97,8 +97,8 @@ TrainingTile blank_tile(int width, int height) {
 }
 
 /// A model that has never been trained, with one exemplar of a region of 400 x 300.
-ModelState make_model() {
-  ModelState model;
+SegmenterState make_model() {
+  SegmenterState model;
   model.categories = {"a", "b"};
   model.net = make_initial_net(model.input.planes() + 2, 2, 1);
   for (int i = 0; i < 2; ++i) {
@@ -114,8 +114,8 @@ ModelState make_model() {
 }
 
 TEST(Context, SurvivesTheArtifact) {
-  const std::string bytes = write_model(make_model());
-  const ModelState back = read_model(bytes);
+  const std::string bytes = write_state(make_model());
+  const SegmenterState back = read_state(bytes);
   EXPECT_EQ(back.context.nets.size(), 2U);
   EXPECT_TRUE(back.context.positions);
   EXPECT_TRUE(back.input.mirrored);
@@ -123,23 +123,24 @@ TEST(Context, SurvivesTheArtifact) {
   EXPECT_EQ(back.exemplars[0].origin.overview, 1);
   EXPECT_EQ(back.exemplars[0].origin.place.y, 220);
   EXPECT_EQ(back.exemplars[1].origin.overview, -1);
-  EXPECT_EQ(write_model(back), bytes);
+  EXPECT_EQ(write_state(back), bytes);
 }
 
 TEST(Context, ArtifactsThatContradictThemselvesAreRefused) {
-  const std::pair<const char*, void (*)(ModelState&)> changes[] = {
-      {"a fold without a network", [](ModelState& m) { m.overviews[0].fold = 2; }},
-      {"an overview that is not there", [](ModelState& m) { m.exemplars[0].origin.overview = 2; }},
-      {"a place beyond the region", [](ModelState& m) { m.exemplars[0].origin.place.x = 301; }},
+  const std::pair<const char*, void (*)(SegmenterState&)> changes[] = {
+      {"a fold without a network", [](SegmenterState& m) { m.overviews[0].fold = 2; }},
+      {"an overview that is not there",
+       [](SegmenterState& m) { m.exemplars[0].origin.overview = 2; }},
+      {"a place beyond the region", [](SegmenterState& m) { m.exemplars[0].origin.place.x = 301; }},
       {"more networks than there may be",
-       [](ModelState& m) { m.context.nets.resize(5, m.context.nets[0]); }},
+       [](SegmenterState& m) { m.context.nets.resize(5, m.context.nets[0]); }},
       {"a network without its planes",
-       [](ModelState& m) { m.net = make_initial_net(m.input.planes(), 2, 1); }},
+       [](SegmenterState& m) { m.net = make_initial_net(m.input.planes(), 2, 1); }},
   };
   for (const auto& [name, change] : changes) {
-    ModelState model = make_model();
+    SegmenterState model = make_model();
     change(model);
-    EXPECT_THROW(read_model(write_model(model)), types::invalid_training_artifact) << name;
+    EXPECT_THROW(read_state(write_state(model)), types::invalid_training_artifact) << name;
   }
 }
 

@@ -7,8 +7,8 @@
 #include "core/bytes.h"
 #include "segmenter/blend.h"
 #include "segmenter/exemplars.h"
+#include "segmenter/inference.h"
 #include "segmenter/network.h"
-#include "segmenter/predictor.h"
 #include "segmenter/tiling.h"
 #include "segmenter/training_tile.h"
 

@@ -11,7 +11,8 @@
 #include "segmenter/evaluation.h"
 #include "segmenter/held_out.h"
 #include "segmenter/limits.h"
-#include "segmenter/prepare.h"
+#include "segmenter/preparation.h"
+#include "segmenter/rotation.h"
 
 namespace telvar::segmenter {
 namespace {

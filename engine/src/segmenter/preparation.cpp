@@ -1,4 +1,4 @@
-#include "segmenter/prepare.h"
+#include "segmenter/preparation.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "segmenter/predictor.h"
+#include "segmenter/inference.h"
 
 #include <algorithm>
 #include <cmath>

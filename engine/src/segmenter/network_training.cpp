@@ -1,7 +1,7 @@
-#include "segmenter/chunk.h"
+#include "segmenter/network_training.h"
 
 #include "nn/passes.h"
-#include "segmenter/network.h"
+#include "segmenter/loss.h"
 
 namespace telvar::segmenter {
 namespace {
@@ -30,7 +30,8 @@ double chunk_loss(nn::ChunkPass& pass, const Lesson& lesson, core::Random& rando
 
 }  // namespace
 
-void teach(nn::Network& net, const Lesson& lesson, nn::TrainingPlan plan, core::WorkerPool& pool) {
+void train_network(nn::Network& net, const Lesson& lesson, nn::TrainingPlan plan,
+                   core::WorkerPool& pool) {
   plan.chunks = kChunks;
   plan.average_decay = 0.98;
   const int side = lesson.fresh.side();

@@ -1,4 +1,4 @@
-#include "segmenter/model_state.h"
+#include "segmenter/state.h"
 
 #include <cmath>
 
@@ -58,7 +58,7 @@ ContextModel read_context(core::ByteReader& reader, const InputSpec& input, int 
   return context;
 }
 
-void read_overviews(core::ByteReader& reader, int categories, ModelState& model) {
+void read_overviews(core::ByteReader& reader, int categories, SegmenterState& model) {
   const int nets = static_cast<int>(model.context.nets.size());
   model.overviews.resize(reader.count("overviews", 0, kMaxExemplars));
   for (Overview& overview : model.overviews) {
@@ -78,8 +78,8 @@ void read_overviews(core::ByteReader& reader, int categories, ModelState& model)
   }
 }
 
-ModelState read_payload(core::ByteReader& reader, std::uint32_t version) {
-  ModelState model;
+SegmenterState read_payload(core::ByteReader& reader, std::uint32_t version) {
+  SegmenterState model;
   model.categories = read_categories(reader);
   model.input = read_input(reader);
   const auto categories = static_cast<int>(model.categories.size());
@@ -100,7 +100,7 @@ ModelState read_payload(core::ByteReader& reader, std::uint32_t version) {
   return model;
 }
 
-void write_overviews(core::ByteWriter& writer, const ModelState& model) {
+void write_overviews(core::ByteWriter& writer, const SegmenterState& model) {
   writer.u32(static_cast<std::uint32_t>(model.overviews.size()));
   for (const Overview& overview : model.overviews) {
     write_tile(writer, overview.tile);
@@ -115,7 +115,7 @@ void write_overviews(core::ByteWriter& writer, const ModelState& model) {
 
 }  // namespace
 
-std::string write_model(const ModelState& model) {
+std::string write_state(const SegmenterState& model) {
   core::ByteWriter writer;
   writer.u32(static_cast<std::uint32_t>(model.categories.size()));
   for (const std::string& category : model.categories) writer.text(category);
@@ -133,7 +133,7 @@ std::string write_model(const ModelState& model) {
   return core::write_artifact(core::Tool::kSegmenter, kVersion, writer.bytes());
 }
 
-ModelState read_model(const std::string& artifact) {
+SegmenterState read_state(const std::string& artifact) {
   const auto opened = core::open_artifact(artifact, core::Tool::kSegmenter, kVersion);
   return core::parse_payload(core::Tool::kSegmenter, opened.payload, [&](core::ByteReader& reader) {
     return read_payload(reader, opened.version);

@@ -14,8 +14,6 @@ namespace telvar::segmenter {
 constexpr int kChunks = 2;
 constexpr int kCropsPerChunk = 4;
 
-using Tiles = std::vector<const TrainingTile*>;
-
 /// Where a training's crops come from: `fresh` and, in turn with it, `rehearsed` if it has any.
 struct Lesson {
   CropSource fresh, rehearsed;
@@ -23,6 +21,7 @@ struct Lesson {
 };
 
 /// Trains a network on crops of a lesson in place.
-void teach(nn::Network& net, const Lesson& lesson, nn::TrainingPlan plan, core::WorkerPool& pool);
+void train_network(nn::Network& net, const Lesson& lesson, nn::TrainingPlan plan,
+                   core::WorkerPool& pool);
 
 }  // namespace telvar::segmenter

@@ -22,7 +22,7 @@ struct Overview {
   int fold = kUnseen;  // which context network has not learned from it
 };
 
-struct ModelState {
+struct SegmenterState {
   std::vector<std::string> categories;  // ascending; also the order of the network's outputs
   InputSpec input;
   nn::Network net;
@@ -31,10 +31,10 @@ struct ModelState {
   std::vector<Overview> overviews;      // of the exemplars' regions
 };
 
-std::string write_model(const ModelState& model);
+std::string write_state(const SegmenterState& model);
 
 /// Throws invalid_training_artifact, training_artifact_tool_type_error,
 /// training_artifact_unsupported_version.
-ModelState read_model(const std::string& artifact);
+SegmenterState read_state(const std::string& artifact);
 
 }  // namespace telvar::segmenter

@@ -1,0 +1,45 @@
+#include "segmenter/effort.h"
+
+#include <algorithm>
+
+namespace telvar::segmenter {
+namespace {
+
+constexpr Effort kFromNothing{5, 60, 105, 120, 0.5, 3e-3, 200};
+
+/// More of the steps are made with all of the images.
+constexpr Effort kFromFew{4, 60, 80, 300, 1.0, 3e-3, 0};
+
+constexpr Effort kFineTuning{1, 60, 20, 20, 0.5, 2e-3, 60};
+
+constexpr Effort kTouchingUp{1, 20, 6, 6, 0.5, 1e-3, 0};
+
+/// What a round adds at least to a good score; and what one of two rounds running adds at least to
+/// a fair one, beyond the best before them.
+constexpr double kLeastGain = 0.005;
+constexpr double kFairScore = 0.6;
+constexpr double kLeastProgress = 0.01;
+
+}  // namespace
+
+Effort effort_from_nothing(std::size_t samples) {
+  return samples <= kFew ? kFromFew : kFromNothing;
+}
+
+Effort effort_of_fine_tuning() {
+  return kFineTuning;
+}
+
+Effort effort_of_touching_up() {
+  return kTouchingUp;
+}
+
+bool Progress::is_over(double score) {
+  const bool idle = score - last_ < kLeastGain;
+  rounds_without_progress_ = score < best_ + kLeastProgress ? rounds_without_progress_ + 1 : 0;
+  last_ = score;
+  best_ = std::max(best_, score);
+  return (score >= kGoodScore && idle) || (score >= kFairScore && rounds_without_progress_ >= 2);
+}
+
+}  // namespace telvar::segmenter
