@@ -2,7 +2,7 @@
 """Prints the tables of the character reader and its peers; README.md describes them.
 
 run.py --programs DIR --work DIR [--group develop|choose|final ...] [--train 20 [5 50 ...]]
-       [--style NAME ...] [--only codes|letter|speed] [--keep-peers] [--json FILE]
+       [--style NAME ...] [--only codes|fine-tuning|letter|speed] [--keep-peers] [--json FILE]
 
 Every run of the group 'final' is recorded in final_runs.tsv beside this file.
 """
@@ -15,11 +15,13 @@ import sys
 
 import calibration
 import final_record
+import fine_tuning
 import letter
 import score
 import tables
 from generator import texts
 from generator.groups import GROUPS
+from programs import Programs, measure
 
 ALL_STYLES = [name for group in GROUPS.values() for name in group.styles]
 FRAMES = "/usr/share/visp-images-data/ViSP-images"
@@ -28,45 +30,6 @@ PAGE_VARIANTS = [(mode, source) for mode in ("3", "6", "11")
                  for source in ("raw", "double", "normal", "binary")]
 LINE_VARIANTS = [(mode, source) for mode in ("line7", "line13")
                  for source in ("raw", "double", "normal", "binary")]
-
-
-class Programs:
-    """The measuring programs, one call each. Tesseract gets one thread: its own do not pay."""
-
-    def __init__(self, folder):
-        self._folder = folder
-
-    def _run(self, name, *arguments):
-        command = [os.path.join(self._folder, name), *map(str, arguments)]
-        environment = dict(os.environ, OMP_THREAD_LIMIT="1") if name == "tesseract_peer" else None
-        answer = subprocess.run(command, check=True, text=True, stdout=subprocess.PIPE,
-                                env=environment)
-        return answer.stdout.split()
-
-    def train(self, folder, images, artifact):
-        wall_ms, cpu_ms, value = map(float, self._run("ocr_bench", "train", folder, images,
-                                                      artifact))
-        return {"train_wall_s": wall_ms / 1e3, "train_cpu_s": cpu_ms / 1e3, "held_back": value}
-
-    def read(self, artifact, folder, out, way="read"):
-        """`way` is read, read-inverted (light and dark exchanged) or read-patterns."""
-        self._run("ocr_bench", way, artifact, folder, out)
-
-    def tesseract(self, folder, out, mode, source, images, whitelist):
-        self._run("tesseract_peer", folder, out, mode, source, images, whitelist)
-
-    def hog_svm(self, train, images, test):
-        errors, characters, *chosen = map(float, self._run("hog_svm_peer", train, images, test))
-        return {"character_error": errors / characters, "patch_gamma_c": chosen}
-
-
-def measure(stem, truth, images=None):
-    """Scores the readings of `stem` on the first `images` of `truth`."""
-    files = sorted(truth)[:images]
-    read = score.lines_of(score.read_table(stem + ".chars.tsv"))
-    error, exact = score.score({file: truth[file] for file in files}, read)
-    wall, cpu = score.mean_cost(stem + ".cost.tsv")
-    return {"character_error": error, "exact_lines": exact, "wall_ms": wall, "cpu_ms": cpu}
 
 
 def measure_reader(programs, artifact, test, stem, truth):
@@ -188,7 +151,7 @@ def parse():
     parser.add_argument("--train", type=int, nargs="+", default=[20], help="training images")
     parser.add_argument("--group", nargs="+", default=["develop"], choices=list(GROUPS))
     parser.add_argument("--style", nargs="+", choices=ALL_STYLES, help="these of the groups only")
-    parser.add_argument("--only", choices=("codes", "letter", "speed"))
+    parser.add_argument("--only", choices=("codes", "fine-tuning", "letter", "speed"))
     parser.add_argument("--keep-peers", action="store_true",
                         help="take the peers' rows of an earlier run in the same folder")
     parser.add_argument("--json", help="write all figures here")
@@ -234,6 +197,11 @@ def main():
             results[f"codes, {group}"] = without_verdicts(found)
             if group == "final" and found:
                 final_record.append(found)
+    if options.only in (None, "fine-tuning"):
+        for style in sorted({style for pair in fine_tuning.PAIRS for style in pair}):
+            generate(options, data, style)
+        results["fine-tuning"] = fine_tuning.measure_pairs(programs, data, work, options.train[0])
+        tables.print_fine_tuning(results["fine-tuning"])
     if options.only in (None, "letter"):
         results["letter"] = measure_letter(programs, work)
         tables.print_letter(results["letter"])

@@ -80,6 +80,20 @@ def print_calibration(group, results):
             print(f"| {low} | {high} | {count} | {percent(mean)} | {percent(right)} |")
 
 
+def print_fine_tuning(rows):
+    """`rows` are fine_tuning.measure_pair's."""
+    print("\nA reader of the first style, trained further on the second: exact lines\n")
+    print("| first, second | second: anew | trained further | first: before | after "
+          "| training CPU s: anew | further |\n|---|---|---|---|---|---|---|")
+    for row in rows:
+        print(f"| {row['first']}, {row['second']} | {percent(row['anew'])} "
+              f"| {percent(row['further'])} | {percent(row['before'])} | {percent(row['after'])} "
+              f"| {number(row['anew_cpu_s'])} | {number(row['further_cpu_s'])} |")
+    gain, loss = (100 * sum(row[new] - row[old] for row in rows) / len(rows)
+                  for new, old in (("further", "anew"), ("after", "before")))
+    print(f"\nMean: second style {gain:+.1f} points, first style {loss:+.1f}.")
+
+
 def print_letter(rows):
     print("\nScanned letter: marked characters that were not trained on\n")
     print("| reader | errors | marks | error | CPU ms | training CPU s |\n|---|---|---|---|---|---|")
