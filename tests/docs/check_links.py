@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""check_links.py ROOT: every relative link in a Markdown file must lead to a file or a heading."""
+"""check_links.py ROOT: every relative link in a Markdown file must lead to a file or a heading, and every scripts/NAME exist."""
 import pathlib
 import re
 import sys
 
 GENERATED = re.compile(r"^(build|\.)")
+SCRIPT = re.compile(r"(?<![\w/])scripts/[\w-]+(?:\.[\w]+)?")
 
 
 def anchors(document):
@@ -20,7 +21,9 @@ def main():
     links = 0
     faults = []
     for document in documents:
-        text = re.sub(r"```.*?```|`[^`\n]*`", "", document.read_text(), flags=re.S)
+        whole = document.read_text()
+        faults += [f"{document.relative_to(root)}: no {script}" for script in SCRIPT.findall(whole) if not (root / script).exists()]
+        text = re.sub(r"```.*?```|`[^`\n]*`", "", whole, flags=re.S)
         for target in re.findall(r"\]\(([^)\s]+)\)", text):
             if re.match(r"[a-z]+:", target):
                 continue

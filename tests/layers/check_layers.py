@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""check_layers.py ROOT: folders include downwards only, in the order that layers.toml gives."""
+"""check_layers.py ROOT: a folder includes only those that stand before it in layers.toml."""
 import dataclasses
 import pathlib
 import posixpath
