@@ -4,9 +4,11 @@
 // once; training (nn/training.h) and inference (nn/inference.h) both follow the list.
 //
 //   Network net;
-//   const Node image = net.input(1);
-//   const Node stem = net.convolution("stem", image, 32, {.kernel = 5, .stride = 2});
-//   const Node fine = net.convolution("fine", stem, 32, {.residual = stem});
+//   ConvolutionOptions first, second;
+//   first.kernel = 5;
+//   first.stride = 2;
+//   second.residual = net.convolution("stem", net.input(1), 32, first);
+//   const Node fine = net.convolution("fine", second.residual, 32, second);
 //   net.pointwise("head", fine, 10);
 //   net.initialise(random);
 //

@@ -47,7 +47,7 @@ ChosenExpert ExpertChoice::choose(std::vector<Expert>& experts) {
       newcomer.net = expert.net;
     }
     if (experts.size() < kMaxExperts) return {std::move(newcomer), true, fresh_};
-    expert.net = std::move(newcomer.net);
+    expert.net = std::move(newcomer.net);  // the base's, if it reads the new images better
   }
   experts.erase(place);
   return {std::move(expert), false, best_read_by(*best, counts)};

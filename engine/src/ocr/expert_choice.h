@@ -28,7 +28,9 @@ class ExpertChoice {
 
   /// The expert that reads the new images best, taken out of `experts`, if it reads them well;
   /// otherwise a new one, which starts from it or from the built-in base, whichever reads them
-  /// better. Where there are as many experts as there may be, the best one learns in any case.
+  /// better. Where there are as many experts as there may be, the best one learns in any case: with
+  /// the base's weights in place of its own where these read the new images better, so that its
+  /// exemplars alone tell it what it knew.
   ChosenExpert choose(std::vector<Expert>& experts);
 
   /// Removes the experts whose marks `net`, which a new expert has learned on a part of its

@@ -26,6 +26,7 @@ constexpr double kFullyLabelled = 0.1;
 constexpr double kLeastGain = 0.003;
 /// Rounds end when so many of them in a row brought nothing.
 constexpr int kPatience = 2;
+/// Rounds end at once when this share of the held-out labels is read: little is left to gain.
 constexpr double kAsGoodAsAll = 0.998;
 
 }  // namespace

@@ -49,8 +49,8 @@ class NetworkInference {
   int categories() const { return categories_; }
 
   /// The votes of all cells above kVoteThreshold, row by row of each piece. The pieces, and so the
-  /// votes, do not depend on the number of threads. Takes about 200 MB a thread at most with 40
-  /// categories, and the votes. Throws invalid_image_size beyond kMaxVoteScores.
+  /// votes, do not depend on the number of threads. Memory: docs/engine.md#memory. Throws
+  /// invalid_image_size beyond kMaxVoteScores.
   std::vector<CellVote> votes(const GraySource& source, core::WorkerPool& pool) const;
 
  private:

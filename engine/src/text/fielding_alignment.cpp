@@ -11,10 +11,10 @@ LogScore plus(LogScore a, LogScore b) {
   return a == kImpossible || b == kImpossible ? kImpossible : a + b;
 }
 
-/// Fills the table of one pattern line against one recognised line, row by row. After row p,
-/// `best[c]` is the best score of the first p positions within the first c characters, for the c
-/// that leave room for the other positions. `on_match(p, c)`: position p takes character c, counted
-/// from 0, in the best alignment up to there.
+/// Fills the table of one pattern line against one recognised line, row by row. After row p, which
+/// counts from 0, `best[s]` is the best score of the first p + 1 positions with s characters left
+/// out before or between them. `on_match(p, s)`: position p takes character p + s in the best
+/// alignment up to there.
 template <typename OnMatch>
 LogScore align_line(const PatternLine& line, const RecognisedLine& recognised,
                     const RecognisedSample& sample, OnMatch on_match) {
@@ -51,8 +51,8 @@ std::vector<Match> trace_line(const PatternLine& line, const RecognisedLine& rec
   return matches;
 }
 
-/// Fills the table of pattern lines against recognised lines in the same way; `on_match(i, j)`:
-/// pattern line i takes recognised line j in the best alignment up to there.
+/// Fills the table of pattern lines against recognised lines in the same way; `on_match(i, s)`:
+/// pattern line i takes recognised line i + s in the best alignment up to there.
 template <typename OnMatch>
 LogScore align_lines(const Pattern& pattern, const std::vector<const RecognisedLine*>& lines,
                      const RecognisedSample& sample, OnMatch on_match) {
