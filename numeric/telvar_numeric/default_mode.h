@@ -12,16 +12,30 @@
 
 namespace telvar::numeric {
 
-/// While it lives, the calling thread computes in the default way: rounded to nearest, long double
-/// in full precision, no exception traps; numbers too small to be normal count as zero, where the
-/// processor can. Gives the host's way back, and with it the host's exception flags.
-class DefaultMode {
+/// How a thread computes: rounding, precision, traps, numbers too small to be normal; and the
+/// exception flags.
+class Mode {
  public:
-  DefaultMode() noexcept {
-    std::fegetenv(&host_);
+  /// That of the calling thread.
+  Mode() noexcept {
+    std::fegetenv(&environment_);
 #if defined(TELVAR_HAS_SSE)
-    host_control_ = _mm_getcsr();
+    control_ = _mm_getcsr();
 #endif
+  }
+
+  /// From now on the calling thread computes so.
+  void set() const noexcept {
+    std::fesetenv(&environment_);
+#if defined(TELVAR_HAS_SSE)
+    _mm_setcsr(control_);
+#endif
+  }
+
+  /// From now on the calling thread computes in the default way: rounded to nearest, long double in
+  /// full precision, no exception traps; numbers too small to be normal count as zero, where the
+  /// processor can.
+  static void set_default() noexcept {
     std::fesetenv(FE_DFL_ENV);
 #if defined(TELVAR_HAS_SSE)
     // All of it: not every C library's default environment reaches this register.
@@ -29,20 +43,25 @@ class DefaultMode {
     _mm_setcsr(kMasked | kFlushToZero | kDenormalsAreZero);
 #endif
   }
-  DefaultMode(const DefaultMode&) = delete;
-  DefaultMode& operator=(const DefaultMode&) = delete;
-  ~DefaultMode() {
-    std::fesetenv(&host_);
-#if defined(TELVAR_HAS_SSE)
-    _mm_setcsr(host_control_);
-#endif
-  }
 
  private:
-  std::fenv_t host_;
+  std::fenv_t environment_;
 #if defined(TELVAR_HAS_SSE)
-  unsigned host_control_;  // MXCSR
+  unsigned control_;  // MXCSR
 #endif
+};
+
+/// While it lives, the calling thread computes in the default way. Gives the host's way back, and
+/// with it the host's exception flags.
+class DefaultMode {
+ public:
+  DefaultMode() noexcept { Mode::set_default(); }
+  DefaultMode(const DefaultMode&) = delete;
+  DefaultMode& operator=(const DefaultMode&) = delete;
+  ~DefaultMode() { host_.set(); }
+
+ private:
+  Mode host_;
 };
 
 }  // namespace telvar::numeric

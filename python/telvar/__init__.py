@@ -19,7 +19,7 @@ that the library cannot be given a ValueError, both naming the place; out of mem
 raises comes out of the call as it is.
 
 Calls release the GIL. Distinct tools may work at once in distinct threads; calls of one tool wait for each other.
-A training is not interrupted by KeyboardInterrupt but while it asks a loader for images.
+Ctrl-C in the main thread cancels a training, which leaves the tool as it was.
 """
 
 from telvar._native import (

@@ -117,8 +117,12 @@ Seen everything_seen() {
   auto pages = samples::ToRead();  // with numbers that single precision must round
   pages.height += 0.1;
   for (auto& page : pages.trainData) page.assignments.front().firstValue += 0.1;
+  const auto report = [&](const Types::Progress&) {
+    seen.modes.emplace_back();
+    return true;
+  };
   tools.reader->Train(pages, loader);
-  tools.classifier->Train(samples::ToClassify(), loader);
+  tools.classifier->Train(samples::ToClassify(), Types::MonitoredLoader(loader, report));
   tools.segmenter->Train(samples::ToSegment(), loader, noting(seen, samples::LoadMask));
   seen.artifacts = {tools.reader->GetData()->artifact, tools.classifier->GetData()->artifact,
                     tools.segmenter->GetData()->artifact};

@@ -31,8 +31,9 @@ void process_batch(const engine::ClassifierState& state,
 }
 
 std::string process_checked(const std::string& artifact, const std::string& dataset,
-                            const types::ImageLoader& loader, TrainCache& cache) {
-  core::WorkerPool pool;
+                            const types::ImageLoader& loader, TrainCache& cache,
+                            core::Monitor& monitor) {
+  core::WorkerPool pool(monitor);
   engine::ClassifierState state = engine::read_state(artifact, pool);
   engine::prepare_for_inference(state);
   const std::vector<engine::DatasetEntry> entries = engine::parse_batch(dataset);
@@ -53,7 +54,8 @@ std::string process_checked(const std::string& artifact, const std::string& data
 std::string process(const std::string& artifact, const std::string& dataset,
                     const types::ImageLoader& loader, TrainCache& cache) {
   core::LibraryThreadScope scope;
-  return process_checked(artifact, dataset, scope.in_host_mode(loader), cache);
+  core::Monitor monitor(loader, scope);
+  return process_checked(artifact, dataset, scope.in_host_mode(loader), cache, monitor);
 }
 
 }  // namespace telvar::qv::classifier

@@ -80,7 +80,7 @@ std::tuple<std::string, std::string> train(const std::string& artifact, const st
                                            const std::string& parameters,
                                            const types::ImageLoader& loader, TrainCache& cache) {
   core::LibraryThreadScope scope;
-  core::Monitor monitor(loader);
+  core::Monitor monitor(loader, scope);
   return train_checked(artifact, dataset, parameters, scope.in_host_mode(loader), cache, monitor);
 }
 

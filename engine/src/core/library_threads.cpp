@@ -19,33 +19,45 @@ void check_memory_for_openmp() {
   if (block == nullptr) throw std::bad_alloc();
   std::free(block);
 }
-int set_threads(int threads) {
-  const int before = omp_get_max_threads();
+int openmp_threads() {
+  return omp_get_max_threads();
+}
+void set_openmp_threads(int threads) {
   omp_set_num_threads(threads);
-  return before;
 }
 #else
-void check_memory_for_openmp() {}
-int set_threads(int threads) {
-  return threads;
+int openmp_threads() {
+  return 1;
 }
+void set_openmp_threads(int) {}
 #endif
+
+ThreadSettings settings_within_memory() {
+  check_memory_for_openmp();
+  return {};
+}
+
+void set_for_library() {
+  set_openmp_threads(1);
+  numeric::Mode::set_default();
+}
 
 }  // namespace
 
-LibraryThreadScope::LibraryThreadScope() {
-  check_memory_for_openmp();
-  enter();
+ThreadSettings::ThreadSettings() noexcept : openmp_threads_(openmp_threads()) {}
+
+void ThreadSettings::set() const noexcept {
+  mode_.set();
+  set_openmp_threads(openmp_threads_);
+}
+
+LibraryThreadScope::LibraryThreadScope() : host_(settings_within_memory()) {
+  set_for_library();
 }
 
 void LibraryThreadScope::enter() noexcept {
-  threads_ = set_threads(1);
-  mode_.emplace();
-}
-
-void LibraryThreadScope::leave() noexcept {
-  mode_.reset();
-  set_threads(threads_);
+  host_ = ThreadSettings();
+  set_for_library();
 }
 
 }  // namespace telvar::core

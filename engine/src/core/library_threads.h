@@ -3,17 +3,30 @@
 // Keeps the numeric libraries on the calling thread, and computing in the default way.
 
 #include <functional>
-#include <optional>
 #include <utility>
 
 #include "telvar_numeric/default_mode.h"
 
 namespace telvar::core {
 
+/// What can be set of a thread that numeric libraries go by: OpenMP's number of threads, and how
+/// numbers are computed.
+class ThreadSettings {
+ public:
+  /// Those of the calling thread.
+  ThreadSettings() noexcept;
+  /// From now on the calling thread has these.
+  void set() const noexcept;
+
+ private:
+  int openmp_threads_;
+  numeric::Mode mode_;
+};
+
 /// While it lives, OpenMP work of the calling thread stays on that thread, and numbers are computed
 /// in the default mode, whatever the host or the environment set. Restores both. Put one around
 /// everything that is called from outside and uses networks, and pass the host's callbacks through
-/// in_host_mode.
+/// in_host_mode; around those that other threads call, put an InHostMode.
 class LibraryThreadScope {
  public:
   /// Throws std::bad_alloc.
@@ -21,6 +34,19 @@ class LibraryThreadScope {
   LibraryThreadScope(const LibraryThreadScope&) = delete;
   LibraryThreadScope& operator=(const LibraryThreadScope&) = delete;
   ~LibraryThreadScope() { leave(); }
+
+  /// While it lives, the calling thread, any but one that is in a callback through in_host_mode, is
+  /// set as the host set the scope's. What is changed meanwhile is forgotten.
+  class InHostMode {
+   public:
+    explicit InHostMode(const LibraryThreadScope& scope) noexcept { scope.host_.set(); }
+    InHostMode(const InHostMode&) = delete;
+    InHostMode& operator=(const InHostMode&) = delete;
+    ~InHostMode() { own_.set(); }
+
+   private:
+    ThreadSettings own_;
+  };
 
   /// `callback`, called as if the scope did not exist. What it changes of the thread's mode is the
   /// host's mode from then on. Must not outlive the scope.
@@ -46,10 +72,9 @@ class LibraryThreadScope {
   };
 
   void enter() noexcept;
-  void leave() noexcept;
+  void leave() noexcept { host_.set(); }
 
-  int threads_ = 0;
-  std::optional<numeric::DefaultMode> mode_;
+  ThreadSettings host_;
 };
 
 }  // namespace telvar::core

@@ -38,6 +38,7 @@ void Monitor::report() {
     score = score_;
   }
   try {
+    const LibraryThreadScope::InHostMode host(*scope_);
     loader_->report(fraction, score);
   } catch (...) {
     const std::lock_guard<std::mutex> lock(mutex_);

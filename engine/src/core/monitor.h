@@ -5,6 +5,7 @@
 #include <exception>
 #include <mutex>
 
+#include "core/library_threads.h"
 #include "telvar/monitored_loader.h"
 
 namespace telvar::core {
@@ -14,10 +15,10 @@ class Monitor {
  public:
   /// Reports to nobody.
   Monitor() = default;
-  /// Reports to `loader` if it is a types::MonitoredLoader, else to nobody. The loader must live as
-  /// long as the monitor.
-  explicit Monitor(const types::ImageLoader& loader)
-      : loader_(loader.target<types::MonitoredLoader>()) {}
+  /// Reports to `loader` if it is a types::MonitoredLoader, else to nobody: in the host's mode as
+  /// `scope` found it, whatever thread reports. Both must live as long as the monitor.
+  Monitor(const types::ImageLoader& loader, const LibraryThreadScope& scope)
+      : loader_(loader.target<types::MonitoredLoader>()), scope_(&scope) {}
   Monitor(const Monitor&) = delete;
   Monitor& operator=(const Monitor&) = delete;
 
@@ -40,6 +41,7 @@ class Monitor {
   void report();
 
   const types::MonitoredLoader* loader_ = nullptr;
+  const LibraryThreadScope* scope_ = nullptr;
   std::mutex reporting_;  // held by the thread that reports
   std::mutex mutex_;      // of what follows
   std::exception_ptr stopped_;

@@ -104,7 +104,7 @@ std::tuple<std::string, std::string> train(const std::string& artifact, const st
                                            const types::ImageLoader& loader, TrainCache& cache) {
   core::LibraryThreadScope scope;
   core::CacheSession session(cache.impl().store);
-  core::Monitor monitor(loader);
+  core::Monitor monitor(loader, scope);
   auto trained =
       run(take_in(artifact, dataset, parameters), scope.in_host_mode(loader), session, monitor);
   session.commit();

@@ -1,4 +1,5 @@
 #include "core/library_threads.h"
+#include "core/monitor.h"
 #include "segmenter/dataset.h"
 #include "segmenter/preparation.h"
 #include "segmenter/segmenter.h"
@@ -14,7 +15,8 @@ std::string process(const std::string& artifact, const std::string& dataset,
   core::LibraryThreadScope scope;
   const types::ImageLoader loader = scope.in_host_mode(host_loader);
   const types::ResultImageWriter writer = scope.in_host_mode(host_writer);
-  const engine::Segmenter segmenter(artifact, 0);
+  const core::Monitor monitor(host_loader, scope);
+  const engine::Segmenter segmenter(artifact, monitor.threads());
   for (const engine::SampleRequest& request : engine::parse_batch_dataset(dataset)) {
     const engine::LoadedImage loaded = engine::load_image(request, loader);
     auto images = segmenter.segment(types::ImageView(loaded.image), loaded.region);

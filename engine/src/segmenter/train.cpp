@@ -74,7 +74,7 @@ std::tuple<std::string, std::string> train(const std::string& artifact, const st
                                            const types::ImageLoader& mask_loader, TrainCache& cache,
                                            const types::ResultImageWriter&) {
   core::LibraryThreadScope scope;
-  core::Monitor monitor(loader);
+  core::Monitor monitor(loader, scope);
   return train_checked(artifact, dataset, parameters, scope.in_host_mode(loader),
                        scope.in_host_mode(mask_loader), cache, monitor);
 }

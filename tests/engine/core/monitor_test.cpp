@@ -5,7 +5,10 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <cfenv>
+#include <set>
 #include <stdexcept>
+#include <thread>
 
 #include "core/worker_pool.h"
 
@@ -22,7 +25,8 @@ types::ImageLoader plain_loader = [](const std::string&) { return types::Image()
 TEST(Monitor, TellsSharesThatNeverFallWhateverIsExpected) {
   std::vector<double> told;
   const auto loader = loader_with([&](double fraction, double) { told.push_back(fraction); });
-  core::Monitor monitor(loader);
+  core::LibraryThreadScope scope;
+  core::Monitor monitor(loader, scope);
   monitor.check();
   monitor.expect(8);
   monitor.step();
@@ -37,7 +41,8 @@ TEST(Monitor, TellsSharesThatNeverFallWhateverIsExpected) {
 }
 
 TEST(Monitor, SaysNothingToAPlainLoader) {
-  core::Monitor monitor(plain_loader);
+  core::LibraryThreadScope scope;
+  core::Monitor monitor(plain_loader, scope);
   monitor.expect(1);
   monitor.step();
   EXPECT_EQ(monitor.threads(), 0U);
@@ -51,7 +56,8 @@ TEST(Monitor, StopsEveryThreadWithWhatTheReportThrew) {
     --inside;
     if (fraction >= 0.5) throw std::domain_error("enough");
   });
-  core::Monitor monitor(loader);
+  core::LibraryThreadScope scope;
+  core::Monitor monitor(loader, scope);
   core::WorkerPool pool(monitor);
   EXPECT_EQ(pool.threads(), 2U);
   pool.monitor().expect(20000);
@@ -62,6 +68,36 @@ TEST(Monitor, StopsEveryThreadWithWhatTheReportThrew) {
   EXPECT_TRUE(alone);
   EXPECT_LT(steps, 20000);
   EXPECT_THROW(pool.monitor().check(), std::domain_error);
+}
+
+TEST(Monitor, ReportsInTheHostsModeOnWhateverThread) {
+  std::set<std::thread::id> threads;
+  std::set<int> roundings;
+  const auto loader = loader_with([&](double, double) {
+    threads.insert(std::this_thread::get_id());
+    roundings.insert(std::fegetround());
+    std::fesetround(FE_DOWNWARD);  // its own affair
+  });
+  std::fesetround(FE_UPWARD);
+  {
+    core::LibraryThreadScope scope;
+    core::Monitor monitor(loader, scope);
+    core::WorkerPool pool(monitor);
+    std::atomic<int> nearest{0}, begun{0};
+    pool.run(2, [&](int) {
+      for (++begun; begun < 2;) std::this_thread::yield();  // one chunk on each thread
+      for (int i = 0; i < 200; ++i) {
+        pool.monitor().check();
+        nearest += std::fegetround() == FE_TONEAREST ? 1 : 0;
+        std::this_thread::yield();
+      }
+    });
+    EXPECT_EQ(nearest, 400);
+  }
+  EXPECT_EQ(std::fegetround(), FE_UPWARD);
+  std::fesetround(FE_TONEAREST);
+  EXPECT_EQ(threads.size(), 2U);
+  EXPECT_THAT(roundings, testing::ElementsAre(FE_UPWARD));
 }
 
 }  // namespace

@@ -48,7 +48,8 @@ struct TELVAR_TYPES_API Progress {
 /// Called before every image that is fetched, and by the embedded engine between the steps of a
 /// training (every few to some hundred milliseconds, so it should return soon). It is called on a
 /// thread that the engine chooses, with the embedded engine possibly a thread of its own, one call
-/// at a time. It must not call the tool. An exception cancels too, and with the embedded engine
+/// at a time, and computes in the mode (rounding, small numbers) of the thread that called the
+/// tool. It must not call the tool. An exception cancels too, and with the embedded engine
 /// reaches the caller unchanged.
 using ProgressReport = std::function<bool(const Progress& progress)>;
 
@@ -81,7 +82,8 @@ struct TELVAR_TYPES_API MonitoredLoader {
   ProgressReport report;
 
   /// The most threads that work at the call, its own among them; 0: as many as the process may use.
-  /// No result depends on it.
+  /// Holds for Train and BatchProcess: Process takes no loader. No result depends on it. An engine
+  /// that does not know of it uses as many as it likes.
   unsigned threads = 0;
 };
 
