@@ -153,7 +153,8 @@ cv::Mat drawn_prediction(const cv::Mat& image, const Prediction& prediction,
     }
     case ToolKind::kOcr:
       for (const auto& line : prediction.reading.lines) caption(line.text);
-      return captioned(drawn_reading(image, prediction.reading, region, size), captions);
+      return captioned(drawn_large(drawn_reading(image, prediction.reading, region, size)),
+                       captions);
     case ToolKind::kSegmenter:
       break;
   }
@@ -161,7 +162,7 @@ cv::Mat drawn_prediction(const cv::Mat& image, const Prediction& prediction,
     const double found = cv::countNonZero(map >= 128);
     caption(with_percent(category, found / static_cast<double>(map.total())));
   }
-  return captioned(drawn_segments(image, prediction.maps, region), captions);
+  return captioned(drawn_large(drawn_segments(image, prediction.maps, region)), captions);
 }
 
 }  // namespace telvar_host

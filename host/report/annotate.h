@@ -28,7 +28,7 @@ cv::Mat drawn_large(const cv::Mat& image);
 cv::Mat drawn_segments(const cv::Mat& image, const Probabilities& probabilities,
                        const std::optional<Region>& region);
 
-// What was predicted of the image, with captions.
+// What was predicted of the image, enlarged if tiny, with captions.
 cv::Mat drawn_prediction(const cv::Mat& image, const Prediction& prediction,
                          const std::optional<Region>& region, const NominalSize& size);
 
