@@ -56,6 +56,10 @@ std::vector<std::string> listed_images(const std::vector<std::string>& arguments
 }
 
 std::vector<ListedImage> images_in(const fs::path& folder) {
+  if (is_file(folder)) {
+    throw data_error(utf8(folder) +
+                     ": is a file, not a folder; telvar process takes single images");
+  }
   require_folder(folder);
   Problems problems;
   std::vector<fs::path> files;

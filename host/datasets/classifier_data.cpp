@@ -74,9 +74,9 @@ ClassifierData read_classifier_data(const fs::path& source, Purpose purpose, Pro
     }
   }
   if (data.items.empty() && problems.empty()) {
-    throw data_error(utf8(source) +
-                     ": holds no labelled images; expected a folder per category or "
-                     "labels.csv with file,category");
+    throw no_data_set(source,
+                      "holds no labelled images; expected a folder per category or labels.csv "
+                      "with file,category");
   }
   std::sort(data.items.begin(), data.items.end(),
             [](const auto& a, const auto& b) { return a.id < b.id; });

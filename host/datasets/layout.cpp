@@ -68,6 +68,12 @@ void require_folder(const fs::path& path) {
   throw data_error(utf8(path) + (there ? ": is a file, not a folder" : ": no such folder"));
 }
 
+HostError no_data_set(const fs::path& path, const std::string& why) {
+  return data_error(utf8(path) + ": " + why +
+                    " (docs/datasets.md; telvar convert makes a data set of other programs' "
+                    "labels, telvar batch takes images without any)");
+}
+
 Entries entries_in(const fs::path& folder, Problems& problems) {
   Entries found;
   std::error_code error, lost;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "app/errors.h"
 #include "datasets/problems.h"
 
 namespace telvar_host {
@@ -33,6 +34,9 @@ bool is_folder(const std::filesystem::path& path);
 
 // Throws data_error "PATH: no such folder", or "... is a file, not a folder".
 void require_folder(const std::filesystem::path& path);
+
+// data_error "PATH: WHY" of what is no data set, with the commands that may have been meant.
+HostError no_data_set(const std::filesystem::path& path, const std::string& why);
 
 // What lies directly in a folder, each sorted by name.
 struct Entries {

@@ -50,7 +50,7 @@ OcrData read_part(const fs::path& part) {
                              part);
   }
   if (is_file(part / "chars.tsv")) return read_label_tables(part);
-  throw data_error(utf8(part) + ": has neither labels.json nor chars.tsv");
+  throw no_data_set(part, "has neither labels.json nor chars.tsv");
 }
 
 void require_same_size(const NominalSize& a, const NominalSize& b, const fs::path& part) {

@@ -98,9 +98,9 @@ void require_layout(const fs::path& part) {
   require_folder(part);
   for (const auto* name : {"images", "masks"}) {
     if (!is_folder(part / name)) {
-      throw data_error(utf8(part) + ": has no folder " + name +
-                       "/; expected images/ with masks/<category>/NAME.png, or masks/NAME.png and "
-                       "classes.txt or labelmap.txt");
+      throw no_data_set(part, std::string("has no folder ") + name +
+                                  "/; expected images/ with masks/<category>/NAME.png, or "
+                                  "masks/NAME.png and classes.txt or labelmap.txt");
     }
   }
 }

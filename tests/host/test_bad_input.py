@@ -224,7 +224,12 @@ class BadInput(HostTest):
         self.assertEqual((trained["images"], trained["counts"]), (2, {"fleck": 2}))
 
     def test_what_is_misspelt_gets_a_suggestion(self):
-        for named, arguments in [("'predict' is no command", ["predict", "--help"]), ("did you mean 'process'?", ["proces"]),
+        for named, arguments in [("'predict' is no command; did you mean 'process'? telvar", ["predict", "--help"]),
+                                 ("'proces' is no command; did you mean 'process'?", ["proces", "--data", "x"]),
+                                 ("'telvar' has no option --verzion; did you mean '--version'?", ["--verzion"]),
+                                 ("'train' has no option -x; telvar train --help", ["train", "-x"]),
+                                 ("--data needs a value", ["train", "--tool", "ocr", "--data"]),
+                                 ("'' is no command", [""]),
                                  ("'xyzzyxyzzy' is no command; telvar --help", ["xyzzyxyzzy"]),
                                  ("'train' has no option --sate; did you mean '--state'?",
                                   ["train", "--tool", "ocr", "--data", "x", "--sate", "y"]),
@@ -236,8 +241,17 @@ class BadInput(HostTest):
             self.assertEqual(done.returncode, USAGE)
             self.assertIn(named, done.stderr.decode())
 
+
+    def test_what_a_command_does_not_take_names_the_one_that_does(self):
         self.refused(BAD_DATA, "is a folder; a state is a file, which telvar train writes", "process", "--state",
                      self.scratch, "a.png")
+        image = self.file("nur bilder/a.png", flat(9))
+        for tool in ("ocr", "classifier", "segmenter"):
+            self.refused(BAD_DATA, "telvar convert makes a data set of other programs' labels", "train", "--tool", tool,
+                         "--data", image.parent, "--state", self.scratch / "z")
+        state = self.train("classifier", self.brightness_set())
+        self.refused(BAD_DATA, "telvar process takes single images", "batch", "--state", state, "--data", image,
+                     "--out", self.scratch / "aus")
 
     def test_masks(self):
         data = self.bright_set()
