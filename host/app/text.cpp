@@ -112,6 +112,14 @@ std::string utf8_of(char32_t point) {
           byte(0x80 | ((point >> 6) & 0x3F)), byte(0x80 | (point & 0x3F))};
 }
 
+bool is_isolate(char32_t point) {
+  return point == U'\u2068' || point == U'\u2069';
+}
+
+std::string isolated(const std::string& text) {
+  return utf8_of(U'\u2068') + text + utf8_of(U'\u2069');
+}
+
 std::size_t display_width(std::string_view utf8) {
   return code_points(utf8).size();
 }

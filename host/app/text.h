@@ -26,6 +26,11 @@ std::vector<std::string> split_lines(std::string_view text);
 std::u32string code_points(std::string_view utf8);
 // One code point of those as bytes again.
 std::string utf8_of(char32_t point);
+// `text` between marks that keep its direction of writing to itself: without them, the percentage
+// behind an Arabic name would be shown with its sign in front. The marks are invisible.
+std::string isolated(const std::string& text);
+// Whether a code point is one of those marks.
+bool is_isolate(char32_t point);
 // The number of UTF-8 code points, for column widths.
 std::size_t display_width(std::string_view utf8);
 // `text` with spaces up to `width` code points, for a column of a table: longer text stays whole,

@@ -21,6 +21,7 @@ cv::Mat drawn_in_ascii(const std::string& text) {
   constexpr double kScale = 0.5;
   std::string shown;
   for (const char32_t point : code_points(text)) {
+    if (is_isolate(point)) continue;
     shown += point >= 32 && point < 127 ? static_cast<char>(point) : '?';
   }
   int below = 0;
@@ -69,6 +70,7 @@ Owned<PangoLayout> layout_of(cairo_t* context, const std::string& text,
       pango_font_description_from_string(font_name.empty() ? "Sans 11" : font_name.c_str()));
   pango_layout_set_font_description(layout.get(), font.get());
   pango_layout_set_single_paragraph_mode(layout.get(), TRUE);
+  pango_layout_set_auto_dir(layout.get(), FALSE);  // lines begin at the left, whatever they name
   pango_layout_set_text(layout.get(), text.data(), static_cast<int>(text.size()));
   return layout;
 }

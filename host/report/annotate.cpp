@@ -49,7 +49,7 @@ void draw_region(cv::Mat& canvas, const std::optional<Region>& region) {
 }
 
 std::string with_percent(const std::string& name, double share) {
-  return name + "  " + fixed(100 * share, 1) + " %";
+  return isolated(name) + "  " + fixed(100 * share, 1) + " %";
 }
 
 }  // namespace

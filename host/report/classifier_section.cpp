@@ -73,8 +73,8 @@ std::string mistakes_html(const ClassifierEvaluation& evaluation) {
   std::string cards = "<div class=\"cards\">";
   for (const auto& mistake : evaluation.mistakes) {
     cards += card_html(shrunk(displayable(read_image(mistake.item.file)), 160),
-                       mistake.answer + " " + percent(mistake.score), "is " + mistake.item.category,
-                       mistake.item.id, "bad");
+                       isolated(mistake.answer) + " " + percent(mistake.score),
+                       "is " + isolated(mistake.item.category), mistake.item.id, "bad");
   }
   return details_html(
       "Every wrong answer (" + std::to_string(evaluation.mistakes.size()) + "), the surest first",

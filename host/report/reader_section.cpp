@@ -159,8 +159,9 @@ Section section_of(const ReaderEvaluation& evaluation, const OcrData& data,
     section.figures.insert(section.figures.begin() + 1,
                            {percent(evaluation.exact_line_rate(), 1), "lines read exactly"});
   }
-  section.body = confusions_html(evaluation) + rejects_html(evaluation) +
-                 mistakes_html(evaluation, data, size) + readings_html(evaluation, data, size);
+  section.body = "<div class=\"columns\"><div>" + confusions_html(evaluation) + "</div><div>" +
+                 rejects_html(evaluation) + "</div></div>" + mistakes_html(evaluation, data, size) +
+                 readings_html(evaluation, data, size);
   return section;
 }
 

@@ -28,7 +28,7 @@ cv::Mat comparison(const SegmenterMistake& mistake) {
   std::vector<cv::Mat> panels;
   for (const cv::Mat& panel :
        {shown, drawn_segments(shown, truth, {}), drawn_segments(shown, answers, {}), difference}) {
-    panels.push_back(shrunk(panel, 360));
+    panels.push_back(shrunk(drawn_large(panel), 360));
     panels.push_back(cv::Mat(panels.back().rows, 6, CV_8UC3, cv::Scalar::all(255)));
   }
   panels.pop_back();

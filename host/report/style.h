@@ -45,6 +45,7 @@ padding-right:6px}
 .card.bad b{color:var(--bad)}
 .text{font-family:ui-monospace,"DejaVu Sans Mono",monospace;font-size:14px;white-space:pre-wrap;overflow-wrap:anywhere}
 .text .miss{background:rgba(194,65,12,.25);border-radius:3px;padding:0 1px}
+code{white-space:nowrap}
 img.sharp{image-rendering:pixelated}
 details{margin:14px 0 0}summary{cursor:pointer;font-weight:600;margin-bottom:10px}
 .bar{height:14px;border-radius:4px;background:var(--accent);min-width:2px}
