@@ -1,12 +1,14 @@
 """What typed text is worth beside labels by hand: telvar label on styles of the bench.
 
     typed_text.py --program build/release/bin/telvar --data DIR --work DIR [--styles label inkjet laser]
+                  [--start five nothing] [--placed-only]
 
-DIR after --data holds rendered styles (python3 -m generator). For each style a reader learns from five images labelled by
-hand; with it `telvar label` places the typed text of fifteen others. Printed are how many of these are placed wholly right
-(every character of its category within 0.4 nominal heights, and no other), how many it is sure of, and the character error
-on test images of readers that learned from the five, from the typed text as it was placed, and from the same images
-labelled by hand.
+DIR after --data holds rendered styles (python3 -m generator --style NAME --train 20 --test 40). `telvar label` places the
+typed text of fifteen images of each style: with a reader that learned from five others labelled by hand (--start five), and
+without a state, from common fonts alone (--start nothing). Printed are how many images are placed wholly right (every
+character of its category within 0.4 nominal heights, and no other) and how many it is sure of. Unless --placed-only is given,
+so is the character error on test images of readers that learned from the five, from the typed text as it was placed, and from
+the same images labelled by hand.
 """
 
 import argparse
@@ -55,38 +57,53 @@ def is_wholly_right(image, truth, height):
 
 
 class Bench:
-    def __init__(self, program, work):
-        self.program, self.work = program, work
+    """One style."""
+
+    def __init__(self, program, style, work):
+        self.program, self.work = program, work / style.name
+        train = labelled(style / "train", FIRST + TYPED)
+        self.truth = train[FIRST:]
+        marks = [mark for image in train for mark in image["characters"]]
+        self.size = [statistics.median(mark[side] for mark in marks) for side in "wh"]
+        typed = [{"file": image["file"], "text": image["text"]} for image in self.truth]
+        self.first = self.write("first", train[:FIRST], style / "train")
+        self.typed = self.write("typed", typed, style / "train")
+        self.hand = self.write("hand", self.truth, style / "train")
+        self.test = self.write("test", labelled(style / "test", TESTED), style / "test")
+
+    def write(self, name, images, folder):
+        return write_set(self.work / name, images, folder, self.size)
 
     def telvar(self, *arguments):
-        done = subprocess.run([self.program, *map(str, arguments), "--json", "--quiet"], capture_output=True, check=True)
-        return json.loads(done.stdout)
+        command = [self.program, *map(str, arguments), "--json", "--quiet"]
+        return json.loads(subprocess.run(command, capture_output=True, check=True).stdout)
 
-    def error_after(self, data, test):
-        """The state that is trained on the data, and its character error."""
+    def state_of(self, data):
         state = data.with_suffix(".telvar")
-        self.telvar("train", "--tool", "ocr", "--data", data, "--state", state, "--force")
-        return state, self.telvar("evaluate", "--state", state, "--data", test)["character_error_rate"]
+        if not state.exists():
+            self.telvar("train", "--tool", "ocr", "--data", data, "--state", state)
+        return state
 
-    def measure(self, style):
-        work = self.work / style.name
-        train = labelled(style / "train", FIRST + TYPED)
-        marks = [mark for image in train for mark in image["characters"]]
-        size = [statistics.median(mark[side] for mark in marks) for side in "wh"]
-        typed = [{"file": image["file"], "text": image["text"]} for image in train[FIRST:]]
-        first = write_set(work / "first", train[:FIRST], style / "train", size)
-        typed = write_set(work / "typed", typed, style / "train", size)
-        hand = write_set(work / "hand", train[FIRST:], style / "train", size)
-        test = write_set(work / "test", labelled(style / "test", TESTED), style / "test", size)
-        state, first_error = self.error_after(first, test)
-        placed = work / "placed"
-        found = self.telvar("label", "--state", state, "--data", typed, "--out", placed, "--force")
+    def error_after(self, data):
+        error = self.telvar("evaluate", "--state", self.state_of(data), "--data", self.test)["character_error_rate"]
+        return f"{100 * error:.2f} %"
+
+    def place(self, start):
+        """The data set with places, and what to say of it."""
+        placed = self.work / f"placed-{start}"
+        state = ["--state", self.state_of(self.first)] if start == "five" else []
+        found = self.telvar("label", *state, "--data", self.typed, "--out", placed, "--force")
         images = json.loads((placed / "labels.json").read_text(encoding="utf-8"))["images"]
-        right = sum(is_wholly_right(image, truth, size[1]) for image, truth in zip(images, train[FIRST:]))
-        print(f"{style.name}: {right} of {len(images)} images placed wholly right, {found['sure']} called sure; "
-              f"character error {100 * first_error:.2f} % after {FIRST} labelled images, "
-              f"{100 * self.error_after(placed, test)[1]:.2f} % after typed text, "
-              f"{100 * self.error_after(hand, test)[1]:.2f} % after the same by hand", flush=True)
+        right = [is_wholly_right(image, truth, self.size[1]) for image, truth in zip(images, self.truth)]
+        return placed, f"{sum(right)} of {len(right)} images placed wholly right, {found['sure']} called sure"
+
+    def measure(self, start, placed_only):
+        placed, said = self.place(start)
+        if not placed_only:
+            said += f"; character error {self.error_after(placed)} after typed text, {self.error_after(self.hand)} by hand"
+            if start == "five":
+                said += f", {self.error_after(self.first)} after {FIRST} by hand"
+        print(f"{self.work.name}, from {start}: {said}", flush=True)
 
 
 def main():
@@ -95,9 +112,15 @@ def main():
     options.add_argument("--data", type=pathlib.Path, required=True)
     options.add_argument("--work", type=pathlib.Path, required=True)
     options.add_argument("--styles", nargs="+", default=["label", "inkjet", "laser"])
+    options.add_argument("--start", nargs="+", choices=["five", "nothing"], default=["five", "nothing"])
+    options.add_argument("--placed-only", action="store_true")
     given = options.parse_args()
     for style in given.styles:
-        Bench(given.program, given.work).measure(given.data / style)
+        shutil.rmtree(given.work / style, ignore_errors=True)  # states are of this program
+        bench = Bench(given.program, given.data / style, given.work)
+        for start in given.start:
+            bench.measure(start, given.placed_only)
 
 
-main()
+if __name__ == "__main__":
+    main()
