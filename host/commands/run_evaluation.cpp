@@ -7,6 +7,7 @@
 #include "app/text.h"
 #include "files/state_about.h"
 #include "report/sections.h"
+#include "tools/readable.h"
 
 namespace telvar_host {
 namespace {
@@ -42,7 +43,8 @@ EvaluationRun evaluate_classifier(Session& session, const StateFile& state,
   const auto data = read_classifier_data(source, Purpose::kEvaluate, problems);
   problems.throw_if_any();
   ClassifierTool tool(session, state);
-  const auto evaluation = evaluate(tool, data, session.progress);
+  const auto evaluation = naming_all_unreadable(
+      data, session.progress, "", [&] { return evaluate(tool, data, session.progress); });
   EvaluationRun run;
   run.json = json_of(evaluation);
   run.text = "accuracy " + percent(evaluation.accuracy()) + ", " +
@@ -61,7 +63,9 @@ EvaluationRun evaluate_segmenter(Session& session, const StateFile& state,
   const auto data = read_segmenter_data(source, Purpose::kEvaluate, problems);
   problems.throw_if_any();
   SegmenterTool tool(session, state);
-  const auto evaluation = evaluate(tool, data, session.progress, with_report);
+  const auto evaluation = naming_all_unreadable(data, session.progress, "", [&] {
+    return evaluate(tool, data, session.progress, with_report);
+  });
   EvaluationRun run;
   run.json = json_of(evaluation);
   const auto mean = evaluation.mean_iou();
@@ -95,7 +99,9 @@ EvaluationRun evaluate_reader(Session& session, const StateFile& state,
   problems.throw_if_any();
   const auto size = reading_size(given, state, data);
   ReaderTool tool(session, state);
-  const auto evaluation = evaluate(tool, data, size, session.progress, fielding);
+  const auto evaluation = naming_all_unreadable(data, session.progress, "", [&] {
+    return evaluate(tool, data, size, session.progress, fielding);
+  });
   EvaluationRun run;
   run.json = json_of(evaluation, data);
   run.text = "character error rate " + percent(evaluation.character_error_rate()) + " of " +

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <set>
 
-#include "app/errors.h"
+#include "app/text.h"
 #include "images/read_image.h"
 
 namespace telvar_host {
@@ -53,6 +53,14 @@ std::vector<std::string> remove_unreadable(SegmenterData& data, Progress& progre
 
 std::vector<std::string> remove_unreadable(OcrData& data, Progress& progress) {
   return removed(data.items, progress);
+}
+
+HostError unreadable(const std::vector<std::string>& reasons, const std::string& advice) {
+  if (reasons.size() == 1) return data_error(reasons.front());
+  constexpr std::size_t kMost = 10;
+  std::string text = counted(reasons.size(), "file") + " cannot be read" + advice;
+  for (std::size_t i = 0; i < std::min(kMost, reasons.size()); ++i) text += "; " + reasons[i];
+  return data_error(text + (reasons.size() > kMost ? "; ..." : ""));
 }
 
 }  // namespace telvar_host

@@ -1,6 +1,5 @@
 #include "tools/training.h"
 
-#include <algorithm>
 #include <chrono>
 
 #include "app/errors.h"
@@ -15,15 +14,7 @@
 namespace telvar_host {
 namespace {
 
-std::string listed(const std::vector<std::string>& reasons) {
-  constexpr std::size_t kMost = 10;
-  std::string text =
-      counted(reasons.size(), "file") + " cannot be read (--skip-bad leaves them out)";
-  for (std::size_t i = 0; i < std::min(kMost, reasons.size()); ++i) text += "; " + reasons[i];
-  return text + (reasons.size() > kMost ? "; ..." : "");
-}
-
-// Trains on `data`. When a file cannot be read, the error names all such files, not just the first.
+// Trains on `data`.
 template <typename Tool, typename Data, typename Train>
 TrainingRun timed(Session& session, const StateFile& from, Data& data, bool skip_bad,
                   const Train& train) {
@@ -31,14 +22,9 @@ TrainingRun timed(Session& session, const StateFile& from, Data& data, bool skip
   if (skip_bad) run.skipped = remove_unreadable(data, session.progress);
   Tool tool(session, from);
   const auto start = std::chrono::steady_clock::now();
-  try {
-    run.score = interruptible([&](const StopRequest& stop) { return train(tool, stop); });
-  } catch (const HostError& error) {
-    if (error.code() != ExitCode::kBadData) throw;
-    const auto reasons = remove_unreadable(data, session.progress);
-    if (reasons.empty()) throw;
-    throw data_error(reasons.size() == 1 ? reasons.front() : listed(reasons));
-  }
+  run.score = naming_all_unreadable(data, session.progress, " (--skip-bad leaves them out)", [&] {
+    return interruptible([&](const StopRequest& stop) { return train(tool, stop); });
+  });
   run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   run.state = tool.state();
   run.images = data.items.size();

@@ -215,6 +215,8 @@ class BadInput(HostTest):
         message = self.run_host(*train).err
         self.assertIn("halb.png", message)
         self.assertIn("leer.png: is empty", message)
+        state = self.train("classifier", self.brightness_set("ganz"))
+        self.refused(BAD_DATA, "2 files cannot be read; ", "evaluate", "--state", state, "--data", data)
         trained = self.ok(*train, "--skip-bad")
         self.assertEqual((trained["images"], len(trained["skipped"])), (6, 2))
         mask = self.bright_set() / "masks/fleck/1.png"
