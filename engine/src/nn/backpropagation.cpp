@@ -81,7 +81,7 @@ ChunkPass::ChunkPass(const TrainingKernels& kernels)
 }
 
 const float* ChunkPass::forward() {
-  to_number(input_.floats(), shape(0).count(), number_, nodes_[0].values.data());
+  passes_over(number_).from_floats(input_.floats(), shape(0).count(), nodes_[0].values.data());
   for (std::size_t i = 1; i < nodes_.size(); ++i) forward_layer(static_cast<int>(i));
   return answer_.floats();
 }
@@ -98,9 +98,9 @@ void ChunkPass::forward_layer(int index) {
       forward_pointwise(index);
       break;
     case LayerKind::kJoin:
-      join(number_, nodes_[described.from].values.data(), nodes_[described.beside].values.data(),
-           join_extent(shape(described.from), shape(described.beside)),
-           nodes_[index].values.data());
+      passes_over(number_).join(
+          nodes_[described.from].values.data(), nodes_[described.beside].values.data(),
+          join_extent(shape(described.from), shape(described.beside)), nodes_[index].values.data());
       break;
     case LayerKind::kMean:
       forward_mean(index);
@@ -117,8 +117,8 @@ void ChunkPass::forward_convolution(int index) {
   measure(index);
   const void* residual =
       described.beside == kNone ? nullptr : nodes_[described.beside].values.data();
-  normalise(number_, node.sums.data(), shape(index).extent(), node.scale.data(), node.shift.data(),
-            residual, described.relu, node.values.data());
+  passes_over(number_).normalise(node.sums.data(), shape(index).extent(), node.scale.data(),
+                                 node.shift.data(), residual, described.relu, node.values.data());
 }
 
 /// Statistics of a convolution's sums, and how they are normalised by them.
@@ -128,7 +128,7 @@ void ChunkPass::measure(int index) {
   const Extent extent = shape(index).extent();
   const auto rows = static_cast<double>(extent.rows);
   const auto channels = static_cast<std::size_t>(extent.channels);
-  channel_sums(number_, node.sums.data(), extent, sums_.data(), products_.data());
+  passes_over(number_).channel_sums(node.sums.data(), extent, sums_.data(), products_.data());
   node.scale.resize(channels);
   node.shift.resize(channels);
   node.mean.resize(channels);
@@ -158,9 +158,10 @@ void ChunkPass::forward_pointwise(int index) {
 void ChunkPass::forward_mean(int index) {
   const TensorShape& from = shape(layer(index).from);
   const Extent image{static_cast<std::size_t>(from.height) * from.width, from.channels};
-  mean_places(number_, nodes_[layer(index).from].values.data(), from.images, image,
-              means_.floats());
-  to_number(means_.floats(), shape(index).count(), number_, nodes_[index].values.data());
+  passes_over(number_).mean_places(nodes_[layer(index).from].values.data(), from.images, image,
+                                   means_.floats());
+  passes_over(number_).from_floats(means_.floats(), shape(index).count(),
+                                   nodes_[index].values.data());
 }
 
 void ChunkPass::backward() {
@@ -191,7 +192,7 @@ void ChunkPass::pass_on(Node target, const void* gradient) {
   NodeMemory& node = nodes_[target];
   const std::size_t count = shape(target).count();
   if (node.has_gradient) {
-    add(number_, node.gradient.data(), gradient, count);
+    passes_over(number_).add(node.gradient.data(), gradient, count);
   } else {
     std::memcpy(node.gradient.data(), gradient, count * size_of(number_));
   }
@@ -217,8 +218,9 @@ void ChunkPass::backward_convolution(int index) {
   NodeMemory& node = nodes_[index];
   const Extent extent = shape(index).extent();
   const auto rows = static_cast<double>(extent.rows);
-  gradient_sums(number_, node.gradient.data(), described.relu ? node.values.data() : nullptr,
-                node.sums.data(), extent, sums_.data(), products_.data());
+  passes_over(number_).gradient_sums(node.gradient.data(),
+                                     described.relu ? node.values.data() : nullptr,
+                                     node.sums.data(), extent, sums_.data(), products_.data());
   if (described.beside != kNone) pass_on(described.beside, node.gradient.data());
   for (int c = 0; c < extent.channels; ++c) {
     const double inverse = node.inverse_deviation[c], mean = node.mean[c];
@@ -230,27 +232,27 @@ void ChunkPass::backward_convolution(int index) {
     b_[c] = static_cast<float>(-node.scale[c] * slope);
     c_[c] = static_cast<float>(node.scale[c] * (mean * slope - sums_[c] / rows));
   }
-  combine(number_, node.gradient.data(), node.sums.data(), extent, a_.data(), b_.data(), c_.data(),
-          node.gradient.data());
+  passes_over(number_).combine(node.gradient.data(), node.sums.data(), extent, a_.data(), b_.data(),
+                               c_.data(), node.gradient.data());
   convolution_gradients(index, node.gradient.data());
 }
 
 void ChunkPass::backward_pointwise(int index) {
   const Extent extent = shape(index).extent();
   const float* gradient = answer_gradient_.floats();
-  channel_sums(Number::kFloat, gradient, extent, sums_.data(), products_.data());
+  passes_over(Number::kFloat).channel_sums(gradient, extent, sums_.data(), products_.data());
   float* bias = gradient_of(layer(index).parameters.bias);
   for (int c = 0; c < extent.channels; ++c) bias[c] = static_cast<float>(sums_[c]);
-  to_number(gradient, extent.count(), number_, nodes_[index].gradient.data());
+  passes_over(number_).from_floats(gradient, extent.count(), nodes_[index].gradient.data());
   convolution_gradients(index, nodes_[index].gradient.data());
 }
 
 void ChunkPass::backward_join(int index) {
   const Layer& described = layer(index);
   NodeMemory &fine = nodes_[described.from], &coarse = nodes_[described.beside];
-  split(number_, nodes_[index].gradient.data(),
-        join_extent(shape(described.from), shape(described.beside)), fine.gradient.data(),
-        fine.has_gradient, coarse.gradient.data(), coarse.has_gradient);
+  passes_over(number_).split(
+      nodes_[index].gradient.data(), join_extent(shape(described.from), shape(described.beside)),
+      fine.gradient.data(), fine.has_gradient, coarse.gradient.data(), coarse.has_gradient);
   fine.has_gradient = coarse.has_gradient = true;
 }
 
@@ -258,10 +260,11 @@ void ChunkPass::backward_mean(int index) {
   const Layer& described = layer(index);
   const TensorShape& from = shape(described.from);
   const Extent image{static_cast<std::size_t>(from.height) * from.width, from.channels};
-  to_floats(nodes_[index].gradient.data(), shape(index).count(), number_, means_.floats());
+  passes_over(number_).to_floats(nodes_[index].gradient.data(), shape(index).count(),
+                                 means_.floats());
   NodeMemory& target = nodes_[described.from];
   void* to = target.has_gradient ? spare_.data() : target.gradient.data();
-  spread_mean(number_, means_.floats(), from.images, image, to);
+  passes_over(number_).spread_mean(means_.floats(), from.images, image, to);
   if (target.has_gradient) pass_on(described.from, spare_.data());
   target.has_gradient = true;
 }

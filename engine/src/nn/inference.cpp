@@ -141,7 +141,8 @@ class Inference::State {
     Buffer memory = spare_.take(ready->plan.bytes() + ready->scratch_bytes);
     Answer answer{ready->shapes[answer_], std::vector<float>(ready->shapes[answer_].count())};
     // The kernels want aligned memory, and write answers that the caller keeps in a vector.
-    to_number(input, ready->shapes[0].count(), number_, memory.data() + ready->plan.offset(0));
+    passes_over(number_).from_floats(input, ready->shapes[0].count(),
+                                     memory.data() + ready->plan.offset(0));
     for (Node i = 1; i <= answer_; ++i) run_layer(*ready, i, memory, answer);
     spare_.give(std::move(memory));
     return answer;
@@ -201,8 +202,9 @@ class Inference::State {
     };
     void* out = node == answer_ ? static_cast<void*>(answer.values.data()) : at(node);
     if (layer.kind == LayerKind::kJoin) {
-      join(number_, at(layer.from), at(layer.beside),
-           join_extent(ready.shapes[layer.from], ready.shapes[layer.beside]), out);
+      passes_over(number_).join(at(layer.from), at(layer.beside),
+                                join_extent(ready.shapes[layer.from], ready.shapes[layer.beside]),
+                                out);
     } else if (layer.kind == LayerKind::kMean) {
       run_mean(ready, node, at(layer.from), node == answer_ ? nullptr : out, answer);
     } else {
@@ -217,12 +219,13 @@ class Inference::State {
                 Answer& answer) const {
     const TensorShape& from = ready.shapes[network_.layers()[node].from];
     std::vector<float> means(ready.shapes[node].count());
-    mean_places(number_, values, from.images,
-                {static_cast<std::size_t>(from.height) * from.width, from.channels}, means.data());
+    passes_over(number_).mean_places(
+        values, from.images, {static_cast<std::size_t>(from.height) * from.width, from.channels},
+        means.data());
     if (out == nullptr) {
       answer.values = std::move(means);
     } else {
-      to_number(means.data(), means.size(), number_, out);
+      passes_over(number_).from_floats(means.data(), means.size(), out);
     }
   }
 

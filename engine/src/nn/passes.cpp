@@ -4,69 +4,22 @@
 #include <cstring>
 #include <vector>
 
-#ifndef TELVAR_NN_PASS_TABLE
-#define TELVAR_NN_PASS_TABLE
-namespace telvar::nn {
-namespace {
-
-/// The passes over one number, compiled for one instruction set.
-struct PassTable {
-  void (*from_floats)(const float*, std::size_t, void*);
-  void (*to_floats)(const void*, std::size_t, float*);
-  void (*add)(void*, const void*, std::size_t);
-  void (*channel_sums)(const void*, const Extent&, double*, double*);
-  void (*normalise)(const void*, const Extent&, const float*, const float*, const void*, bool,
-                    void*);
-  void (*gradient_sums)(void*, const void*, const void*, const Extent&, double*, double*);
-  void (*combine)(const void*, const void*, const Extent&, const float*, const float*, const float*,
-                  void*);
-  void (*join)(const void*, const void*, const JoinExtent&, void*);
-  void (*split)(const void*, const JoinExtent&, void*, bool, void*, bool);
-  void (*mean_places)(const void*, int, const Extent&, float*);
-  void (*spread_mean)(const float*, int, const Extent&, void*);
-};
-
-}  // namespace
-}  // namespace telvar::nn
-#endif
-
+// Highway includes this file in itself, once for every instruction set; what stands between
+// HWY_BEFORE_NAMESPACE and HWY_AFTER_NAMESPACE is compiled for each.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "nn/passes.cpp"
-#include <hwy/foreach_target.h>
+#include <hwy/foreach_target.h>  // must stand before highway.h
 #include <hwy/highway.h>
 
 #include "nn/dispatch.h"
+#include "nn/vector_numbers-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace telvar::nn::HWY_NAMESPACE {
 namespace {
 
-namespace hn = hwy::HWY_NAMESPACE;
-
 using Floats = hn::ScalableTag<float>;
 using Vector = hn::Vec<Floats>;
-
-/// Reads and writes as many values as a vector of floats has lanes.
-HWY_INLINE Vector load(Floats d, const float* from) {
-  return hn::LoadU(d, from);
-}
-HWY_INLINE void store(Floats d, Vector values, float* to) {
-  hn::StoreU(values, d, to);
-}
-HWY_INLINE Vector load(Floats d, const bfloat16* from) {
-  const hn::Rebind<bfloat16, Floats> d16;
-  const hn::RebindToUnsigned<Floats> d32;
-  return hn::BitCast(d, hn::ShiftLeft<16>(hn::PromoteTo(d32, hn::LoadU(d16, from))));
-}
-HWY_INLINE void store(Floats, Vector values, bfloat16* to) {
-  const hn::Rebind<bfloat16, Floats> d16;
-  const hn::RebindToUnsigned<Floats> d32;
-  const hn::RebindToSigned<Floats> signed32;
-  const auto bits = hn::BitCast(d32, values);
-  const auto odd = hn::And(hn::ShiftRight<16>(bits), hn::Set(d32, 1));
-  const auto rounded = hn::ShiftRight<16>(hn::Add(bits, hn::Add(odd, hn::Set(d32, 0x7FFF))));
-  hn::StoreU(hn::DemoteTo(d16, hn::BitCast(signed32, rounded)), d16, to);
-}
 
 /// Fewer values than lanes: `count` of them.
 template <class T>
@@ -106,12 +59,6 @@ void convert(const From* from, std::size_t count, To* to) {
       count, [=](std::size_t i, auto load, auto store) HWY_ATTR { store(load(from + i), to + i); });
 }
 
-template <class T>
-void add_typed(T* to, const T* from, std::size_t count) {
-  for_vectors(count, [=](std::size_t i, auto load, auto store)
-                         HWY_ATTR { store(hn::Add(load(to + i), load(from + i)), to + i); });
-}
-
 /// So many rows are summed in single precision before they join the sums in double precision.
 constexpr std::size_t kBlockRows = 128;
 
@@ -138,85 +85,6 @@ HWY_INLINE void sum_channels(const Extent& extent, double* first, double* second
         second[c + i] += two[i];
       }
     });
-  }
-}
-
-template <class T>
-void channel_sums_typed(const T* values, const Extent& extent, double* sums, double* squares) {
-  const auto channels = static_cast<std::size_t>(extent.channels);
-  sum_channels(extent, sums, squares,
-               [=](std::size_t begin, std::size_t end, std::size_t c, auto load, auto, Vector& sum,
-                   Vector& square) HWY_ATTR {
-                 for (std::size_t row = begin; row < end; ++row) {
-                   const Vector x = load(values + row * channels + c);
-                   sum = hn::Add(sum, x);
-                   square = hn::MulAdd(x, x, square);
-                 }
-               });
-}
-
-template <class T>
-void gradient_sums_typed(T* gradient, const T* output, const T* values, const Extent& extent,
-                         double* sums, double* products) {
-  const auto channels = static_cast<std::size_t>(extent.channels);
-  sum_channels(extent, sums, products,
-               [=](std::size_t begin, std::size_t end, std::size_t c, auto load, auto store,
-                   Vector& sum, Vector& product) HWY_ATTR {
-                 const Floats d;
-                 for (std::size_t row = begin; row < end; ++row) {
-                   const std::size_t i = row * channels + c;
-                   Vector g = load(gradient + i);
-                   if (output != nullptr) {
-                     g = hn::IfThenElseZero(hn::Gt(load(output + i), hn::Zero(d)), g);
-                     store(g, gradient + i);
-                   }
-                   sum = hn::Add(sum, g);
-                   product = hn::MulAdd(g, load(values + i), product);
-                 }
-               });
-}
-
-template <class T>
-void normalise_typed(const T* values, const Extent& extent, const float* scale, const float* shift,
-                     const T* residual, bool relu, T* out) {
-  const auto channels = static_cast<std::size_t>(extent.channels);
-  for (std::size_t row = 0; row < extent.rows; ++row) {
-    const std::size_t first = row * channels;
-    for_vectors(channels, [=](std::size_t c, auto load, auto store) HWY_ATTR {
-      const Floats d;
-      Vector y = hn::MulAdd(load(values + first + c), load(scale + c), load(shift + c));
-      if (residual != nullptr) y = hn::Add(y, load(residual + first + c));
-      if (relu) y = hn::Max(y, hn::Zero(d));
-      store(y, out + first + c);
-    });
-  }
-}
-
-template <class T>
-void combine_typed(const T* gradient, const T* values, const Extent& extent, const float* a,
-                   const float* b, const float* c, T* out) {
-  const auto channels = static_cast<std::size_t>(extent.channels);
-  for (std::size_t row = 0; row < extent.rows; ++row) {
-    const std::size_t first = row * channels;
-    for_vectors(channels, [=](std::size_t k, auto load, auto store) HWY_ATTR {
-      const Vector rest = hn::MulAdd(load(values + first + k), load(b + k), load(c + k));
-      store(hn::MulAdd(load(gradient + first + k), load(a + k), rest), out + first + k);
-    });
-  }
-}
-
-template <class T>
-void join_typed(const T* fine, const T* coarse, const JoinExtent& e, T* out) {
-  const std::size_t coarse_width = (e.width + 1) / 2, coarse_height = (e.height + 1) / 2;
-  const std::size_t f = e.fine_channels, c = e.coarse_channels;
-  for (int image = 0; image < e.images; ++image) {
-    for (int y = 0; y < e.height; ++y) {
-      const T* row = coarse + (image * coarse_height + y / 2) * coarse_width * c;
-      for (int x = 0; x < e.width; ++x, fine += f, out += f + c) {
-        std::memcpy(out, fine, f * sizeof(T));
-        std::memcpy(out + f, row + (x / 2) * c, c * sizeof(T));
-      }
-    }
   }
 }
 
@@ -252,44 +120,6 @@ void split_coarse(const T* gradient, const JoinExtent& e, T* coarse, bool adds) 
   }
 }
 
-template <class T>
-void split_typed(const T* gradient, const JoinExtent& e, T* fine, bool add_fine, T* coarse,
-                 bool add_coarse) {
-  const std::size_t stride = e.fine_channels + e.coarse_channels;
-  const std::size_t places = std::size_t(e.images) * e.height * e.width;
-  for (std::size_t i = 0; i < places; ++i) {
-    const T* const from = gradient + i * stride;
-    sum_places(&from, 1, e.fine_channels, add_fine, fine + i * e.fine_channels);
-  }
-  split_coarse(gradient, e, coarse, add_coarse);
-}
-
-template <class T>
-void mean_places_typed(const T* values, int images, const Extent& image, float* means) {
-  const auto channels = static_cast<std::size_t>(image.channels);
-  std::vector<double> sums(channels), squares(channels);
-  for (int i = 0; i < images; ++i) {
-    channel_sums_typed(values + image.count() * i, image, sums.data(), squares.data());
-    for (std::size_t c = 0; c < channels; ++c) {
-      means[i * channels + c] = static_cast<float>(sums[c] / static_cast<double>(image.rows));
-    }
-  }
-}
-
-template <class T>
-void spread_mean_typed(const float* gradient, int images, const Extent& image, T* values) {
-  const auto channels = static_cast<std::size_t>(image.channels);
-  const float share = 1.0f / static_cast<float>(image.rows);
-  for (int i = 0; i < images; ++i) {
-    for (std::size_t row = 0; row < image.rows; ++row, values += channels) {
-      for_vectors(channels, [=](std::size_t c, auto load, auto store) HWY_ATTR {
-        const Floats d;
-        store(hn::Mul(load(gradient + i * channels + c), hn::Set(d, share)), values + c);
-      });
-    }
-  }
-}
-
 void adam(const AdamStep& step, const float* gradient, std::size_t count, float* mean,
           float* square, float* values) {
   const Floats d;
@@ -312,7 +142,7 @@ void adam(const AdamStep& step, const float* gradient, std::size_t count, float*
 
 /// The passes over values of type T, behind untyped pointers.
 template <class T>
-struct Passes {
+struct PassesOver {
   static const T* in(const void* values) { return static_cast<const T*>(values); }
   static T* out(void* values) { return static_cast<T*>(values); }
 
@@ -322,46 +152,151 @@ struct Passes {
   static void to_floats(const void* from, std::size_t count, float* to) {
     convert(in(from), count, to);
   }
-  static void add(void* to, const void* from, std::size_t count) {
-    add_typed(out(to), in(from), count);
-  }
-  static void channel_sums(const void* values, const Extent& extent, double* sums,
-                           double* squares) {
-    channel_sums_typed(in(values), extent, sums, squares);
-  }
-  static void normalise(const void* values, const Extent& extent, const float* scale,
-                        const float* shift, const void* residual, bool relu, void* to) {
-    normalise_typed(in(values), extent, scale, shift, in(residual), relu, out(to));
-  }
-  static void gradient_sums(void* gradient, const void* output, const void* values,
-                            const Extent& extent, double* sums, double* products) {
-    gradient_sums_typed(out(gradient), in(output), in(values), extent, sums, products);
-  }
-  static void combine(const void* gradient, const void* values, const Extent& extent,
-                      const float* a, const float* b, const float* c, void* to) {
-    combine_typed(in(gradient), in(values), extent, a, b, c, out(to));
-  }
-  static void join(const void* fine, const void* coarse, const JoinExtent& extent, void* to) {
-    join_typed(in(fine), in(coarse), extent, out(to));
-  }
-  static void split(const void* gradient, const JoinExtent& extent, void* fine, bool add_fine,
-                    void* coarse, bool add_coarse) {
-    split_typed(in(gradient), extent, out(fine), add_fine, out(coarse), add_coarse);
-  }
-  static void mean_places(const void* values, int images, const Extent& image, float* means) {
-    mean_places_typed(in(values), images, image, means);
-  }
-  static void spread_mean(const float* gradient, int images, const Extent& image, void* values) {
-    spread_mean_typed(gradient, images, image, out(values));
+
+  static void add(void* any_to, const void* any_from, std::size_t count) {
+    T* to = out(any_to);
+    const T* from = in(any_from);
+    for_vectors(count, [=](std::size_t i, auto load, auto store)
+                           HWY_ATTR { store(hn::Add(load(to + i), load(from + i)), to + i); });
   }
 
-  static constexpr PassTable kTable{from_floats, to_floats,     add,        channel_sums,
-                                    normalise,   gradient_sums, combine,    join,
-                                    split,       mean_places,   spread_mean};
+  static void channel_sums(const void* any_values, const Extent& extent, double* sums,
+                           double* squares) {
+    const T* values = in(any_values);
+    const auto channels = static_cast<std::size_t>(extent.channels);
+    sum_channels(extent, sums, squares,
+                 [=](std::size_t begin, std::size_t end, std::size_t c, auto load, auto,
+                     Vector& sum, Vector& square) HWY_ATTR {
+                   for (std::size_t row = begin; row < end; ++row) {
+                     const Vector x = load(values + row * channels + c);
+                     sum = hn::Add(sum, x);
+                     square = hn::MulAdd(x, x, square);
+                   }
+                 });
+  }
+
+  static void normalise(const void* any_values, const Extent& extent, const float* scale,
+                        const float* shift, const void* any_residual, bool relu, void* any_to) {
+    const T* values = in(any_values);
+    const T* residual = in(any_residual);
+    T* to = out(any_to);
+    const auto channels = static_cast<std::size_t>(extent.channels);
+    for (std::size_t row = 0; row < extent.rows; ++row) {
+      const std::size_t first = row * channels;
+      for_vectors(channels, [=](std::size_t c, auto load, auto store) HWY_ATTR {
+        const Floats d;
+        Vector y = hn::MulAdd(load(values + first + c), load(scale + c), load(shift + c));
+        if (residual != nullptr) y = hn::Add(y, load(residual + first + c));
+        if (relu) y = hn::Max(y, hn::Zero(d));
+        store(y, to + first + c);
+      });
+    }
+  }
+
+  static void gradient_sums(void* any_gradient, const void* any_output, const void* any_values,
+                            const Extent& extent, double* sums, double* products) {
+    T* gradient = out(any_gradient);
+    const T* output = in(any_output);
+    const T* values = in(any_values);
+    const auto channels = static_cast<std::size_t>(extent.channels);
+    sum_channels(extent, sums, products,
+                 [=](std::size_t begin, std::size_t end, std::size_t c, auto load, auto store,
+                     Vector& sum, Vector& product) HWY_ATTR {
+                   const Floats d;
+                   for (std::size_t row = begin; row < end; ++row) {
+                     const std::size_t i = row * channels + c;
+                     Vector g = load(gradient + i);
+                     if (output != nullptr) {
+                       g = hn::IfThenElseZero(hn::Gt(load(output + i), hn::Zero(d)), g);
+                       store(g, gradient + i);
+                     }
+                     sum = hn::Add(sum, g);
+                     product = hn::MulAdd(g, load(values + i), product);
+                   }
+                 });
+  }
+
+  static void combine(const void* any_gradient, const void* any_values, const Extent& extent,
+                      const float* a, const float* b, const float* c, void* any_to) {
+    const T* gradient = in(any_gradient);
+    const T* values = in(any_values);
+    T* to = out(any_to);
+    const auto channels = static_cast<std::size_t>(extent.channels);
+    for (std::size_t row = 0; row < extent.rows; ++row) {
+      const std::size_t first = row * channels;
+      for_vectors(channels, [=](std::size_t k, auto load, auto store) HWY_ATTR {
+        const Vector rest = hn::MulAdd(load(values + first + k), load(b + k), load(c + k));
+        store(hn::MulAdd(load(gradient + first + k), load(a + k), rest), to + first + k);
+      });
+    }
+  }
+
+  static void join(const void* any_fine, const void* any_coarse, const JoinExtent& e,
+                   void* any_to) {
+    const T* fine = in(any_fine);
+    const T* coarse = in(any_coarse);
+    T* to = out(any_to);
+    const std::size_t coarse_width = (e.width + 1) / 2, coarse_height = (e.height + 1) / 2;
+    const std::size_t f = e.fine_channels, c = e.coarse_channels;
+    for (int image = 0; image < e.images; ++image) {
+      for (int y = 0; y < e.height; ++y) {
+        const T* row = coarse + (image * coarse_height + y / 2) * coarse_width * c;
+        for (int x = 0; x < e.width; ++x, fine += f, to += f + c) {
+          std::memcpy(to, fine, f * sizeof(T));
+          std::memcpy(to + f, row + (x / 2) * c, c * sizeof(T));
+        }
+      }
+    }
+  }
+
+  static void split(const void* any_gradient, const JoinExtent& e, void* any_fine, bool add_fine,
+                    void* any_coarse, bool add_coarse) {
+    const T* gradient = in(any_gradient);
+    T* fine = out(any_fine);
+    T* coarse = out(any_coarse);
+    const std::size_t stride = e.fine_channels + e.coarse_channels;
+    const std::size_t places = std::size_t(e.images) * e.height * e.width;
+    for (std::size_t i = 0; i < places; ++i) {
+      const T* const from = gradient + i * stride;
+      sum_places(&from, 1, e.fine_channels, add_fine, fine + i * e.fine_channels);
+    }
+    split_coarse(gradient, e, coarse, add_coarse);
+  }
+
+  static void mean_places(const void* any_values, int images, const Extent& image, float* means) {
+    const T* values = in(any_values);
+    const auto channels = static_cast<std::size_t>(image.channels);
+    std::vector<double> sums(channels), squares(channels);
+    for (int i = 0; i < images; ++i) {
+      channel_sums(values + image.count() * i, image, sums.data(), squares.data());
+      for (std::size_t c = 0; c < channels; ++c) {
+        means[i * channels + c] = static_cast<float>(sums[c] / static_cast<double>(image.rows));
+      }
+    }
+  }
+
+  static void spread_mean(const float* gradient, int images, const Extent& image,
+                          void* any_values) {
+    T* values = out(any_values);
+    const auto channels = static_cast<std::size_t>(image.channels);
+    const float share = 1.0f / static_cast<float>(image.rows);
+    for (int i = 0; i < images; ++i) {
+      for (std::size_t row = 0; row < image.rows; ++row, values += channels) {
+        for_vectors(channels, [=](std::size_t c, auto load, auto store) HWY_ATTR {
+          const Floats d;
+          store(hn::Mul(load(gradient + i * channels + c), hn::Set(d, share)), values + c);
+        });
+      }
+    }
+  }
+
+  static constexpr Passes kTable{from_floats, to_floats,     add,        channel_sums,
+                                 normalise,   gradient_sums, combine,    join,
+                                 split,       mean_places,   spread_mean};
 };
 
-const PassTable* pass_table(Number number) {
-  return number == Number::kFloat ? &Passes<float>::kTable : &Passes<bfloat16>::kTable;
+const Passes* table_of(Number number) {
+  return number == Number::kFloat ? &PassesOver<float>::kTable : &PassesOver<bfloat16>::kTable;
 }
 
 }  // namespace
@@ -371,75 +306,15 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 
 namespace telvar::nn {
-namespace {
 
-const PassTable& passes_over(Number number) {
-  return *TELVAR_FOR_PROCESSOR(pass_table)(number);
-}
-
-}  // namespace
-
-void to_number(const float* from, std::size_t count, Number number, void* to) {
-  passes_over(number).from_floats(from, count, to);
-}
-
-void to_floats(const void* from, std::size_t count, Number number, float* to) {
-  passes_over(number).to_floats(from, count, to);
+const Passes& passes_over(Number number) {
+  return *TELVAR_FOR_PROCESSOR(table_of)(number);
 }
 
 void interleave(const float* planes, const Extent& extent, float* values) {
   for (std::size_t row = 0; row < extent.rows; ++row) {
     for (int c = 0; c < extent.channels; ++c) *values++ = planes[c * extent.rows + row];
   }
-}
-
-void deinterleave(const float* values, const Extent& extent, float* planes) {
-  for (std::size_t row = 0; row < extent.rows; ++row) {
-    for (int c = 0; c < extent.channels; ++c) planes[c * extent.rows + row] = *values++;
-  }
-}
-
-void add(Number number, void* to, const void* from, std::size_t count) {
-  passes_over(number).add(to, from, count);
-}
-
-void channel_sums(Number number, const void* values, const Extent& extent, double* sums,
-                  double* squares) {
-  passes_over(number).channel_sums(values, extent, sums, squares);
-}
-
-void normalise(Number number, const void* values, const Extent& extent, const float* scale,
-               const float* shift, const void* residual, bool relu, void* out) {
-  passes_over(number).normalise(values, extent, scale, shift, residual, relu, out);
-}
-
-void gradient_sums(Number number, void* gradient, const void* output, const void* values,
-                   const Extent& extent, double* sums, double* products) {
-  passes_over(number).gradient_sums(gradient, output, values, extent, sums, products);
-}
-
-void combine(Number number, const void* gradient, const void* values, const Extent& extent,
-             const float* a, const float* b, const float* c, void* out) {
-  passes_over(number).combine(gradient, values, extent, a, b, c, out);
-}
-
-void join(Number number, const void* fine, const void* coarse, const JoinExtent& extent,
-          void* out) {
-  passes_over(number).join(fine, coarse, extent, out);
-}
-
-void split(Number number, const void* gradient, const JoinExtent& extent, void* fine, bool add_fine,
-           void* coarse, bool add_coarse) {
-  passes_over(number).split(gradient, extent, fine, add_fine, coarse, add_coarse);
-}
-
-void mean_places(Number number, const void* values, int images, const Extent& image, float* means) {
-  passes_over(number).mean_places(values, images, image, means);
-}
-
-void spread_mean(Number number, const float* gradient, int images, const Extent& image,
-                 void* values) {
-  passes_over(number).spread_mean(gradient, images, image, values);
 }
 
 void adam_step(const AdamStep& step, const float* gradient, std::size_t count, float* mean,

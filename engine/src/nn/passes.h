@@ -19,53 +19,56 @@ struct Extent {
   std::size_t count() const { return rows * static_cast<std::size_t>(channels); }
 };
 
-void to_number(const float* from, std::size_t count, Number number, void* to);
-void to_floats(const void* from, std::size_t count, Number number, float* to);
-
-/// Planes (channels x places) to values with channels innermost, and back.
-void interleave(const float* planes, const Extent& extent, float* values);
-void deinterleave(const float* values, const Extent& extent, float* planes);
-
-/// to += from.
-void add(Number number, void* to, const void* from, std::size_t count);
-
-/// Sum and sum of squares of every channel.
-void channel_sums(Number number, const void* values, const Extent& extent, double* sums,
-                  double* squares);
-
-/// out = values * scale + shift (one of each a channel), plus `residual` where there is one, and
-/// nothing below zero if `relu`. `out` may be `values`.
-void normalise(Number number, const void* values, const Extent& extent, const float* scale,
-               const float* shift, const void* residual, bool relu, void* out);
-
-/// Sets the gradient to zero where `output` (of a ReLU; null: of none) is not above zero, and sums
-/// for every channel what is left, alone and times `values`.
-void gradient_sums(Number number, void* gradient, const void* output, const void* values,
-                   const Extent& extent, double* sums, double* products);
-
-/// out = gradient * a + values * b + c, one of each a channel. `out` may be `gradient`.
-void combine(Number number, const void* gradient, const void* values, const Extent& extent,
-             const float* a, const float* b, const float* c, void* out);
-
 /// The sizes of a join: a fine tensor and a coarse one of half its sides, rounded up.
 struct JoinExtent {
   int images = 0, height = 0, width = 0;  // of the fine tensor and of the result
   int fine_channels = 0, coarse_channels = 0;
 };
 
-/// Sets the fine values and the coarse ones, each repeated over two by two places, side by side.
-void join(Number number, const void* fine, const void* coarse, const JoinExtent& extent, void* out);
+/// The passes over tensors of one number, compiled for one instruction set.
+struct Passes {
+  void (*from_floats)(const float* from, std::size_t count, void* to);
+  void (*to_floats)(const void* from, std::size_t count, float* to);
 
-/// The gradients of both of a join's inputs. `add_fine`, `add_coarse`: adds to what is there.
-void split(Number number, const void* gradient, const JoinExtent& extent, void* fine, bool add_fine,
-           void* coarse, bool add_coarse);
+  /// to += from.
+  void (*add)(void* to, const void* from, std::size_t count);
 
-/// The mean over the places of every image: images x channels floats.
-void mean_places(Number number, const void* values, int images, const Extent& image, float* means);
+  /// Sum and sum of squares of every channel.
+  void (*channel_sums)(const void* values, const Extent& extent, double* sums, double* squares);
 
-/// The gradient of mean_places.
-void spread_mean(Number number, const float* gradient, int images, const Extent& image,
-                 void* values);
+  /// to = values * scale + shift (one of each a channel), plus `residual` where there is one, and
+  /// nothing below zero if `relu`. `to` may be `values`.
+  void (*normalise)(const void* values, const Extent& extent, const float* scale,
+                    const float* shift, const void* residual, bool relu, void* to);
+
+  /// Sets the gradient to zero where `output` (of a ReLU; null: of none) is not above zero, and
+  /// sums for every channel what is left, alone and times `values`.
+  void (*gradient_sums)(void* gradient, const void* output, const void* values,
+                        const Extent& extent, double* sums, double* products);
+
+  /// to = gradient * a + values * b + c, one of each a channel. `to` may be `gradient`.
+  void (*combine)(const void* gradient, const void* values, const Extent& extent, const float* a,
+                  const float* b, const float* c, void* to);
+
+  /// Sets the fine values and the coarse ones, each repeated over two by two places, side by side.
+  void (*join)(const void* fine, const void* coarse, const JoinExtent& extent, void* to);
+
+  /// The gradients of both of a join's inputs. `add_fine`, `add_coarse`: adds to what is there.
+  void (*split)(const void* gradient, const JoinExtent& extent, void* fine, bool add_fine,
+                void* coarse, bool add_coarse);
+
+  /// The mean over the places of every image: images x channels floats.
+  void (*mean_places)(const void* values, int images, const Extent& image, float* means);
+
+  /// The gradient of mean_places.
+  void (*spread_mean)(const float* gradient, int images, const Extent& image, void* values);
+};
+
+/// Those for the processor that this runs on.
+const Passes& passes_over(Number number);
+
+/// Planes (channels x places) to values with channels innermost.
+void interleave(const float* planes, const Extent& extent, float* values);
 
 /// What one step of AdamW (Loshchilov and Hutter, 2019) does to a parameter.
 struct AdamStep {

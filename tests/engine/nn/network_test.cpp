@@ -230,11 +230,11 @@ class Reference {
         return sum / (from.height * from.width);
       }
       default:
-        return convolved(layer, index, image, y, x, c);
+        return convolved(layer, image, y, x, c);
     }
   }
 
-  double convolved(const Layer& layer, int index, int image, int y, int x, int c) const {
+  double convolved(const Layer& layer, int image, int y, int x, int c) const {
     const auto& weights = net_.parameters()[layer.parameters.weight];
     const int in = weights.shape[1], k = layer.kernel;
     double sum = 0;
@@ -254,7 +254,6 @@ class Reference {
               parameter(p.scale) +
           parameter(p.shift);
     if (layer.beside != kNone) sum += at(layer.beside, image, y, x, c);
-    (void)index;
     return layer.relu ? std::max(sum, 0.0) : sum;
   }
 

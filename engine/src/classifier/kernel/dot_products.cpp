@@ -6,6 +6,7 @@
 // have NEON.
 #define HWY_DISABLED_TARGETS (HWY_SSSE3 | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128 | HWY_RVV)
 
+// Highway includes this file in itself, once for every instruction set.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "classifier/kernel/dot_products.cpp"
 #include <hwy/foreach_target.h>  // must stand before highway.h

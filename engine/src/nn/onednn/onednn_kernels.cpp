@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "nn/buffer.h"
 #include "nn/kernels.h"
 #include "nn/onednn/code_memory.h"
 #include "telvar/exceptions.h"
@@ -21,14 +22,9 @@ using WeightGradient = dnnl::convolution_backward_weights;
 using Tag = memory::format_tag;
 
 constexpr auto kFloat = memory::data_type::f32;
-constexpr std::size_t kAlignment = 64;
 
 memory::data_type type_of(Number number) {
   return number == Number::kFloat ? kFloat : memory::data_type::bf16;
-}
-
-std::size_t aligned(std::size_t bytes) {
-  return (bytes + kAlignment - 1) / kAlignment * kAlignment;
 }
 
 /// Scratch memory is the caller's, so that calls from several threads do not share any.

@@ -6,12 +6,14 @@
 // no vectors of known size, and its processors have NEON.
 #define HWY_DISABLED_TARGETS (HWY_SSSE3 | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128 | HWY_RVV)
 
+// Highway includes this file in itself, once for every instruction set.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "nn/portable/gather_product.cpp"
 #include <hwy/foreach_target.h>  // must stand before highway.h
 #include <hwy/highway.h>
 
 #include "nn/dispatch.h"
+#include "nn/vector_numbers-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace telvar::nn::portable {
@@ -19,10 +21,9 @@ namespace HWY_NAMESPACE {
 namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
+namespace numbers = nn::HWY_NAMESPACE;
 
 using Floats = hn::ScalableTag<float>;
-using Words = hn::RebindToUnsigned<Floats>;
-using Halves = hn::Rebind<std::uint16_t, Floats>;
 using Vector = hn::Vec<Floats>;
 
 constexpr std::size_t kLanes = HWY_LANES(float);
@@ -77,23 +78,18 @@ HWY_INLINE void add_products(const GatherProduct& product, const std::int32_t* r
 
 HWY_INLINE Vector load(Number number, const void* from, std::size_t index) {
   const Floats floats;
-  if (number == Number::kFloat) return hn::LoadU(floats, static_cast<const float*>(from) + index);
-  const auto halves = hn::LoadU(Halves(), static_cast<const bfloat16*>(from) + index);
-  return hn::BitCast(floats, hn::ShiftLeft<16>(hn::PromoteTo(Words(), halves)));
+  return number == Number::kFloat
+             ? numbers::load(floats, static_cast<const float*>(from) + index)
+             : numbers::load(floats, static_cast<const bfloat16*>(from) + index);
 }
 
 HWY_INLINE void store(Vector value, Number number, void* to, std::size_t index) {
-  const Words words;
+  const Floats floats;
   if (number == Number::kFloat) {
-    hn::StoreU(value, Floats(), static_cast<float*>(to) + index);
-    return;
+    numbers::store(floats, value, static_cast<float*>(to) + index);
+  } else {
+    numbers::store(floats, value, static_cast<bfloat16*>(to) + index);
   }
-  // As to_bfloat16().
-  const auto bits = hn::BitCast(words, value);
-  const auto odd = hn::And(hn::ShiftRight<16>(bits), hn::Set(words, 1));
-  const auto rounded = hn::Add(bits, hn::Add(odd, hn::Set(words, 0x7FFF)));
-  hn::StoreU(hn::TruncateTo(Halves(), hn::ShiftRight<16>(rounded)), Halves(),
-             static_cast<bfloat16*>(to) + index);
 }
 
 HWY_INLINE Vector finish(const GatherProduct& product, Vector sum, Vector addend) {

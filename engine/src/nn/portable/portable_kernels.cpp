@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "nn/buffer.h"
 #include "nn/kernels.h"
 #include "nn/portable/bands.h"
 #include "nn/portable/gather_product.h"
@@ -13,11 +14,8 @@ namespace telvar::nn {
 namespace portable {
 namespace {
 
-constexpr std::size_t kAlignment = 64;
-
-std::size_t aligned(std::size_t floats) {
-  constexpr std::size_t kFloats = kAlignment / sizeof(float);
-  return (floats + kFloats - 1) / kFloats * kFloats;
+std::size_t aligned_floats(std::size_t floats) {
+  return aligned(floats * sizeof(float)) / sizeof(float);
 }
 
 Reading input_reading(const ConvolutionGeometry& geometry) {
@@ -65,11 +63,11 @@ class PortableConvolution : public Convolution {
   }
 
   std::size_t scratch_bytes() const override {
-    std::size_t floats = output_floats() + aligned(input_bands_.floats());
+    std::size_t floats = output_floats() + aligned_floats(input_bands_.floats());
     if (!phases_.empty()) {
       floats = std::max(floats, gradient_bands_.floats());
-      floats = std::max(floats, aligned(input_bands_.floats()) + aligned(output_band_floats()) +
-                                    gradient_floats());
+      floats = std::max(floats, aligned_floats(input_bands_.floats()) +
+                                    aligned_floats(output_band_floats()) + gradient_floats());
     }
     return std::max<std::size_t>(floats, 1) * sizeof(float);
   }
@@ -104,7 +102,7 @@ class PortableConvolution : public Convolution {
     return (static_cast<std::size_t>(band.first_image) * geometry_.out_height() + band.first_row) *
            geometry_.out_width() * geometry_.out;
   }
-  std::size_t output_floats() const { return aligned(kernel_.padded(geometry_.out)); }
+  std::size_t output_floats() const { return aligned_floats(kernel_.padded(geometry_.out)); }
   std::size_t gradient_floats() const { return taps_.size() * kernel_.padded(geometry_.out); }
   /// Whether rows of the output can be read as they are, as the second factor of a product.
   bool output_is_padded() const {
@@ -233,8 +231,8 @@ void PortableConvolution::input_gradient(const void* output_gradient, const void
 void PortableConvolution::weight_gradient(const void* input, const void* output_gradient,
                                           float* gradient, void* scratch) const {
   auto* input_scratch = static_cast<float*>(scratch);
-  float* output_scratch = input_scratch + aligned(input_bands_.floats());
-  float* sums = output_scratch + aligned(output_band_floats());
+  float* output_scratch = input_scratch + aligned_floats(input_bands_.floats());
+  float* sums = output_scratch + aligned_floats(output_band_floats());
 
   // The roles change: taps are the rows, and the sum goes over the positions.
   GatherProduct product;
