@@ -176,14 +176,6 @@ static_assert(IsBareInterface<ISmartOCRWrapper>());
 static_assert(IsBareInterface<ISmartClassifierWrapper>());
 static_assert(IsBareInterface<ISmartSegmenterWrapper>());
 
-// Copies of a record share its vectors; nothing is copied deeply behind the host's back.
-TEST(Records, ShareTheirVectorsWhenCopied) {
-  ocr::Sample sample;
-  sample.characters = std::make_shared<std::vector<ocr::CharacterResult>>(3);
-  const ocr::Sample copy = sample;
-  EXPECT_EQ(copy.characters, sample.characters);
-}
-
 TEST(Records, AreFullyInitialisedByDefault) {
   const Image image;
   EXPECT_EQ(image.layout, ImageLayout{});
