@@ -19,10 +19,12 @@
 namespace telvar_host {
 namespace {
 
-// Never destroyed: the waiting thread may use these while the program ends.
-// Paths, and for folders removed only when empty the one above them.
+// What RemovedOnExit was given: paths, and for folders that are removed only when empty the folder
+// above them.
 using Unfinished = std::vector<std::pair<std::filesystem::path, std::filesystem::path>>;
 
+// These three and stop() are never destroyed: the thread that waits for signals may use them while
+// the program ends.
 Unfinished& unfinished() {
   static auto* paths = new Unfinished;
   return *paths;
@@ -50,7 +52,7 @@ void remove_quietly(const std::filesystem::path& path, const std::filesystem::pa
   }
 }
 
-// What a StopRequest waits for. Never destroyed, for the same reason.
+// What a StopRequest waits for.
 struct Stop {
   std::mutex mutex;
   std::condition_variable changed;

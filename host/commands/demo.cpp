@@ -141,18 +141,18 @@ Done run_job(const Job& job, Session& session, OutputFolder& out) {
 
 // A tool that fails leaves the others their part of the page.
 Done attempt(const Job& job, Session& session, OutputFolder& out) {
+  const auto failed = [&](const std::string& why) {
+    session.progress.finish();
+    Section section{tool_name(job.tool), job.title, "failed: " + why, {}, ""};
+    return Done{{{"error", why}}, std::move(section), true};
+  };
   try {
     return run_job(job, session, out);
   } catch (const HostError& error) {
     if (error.code() == ExitCode::kNoLibrary) throw;
-    Done done{{{"error", error.what()}}, {}, true};
-    done.section = {tool_name(job.tool), job.title, std::string("failed: ") + error.what(), {}, ""};
-    return done;
+    return failed(error.what());
   } catch (const std::exception& error) {
-    session.progress.finish();
-    Done done{{{"error", error.what()}}, {}, true};
-    done.section = {tool_name(job.tool), job.title, std::string("failed: ") + error.what(), {}, ""};
-    return done;
+    return failed(error.what());
   }
 }
 

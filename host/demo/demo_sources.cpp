@@ -1,6 +1,6 @@
 #include "app/errors.h"
 #include "demo/demo_sets.h"
-#include "files/flush.h"
+#include "files/platform.h"
 
 namespace fs = std::filesystem;
 

@@ -10,7 +10,7 @@
 #include "app/errors.h"
 #include "app/interrupt.h"
 #include "app/text.h"
-#include "files/flush.h"
+#include "files/platform.h"
 
 namespace fs = std::filesystem;
 

@@ -7,9 +7,9 @@
 
 #include "app/errors.h"
 #include "app/text.h"
-#include "files/flush.h"
 #include "files/input.h"
 #include "files/output.h"
+#include "files/platform.h"
 
 namespace telvar_host {
 namespace {

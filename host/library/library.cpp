@@ -4,7 +4,7 @@
 
 #include "app/errors.h"
 #include "app/text.h"
-#include "files/flush.h"
+#include "files/platform.h"
 #include "library/dynamic_load.h"
 
 namespace fs = std::filesystem;

@@ -1,4 +1,4 @@
-#include "files/flush.h"
+#include "files/platform.h"
 
 #ifdef _WIN32
 #define WIN32_LEAN_AND_MEAN
