@@ -67,6 +67,7 @@ class ExpertTraining {
   };
   static const Effort kUsual, kTouchUp;
 
+  bool is_few() const;
   SampleRefs all() const;
   SampleRefs without(const std::vector<char>& held) const;
   NetworkPlan stage(int steps, float uncertain_weight);
