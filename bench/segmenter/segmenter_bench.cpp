@@ -23,6 +23,7 @@
 #include <opencv2/imgproc.hpp>
 #include <set>
 
+#include "aerial_set.h"
 #include "context_sets.h"
 #include "figures.h"
 #include "folder_set.h"
@@ -74,7 +75,8 @@ std::vector<PictureSet> make_sets(const Options& options) {
       {"slices", [&] { return make_slices(count(12), test, seed(12)); }},
       {"rare", [&] { return make_rare(count(20), tests(20), seed(9)); }},
       {"coins", [&] { return make_coins(3, test, seed(10)); }},
-      {"cells", [&] { return make_cells(count(12), test, seed(11)); }}};
+      {"cells", [&] { return make_cells(count(12), test, seed(11)); }},
+      {"tiles", [&] { return make_tiles(count(12), test, seed(13)); }}};
   std::vector<PictureSet> sets;
   for (const auto& [name, make] : makers) {
     if (!chosen(options.sets, name)) continue;
