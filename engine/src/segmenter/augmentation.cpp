@@ -1,51 +1,109 @@
 #include "segmenter/augmentation.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace telvar::segmenter {
 namespace {
 
-/// Quarter turns are the exception, so that categories told apart by their direction
-/// stay learnable.
-constexpr float kLargestTurn = 0.3F;        // radians
-constexpr float kLargestStretch = 0.2F;     // log scale
-constexpr float kQuarterTurnShare = 0.25F;  // of the crops
-constexpr float kLargestGain = 0.25F;       // of contrast
-constexpr float kLargestOffset = 0.25F;     // of brightness, in deviations of the luma
-constexpr float kLargestNoise = 0.2F;       // likewise
+/// How much is changed at most.
+struct Ranges {
+  float any_turn;  // share of the crops that are turned any way; the others by kLargestTurn
+  float stretch;   // log scale
+  float bend;      // tile pixels, in waves of kMiddleBend
+  float gain;      // of contrast
+  float gamma;     // log
+  float wave;      // of light, in deviations of the luma
+};
+constexpr Ranges kNormal{0.0F, 0.2F, 0.0F, 0.25F, 0.0F, 0.0F};
+constexpr Ranges kOfFewImages{0.5F, 0.35F, 3.0F, 0.4F, 0.3F, 0.7F};
 
-/// A wave of light across the crop, in deviations of the luma and crop pixels.
-constexpr float kLargestWave = 0.7F;
+const Ranges& ranges_of(Strength strength) {
+  return strength == Strength::kNormal ? kNormal : kOfFewImages;
+}
+
+constexpr float kFullTurn = 6.2831853F;
+
+/// Quarter turns are the exception, so that categories told apart by their direction stay
+/// learnable.
+constexpr float kLargestTurn = 0.3F;        // radians
+constexpr float kQuarterTurnShare = 0.25F;  // of the crops
+
+/// Lengths of waves, crop pixels.
+constexpr float kShortestBend = 40.0F, kMiddleBend = 80.0F, kLongestBend = 120.0F;
 constexpr float kShortestWave = 50.0F, kLongestWave = 250.0F;
+
+constexpr float kLargestOffset = 0.25F;  // of brightness, in deviations of the luma
+constexpr float kLargestNoise = 0.2F;    // likewise
+
+/// Crop pixel (u, v) to tile pixel: x = a u + b v + c and y = d u + e v + f.
+struct CropTransform {
+  float a, b, c, d, e, f;
+};
+
+CropTransform draw_transform(const Position& centre, int side, const Ranges& ranges,
+                             core::Random& random) {
+  float angle = random.uniform(-kLargestTurn, kLargestTurn);
+  if (random.chance(kQuarterTurnShare)) angle += kFullTurn / 4;
+  if (random.chance(ranges.any_turn)) angle = random.uniform(0, kFullTurn);
+  const float scale = std::exp(random.uniform(-ranges.stretch, ranges.stretch));
+  const float flip_x = random.chance(0.5F) ? -scale : scale;
+  const float flip_y = random.chance(0.5F) ? -scale : scale;
+  CropTransform t{std::cos(angle) * flip_x, -std::sin(angle) * flip_y, 0,
+                  std::sin(angle) * flip_x, std::cos(angle) * flip_y,  0};
+  const float middle = static_cast<float>(side - 1) / 2;
+  t.c = centre.x - 0.5F - (t.a + t.b) * middle;
+  t.f = centre.y - 0.5F - (t.d + t.e) * middle;
+  return t;
+}
+
+/// A wave over a crop, in an arbitrary direction.
+struct Wave {
+  float across, down, phase;
+
+  Wave(float shortest, float longest, core::Random& random) {
+    const float frequency = kFullTurn / random.uniform(shortest, longest);
+    const float heading = random.uniform(0, kFullTurn);
+    phase = random.uniform(0, kFullTurn);
+    across = frequency * std::cos(heading);
+    down = frequency * std::sin(heading);
+  }
+
+  float at(std::size_t pixel, int side) const {
+    const auto x = static_cast<float>(pixel % side), y = static_cast<float>(pixel / side);
+    return std::sin(across * x + down * y + phase);
+  }
+};
+
+/// Moves the places along waves, one for each axis.
+void bend(std::vector<Position>& positions, int side, float largest, core::Random& random) {
+  if (largest == 0) return;
+  const Wave right(kShortestBend, kLongestBend, random), down(kShortestBend, kLongestBend, random);
+  const float strength_x = random.uniform(0, largest), strength_y = random.uniform(0, largest);
+  for (std::size_t i = 0; i < positions.size(); ++i) {
+    positions[i].x += strength_x * right.at(i, side);
+    positions[i].y += strength_y * down.at(i, side);
+  }
+}
 
 /// Uniform noise of the same variance as the normal deviate it stands for, at a third of its cost.
 float noise(core::Random& random) {
   return (random.uniform() - 0.5F) * 3.4641016F;
 }
 
-}  // namespace
-
-CropTransform draw_transform(float x, float y, int side, core::Random& random) {
-  float angle = random.uniform(-kLargestTurn, kLargestTurn);
-  if (random.chance(kQuarterTurnShare)) angle += 1.5707963F;
-  const float scale = std::exp(random.uniform(-kLargestStretch, kLargestStretch));
-  const float flip_x = random.chance(0.5F) ? -scale : scale;
-  const float flip_y = random.chance(0.5F) ? -scale : scale;
-  CropTransform t{std::cos(angle) * flip_x, -std::sin(angle) * flip_y, 0,
-                  std::sin(angle) * flip_x, std::cos(angle) * flip_y,  0};
-  const float middle = (side - 1) / 2.0F;
-  t.c = x - 0.5F - (t.a + t.b) * middle;
-  t.f = y - 0.5F - (t.d + t.e) * middle;
-  return t;
+void vary_gamma(std::vector<float>& pixels, float largest, core::Random& random) {
+  if (largest == 0) return;
+  const float gamma = std::exp(random.uniform(-largest, largest));
+  for (float& value : pixels) value = std::pow(std::max(0.0F, value), gamma);
 }
 
-void vary_light(std::vector<float>& pixels, std::size_t area, float deviation,
-                core::Random& random) {
-  const float gain = 1 + random.uniform(-kLargestGain, kLargestGain);
+void vary_contrast(std::vector<float>& pixels, std::size_t area, float deviation, float largest,
+                   core::Random& random) {
+  const float gain = 1 + random.uniform(-largest, largest);
   const float offset = random.uniform(-kLargestOffset, kLargestOffset) * deviation;
   const float strength = random.uniform(0, kLargestNoise) * deviation;
   double sum = 0;
-  for (float value : pixels) sum += value;
+  for (const float value : pixels) sum += value;
   const auto mean = static_cast<float>(sum / static_cast<double>(pixels.size()));
   for (std::size_t i = 0; i < area; ++i) {
     const float added = mean + offset + strength * noise(random);
@@ -55,18 +113,44 @@ void vary_light(std::vector<float>& pixels, std::size_t area, float deviation,
   }
 }
 
-void add_wave(std::vector<float>& pixels, int side, float deviation, core::Random& random) {
-  constexpr float kTurn = 6.2831853F;
-  const float strength = random.uniform(0, kLargestWave) * deviation;
-  const float frequency = kTurn / random.uniform(kShortestWave, kLongestWave);
-  const float heading = random.uniform(0, kTurn), phase = random.uniform(0, kTurn);
-  const float across = frequency * std::cos(heading), down = frequency * std::sin(heading);
+void add_wave(std::vector<float>& pixels, int side, float largest, core::Random& random) {
+  if (largest == 0) return;
+  const float strength = random.uniform(0, largest);
+  const Wave wave(kShortestWave, kLongestWave, random);
   const std::size_t area = std::size_t(side) * side;
   for (std::size_t i = 0; i < area; ++i) {
-    const auto x = static_cast<float>(i % side), y = static_cast<float>(i / side);
-    const float added = strength * std::sin(across * x + down * y + phase);
+    const float added = strength * wave.at(i, side);
     for (std::size_t at = i; at < pixels.size(); at += area) pixels[at] += added;
   }
+}
+
+}  // namespace
+
+std::vector<Position> place_crop(const TrainingTile& tile, const Position& centre, int side,
+                                 Strength strength, core::Random& random) {
+  const Ranges& ranges = ranges_of(strength);
+  const CropTransform t = draw_transform(centre, side, ranges, random);
+  std::vector<Position> positions;
+  positions.reserve(std::size_t(side) * side);
+  for (int v = 0; v < side; ++v) {
+    for (int u = 0; u < side; ++u) {
+      positions.push_back({t.a * u + t.b * v + t.c, t.d * u + t.e * v + t.f});
+    }
+  }
+  bend(positions, side, ranges.bend, random);
+  for (Position& at : positions) {
+    at.x = std::clamp(at.x, 0.0F, static_cast<float>(tile.width - 1));
+    at.y = std::clamp(at.y, 0.0F, static_cast<float>(tile.height - 1));
+  }
+  return positions;
+}
+
+void vary_light(std::vector<float>& pixels, int side, float deviation, Strength strength,
+                core::Random& random) {
+  const Ranges& ranges = ranges_of(strength);
+  vary_gamma(pixels, ranges.gamma, random);
+  vary_contrast(pixels, std::size_t(side) * side, deviation, ranges.gain, random);
+  add_wave(pixels, side, ranges.wave * deviation, random);
 }
 
 }  // namespace telvar::segmenter

@@ -1,30 +1,31 @@
 #pragma once
 
-// How a training crop differs from the image that it was cut from: in place, turn and size, and in
-// its light.
+// How a training crop differs from the image that it was cut from: in its outlines and its light.
 
-#include <cstddef>
 #include <vector>
 
 #include "core/random.h"
+#include "segmenter/training_tile.h"
 
 namespace telvar::segmenter {
 
-/// Crop pixel (u, v) to tile pixel: x = a u + b v + c and y = d u + e v + f.
-struct CropTransform {
-  float a, b, c, d, e, f;
+/// Of few images, crops differ more: nothing else shows what the next one may look like.
+enum class Strength { kNormal, kOfFewImages };
+
+/// A place in a tile, tile pixels, held inside it.
+struct Position {
+  float x, y;
 };
 
-/// A crop of side x side around the tile pixel (x, y): turned, mirrored, stretched.
-CropTransform draw_transform(float x, float y, int side, core::Random& random);
+/// Where the pixels of a crop of side x side around `centre` lie, row by row: turned, mirrored,
+/// stretched; of few images bent as well, and turned any way.
+std::vector<Position> place_crop(const TrainingTile& tile, const Position& centre, int side,
+                                 Strength strength, core::Random& random);
 
-/// Changes contrast and brightness of all planes alike, and adds noise. `pixels`: planes of `area`
-/// values; `deviation`: of the training images' luma.
-void vary_light(std::vector<float>& pixels, std::size_t area, float deviation,
+/// Changes contrast and brightness of all planes (side x side each, 0..1) alike, and adds noise; of
+/// few images also the gamma, and a wave of light, so that how bright a thing is tells less than
+/// its shape and texture. `deviation`: of the training images' luma.
+void vary_light(std::vector<float>& pixels, int side, float deviation, Strength strength,
                 core::Random& random);
-
-/// Adds a wave of light to planes of side x side, so that how bright a thing is tells less than its
-/// shape and texture.
-void add_wave(std::vector<float>& pixels, int side, float deviation, core::Random& random);
 
 }  // namespace telvar::segmenter

@@ -4,11 +4,14 @@
 
 #include "segmenter/augmentation.h"
 #include "segmenter/context.h"
+#include "segmenter/fading.h"
 
 namespace telvar::segmenter {
 namespace {
 
 constexpr float kLargestShift = 0.15F;  // of positions, in halves of the region
+
+constexpr float kFadedShare = 0.5F;  // of the crops that show a thin thing
 
 constexpr std::size_t kPlacesPerOccurrence = 4096;
 
@@ -29,26 +32,6 @@ std::vector<std::uint32_t> thinned_pixels(const TrainingTile& tile, const LabelP
 float held_inside(float centre, float side, float length) {
   const float half = side / 2;
   return std::clamp(centre, std::min(half, length / 2), std::max(length - half, length / 2));
-}
-
-/// A place in a tile, tile pixels, held inside it.
-struct Position {
-  float x, y;
-};
-
-/// Where the pixels of a crop lie, row by row.
-std::vector<Position> place_pixels(const TrainingTile& tile, int side, const CropTransform& t) {
-  const auto right = static_cast<float>(tile.width - 1);
-  const auto bottom = static_cast<float>(tile.height - 1);
-  std::vector<Position> positions;
-  positions.reserve(std::size_t(side) * side);
-  for (int v = 0; v < side; ++v) {
-    for (int u = 0; u < side; ++u) {
-      positions.push_back({std::clamp(t.a * u + t.b * v + t.c, 0.0F, right),
-                           std::clamp(t.d * u + t.e * v + t.f, 0.0F, bottom)});
-    }
-  }
-  return positions;
 }
 
 void sample_plane(const TrainingTile& tile, int channel, const std::vector<Position>& positions,
@@ -116,6 +99,7 @@ CropSource::CropSource(std::vector<const TrainingTile*> tiles, int side, int cat
     for (const TrainingTile* tile : tiles_) {
       if (const LabelPlane* plane = find_label(*tile, c)) {
         occurrences.push_back({tile, thinned_pixels(*tile, *plane)});
+        if (style.fades && is_thin(*tile, *plane, occurrences.back().pixels)) thin_.insert(plane);
       }
     }
     if (!occurrences.empty()) occurrences_.push_back(std::move(occurrences));
@@ -151,8 +135,7 @@ CropSource::Place CropSource::choose_place(core::Random& random) const {
 Crop CropSource::draw(core::Random& random) const {
   const Place place = choose_place(random);
   const TrainingTile& tile = *place.tile;
-  const CropTransform transform = draw_transform(place.x, place.y, side_, random);
-  const auto positions = place_pixels(tile, side_, transform);
+  const auto positions = place_crop(tile, {place.x, place.y}, side_, style_.strength, random);
   const std::size_t area = positions.size();
   Crop crop;
   crop.pixels.resize(area * spec_.source_channels());
@@ -164,14 +147,16 @@ Crop CropSource::draw(core::Random& random) const {
       std::copy(crop.pixels.data(), crop.pixels.data() + area, plane);
     }
   }
-  vary_light(crop.pixels, area, spec_.deviation, random);
-  if (style_.uneven_light) add_wave(crop.pixels, side_, spec_.deviation, random);
   crop.targets.resize(area * categories_);
   crop.known.resize(categories_);
   for (int c = 0; c < categories_; ++c) crop.known[c] = tile.known >> c & 1;
   for (const LabelPlane& plane : tile.labels) {
-    sample_labels(tile, plane, positions, categories_, crop.targets.data() + plane.category);
+    std::uint8_t* const targets = crop.targets.data() + plane.category;
+    sample_labels(tile, plane, positions, categories_, targets);
+    if (thin_.count(&plane) == 0 || !random.chance(kFadedShare)) continue;
+    fade({targets, static_cast<std::size_t>(categories_), side_}, random, crop.pixels);
   }
+  vary_light(crop.pixels, side_, spec_.deviation, style_.strength, random);
   crop.beside.resize(area * (planes() - spec_.planes()));
   if (crop.beside.empty() || random.chance(style_.left_out)) return crop;
   if (style_.positions) sample_positions(tile, positions, random, crop.beside.data());

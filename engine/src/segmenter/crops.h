@@ -2,9 +2,11 @@
 
 // Training crops: random, augmented pieces of training tiles with their labels.
 
+#include <set>
 #include <vector>
 
 #include "core/random.h"
+#include "segmenter/augmentation.h"
 #include "segmenter/context_map.h"
 #include "segmenter/input_planes.h"
 #include "segmenter/training_tile.h"
@@ -33,7 +35,8 @@ struct CropStyle {
   const std::vector<ContextMap>* maps = nullptr;  // a plane a category: the context around
   bool positions = false;                         // two planes: where a pixel lies, -1..1
   float left_out = 0;                             // that share
-  bool uneven_light = false;                      // the light changes across a crop
+  bool fades = false;                             // thin things, in some crops
+  Strength strength = Strength::kNormal;
 };
 
 /// Where crops come from. Immutable once made; draw from several threads at once.
@@ -65,6 +68,7 @@ class CropSource {
 
   std::vector<const TrainingTile*> tiles_;
   std::vector<std::vector<Occurrence>> occurrences_;  // of the categories that occur
+  std::set<const LabelPlane*> thin_;                  // planes of things that may be faded
   int side_;
   int categories_;
   InputSpec spec_;

@@ -32,7 +32,7 @@ void teach(const TrainingTask& task, const nn::TrainingPlan& plan, const Tiles& 
   for (const TrainingTile& tile : set.rehearsed) old.push_back(&tile);
   const int side = choose_crop_side(set.all);
   const CropStyle style{networks.context.empty() ? nullptr : &networks.maps, false, kWithoutContext,
-                        set.few};
+                        true, set.few ? Strength::kOfFewImages : Strength::kNormal};
   train_network(networks.fine,
                 {CropSource(tiles, side, set.count(), set.input(), style),
                  CropSource(old, side, set.count(), set.input(), style), !old.empty()},
