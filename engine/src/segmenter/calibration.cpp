@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 #include "segmenter/evaluation.h"
 
@@ -10,6 +11,7 @@ namespace {
 
 /// A few images can mislead.
 constexpr double kLeastScale = 0.4, kLargestScale = 2.0;
+constexpr double kLargestOffset = 1.0;
 
 constexpr std::uint64_t kFewestPixels = 50;
 
@@ -24,6 +26,20 @@ std::uint64_t sum_of(const std::array<std::uint64_t, LogitCounts::kBins>& counts
   std::uint64_t sum = 0;
   for (const std::uint64_t count : counts) sum += count;
   return sum;
+}
+
+/// Newton's method on the log loss, by one of the fit's parameters: `by` is the derivative of what
+/// a logit becomes.
+double newton_step(const LogitCounts& counts, const LogitFit& fit, double (*by)(double logit)) {
+  double slope = 0, curve = 1e-9;
+  for (int i = 0; i < LogitCounts::kBins; ++i) {
+    const double z = LogitCounts::logit(i), belonging = static_cast<double>(counts.belonging[i]);
+    const double pixels = belonging + static_cast<double>(counts.others[i]);
+    const double p = probability_of(fit.scale * z + fit.offset);
+    slope += (pixels * p - belonging) * by(z);
+    curve += pixels * p * (1 - p) * by(z) * by(z);
+  }
+  return std::clamp(slope / curve, -kLargestStep, kLargestStep);
 }
 
 std::vector<LogitCounts> count_tile(const Predictor& predictor, const TrainingTile& tile,
@@ -51,32 +67,33 @@ int LogitCounts::bin(double logit) {
   return static_cast<int>(std::clamp(logit, -10.0, 10.0) / 0.05 + 200.5);
 }
 
-double fit_scale(const LogitCounts& counts) {
-  if (sum_of(counts.belonging) < kFewestPixels || sum_of(counts.others) < kFewestPixels) return 1;
-  double scale = 1;
-  for (int round = 0; round < kRounds; ++round) {  // Newton's method on the log loss
-    double slope = 0, curve = 1e-9;
-    for (int i = 0; i < LogitCounts::kBins; ++i) {
-      const double z = LogitCounts::logit(i), belonging = static_cast<double>(counts.belonging[i]);
-      const double pixels = belonging + static_cast<double>(counts.others[i]);
-      const double p = probability_of(scale * z);
-      slope += (pixels * p - belonging) * z;
-      curve += pixels * p * (1 - p) * z * z;
-    }
-    const double step = std::clamp(slope / curve, -kLargestStep, kLargestStep);
-    scale = std::clamp(scale - step, kLeastScale, kLargestScale);
+LogitFit fit_logits(const LogitCounts& counts, std::size_t images) {
+  if (sum_of(counts.belonging) < kFewestPixels || sum_of(counts.others) < kFewestPixels) return {};
+  LogitFit fit;
+  const auto by_scale = [](double logit) { return logit; };
+  for (int round = 0; round < kRounds; ++round) {
+    fit.scale =
+        std::clamp(fit.scale - newton_step(counts, fit, by_scale), kLeastScale, kLargestScale);
   }
-  return scale;
+  const auto by_offset = [](double) { return 1.0; };
+  for (int round = 0; round < kRounds; ++round) {
+    fit.offset = std::clamp(fit.offset - newton_step(counts, fit, by_offset), -kLargestOffset,
+                            kLargestOffset);
+  }
+  fit.offset *= static_cast<double>(images) / static_cast<double>(images + 1);
+  return fit;
 }
 
-std::vector<double> measure_scales(const Predictor& predictor,
-                                   const std::vector<const TrainingTile*>& tiles,
-                                   const std::vector<ContextMap>& maps, core::WorkerPool& pool) {
+std::vector<LogitFit> measure_logits(const Predictor& predictor,
+                                     const std::vector<const TrainingTile*>& tiles,
+                                     const std::vector<ContextMap>& maps, core::WorkerPool& pool) {
   std::vector<std::vector<LogitCounts>> by_tile(tiles.size());
   pool.run(static_cast<int>(tiles.size()),
            [&](int i) { by_tile[i] = count_tile(predictor, *tiles[i], map_of(*tiles[i], maps)); });
-  std::vector<double> scales(predictor.categories());
-  for (std::size_t c = 0; c < scales.size(); ++c) {
+  std::set<int> images;
+  for (const TrainingTile* tile : tiles) images.insert(tile->origin.overview);
+  std::vector<LogitFit> fits(predictor.categories());
+  for (std::size_t c = 0; c < fits.size(); ++c) {
     LogitCounts sum;
     for (const auto& counts : by_tile) {
       for (int i = 0; i < LogitCounts::kBins; ++i) {
@@ -84,19 +101,21 @@ std::vector<double> measure_scales(const Predictor& predictor,
         sum.others[i] += counts[c].others[i];
       }
     }
-    scales[c] = fit_scale(sum);
+    fits[c] = fit_logits(sum, images.size());
   }
-  return scales;
+  return fits;
 }
 
-void scale_logits(const std::vector<double>& scales, nn::Network& net) {
+void adjust_logits(const std::vector<LogitFit>& fits, nn::Network& net) {
   std::vector<float>& weights = net.parameter("head.weight").values;
   std::vector<float>& biases = net.parameter("head.bias").values;
-  const std::size_t inputs = weights.size() / scales.size();
+  const std::size_t inputs = weights.size() / fits.size();
   for (std::size_t i = 0; i < weights.size(); ++i) {
-    weights[i] *= static_cast<float>(scales[i / inputs]);
+    weights[i] *= static_cast<float>(fits[i / inputs].scale);
   }
-  for (std::size_t c = 0; c < scales.size(); ++c) biases[c] *= static_cast<float>(scales[c]);
+  for (std::size_t c = 0; c < fits.size(); ++c) {
+    biases[c] = static_cast<float>(fits[c].scale * biases[c] + fits[c].offset);
+  }
 }
 
 }  // namespace telvar::segmenter

@@ -1,7 +1,7 @@
 #pragma once
 
-// Makes probabilities mean what they say: a factor of each category's logits, fitted to images that
-// have not taught.
+// Makes probabilities mean what they say: a factor and an offset of each category's logits, fitted
+// to images that have not taught (Platt scaling).
 
 #include <array>
 #include <cstdint>
@@ -24,18 +24,22 @@ struct LogitCounts {
   static int bin(double logit);
 };
 
-/// The factor of the logit that makes probabilities likeliest (temperature scaling, Guo et al.
-/// 2017), within narrow limits. It leaves 0.5 where it is: that threshold already serves the
-/// overlap that training maximises, and what few images say of another did not hold for others. Too
-/// few pixels of either kind: 1.
-double fit_scale(const LogitCounts& counts);
+/// What a logit becomes: scale x logit + offset.
+struct LogitFit {
+  double scale = 1, offset = 0;
+};
+
+/// The factor that makes the labels likeliest (temperature scaling, Guo et al. 2017), then the
+/// offset that does, both within narrow limits. Of an offset, n images bring n / (n + 1): one alone
+/// often differs from the next. Too few pixels of either kind change nothing.
+LogitFit fit_logits(const LogitCounts& counts, std::size_t images);
 
 /// Fits every category on tiles that have not taught.
-std::vector<double> measure_scales(const Predictor& predictor,
-                                   const std::vector<const TrainingTile*>& tiles,
-                                   const std::vector<ContextMap>& maps, core::WorkerPool& pool);
+std::vector<LogitFit> measure_logits(const Predictor& predictor,
+                                     const std::vector<const TrainingTile*>& tiles,
+                                     const std::vector<ContextMap>& maps, core::WorkerPool& pool);
 
-/// Builds the factors, one a category, into the network's head.
-void scale_logits(const std::vector<double>& scales, nn::Network& net);
+/// Builds the fits, one a category, into the network's head.
+void adjust_logits(const std::vector<LogitFit>& fits, nn::Network& net);
 
 }  // namespace telvar::segmenter

@@ -6,8 +6,8 @@
 
 namespace telvar::segmenter {
 
-/// The round that may be made with and without.
-constexpr int kRoundOfChoice = 2;
+/// The round in which context is tried.
+constexpr int kRoundOfChoice = 3;
 
 /// Whether context could help a network that reached `score` before the round of choice: few images
 /// do not tell what a whole region looks like, overviews do not show thin marks, and small regions
@@ -17,8 +17,9 @@ bool may_have_context(const TrainingSet& set, double score);
 /// Teaches context networks, initial or earlier ones, on the overviews of samples not held out.
 void teach_context(const TrainingTask& task, ContextModel& model);
 
-/// Makes the round with context and without: the context stays if it is needed. What is easily seen
-/// nearby is known best by the fine network on its own. Returns the score after it.
+/// Makes the round of choice; if a context is promising, once with it and once without, from the
+/// same network: the context stays if it is needed. What is easily seen nearby is known best by the
+/// fine network on its own. Returns the score after it.
 double run_round_with_choice(const TrainingTask& task, Networks& networks);
 
 }  // namespace telvar::segmenter

@@ -36,12 +36,12 @@ int canvas_side(const ContextData& data) {
   return rounded_up(longest);
 }
 
-/// At the overviews' own scale.
+/// At the overviews' own scale; of those without a map, nothing.
 std::vector<Overlap> measure_maps(const ContextData& data, const std::vector<ContextMap>& maps) {
   std::vector<Overlap> sums(data.categories);
   for (std::size_t i = 0; i < data.fresh; ++i) {
     const TrainingTile& tile = data.overviews[i].tile;
-    if (data.overviews[i].fold == Overview::kUnseen) continue;
+    if (maps[i].empty()) continue;
     for (int c = 0; c < data.categories; ++c) {
       if (!(tile.known >> c & 1)) continue;
       const LabelPlane* plane = find_label(tile, c);
@@ -98,23 +98,20 @@ void assign_folds(const std::vector<bool>& teaches, int folds, std::vector<Overv
 }
 
 void train_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
-                   ContextModel& model, core::WorkerPool& pool) {
-  const int side = canvas_side(data);
+                   std::size_t fold, ContextModel& model, core::WorkerPool& pool) {
+  const int side = canvas_side(data), left_out = static_cast<int>(fold);
   const CropStyle style{nullptr, true, kWithoutPositions};
-  for (std::size_t i = 0; i < model.nets.size(); ++i) {
-    const auto fold = static_cast<int>(i);
-    const Tiles fresh = taught_overviews(data, fold, 0, data.fresh);
-    const Tiles old = taught_overviews(data, fold, data.fresh, data.overviews.size());
-    if (fresh.empty()) continue;
-    nn::TrainingPlan training;
-    training.steps = plan.steps;
-    training.seed = seed + i;
-    training.peak_rate = plan.peak_rate;
-    train_network(model.nets[i],
-                  {CropSource(fresh, side, data.categories, data.spec, style),
-                   CropSource(old, side, data.categories, data.spec, style), !old.empty()},
-                  training, pool);
-  }
+  const Tiles fresh = taught_overviews(data, left_out, 0, data.fresh);
+  const Tiles old = taught_overviews(data, left_out, data.fresh, data.overviews.size());
+  if (fresh.empty()) return;
+  nn::TrainingPlan training;
+  training.steps = plan.steps;
+  training.seed = seed + fold;
+  training.peak_rate = plan.peak_rate;
+  train_network(model.nets[fold],
+                {CropSource(fresh, side, data.categories, data.spec, style),
+                 CropSource(old, side, data.categories, data.spec, style), !old.empty()},
+                training, pool);
 }
 
 std::vector<ContextMap> map_overviews(const ContextData& data, const ContextModel& model,
@@ -125,22 +122,23 @@ std::vector<ContextMap> map_overviews(const ContextData& data, const ContextMode
   pool.run(static_cast<int>(maps.size()), [&](int i) {
     const Overview& overview = data.overviews[i];
     const TrainingTile& tile = overview.tile;
+    const bool seen = overview.fold != Overview::kUnseen;
+    if (seen && static_cast<std::size_t>(overview.fold) >= model.nets.size()) return;
     const auto pixels = source_pixels(tile, data.spec);
-    maps[i] = overview.fold == Overview::kUnseen
-                  ? predictor.predict(pixels.data(), tile.width, tile.height)
-                  : predictor.predict(pixels.data(), tile.width, tile.height, overview.fold);
+    maps[i] = !seen ? predictor.predict(pixels.data(), tile.width, tile.height)
+                    : predictor.predict(pixels.data(), tile.width, tile.height, overview.fold);
   });
   return maps;
 }
 
-double choose_positions(const ContextData& data, ContextModel& model, core::WorkerPool& pool) {
+std::vector<Overlap> choose_positions(const ContextData& data, ContextModel& model,
+                                      core::WorkerPool& pool) {
   const auto judge = [&](bool positions) {
     model.positions = positions;
-    return mean_iou(measure_maps(data, map_overviews(data, model, pool)));
+    return measure_maps(data, map_overviews(data, model, pool));
   };
-  const double with = judge(true);
-  const double without = judge(false);
-  model.positions = with >= without + kClearGain;
+  std::vector<Overlap> with = judge(true), without = judge(false);
+  model.positions = mean_iou(with) >= mean_iou(without) + kClearGain;
   return model.positions ? with : without;
 }
 

@@ -6,6 +6,7 @@
 
 #include "core/worker_pool.h"
 #include "segmenter/context.h"
+#include "segmenter/evaluation.h"
 #include "segmenter/state.h"
 
 namespace telvar::segmenter {
@@ -34,9 +35,9 @@ double measure_overviews(const ContextData& data, const std::vector<const Traini
 /// Puts every fresh overview that teaches into a fold, evenly.
 void assign_folds(const std::vector<bool>& teaches, int folds, std::vector<Overview>& overviews);
 
-/// Trains `model` (networks of initial or earlier weights) in place.
+/// Trains network `fold` of `model`, of initial or earlier weights, in place.
 void train_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
-                   ContextModel& model, core::WorkerPool& pool);
+                   std::size_t fold, ContextModel& model, core::WorkerPool& pool);
 
 /// What the context is of every overview, by the network that has not learned from it; of overviews
 /// of no fold by all. So the fine network learns how far a context can be trusted.
@@ -44,7 +45,8 @@ std::vector<ContextMap> map_overviews(const ContextData& data, const ContextMode
                                       core::WorkerPool& pool);
 
 /// Sets whether the networks are told positions: where that is clearly better on overviews that
-/// they have not learned from. Returns the mean intersection over union on these, 0..1.
-double choose_positions(const ContextData& data, ContextModel& model, core::WorkerPool& pool);
+/// they have not learned from. Returns what they find in these, a category each.
+std::vector<Overlap> choose_positions(const ContextData& data, ContextModel& model,
+                                      core::WorkerPool& pool);
 
 }  // namespace telvar::segmenter

@@ -11,7 +11,10 @@ namespace {
 
 constexpr float kLargestShift = 0.15F;  // of positions, in halves of the region
 
-constexpr float kFadedShare = 0.5F;  // of the crops that show a thin thing
+/// Things of a category that fewer than one in so many tiles show are faded, if they are thin:
+/// where there are more, they show themselves how faint they may be. And the share of their crops.
+constexpr std::size_t kRareShare = 3;
+constexpr float kFadedShare = 0.5F;
 
 constexpr std::size_t kPlacesPerOccurrence = 4096;
 
@@ -99,10 +102,17 @@ CropSource::CropSource(std::vector<const TrainingTile*> tiles, int side, int cat
     for (const TrainingTile* tile : tiles_) {
       if (const LabelPlane* plane = find_label(*tile, c)) {
         occurrences.push_back({tile, thinned_pixels(*tile, *plane)});
-        if (style.fades && is_thin(*tile, *plane, occurrences.back().pixels)) thin_.insert(plane);
       }
     }
+    if (style.fades && occurrences.size() * kRareShare < tiles_.size()) add_thin(occurrences, c);
     if (!occurrences.empty()) occurrences_.push_back(std::move(occurrences));
+  }
+}
+
+void CropSource::add_thin(const std::vector<Occurrence>& occurrences, int category) {
+  for (const Occurrence& one : occurrences) {
+    const LabelPlane* plane = find_label(*one.tile, category);
+    if (is_thin(*one.tile, *plane, one.pixels)) thin_.insert(plane);
   }
 }
 

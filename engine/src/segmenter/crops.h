@@ -35,7 +35,7 @@ struct CropStyle {
   const std::vector<ContextMap>* maps = nullptr;  // a plane a category: the context around
   bool positions = false;                         // two planes: where a pixel lies, -1..1
   float left_out = 0;                             // that share
-  bool fades = false;                             // thin things, in some crops
+  bool fades = false;                             // rare thin things, in some crops
   Strength strength = Strength::kNormal;
 };
 
@@ -64,6 +64,7 @@ class CropSource {
     const TrainingTile* tile;
     std::vector<std::uint32_t> pixels;  // evenly thinned
   };
+  void add_thin(const std::vector<Occurrence>& occurrences, int category);
   Place choose_place(core::Random& random) const;
 
   std::vector<const TrainingTile*> tiles_;

@@ -14,6 +14,11 @@ constexpr Effort kFineTuning{1, 60, 20, 20, 0.5, 2e-3, 60};
 
 constexpr Effort kTouchingUp{1, 20, 6, 6, 0.5, 1e-3, 0};
 
+/// A second round that reaches it leaves nothing to the third.
+constexpr double kBestScore = 0.99;
+
+constexpr int kShortSettling = 60, kShortFinish = 60;
+
 /// What a round adds at least to a good score; and what one of two rounds running adds at least to
 /// a fair one, beyond the best before them.
 constexpr double kLeastGain = 0.005;
@@ -34,8 +39,14 @@ Effort effort_of_touching_up() {
   return kTouchingUp;
 }
 
+Effort shortened(Effort effort) {
+  effort.settling_steps = std::min(effort.settling_steps, kShortSettling);
+  effort.finish_steps = std::min(effort.finish_steps, kShortFinish);
+  return effort;
+}
+
 bool Progress::is_over(double score) {
-  const bool idle = score - last_ < kLeastGain;
+  const bool idle = score - last_ < kLeastGain || (last_ >= kGoodScore && score >= kBestScore);
   rounds_without_progress_ = score < best_ + kLeastProgress ? rounds_without_progress_ + 1 : 0;
   last_ = score;
   best_ = std::max(best_, score);

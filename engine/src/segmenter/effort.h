@@ -31,12 +31,16 @@ Effort effort_of_fine_tuning();
 /// Of one whose artifact reaches kGoodScore already on samples that bring nothing new.
 Effort effort_of_touching_up();
 
+/// Of the rest of a training whose rounds have reached kGoodScore: a falling rate has little left
+/// to bring.
+Effort shortened(Effort effort);
+
 /// An intersection over union that leaves little to gain.
 constexpr double kGoodScore = 0.97;
 
 /// Judges when rounds have brought what they can: when kGoodScore is reached and a round adds next
-/// to nothing, or when two rounds running have not added to a fair score. Below that, faint things
-/// may yet be found.
+/// to nothing or has nothing left to add, or when two rounds running have not added to a fair
+/// score. Below that, faint things may yet be found.
 class Progress {
  public:
   /// `before`: the score before the first round.

@@ -34,6 +34,9 @@ class Training {
   TrainedModel run() {
     const nn::Network start = networks_.fine;
     const int rounds = run_rounds();
+    // A context comes late: its use is still being learned.
+    const bool is_learned = last_score_ >= kGoodScore && networks_.context.empty();
+    if (is_learned) task_.effort = shortened(task_.effort);
     monitor().expect(steps_after(rounds));
     settle(task_, task_.set.taught, networks_);
     std::vector<Overlap> overlaps = measure(task_, task_.set.judging, networks_);
@@ -41,11 +44,11 @@ class Training {
     TrainedModel trained;
     trained.score = mean_iou(overlaps);
     monitor().measured(trained.score);
-    const auto scales = measure_scales(Predictor(networks_.fine, task_.set.input()),
-                                       unseen_of(task_.set), networks_.maps, task_.pool);
+    const auto fits = measure_logits(Predictor(networks_.fine, task_.set.input()),
+                                     unseen_of(task_.set), networks_.maps, task_.pool);
     monitor().expect(task_.effort.finish_steps);
     finish(task_, networks_);
-    scale_logits(scales, networks_.fine);
+    adjust_logits(fits, networks_.fine);
     trained.state = delivered_state();
     return trained;
   }
@@ -92,25 +95,29 @@ class Training {
 
   /// Returns how many it took.
   int run_rounds() {
-    double score = score_before();
+    double& score = last_score_;
+    score = score_before();
     refresh_context();
     Progress progress(score);
     for (int round = 0; round < task_.effort.max_rounds; ++round) {
       monitor().expect(steps_from(round));
-      const bool chooses =
-          !fine_tunes_ && round == kRoundOfChoice && may_have_context(task_.set, score);
+      const bool chooses = round == kRoundOfChoice && may_choose_context(score);
       score = chooses ? run_round_with_choice(task_, networks_) : run_round(round);
-      if (progress.is_over(score)) return round + 1;
+      monitor().measured(score);
+      const bool is_over = progress.is_over(score);
+      if (is_over && (round >= kRoundOfChoice || !may_choose_context(score))) return round + 1;
     }
     return task_.effort.max_rounds;
+  }
+
+  bool may_choose_context(double score) const {
+    return !fine_tunes_ && may_have_context(task_.set, score);
   }
 
   /// Returns the score after it.
   double run_round(int round) {
     teach_round(task_, round, task_.set.taught, networks_);
-    const double score = judge();
-    monitor().measured(score);
-    return score;
+    return judge();
   }
 
   SegmenterState delivered_state() const {
@@ -146,6 +153,7 @@ class Training {
   bool fine_tunes_;
   bool brings_nothing_new_;  // no category that the artifact does not know
   TrainingTask task_;
+  double last_score_ = 0;  // on what is held out
   Networks networks_;
   Rotation rotation_;
 };

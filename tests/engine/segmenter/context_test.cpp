@@ -144,11 +144,11 @@ TEST(Context, ArtifactsThatContradictThemselvesAreRefused) {
   }
 }
 
-/// Counts of pixels whose true logit is scale x logit.
-LogitCounts counts_of(double scale) {
+/// Counts of pixels whose true logit is scale x logit + offset.
+LogitCounts counts_of(double scale, double offset = 0) {
   LogitCounts counts;
   for (int i = 0; i < LogitCounts::kBins; ++i) {
-    const double p = 1 / (1 + std::exp(-scale * LogitCounts::logit(i)));
+    const double p = 1 / (1 + std::exp(-scale * LogitCounts::logit(i) - offset));
     counts.belonging[i] = static_cast<std::uint64_t>(10000 * p);
     counts.others[i] = 10000 - counts.belonging[i];
   }
@@ -156,19 +156,30 @@ LogitCounts counts_of(double scale) {
 }
 
 TEST(Calibration, FindsTheScaleWithinItsLimits) {
-  for (const double scale : {0.6, 1.0, 1.5}) EXPECT_NEAR(fit_scale(counts_of(scale)), scale, 0.02);
-  EXPECT_EQ(fit_scale(counts_of(0.1)), 0.4);
-  EXPECT_EQ(fit_scale({}), 1);
+  for (const double scale : {0.6, 1.0, 1.5}) {
+    EXPECT_NEAR(fit_logits(counts_of(scale), 3).scale, scale, 0.02);
+    EXPECT_NEAR(fit_logits(counts_of(scale), 3).offset, 0, 0.02);
+  }
+  EXPECT_EQ(fit_logits(counts_of(0.1), 3).scale, 0.4);
+  EXPECT_EQ(fit_logits({}, 3).scale, 1);
+}
+
+TEST(Calibration, TrustsAnOffsetTheMoreTheMoreImagesTellIt) {
+  for (const double offset : {-0.6, 0.6}) {
+    EXPECT_NEAR(fit_logits(counts_of(1, offset), 1).offset, offset / 2, 0.03);
+    EXPECT_NEAR(fit_logits(counts_of(1, offset), 9).offset, offset * 0.9, 0.05);
+  }
+  EXPECT_EQ(fit_logits(counts_of(1, 3), 1).offset, 0.5);
 }
 
 TEST(Calibration, IsBuiltIntoTheHead) {
   nn::Network net = make_initial_net(4, 2, 1);
   const std::vector<float> input(16 * 16 * 4, 0.5F);
   const auto before = nn::Inference(net, nn::Number::kFloat)(input.data(), {1, 16, 16});
-  scale_logits({2.0, 1.0}, net);
+  adjust_logits({{2.0, 0.0}, {1.0, 0.25}}, net);
   const auto after = nn::Inference(net, nn::Number::kFloat)(input.data(), {1, 16, 16});
   EXPECT_NEAR(after.at(0, 5, 5)[0], 2 * before.at(0, 5, 5)[0], 1e-4);
-  EXPECT_NEAR(after.at(0, 5, 5)[1], before.at(0, 5, 5)[1], 1e-5);
+  EXPECT_NEAR(after.at(0, 5, 5)[1], before.at(0, 5, 5)[1] + 0.25, 1e-5);
 }
 
 }  // namespace

@@ -1,0 +1,111 @@
+// How crops differ from what they were cut from, and how long a training takes.
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <functional>
+
+#include "segmenter/augmentation.h"
+#include "segmenter/effort.h"
+#include "segmenter/fading.h"
+
+namespace telvar::segmenter {
+namespace {
+
+constexpr int kSide = 64;
+
+/// A gray tile whose one category is darker where `belongs` says so.
+TrainingTile tile_of(const std::function<bool(int, int)>& belongs) {
+  core::Raster raster(kSide, kSide, 1);
+  core::Mask mask(kSide, kSide);
+  for (int y = 0; y < kSide; ++y) {
+    for (int x = 0; x < kSide; ++x) {
+      mask.at(y, x) = belongs(x, y);
+      raster.values[y * kSide + x] = belongs(x, y) ? 0.2F : 0.6F;
+    }
+  }
+  return make_tile(raster, 1, {mask}, 1);
+}
+
+bool is_thin_tile(const TrainingTile& tile) {
+  std::vector<std::uint32_t> pixels;
+  for (std::uint32_t i = 0; i < kSide * kSide; ++i) {
+    if (bit_at(tile.labels[0].bits, i)) pixels.push_back(i);
+  }
+  return is_thin(tile, tile.labels[0], pixels);
+}
+
+TEST(Fading, IsForWhatIsThinInEveryPlace) {
+  EXPECT_TRUE(is_thin_tile(tile_of([](int x, int y) { return std::abs(x - y) < 2; })));
+  EXPECT_TRUE(is_thin_tile(tile_of([](int x, int y) { return x % 32 < 4 && y % 32 < 4; })));
+  EXPECT_FALSE(is_thin_tile(tile_of([](int x, int y) { return std::hypot(x - 32, y - 32) < 20; })));
+  EXPECT_FALSE(is_thin_tile(tile_of([](int x, int) { return x < 32; })));
+}
+
+TEST(Fading, TakesContrastFromThinThingsAndLeavesTheRest) {
+  const auto belongs = [](int x, int) { return x >= 30 && x < 33; };
+  std::vector<std::uint8_t> flags;
+  std::vector<float> pixels;
+  for (int i = 0; i < kSide * kSide; ++i) {
+    flags.push_back(belongs(i % kSide, 0) ? 1 : 0);
+    pixels.push_back(flags.back() != 0 ? 0.2F : 0.6F);
+  }
+  double faintest = 0;
+  for (std::uint64_t seed = 0; seed < 20; ++seed) {
+    std::vector<float> faded = pixels;
+    core::Random random({seed});
+    fade({flags.data(), 1, kSide}, random, faded);
+    for (int i = 0; i < kSide * kSide; ++i) {
+      ASSERT_GE(faded[i], flags[i] != 0 ? 0.2F - 1e-6F : 0.6F - 1e-6F);
+      ASSERT_LE(faded[i], 0.6F + 1e-6F);
+      if (flags[i] != 0) faintest = std::max<double>(faintest, faded[i]);
+    }
+  }
+  EXPECT_GT(faintest, 0.4);
+  EXPECT_LT(faintest, 0.5);  // something is always left to see
+}
+
+TEST(Augmentation, PlacesStayInTheTileAndAreBentOnlyOfFewImages) {
+  const TrainingTile tile = tile_of([](int x, int) { return x < 32; });
+  for (const Strength strength : {Strength::kNormal, Strength::kOfFewImages}) {
+    double bent = 0;
+    for (std::uint64_t seed = 0; seed < 10; ++seed) {
+      core::Random random({seed});
+      const auto places = place_crop(tile, {32, 32}, 32, strength, random);
+      ASSERT_EQ(places.size(), 32U * 32U);
+      for (const Position& at : places) {
+        ASSERT_TRUE(at.x >= 0 && at.y >= 0 && at.x <= kSide - 1 && at.y <= kSide - 1);
+      }
+      // Straight lines stay straight unless they are bent.
+      const Position &a = places[16 * 32 + 12], &b = places[16 * 32 + 16],
+                     &c = places[16 * 32 + 20];
+      bent = std::max<double>(bent, std::hypot(a.x + c.x - 2 * b.x, a.y + c.y - 2 * b.y));
+    }
+    EXPECT_EQ(bent > 0.01, strength == Strength::kOfFewImages) << bent;
+  }
+}
+
+TEST(Effort, EndsWhenRoundsBringNothingMore) {
+  const struct {
+    const char* what;
+    std::vector<double> scores;
+    int rounds;  // that are made; one more than there are: it goes on
+  } cases[] = {
+      {"good and idle", {0.9, 0.975, 0.976}, 3},
+      {"nothing left to gain", {0.98, 0.995}, 2},
+      {"good at once, by chance perhaps", {0.995}, 2},
+      {"fair, two rounds without progress", {0.7, 0.705, 0.702}, 3},
+      {"faint things may yet be found", {0.3, 0.3, 0.3, 0.3}, 5},
+      {"it rises", {0.5, 0.6, 0.7, 0.8}, 5},
+  };
+  for (const auto& [what, scores, rounds] : cases) {
+    Progress progress(0);
+    int made = 0;
+    bool over = false;
+    while (!over && made < static_cast<int>(scores.size())) over = progress.is_over(scores[made++]);
+    EXPECT_EQ(over ? made : made + 1, rounds) << what;
+  }
+}
+
+}  // namespace
+}  // namespace telvar::segmenter
