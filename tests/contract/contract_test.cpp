@@ -102,11 +102,6 @@ TYPED_TEST(LoadedTool, SilentlyReplacesATrainCacheThatDoesNotLoad) {
   EXPECT_EQ(this->Create("", std::string(100000, '\0'))->GetData()->trainCache, fresh);
 }
 
-TYPED_TEST(LoadedTool, TakesUpTheTrainCacheThatItSaved) {
-  const std::string saved = this->Create("", "")->GetData()->trainCache;
-  EXPECT_EQ(this->Create("", saved)->GetData()->trainCache, saved);
-}
-
 TYPED_TEST(LoadedTool, ReportsAMissingModelAsAnExceptionThatTheHostCanCatchByEveryBase) {
   const auto tool = this->Create("", "");
   for (const auto process : {TypeParam::Process, TypeParam::ProcessMany}) {
@@ -133,10 +128,6 @@ TYPED_TEST(LoadedTool, WorksOnAThreadThatDidNotMakeIt) {
     }
   }).join();
   EXPECT_THROW(std::rethrow_exception(thrown), InvalidTrainingArtifactException);
-}
-
-TEST_F(Loaded, ExportsItsEntryFunctionUndecorated) {
-  EXPECT_NE(library_.Find<EntryFunction>("CreateWrapperFactory"), nullptr);
 }
 
 TEST_F(Loaded, ReleasesTheFactoryThatTheArgumentHeld) {

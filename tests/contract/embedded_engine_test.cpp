@@ -50,9 +50,9 @@ Types::CommonDataSet BatchOf(const std::string& image) {
 struct Reader {
   using Dataset = Types::SmartOCR::Dataset;
   static constexpr char kName[] = "OCR";
-  static auto Make(const std::string& artifact) {
+  static auto Make(const std::string& artifact, const std::string& cache = "") {
     return NewFactory()->CreateSmartOCRWrapper(
-        std::make_unique<Types::SmartOCR::Data>(artifact, ""));
+        std::make_unique<Types::SmartOCR::Data>(artifact, cache));
   }
   static Dataset Samples() { return samples::ToRead(); }
   static std::string& Image(Dataset& set) { return set.trainData[1].imageId; }
@@ -67,9 +67,9 @@ struct Reader {
 struct Classifier {
   using Dataset = Types::SmartClassifier::Dataset;
   static constexpr char kName[] = "classifier";
-  static auto Make(const std::string& artifact) {
+  static auto Make(const std::string& artifact, const std::string& cache = "") {
     return NewFactory()->CreateSmartClassifierWrapper(
-        std::make_unique<Types::SmartClassifier::Data>(artifact, ""));
+        std::make_unique<Types::SmartClassifier::Data>(artifact, cache));
   }
   static Dataset Samples() { return samples::ToClassify(); }
   static std::string& Image(Dataset& set) { return set.samples["I-1"].imageId; }
@@ -84,9 +84,9 @@ struct Classifier {
 struct Segmenter {
   using Dataset = Types::SmartSegmenter::Dataset;
   static constexpr char kName[] = "segmenter";
-  static auto Make(const std::string& artifact) {
+  static auto Make(const std::string& artifact, const std::string& cache = "") {
     return NewFactory()->CreateSmartSegmenterWrapper(
-        std::make_unique<Types::SmartSegmenter::Data>(artifact, ""));
+        std::make_unique<Types::SmartSegmenter::Data>(artifact, cache));
   }
   static Dataset Samples() { return samples::ToSegment(); }
   static std::string& Image(Dataset& set) { return set.samples[1].imageId; }
@@ -101,16 +101,26 @@ struct Segmenter {
   }
 };
 
+/// What a training leaves behind.
+struct State {
+  std::string artifact, cache;
+};
+
 template <typename Tool>
-std::string Trained() {
+State Trained() {
   const auto tool = Tool::Make("");
   Tool::Train(*tool, Tool::Samples());
-  return tool->GetData()->artifact;
+  const auto data = tool->GetData();
+  return {data->artifact, data->trainCache};
+}
+template <typename Tool>
+const State& Learned() {
+  static const State state = Trained<Tool>();
+  return state;
 }
 template <typename Tool>
 const std::string& Artifact() {
-  static const std::string artifact = Trained<Tool>();
-  return artifact;
+  return Learned<Tool>().artifact;
 }
 
 /// `call` must throw an `Error`, of exactly this type, with this in its text.
@@ -160,9 +170,9 @@ TEST(EmbeddedEngine, RefusesDataSetsToRead) {
       {kArgument, "the character width of 0 pixels must", [](auto& set) { set.width = 0; }},
       {kArgument, "12 x 100 pixels, differ more than 8", [](auto& set) { set.height = 100; }},
       {kArgument, "2 labelled characters, at least 3", [](auto& set) { set.trainData.resize(2); }},
-      {kArgument, "xxx...' is longer than 256 bytes", label(15, std::string(257, 'x'))},
+      {kArgument, "xxx...' has 257 bytes, at most 256 are", label(15, std::string(257, 'x'))},
       {kLabel, "sample 'I-1', label 0: no category", label(15, "")},
-      {kLabel, "sample 'I-1', label 0: the position is not finite", label(NAN, "I")},
+      {kLabel, "sample 'I-1', label 0: the position (nan, 15) is not finite", label(NAN, "I")},
       {kLabel, "sample 'I-1', label 0: (99, 15) lies outside the region of 32 x", label(99, "I")},
       {kRegion, "image 'I-1': region of 0 x 9 px is empty",
        [](auto& set) { set.trainData[1].roi = kEmptyRegion; }},
@@ -244,7 +254,8 @@ TYPED_TEST(EmbeddedTool, RefusesRegions) {
     return [&, roi] { TypeParam::Process(*tool, Load("I-0"), roi); };
   };
   kRegion("image: region of 0 x 9 px is empty", region(0, 0, 0));
-  kRegion("image: the region lies outside the image of 32 x 32 px", region(99, 0, 9));
+  kRegion("image: the region lies outside the image of 32 x 32 px: a 1, b -0, c 99, d 0,",
+          region(99, 0, 9));
   kRegion("image: the region's transform is not finite", region(NAN, 0, 9));
   kRegion("image: the region's transform is singular", region(0, 1.57079633F, 9));
 }
@@ -279,6 +290,12 @@ TYPED_TEST(EmbeddedTool, RefusesArtifacts) {
     kVersion(name + " artifact: format version 99, this library reads up to",
              with(FromTheFuture(Artifact<TypeParam>())));
   }
+}
+
+TYPED_TEST(EmbeddedTool, TakesUpTheTrainCacheThatItSaved) {
+  const std::string& saved = Learned<TypeParam>().cache;
+  EXPECT_GT(saved.size(), TypeParam::Make("")->GetData()->trainCache.size());
+  EXPECT_TRUE(TypeParam::Make("", saved)->GetData()->trainCache == saved);
 }
 
 TYPED_TEST(EmbeddedTool, TellsOfItsProgressAndLearnsTheSameOnOneThread) {
@@ -353,8 +370,8 @@ TEST(EmbeddedEngine, LetsTheRefusalOfSortCharactersPassAsItIs) {
 
 TEST(EmbeddedEngine, LearnsTheSameBesideItself) {
   auto other = std::async(std::launch::async, Trained<Classifier>);
-  EXPECT_TRUE(Trained<Classifier>() == Artifact<Classifier>());
-  EXPECT_TRUE(other.get() == Artifact<Classifier>());
+  EXPECT_TRUE(Trained<Classifier>().artifact == Artifact<Classifier>());
+  EXPECT_TRUE(other.get().artifact == Artifact<Classifier>());
 }
 
 }  // namespace

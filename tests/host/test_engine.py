@@ -23,9 +23,11 @@ class Engine(HostTest):
         state = self.train("classifier", data)
         found = self.ok("evaluate", "--state", state, "--data", data)
         self.assertGreaterEqual(found["accuracy"], 0.85)
-        again = self.ok("train", "--tool", "classifier", "--data", data, "--from", state, "--state",
-                        self.scratch / "weiter.telvar")
-        self.assertGreater(again["artifact_bytes"], 0)
+        further = self.scratch / "further.telvar"
+        again = self.ok("train", "--tool", "classifier", "--data", data, "--from", state, "--state", further)
+        self.assertEqual(again["artifact_bytes"], self.ok("inspect", "--state", further)["artifact_bytes"])
+        self.assertEqual([training["images"] for training in self.ok("inspect", "--state", further)["trainings"]], [28, 28])
+        self.assertGreaterEqual(self.ok("evaluate", "--state", further, "--data", data)["accuracy"], 0.85)
         out = self.scratch / "aus"
         self.ok("batch", "--state", state, "--data", data / "test", "--out", out)
         batch = json.loads((out / "results.json").read_text("utf-8"))["images"]

@@ -117,13 +117,11 @@ std::vector<Thumbnail> ThumbnailLoader::load(const std::vector<DatasetEntry>& en
     const types::ImageView view(image);
     core::check_image(image, subject);
     core::CacheKey key = cache_key(entry.image_id, view, max_side_);
-    if (const auto cached = cache_.find(key)) {
-      try {
-        thumbnails[i - first] = decode(*cached, view, max_side_);
-        continue;
-      } catch (const core::malformed_bytes&) {
-        // An entry that is of no use costs time, nothing else: reduce the image anew.
-      }
+    auto cached = cache_.find_decoded(
+        key, [&](const std::string& blob) { return decode(blob, view, max_side_); });
+    if (cached) {
+      thumbnails[i - first] = std::move(*cached);
+      continue;
     }
     bytes += image.pixels.size();
     pending.push_back({i - first, std::move(image), std::move(key)});

@@ -14,8 +14,8 @@
 namespace telvar::classifier {
 namespace {
 
+// Networks of a small set: a quarter of it is held out of each.
 constexpr int kFolds = 4;
-// Networks of a small set, each held out of a quarter of it.
 // Of a large set one sample in so many is held out: some 300 at least, enough to calibrate by.
 constexpr int kOneInHeldOut = 20;
 constexpr int kNoFold = -1;

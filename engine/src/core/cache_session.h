@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "core/bytes.h"
 #include "core/train_cache_store.h"
 
 namespace telvar::core {
@@ -16,6 +18,21 @@ class CacheSession {
   explicit CacheSession(TrainCacheStore& store) : store_(store) {}
 
   TrainCacheStore::Blob find(const CacheKey& key);
+
+  /// What `decode(blob)` makes of an entry; nothing where there is none, or where it throws
+  /// malformed_bytes: an entry that is of no use costs time, nothing else.
+  template <class Decode>
+  auto find_decoded(const CacheKey& key, const Decode& decode)
+      -> std::optional<decltype(decode(std::string()))> {
+    const TrainCacheStore::Blob blob = find(key);
+    if (!blob) return std::nullopt;
+    try {
+      return decode(*blob);
+    } catch (const malformed_bytes&) {
+      return std::nullopt;
+    }
+  }
+
   void put(const CacheKey& key, std::string blob);
   /// When memory runs out, the cache has not changed.
   void commit();

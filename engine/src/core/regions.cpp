@@ -195,7 +195,7 @@ Region resolve_region(const types::ImageView& image, const types::AffineTransfor
   check_reach(t, size, subject);
   if (!overlaps(t, size, image.layout[0], image.layout[1])) {
     throw types::invalid_roi(text(subject, ": the region lies outside the image of ",
-                                  image.layout[0], " x ", image.layout[1], " px"));
+                                  image.layout[0], " x ", image.layout[1], " px: ", text_of(t)));
   }
   Region region;
   region.transform = transform;

@@ -34,8 +34,8 @@ struct Mapping {
   }
 };
 
+/// A normal deviate that never exceeds `limit`: rare extremes would teach nothing that occurs.
 float clamped_normal(core::Random& random, float deviation, float limit) {
-  /// A normal deviate that never exceeds `limit`: rare extremes would teach nothing that occurs.
   return std::clamp(random.normal() * deviation, -limit, limit);
 }
 
@@ -171,9 +171,10 @@ std::vector<PreparedLabel> carried(const std::vector<PreparedLabel>& labels, con
 
 /// Excerpts, which an earlier training has left, come up so often at most for each crop of what is
 /// new: enough that the old is not forgotten, and less than half of the steps.
-constexpr double kMostOfExcerpts = 0.7;
+constexpr double kMostOfExemplars = 0.7;
 
-/// A character this near to the edge of an excerpt, in prepared pixels, may have its centre beyond.
+/// A character this near to the edge of an exemplar, in prepared pixels, may have its centre
+/// beyond.
 constexpr float kUnknownEdge = 0.5f * kPreparedCharacter;
 
 /// The cells that lie on the edge of the sample or beyond.
@@ -209,18 +210,18 @@ CropSource::CropSource(std::vector<const PreparedSample*> samples, float inverte
   const auto weight_of = [&](const PreparedLabel& label) {
     return 1 / std::sqrt(counts[static_cast<std::size_t>(label.category)]);
   };
-  double whole = 0, excerpts = 0;
+  double whole = 0, exemplars = 0;
   for (const PreparedSample* sample : samples_) {
     for (const PreparedLabel& label : sample->labels) {
-      (sample->excerpt ? excerpts : whole) += weight_of(label);
+      (sample->is_exemplar ? exemplars : whole) += weight_of(label);
     }
   }
-  const double share = whole > 0 ? std::min(1.0, kMostOfExcerpts * whole / excerpts) : 1;
+  const double share = whole > 0 ? std::min(1.0, kMostOfExemplars * whole / exemplars) : 1;
   double sum = 0;
   for (std::size_t i = 0; i < samples_.size(); ++i) {
     for (const PreparedLabel& label : samples_[i]->labels) {
       places_.push_back({i, label.x, label.y});
-      cumulated_.push_back(sum += weight_of(label) * (samples_[i]->excerpt ? share : 1));
+      cumulated_.push_back(sum += weight_of(label) * (samples_[i]->is_exemplar ? share : 1));
     }
   }
 }
@@ -251,7 +252,7 @@ Crop CropSource::draw(core::Random& random) const {
   crop.pixels = without_margin(raster, std::exp(clamped_normal(random, 0.15f, 0.4f)));
   crop.labels = carried(sample.labels, mapping, elastic);
   crop.unlabelled = carried(sample.unlabelled, mapping, elastic);
-  if (sample.excerpt) crop.unknown = cells_on_edge(sample, mapping, elastic);
+  if (sample.is_exemplar) crop.unknown = cells_on_edge(sample, mapping, elastic);
   return crop;
 }
 

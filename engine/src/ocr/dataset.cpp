@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <optional>
 #include <set>
 
 #include "core/cache_session.h"
@@ -52,7 +51,9 @@ void check_labels(const DatasetSample& sample, const std::set<std::string>& list
       throw types::invalid_label(place_of(sample.key, i) + ": no category");
     }
     if (!std::isfinite(label.x) || !std::isfinite(label.y)) {
-      throw types::invalid_label(place_of(sample.key, i) + ": the position is not finite");
+      throw types::invalid_label(place_of(sample.key, i) + ": the position (" +
+                                 core::text_of(label.x) + ", " + core::text_of(label.y) +
+                                 ") is not finite");
     }
     if (listed.count(label.category) == 0) {
       throw types::invalid_dataset(place_of(sample.key, i) + ": category '" + label.category +
@@ -69,8 +70,9 @@ void check_categories(const std::set<std::string>& categories) {
   }
   for (const std::string& category : categories) {
     if (category.size() > static_cast<std::size_t>(kMaxCategoryBytes)) {
-      throw types::invalid_dataset("category '" + category.substr(0, 32) + "...' is longer than " +
-                                   std::to_string(kMaxCategoryBytes) + " bytes");
+      throw types::invalid_dataset("category '" + category.substr(0, 32) + "...' has " +
+                                   std::to_string(category.size()) + " bytes, at most " +
+                                   std::to_string(kMaxCategoryBytes) + " are possible");
     }
   }
 }
@@ -90,18 +92,16 @@ std::uint64_t key_digest(const types::ImageView& image, const core::Region& regi
   return core::checksum(writer.bytes());
 }
 
-/// The sample in a cache entry, if it is one of this extent: an entry that is of no use costs time,
-/// nothing else.
-std::optional<PreparedSample> cached_sample(const std::string& blob, const PreparedExtent& extent) {
-  try {
-    core::ByteReader reader(blob);
-    PreparedSample sample = read_sample(reader, 1);
-    reader.finish("prepared sample");
-    const bool fits = sample.width == extent.width && sample.height == extent.height;
-    if (fits && sample.labels.empty() && sample.unlabelled.empty()) return sample;
-  } catch (const core::malformed_bytes&) {
+/// The sample in a cache entry. Throws malformed_bytes unless it is one of this extent.
+PreparedSample decode(const std::string& blob, const PreparedExtent& extent) {
+  core::ByteReader reader(blob);
+  PreparedSample sample = read_sample(reader, 1);
+  reader.finish("prepared sample");
+  const bool fits = sample.width == extent.width && sample.height == extent.height;
+  if (!fits || !sample.labels.empty() || !sample.unlabelled.empty()) {
+    throw core::malformed_bytes("prepared sample of another region");
   }
-  return std::nullopt;
+  return sample;
 }
 
 /// The pixels, from the cache where they are known.
@@ -109,10 +109,10 @@ PreparedSample prepared(const types::ImageView& view, const core::Region& region
                         const NominalSize& size, const std::string& image_id,
                         const std::string& subject, core::CacheSession& cache) {
   const core::CacheKey key{image_id, key_digest(view, region, size)};
-  if (const auto blob = cache.find(key)) {
-    auto sample = cached_sample(*blob, prepared_extent(region, size, subject));
-    if (sample) return std::move(*sample);
-  }
+  auto cached = cache.find_decoded(key, [&](const std::string& blob) {
+    return decode(blob, prepared_extent(region, size, subject));
+  });
+  if (cached) return std::move(*cached);
   PreparedSample sample = prepare(view, region, size, subject);
   core::ByteWriter writer;
   write_sample(writer, sample);
@@ -185,6 +185,7 @@ PreparedSample load_sample(const DatasetSample& sample, const NominalSize& size,
           : core::whole_image(view);
   check_places(sample, region);
   PreparedSample result = prepared(view, region, size, sample.image_id, subject, cache);
+  result.name = subject;
   add_labels(sample, region, categories, result);
   return result;
 }

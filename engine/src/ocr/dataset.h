@@ -14,9 +14,6 @@ class CacheSession;
 
 namespace telvar::ocr {
 
-/// Fewer labels than this in all cannot be learned from.
-constexpr std::size_t kMinLabels = 3;
-
 /// One image of a data set.
 struct DatasetSample {
   std::string key;

@@ -24,7 +24,7 @@ std::vector<PreparedSample> read_exemplars(core::ByteReader& reader, std::uint32
   std::vector<PreparedSample> exemplars(reader.count("exemplar count", 0, kMaxExemplars));
   for (PreparedSample& exemplar : exemplars) {
     exemplar = read_sample(reader, categories);
-    exemplar.excerpt = true;
+    exemplar.is_exemplar = true;
     if (exemplar.width > kExemplarWidth || exemplar.height > kExemplarHeight) {
       throw core::malformed_bytes("an exemplar is larger than its limit");
     }

@@ -13,9 +13,6 @@
 
 namespace telvar::ocr {
 
-/// The most experts of one reader. Reading takes the time of them all.
-constexpr int kMaxExperts = 4;
-
 constexpr float kLeastSharpness = 0.25f, kMostSharpness = 8;
 
 struct Expert {

@@ -5,6 +5,7 @@
 #include "ocr/base.h"
 #include "ocr/evaluation.h"
 #include "ocr/expert_training.h"
+#include "ocr/limits.h"
 #include "ocr/network.h"
 
 namespace telvar::ocr {
@@ -145,12 +146,12 @@ ExpertChoice::LabelCount ExpertChoice::sum_of_fresh(const Counts& counts) const 
 
 /// Whether new samples are read too badly to be of a kind that the expert knows.
 bool ExpertChoice::is_strange(const LabelCount& count) const {
-  Counts labels;
-  for (const PreparedSample& sample : samples_) {
-    labels.push_back({static_cast<int>(sample.labels.size()), 0});
+  std::size_t labels = 0;
+  for (std::size_t i = 0; i < samples_.size(); ++i) {
+    if (fresh_[i]) labels += samples_[i].labels.size();
   }
   return any_fresh() &&
-         count.right + count.unknown < kGoodFromTheStart * sum_of_fresh(labels).right;
+         count.right + count.unknown < kGoodFromTheStart * static_cast<double>(labels);
 }
 
 /// The new samples, and of those seen before the ones that no expert reads better; all where there

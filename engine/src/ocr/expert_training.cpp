@@ -35,6 +35,7 @@ constexpr double kAsGoodAsAll = 0.998;
 
 }  // namespace
 
+//                            of a round, rounds, second stage; of a fold, delivered network
 const ExpertTraining::Effort ExpertTraining::kUsual{500, 9, 3500, 400, 1500};
 const ExpertTraining::Effort ExpertTraining::kTouchUp{200, 2, 300, 100, 300};
 
@@ -113,7 +114,7 @@ ExpertTraining::SampleRefs ExpertTraining::all() const {
 
 NetworkPlan ExpertTraining::stage(int steps, float uncertain_weight) {
   NetworkPlan plan;
-  plan.steps = plan_.most_steps > 0 ? std::max(1, std::min(steps, plan_.most_steps / 4)) : steps;
+  plan.steps = plan_.most_stage_steps > 0 ? std::min(steps, plan_.most_stage_steps) : steps;
   plan.peak_rate = is_few() ? kFewPeakRate : kPeakRate;
   plan.uncertain_weight = uncertain_weight;
   plan.seed = plan_.seed << 8 | ++stages_;

@@ -30,7 +30,7 @@ constexpr double kGoodFromTheStart = 0.97;
 struct ExpertTrainingPlan {
   std::vector<char> taught;  // per sample: whether to learn from it
   std::vector<char> fresh;   // per sample: taught, and seen by no network before
-  int most_steps = 0;        // of the whole training; 0: as many as it needs
+  int most_stage_steps = 0;  // 0: as many as it needs
   std::uint64_t seed = 0;
 };
 
@@ -58,12 +58,13 @@ class ExpertTraining {
  private:
   using SampleRefs = std::vector<const PreparedSample*>;
   struct Score;
-  /// How long to learn.
+  /// How long to learn, in steps.
   struct Effort {
-    int round_steps, most_rounds;
-    int finish_steps;
-    int fold_steps;  // of each fold's network
-    int few_steps;   // of the delivered network, where there are few images
+    int round_steps;   // of each round of the first stage
+    int most_rounds;   // of the first stage
+    int finish_steps;  // of the second stage, after as many rounds
+    int fold_steps;    // of each fold's network, where there are few images
+    int few_steps;     // of the delivered network there
   };
   static const Effort kUsual, kTouchUp;
 

@@ -8,6 +8,7 @@
 
 #include "core/sampling.h"
 #include "ocr/contrast.h"
+#include "ocr/limits.h"
 #include "ocr/loss.h"
 #include "ocr/network.h"
 #include "ocr/preparation.h"
@@ -20,6 +21,9 @@ namespace {
 constexpr int kPieceSide = 1024;
 static_assert(kPieceSide % kCellStride == 0 && kReceptiveRadius % kCellStride == 0 &&
               kContrastReach % kCellStride == 0);
+
+/// About so many cells vote for a character.
+constexpr std::uint64_t kVotesOfCharacter = 16;
 
 /// An interval [begin, end) of reading pixels that a piece answers for.
 struct Interval {
@@ -159,7 +163,7 @@ GraySource source_of(const types::ImageView& image, const core::Region& region,
         " characters of the nominal size");
   }
   const double scale_x = width / region.width, scale_y = height / region.height;
-  return {static_cast<int>(width), static_cast<int>(height),
+  return {subject, static_cast<int>(width), static_cast<int>(height),
           [&image, region, scale_x, scale_y, white = white_level(image)](int left, int top, int w,
                                                                          int h) {
             core::Raster gray = core::sample(
@@ -184,7 +188,8 @@ GraySource source_of(const PreparedSample& sample) {
   const core::Region whole = core::whole_image(view);
   const double scale_x = static_cast<double>(width) / sample.width;
   const double scale_y = static_cast<double>(height) / sample.height;
-  return {width, height, [view, whole, scale_x, scale_y](int left, int top, int w, int h) {
+  return {sample.name, width, height,
+          [view, whole, scale_x, scale_y](int left, int top, int w, int h) {
             return core::sample(view, window_of(whole, scale_x, scale_y, left, top, w, h),
                                 core::Colour::kGray);
           }};
@@ -205,8 +210,10 @@ std::vector<CellVote> NetworkInference::votes(const GraySource& source,
     read_piece(net_, categories_, source, pieces[index], found[index]);
     scores += found[index].size() * static_cast<std::uint64_t>(categories_);
     if (scores > kMaxVoteScores) {
-      throw types::invalid_image_size("the region holds more characters than can be read with " +
-                                      std::to_string(categories_) + " categories at once");
+      throw types::invalid_image_size(
+          source.subject + ": the region holds more characters than can be read with " +
+          std::to_string(categories_) + " categories at once, which is about " +
+          std::to_string(kMaxVoteScores / kVotesOfCharacter / static_cast<unsigned>(categories_)));
     }
   });
   std::vector<CellVote> votes;

@@ -3,6 +3,7 @@
 // Runs the network over images of any size, piece by piece.
 
 #include <functional>
+#include <string>
 #include <vector>
 
 #include "core/raster.h"
@@ -13,16 +14,9 @@
 
 namespace telvar::ocr {
 
-/// The most reading pixels that one region may have: 2^26, about 116,000 nominal characters.
-constexpr std::uint64_t kMaxReadingPixels = std::uint64_t{1} << 26;
-
-/// The most category scores that the votes for one region may have: 1 GiB of them. About 16
-/// cells vote for a character, so that 1000 categories allow 17,000 characters; up to 60 allow
-/// whatever there is.
-constexpr std::uint64_t kMaxVoteScores = std::uint64_t{1} << 28;
-
 /// Gray pixels at reading scale, fetched window by window.
 struct GraySource {
+  std::string subject;  // what errors call it
   int width = 0;
   int height = 0;
   std::function<core::Raster(int left, int top, int width, int height)> window;
@@ -33,7 +27,7 @@ struct GraySource {
 GraySource source_of(const types::ImageView& image, const core::Region& region,
                      const NominalSize& size, const std::string& subject);
 
-/// A prepared sample, which must outlive the source.
+/// A prepared sample, which must outlive the source; errors call it by its name.
 GraySource source_of(const PreparedSample& sample);
 
 /// kBest: bfloat16 on processors with instructions for it, where it takes about half the time and

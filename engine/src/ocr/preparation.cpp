@@ -1,4 +1,5 @@
 #include "ocr/preparation.h"
+#include "ocr/limits.h"
 
 #include <algorithm>
 #include <cmath>
@@ -102,6 +103,7 @@ PreparedSample prepare(const types::ImageView& image, const core::Region& region
       core::sample(image, region, extent.width, extent.height, core::Colour::kGray);
   const float scale = 255 / white_level(image);
   PreparedSample sample;
+  sample.name = subject;
   sample.width = extent.width;
   sample.height = extent.height;
   sample.aspect = size.height / size.width;
@@ -132,7 +134,7 @@ PreparedSample cut_out(const PreparedSample& sample, const Window& window) {
   part.width = window.width;
   part.height = window.height;
   part.aspect = sample.aspect;
-  part.excerpt = true;
+  part.is_exemplar = true;
   part.pixels.reserve(static_cast<std::size_t>(part.width) * part.height);
   for (int row = 0; row < part.height; ++row) {
     const auto first = sample.pixels.begin() +

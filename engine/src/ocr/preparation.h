@@ -13,12 +13,6 @@
 
 namespace telvar::ocr {
 
-/// The most prepared pixels that one sample may have.
-constexpr std::uint64_t kMaxPreparedPixels = std::uint64_t{1} << 26;
-
-/// The most labels that one sample may have; more than characters find room in it.
-constexpr std::uint32_t kMaxSampleLabels = 1u << 16;
-
 /// A labelled character: its centre in region pixels, and its category.
 struct RegionLabel {
   std::string category;
@@ -38,6 +32,7 @@ int index_of(const std::string& category, const std::vector<std::string>& catego
 
 /// Gray pixels 0..255, row by row, with what is known about them.
 struct PreparedSample {
+  std::string name = "an exemplar";  // what errors call it; not written
   int width = 0;
   int height = 0;
   /// Region pixels: nominal character height over width. Prepared pixels are square in units of
@@ -48,7 +43,7 @@ struct PreparedSample {
   /// Centres of what looks like characters without labels; they teach nothing.
   std::vector<PreparedLabel> unlabelled;
   /// Cut out of a larger sample: what lies on its edges and beyond is not known.
-  bool excerpt = false;
+  bool is_exemplar = false;
 };
 
 /// The size in prepared pixels of a region. Throws invalid_image_size, naming `subject`, beyond

@@ -24,9 +24,6 @@ struct ReaderState {
   std::vector<std::string> categories() const;
 };
 
-/// The most digests that a state holds; images beyond them count as not seen.
-constexpr std::uint32_t kMaxSeen = 1u << 16;
-
 std::string write_state(const ReaderState& state);
 
 /// Throws invalid_training_artifact, training_artifact_tool_type_error,

@@ -7,6 +7,7 @@
 #include "ocr/expert_choice.h"
 #include "ocr/expert_inference.h"
 #include "ocr/expert_training.h"
+#include "ocr/limits.h"
 
 namespace telvar::ocr {
 namespace {
@@ -31,13 +32,13 @@ class Training {
   }
 
   /// Returns the share of labels read right on new images before they were learned from.
-  float run(int most_steps) {
+  float run(int most_stage_steps) {
     core::Random random({kSeed, state_.generation});
     ExpertChoice choice(categories_, samples_, fresh_, pool_, random);
     ChosenExpert chosen = choice.choose(state_.experts);
     const std::uint64_t seed = kSeed << 16 | state_.generation;
     ExpertTraining training(chosen.expert, samples_, pool_,
-                            {chosen.taught, fresh_, most_steps, seed});
+                            {chosen.taught, fresh_, most_stage_steps, seed});
     const double rate = training.explore();
     if (chosen.is_new &&
         choice.take_over(state_.experts, chosen.expert, training.explored(), rate) &&
@@ -87,7 +88,7 @@ class Training {
 
 TrainingOutcome train_reader(std::optional<ReaderState> previous,
                              const std::vector<std::string>& categories, const NominalSize& size,
-                             std::vector<PreparedSample> samples, int most_steps,
+                             std::vector<PreparedSample> samples, int most_stage_steps,
                              core::WorkerPool& pool) {
   TrainingOutcome outcome;
   if (previous) {
@@ -98,7 +99,7 @@ TrainingOutcome train_reader(std::optional<ReaderState> previous,
   outcome.state.size = size;
   ++outcome.state.generation;
   Training training(outcome.state, categories, samples, pool);
-  outcome.recognition_rate = training.run(most_steps);
+  outcome.recognition_rate = training.run(most_stage_steps);
   const double rate = training.evaluate_all(outcome.confidences);
   if (outcome.recognition_rate < 0) outcome.recognition_rate = static_cast<float>(-rate);
   return outcome;

@@ -21,10 +21,10 @@ struct TrainingOutcome {
 
 /// `samples` have labels, at least one in all, of `categories` (ascending; those of `previous`
 /// among them). Starts from `previous`, or from the built-in base. The same for any number of
-/// threads. `most_steps`: of the whole training; 0: as many as it needs.
+/// threads. `most_stage_steps`: of each stage, so that a test is short; 0: as many as it needs.
 TrainingOutcome train_reader(std::optional<ReaderState> previous,
                              const std::vector<std::string>& categories, const NominalSize& size,
-                             std::vector<PreparedSample> samples, int most_steps,
+                             std::vector<PreparedSample> samples, int most_stage_steps,
                              core::WorkerPool& pool);
 
 }  // namespace telvar::ocr

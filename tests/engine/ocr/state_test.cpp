@@ -19,7 +19,7 @@
 namespace telvar::test {
 namespace {
 
-constexpr int kFewSteps = 6;
+constexpr int kStageSteps = 1;
 
 PageSet some_pages() {
   PageSet set;
@@ -42,7 +42,7 @@ std::string train_briefly(unsigned threads, core::TrainCacheStore& store) {
   session.commit();
   core::WorkerPool pool(threads);
   return ocr::write_state(ocr::train_reader(std::nullopt, dataset.categories, dataset.size,
-                                            std::move(samples), kFewSteps, pool)
+                                            std::move(samples), kStageSteps, pool)
                               .state);
 }
 
