@@ -1,11 +1,11 @@
 // Trains the built-in base network of the reader on a rendered data set (README.md):
 //
-//   train_base FOLDER BASE_FILE [--steps N] [--images N]
+//   train_base FOLDER BASE_FILE [--steps N] [--images N]      100000 steps, all images
 //
 // The base file is a reader artifact without exemplars.
 
+#include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -87,7 +87,9 @@ void write_base(const BaseSet& set, const nn::Network& net, const std::string& f
   expert.spacing = Spacing(static_cast<int>(set.categories.size()));
   expert.net = net;
   state.experts = {expert};
-  std::ofstream(file, std::ios::binary) << write_state(state);
+  std::ofstream stream(file, std::ios::binary);
+  stream << write_state(state) << std::flush;
+  if (!stream) throw std::runtime_error(file + " cannot be written");
 }
 
 void train_base(const std::string& folder, const std::string& file, int steps, std::size_t most) {
@@ -107,19 +109,31 @@ void train_base(const std::string& folder, const std::string& file, int steps, s
   write_base(set, net, file);
 }
 
+/// The number that an option has; throws std::runtime_error unless it is one from 1 on.
+int number_of(const std::string& option, const std::string& text) {
+  int number = 0;
+  const char* const end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, number);
+  if (read.ec != std::errc() || read.ptr != end || number < 1) {
+    throw std::runtime_error(option + " must be a whole number from 1 on, not '" + text + "'");
+  }
+  return number;
+}
+
 }  // namespace
 }  // namespace telvar::ocr
 
 int main(int count, char** arguments) {
-  std::map<std::string, std::string> options{{"--steps", "80000"}, {"--images", "1000000"}};
+  std::map<std::string, std::string> options{{"--steps", "100000"}, {"--images", "1000000"}};
   for (int i = 3; i + 1 < count; i += 2) options[arguments[i]] = arguments[i + 1];
   if (count < 3 || count % 2 == 0 || options.size() > 2) {
     std::fprintf(stderr, "usage: train_base FOLDER BASE_FILE [--steps N] [--images N]\n");
     return 2;
   }
   try {
-    telvar::ocr::train_base(arguments[1], arguments[2], std::atoi(options["--steps"].c_str()),
-                            std::strtoul(options["--images"].c_str(), nullptr, 10));
+    const int steps = telvar::ocr::number_of("--steps", options["--steps"]);
+    const int images = telvar::ocr::number_of("--images", options["--images"]);
+    telvar::ocr::train_base(arguments[1], arguments[2], steps, static_cast<std::size_t>(images));
   } catch (const std::exception& error) {
     std::fprintf(stderr, "train_base: %s\n", error.what());
     return 1;
