@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "core/bilinear.h"
+
 namespace telvar::classifier {
 namespace {
 
@@ -15,9 +17,9 @@ constexpr float kMaxScale = 0.1f;    // natural logarithm
 constexpr float kMaxGain = 0.15f;    // natural logarithm
 constexpr float kMaxOffset = 0.08f;  // of white
 
+/// Canvas pixels to pixels of the sample.
 struct Pose {
   float xx, xy, x0, yx, yy, y0;
-  /// Canvas pixels to pixels of the sample.
 };
 
 /// Maps canvas positions to sample positions, about the centre.
@@ -58,16 +60,10 @@ void warp(const Sample& sample, const Canvas& canvas, const Pose& pose, const Le
       const auto fu = static_cast<float>(u), fv = static_cast<float>(v);
       const float x = std::clamp(pose.xx * fu + pose.xy * fv + pose.x0, 0.0f, right);
       const float y = std::clamp(pose.yx * fu + pose.yy * fv + pose.y0, 0.0f, bottom);
-      const int x0 = static_cast<int>(x), y0 = static_cast<int>(y);
-      const int dx = x0 + 1 < canvas.width ? 1 : 0;
-      const int dy = y0 + 1 < canvas.height ? canvas.width : 0;
-      const float fx = x - static_cast<float>(x0), fy = y - static_cast<float>(y0);
-      const std::uint8_t* pixel = sample.data() + static_cast<std::size_t>(y0) * canvas.width + x0;
-      for (int c = 0; c < canvas.channels; ++c, pixel += plane) {
-        const float top = pixel[0] + fx * (pixel[dx] - pixel[0]);
-        const float low = pixel[dy] + fx * (pixel[dy + dx] - pixel[dy]);
-        out[canvas.channels * at + c] =
-            (top + fy * (low - top)) * levels[c].gain + levels[c].offset;
+      const core::BilinearTap tap = core::bilinear_tap(x, y, canvas.width, canvas.height);
+      for (int c = 0; c < canvas.channels; ++c) {
+        const float value = tap(sample.data() + plane * static_cast<std::size_t>(c));
+        out[canvas.channels * at + c] = value * levels[c].gain + levels[c].offset;
       }
     }
   }

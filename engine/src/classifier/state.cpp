@@ -7,6 +7,7 @@
 #include "classifier/limits.h"
 #include "classifier/network.h"
 #include "core/artifact.h"
+#include "core/categories.h"
 #include "nn/weights.h"
 
 namespace telvar::classifier {
@@ -38,16 +39,6 @@ void read_exemplars(core::ByteReader& reader, ClassifierState& state) {
   }
 }
 
-void read_categories(core::ByteReader& reader, ClassifierState& state) {
-  const std::uint32_t count = reader.count("categories", kMinCategories, kMaxCategories);
-  for (std::uint32_t i = 0; i < count; ++i) {
-    state.categories.emplace_back(reader.text("category identifier", kMaxIdentifier));
-    if (i > 0 && !(state.categories[i - 1] < state.categories[i])) {
-      throw core::malformed_bytes("category identifiers are not ascending");
-    }
-  }
-}
-
 Symmetry read_symmetry(core::ByteReader& reader, const Canvas& canvas) {
   // Being turned any way and upside down only exclude each other.
   constexpr std::uint32_t kMost = kMirrored + kUpsideDown;
@@ -74,7 +65,7 @@ std::vector<const Sample*> landmarks_of(const ClassifierState& state, std::uint3
 
 ClassifierState read_payload(core::ByteReader& reader, core::WorkerPool& pool) {
   ClassifierState state;
-  read_categories(reader, state);
+  state.categories = core::read_categories(reader, kMinCategories, kMaxCategories, kMaxIdentifier);
   state.canvas = read_canvas(reader);
   const int categories = static_cast<int>(state.categories.size());
   for (std::uint32_t left = reader.count("networks", 1, kMaxNets); left > 0; --left) {
@@ -101,8 +92,7 @@ ClassifierState read_payload(core::ByteReader& reader, core::WorkerPool& pool) {
 
 std::string write_state(const ClassifierState& state) {
   core::ByteWriter writer;
-  writer.u32(static_cast<std::uint32_t>(state.categories.size()));
-  for (const std::string& category : state.categories) writer.text(category);
+  core::write_categories(writer, state.categories);
   write_canvas(writer, state.canvas);
   writer.u32(static_cast<std::uint32_t>(state.nets.size()));
   for (const nn::Network& net : state.nets) nn::write_weights(writer, net);

@@ -8,6 +8,7 @@
 
 #include "classifier/limits.h"
 #include "core/bytes.h"
+#include "core/categories.h"
 #include "core/random.h"
 #include "telvar/exceptions.h"
 
@@ -24,21 +25,13 @@ std::uint64_t digest(const Sample& sample) {
   return core::checksum({reinterpret_cast<const char*>(sample.data()), sample.size()});
 }
 
-int index_of(const std::vector<std::string>& categories, const std::string& id) {
-  return static_cast<int>(std::lower_bound(categories.begin(), categories.end(), id) -
-                          categories.begin());
-}
-
-std::vector<std::string> joined_categories(const std::vector<DatasetEntry>& entries,
-                                           const ExemplarMemory* before) {
-  std::set<std::string> ids;
-  for (const DatasetEntry& entry : entries) ids.insert(entry.category_id);
-  if (before != nullptr) ids.insert(before->categories.begin(), before->categories.end());
-  if (ids.size() > kMaxCategories) {
-    throw types::invalid_dataset(std::to_string(ids.size()) + " categories with those trained " +
-                                 "before, the limit is " + std::to_string(kMaxCategories));
-  }
-  return {ids.begin(), ids.end()};
+core::Categories joined_categories(const std::vector<DatasetEntry>& entries,
+                                   const ExemplarMemory* before) {
+  std::set<std::string> listed;
+  for (const DatasetEntry& entry : entries) listed.insert(entry.category_id);
+  const core::Categories none;
+  return core::join_categories(before != nullptr ? before->categories : none,
+                               {listed.begin(), listed.end()}, kMaxCategories);
 }
 
 void check_labels(const std::vector<std::string>& categories, const std::vector<int>& labels) {
@@ -138,10 +131,10 @@ void check_counts(const std::vector<DatasetEntry>& entries, const ExemplarMemory
   }
   const std::vector<std::string> categories = joined_categories(entries, before);
   std::vector<int> labels;
-  for (const auto& entry : entries) labels.push_back(index_of(categories, entry.category_id));
+  for (const auto& entry : entries) labels.push_back(core::index_of(entry.category_id, categories));
   if (before != nullptr) {
     for (const Exemplar& exemplar : before->exemplars) {
-      labels.push_back(index_of(categories, before->categories[exemplar.category]));
+      labels.push_back(core::index_of(before->categories[exemplar.category], categories));
     }
   }
   check_labels(categories, labels);
@@ -157,14 +150,12 @@ TrainingSet join_samples(const std::vector<DatasetEntry>& entries, std::vector<S
   std::vector<std::uint64_t> digests;
   std::map<std::uint64_t, std::deque<int>> present;
   for (std::size_t i = 0; i < entries.size(); ++i) {
-    set.labels.push_back(index_of(set.categories, entries[i].category_id));
+    set.labels.push_back(core::index_of(entries[i].category_id, set.categories));
     digests.push_back(digest(set.samples[i]));
     present[digests[i]].push_back(static_cast<int>(i));
   }
   if (before != nullptr) {
-    for (const std::string& id : before->categories) {
-      set.old_places.push_back(index_of(set.categories, id));
-    }
+    set.old_places = core::places_among(before->categories, set.categories);
     for (const Exemplar& exemplar : before->exemplars) {
       const std::uint64_t sum = digest(exemplar.pixels);
       const auto same = present.find(sum);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "core/bilinear.h"
 #include "core/pixels.h"
 
 namespace telvar::core {
@@ -122,17 +123,8 @@ void add_bilinear(const Raster& source, double x, double y, float weight, float*
                   std::size_t out_step) {
   x = std::clamp(x, 0.0, source.width - 1.0);
   y = std::clamp(y, 0.0, source.height - 1.0);
-  const int x0 = static_cast<int>(x), y0 = static_cast<int>(y);
-  const int x1 = std::min(x0 + 1, source.width - 1), y1 = std::min(y0 + 1, source.height - 1);
-  const float fx = static_cast<float>(x - x0), fy = static_cast<float>(y - y0);
-  const std::size_t upper = static_cast<std::size_t>(y0) * source.width;
-  const std::size_t lower = static_cast<std::size_t>(y1) * source.width;
-  for (int c = 0; c < source.channels; ++c) {
-    const float* plane = source.plane(c);
-    const float top = plane[upper + x0] + fx * (plane[upper + x1] - plane[upper + x0]);
-    const float bottom = plane[lower + x0] + fx * (plane[lower + x1] - plane[lower + x0]);
-    out[c * out_step] += weight * (top + fy * (bottom - top));
-  }
+  const BilinearTap tap = bilinear_tap(x, y, source.width, source.height);
+  for (int c = 0; c < source.channels; ++c) out[c * out_step] += weight * tap(source.plane(c));
 }
 
 /// `samples_x` by `samples_y` bilinear samples a pixel, averaged.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "core/bilinear.h"
 #include "ocr/augmentation.h"
 #include "ocr/contrast.h"
 #include "ocr/smooth_field.h"
@@ -10,9 +11,9 @@
 namespace telvar::ocr {
 namespace {
 
-constexpr int kMargin = kContrastReach;
 /// Crop pixels are reading pixels. A raster has the crop in its middle, and around it what the
 /// contrast of its edges is measured from.
+constexpr int kMargin = kContrastReach;
 constexpr int kRasterWidth = kCropWidth + 2 * kMargin;
 constexpr int kRasterHeight = kCropHeight + 2 * kMargin;
 constexpr float kPi = 3.14159265f;
@@ -69,14 +70,8 @@ Mapping draw_mapping(core::Random& random, float aspect, float x, float y) {
 float bilinear(const GrayPixels& source, float x, float y) {
   x = std::clamp(x, 0.0f, static_cast<float>(source.width - 1));
   y = std::clamp(y, 0.0f, static_cast<float>(source.height - 1));
-  const int left = static_cast<int>(x), top = static_cast<int>(y);
-  const int right = std::min(left + 1, source.width - 1);
-  const std::uint8_t* upper = source.pixels.data() + static_cast<std::size_t>(top) * source.width;
-  const std::uint8_t* lower = top + 1 < source.height ? upper + source.width : upper;
-  const float u = x - static_cast<float>(left), v = y - static_cast<float>(top);
-  const float a = upper[left] + (upper[right] - upper[left]) * u;
-  const float b = lower[left] + (lower[right] - lower[left]) * u;
-  return (a + (b - a) * v) * (1 / 255.0f);
+  const core::BilinearTap tap = core::bilinear_tap(x, y, source.width, source.height);
+  return tap(source.pixels.data()) * (1 / 255.0f);
 }
 
 /// One row or column of a sample, `step` apart, smoothed in place.

@@ -1,24 +1,12 @@
 #include "ocr/expert.h"
 
-#include <algorithm>
-
+#include "core/categories.h"
 #include "nn/weights.h"
 #include "ocr/limits.h"
 #include "ocr/network.h"
 
 namespace telvar::ocr {
 namespace {
-
-std::vector<std::string> read_categories(core::ByteReader& reader) {
-  std::vector<std::string> categories(reader.count("category count", 1, kMaxCategories));
-  for (std::size_t i = 0; i < categories.size(); ++i) {
-    categories[i] = reader.text("category", kMaxCategoryBytes);
-    if (categories[i].empty() || (i > 0 && categories[i] <= categories[i - 1])) {
-      throw core::malformed_bytes("the categories are not in ascending order");
-    }
-  }
-  return categories;
-}
 
 std::vector<PreparedSample> read_exemplars(core::ByteReader& reader, std::uint32_t categories) {
   std::vector<PreparedSample> exemplars(reader.count("exemplar count", 0, kMaxExemplars));
@@ -44,12 +32,7 @@ void renumber(PreparedSample& sample, const std::vector<int>& position) {
 
 std::vector<int> positions(const std::vector<std::string>& from,
                            const std::vector<std::string>& to) {
-  std::vector<int> result;
-  for (const std::string& category : from) {
-    const bool there = std::binary_search(to.begin(), to.end(), category);
-    result.push_back(there ? index_of(category, to) : nn::kNone);
-  }
-  return result;
+  return core::places_among(from, to, nn::kNone);
 }
 
 Expert extended(Expert expert, const std::vector<std::string>& categories, core::Random& random) {
@@ -63,8 +46,7 @@ Expert extended(Expert expert, const std::vector<std::string>& categories, core:
 }
 
 void write_expert(core::ByteWriter& writer, const Expert& expert) {
-  writer.u32(static_cast<std::uint32_t>(expert.categories.size()));
-  for (const std::string& category : expert.categories) writer.text(category);
+  core::write_categories(writer, expert.categories);
   expert.spacing.write(writer);
   nn::write_weights(writer, expert.net);
   writer.u32(static_cast<std::uint32_t>(expert.exemplars.size()));
@@ -73,7 +55,7 @@ void write_expert(core::ByteWriter& writer, const Expert& expert) {
 
 Expert read_expert(core::ByteReader& reader) {
   Expert expert;
-  expert.categories = read_categories(reader);
+  expert.categories = core::read_categories(reader, 1, kMaxCategories, kMaxCategoryBytes);
   const int categories = static_cast<int>(expert.categories.size());
   expert.spacing = Spacing::read(reader, categories);
   expert.net = network_layers(categories);

@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "core/cache_session.h"
+#include "core/categories.h"
 #include "core/library_threads.h"
 #include "core/messages.h"
 #include "ocr/dataset.h"
@@ -32,21 +33,6 @@ void check_parameters(const std::string& parameters) {
                                                                 "OCR training parameters");
 }
 
-/// The categories of the data set and those already known, ascending.
-std::vector<std::string> merged_categories(const Request& request) {
-  const std::vector<std::string> none;
-  const auto known = request.previous ? request.previous->categories() : none;
-  std::vector<std::string> merged;
-  std::set_union(known.begin(), known.end(), request.dataset.categories.begin(),
-                 request.dataset.categories.end(), std::back_inserter(merged));
-  if (merged.size() > static_cast<std::size_t>(reader::kMaxCategories)) {
-    throw types::invalid_dataset("artifact and data set together have " +
-                                 std::to_string(merged.size()) + " categories, at most " +
-                                 std::to_string(reader::kMaxCategories) + " are possible");
-  }
-  return merged;
-}
-
 Request take_in(const std::string& artifact, const std::string& dataset,
                 const std::string& parameters) {
   check_parameters(parameters);
@@ -59,7 +45,9 @@ Request take_in(const std::string& artifact, const std::string& dataset,
         "the data set has " + std::to_string(request.labels) + " labelled characters, at least " +
         std::to_string(reader::kMinLabels) + " are needed");
   }
-  request.categories = merged_categories(request);
+  request.categories =
+      core::join_categories(request.previous ? request.previous->categories() : core::Categories(),
+                            request.dataset.categories, reader::kMaxCategories);
   return request;
 }
 

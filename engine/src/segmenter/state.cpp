@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "core/artifact.h"
+#include "core/categories.h"
 #include "nn/weights.h"
 #include "segmenter/exemplars.h"
 #include "segmenter/limits.h"
@@ -15,17 +16,6 @@ constexpr std::uint32_t kVersion = 2;
 constexpr int kMaxContextNets = 4;
 /// Of an exemplar.
 constexpr int kNoOverview = 255;
-
-std::vector<std::string> read_categories(core::ByteReader& reader) {
-  std::vector<std::string> categories(reader.count("categories", 1, kMaxCategories));
-  for (std::size_t i = 0; i < categories.size(); ++i) {
-    categories[i] = reader.text("category", kMaxNameBytes);
-    if (categories[i].empty() || (i > 0 && categories[i] <= categories[i - 1])) {
-      throw core::malformed_bytes("category " + std::to_string(i) + " is empty or out of order");
-    }
-  }
-  return categories;
-}
 
 InputSpec read_input(core::ByteReader& reader) {
   InputSpec input;
@@ -80,7 +70,7 @@ void read_overviews(core::ByteReader& reader, int categories, SegmenterState& mo
 
 SegmenterState read_payload(core::ByteReader& reader, std::uint32_t version) {
   SegmenterState model;
-  model.categories = read_categories(reader);
+  model.categories = core::read_categories(reader, 1, kMaxCategories, kMaxNameBytes);
   model.input = read_input(reader);
   const auto categories = static_cast<int>(model.categories.size());
   if (version >= 2) {
@@ -117,8 +107,7 @@ void write_overviews(core::ByteWriter& writer, const SegmenterState& model) {
 
 std::string write_state(const SegmenterState& model) {
   core::ByteWriter writer;
-  writer.u32(static_cast<std::uint32_t>(model.categories.size()));
-  for (const std::string& category : model.categories) writer.text(category);
+  core::write_categories(writer, model.categories);
   writer.u8(model.input.colour ? 1 : 0);
   writer.f32(model.input.mean);
   writer.f32(model.input.deviation);

@@ -1,7 +1,7 @@
 #include <algorithm>
-#include <iterator>
 #include <optional>
 
+#include "core/categories.h"
 #include "core/library_threads.h"
 #include "segmenter/dataset.h"
 #include "segmenter/held_out.h"
@@ -17,18 +17,6 @@ namespace telvar::qv::segmenter {
 namespace {
 
 namespace engine = telvar::segmenter;
-
-std::vector<std::string> joined(const std::vector<std::string>& old,
-                                const std::vector<std::string>& listed) {
-  std::vector<std::string> all;
-  std::set_union(old.begin(), old.end(), listed.begin(), listed.end(), std::back_inserter(all));
-  if (all.size() > engine::kMaxCategories) {
-    throw types::invalid_dataset("dataset: " + std::to_string(all.size()) +
-                                 " categories with those of the artifact; the limit is " +
-                                 std::to_string(engine::kMaxCategories));
-  }
-  return all;
-}
 
 /// What is new must be shown at least once.
 void check_occurrences(const std::vector<engine::PreparedSample>& samples,
@@ -53,7 +41,7 @@ std::tuple<std::string, std::string> train_checked(const std::string& artifact,
   engine::check_training_parameters(parameters);
   const auto request = engine::parse_training_dataset(dataset, base ? 1 : engine::kMinSamples);
   const std::vector<std::string> old = base ? base->categories : std::vector<std::string>{};
-  const auto categories = joined(old, request.categories);
+  const auto categories = core::join_categories(old, request.categories, engine::kMaxCategories);
   core::CacheSession session(cache.impl().store);
   auto samples = engine::prepare_samples(request, categories, loader, mask_loader, session);
   check_occurrences(samples, categories, old);
