@@ -55,7 +55,7 @@ Buffer memory(std::size_t bytes) {
   const std::size_t count = bytes / sizeof(float) + 1;
   Buffer buffer(count * sizeof(float));
   for (std::size_t i = 0; i < count; ++i) {
-    buffer.floats()[i] = static_cast<float>(i % 97) / 97 - 0.5F;
+    buffer.floats()[i] = static_cast<float>(i % 97) / 97 - 0.5f;
   }
   return buffer;
 }

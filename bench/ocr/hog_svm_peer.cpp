@@ -26,7 +26,7 @@ struct Samples {
 // Upright patch of `side` pixels around the character's centre, scaled to the detector's 32 x 32.
 cv::Mat patch(const cv::Mat& pixels, float x, float y, float side) {
   const float scale = side / 32;
-  const cv::Matx23f map(scale, 0, x - 15.5F * scale, 0, scale, y - 15.5F * scale);
+  const cv::Matx23f map(scale, 0, x - 15.5f * scale, 0, scale, y - 15.5f * scale);
   cv::Mat result;
   cv::warpAffine(pixels, result, map, {32, 32}, cv::INTER_LINEAR | cv::WARP_INVERSE_MAP,
                  cv::BORDER_REPLICATE);
@@ -75,7 +75,7 @@ void run(const std::string& train_folder, std::size_t count, const std::string& 
   const CodeSet test_set = telvar_bench::load_code_set(test_folder, SIZE_MAX);
   std::string best;
   int fewest = INT_MAX;
-  for (const float patch_heights : {1.0F, 1.2F, 1.4F}) {
+  for (const float patch_heights : {1.0f, 1.2f, 1.4f}) {
     const float side = patch_heights * train_set.nominal.height;
     const Samples train = describe(train_set, side), test = describe(test_set, side);
     for (const double gamma : {0.1, 0.3, 1.0}) {

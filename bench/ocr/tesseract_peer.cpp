@@ -90,7 +90,7 @@ class Reader {
 
 // The box of a line, widened by half a character on every side.
 cv::Rect line_box(const CodeImage& image, int line, const cv::Size2f& nominal) {
-  float left = 1e9F, top = 1e9F, right = 0, bottom = 0;
+  float left = 1e9f, top = 1e9f, right = 0, bottom = 0;
   for (const Character& c : image.characters) {
     if (c.line != line) continue;
     left = std::min(left, c.x - c.width / 2), right = std::max(right, c.x + c.width / 2);

@@ -131,8 +131,8 @@ LabelledPicture draw_mosaic(cv::RNG& random) {
 void draw_clutter(cv::Mat& values, double brightness, cv::RNG& random) {
   const cv::Point at(random.uniform(0, values.cols), random.uniform(0, values.rows));
   const int extent = random.uniform(14, 30);
-  const cv::RotatedRect box(at, cv::Size2f(extent * 2.0F, extent * 0.7F),
-                            random.uniform(0.0F, 180.0F));
+  const cv::RotatedRect box(at, cv::Size2f(extent * 2.0f, extent * 0.7f),
+                            random.uniform(0.0f, 180.0f));
   cv::Point2f corners[4];
   box.points(corners);
   switch (random.uniform(0, 3)) {

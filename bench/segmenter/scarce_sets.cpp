@@ -46,8 +46,8 @@ LabelledPicture draw_coins(cv::RNG& random) {
     if (coin) {
       cv::circle(mask, centre, cvRound(radius), cv::Scalar(255), -1);
     } else {
-      const cv::RotatedRect box(centre, {radius * 1.5F, radius * 1.2F},
-                                random.uniform(0.0F, 90.0F));
+      const cv::RotatedRect box(centre, {radius * 1.5f, radius * 1.2f},
+                                random.uniform(0.0f, 90.0f));
       cv::Point2f corners[4];
       box.points(corners);
       fill(mask, std::vector<cv::Point>(corners, corners + 4), 255);

@@ -24,7 +24,7 @@ cv::Mat brushed(cv::Size size, double scale, double angle, cv::RNG& random) {
   const int side = static_cast<int>(std::ceil(std::hypot(size.width, size.height))) + 4;
   cv::Mat noise = white_noise({side, side}, random);
   cv::GaussianBlur(noise, noise, {}, 14.0 * scale, 0.5 * scale);
-  const cv::Point2f centre(side / 2.0F, side / 2.0F);
+  const cv::Point2f centre(side / 2.0f, side / 2.0f);
   cv::Mat turn = cv::getRotationMatrix2D(centre, angle * 180.0 / CV_PI, 1.0);
   turn.at<double>(0, 2) += size.width / 2.0 - centre.x;
   turn.at<double>(1, 2) += size.height / 2.0 - centre.y;

@@ -39,13 +39,13 @@ std::string ReadyAnswer() {
   auto& line = *sample.add_lines();
   for (int i = 0; i < kCharacters; ++i) {
     auto& character = *sample.add_characters();
-    character.set_first_value(20.0F * static_cast<float>(i));
+    character.set_first_value(20.0f * static_cast<float>(i));
     character.set_second_value(15);
-    character.set_third_value(0.9F);
+    character.set_third_value(0.9f);
     for (int k = 0; k < kCategories; ++k) {
       auto& score = *character.add_category_scores();
       score.set_category_id(std::string(1, static_cast<char>('0' + k)));
-      score.set_score(1.0F / static_cast<float>(k + 2));
+      score.set_score(1.0f / static_cast<float>(k + 2));
     }
     line.add_indexes(i);
     line.mutable_text()->push_back('0');

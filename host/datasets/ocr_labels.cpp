@@ -20,7 +20,7 @@ NominalSize read_size(const JsonValue& value) {
   if (value.size() != 2) throw value.error("expected [w, h]");
   const NominalSize size{static_cast<float>(value.at(0).number()),
                          static_cast<float>(value.at(1).number())};
-  if (!size.is_set() || size.width > 1e6F || size.height > 1e6F) {
+  if (!size.is_set() || size.width > 1e6f || size.height > 1e6f) {
     throw value.error("width and height must be above 0 and at most 1e6");
   }
   return size;

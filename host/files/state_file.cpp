@@ -21,7 +21,7 @@ constexpr std::size_t kHeader = 64;
 constexpr std::size_t kTail = 16;  // of version 2, before the description
 constexpr std::uint64_t kLargestPart = std::uint64_t{1} << 34;
 constexpr std::uint64_t kLargestAbout = std::uint64_t{1} << 24;
-constexpr float kLargestSize = 1e6F;
+constexpr float kLargestSize = 1e6f;
 
 template <typename Number>
 void append(std::string& bytes, Number value) {

@@ -56,8 +56,8 @@ class Page {
  public:
   Page(const char* font, const NominalSize& size, int lines)
       : glyphs_(font, size),
-        step_(std::max(size.width, size.height * 0.7F) * 1.35F),
-        line_(size.height * 2.0F),
+        step_(std::max(size.width, size.height * 0.7f) * 1.35f),
+        line_(size.height * 2.0f),
         paper_(cvRound(line_ * (lines + 1)), cvRound(step_ * (kPerLine + 1)), CV_8U,
                cv::Scalar(kPaper)) {}
 

@@ -181,7 +181,7 @@ TEST(Records, AreFullyInitialisedByDefault) {
   EXPECT_EQ(image.layout, ImageLayout{});
   EXPECT_EQ(image.pixels, nullptr);
   const ROI roi;
-  EXPECT_EQ(roi.x + roi.y + roi.angle + roi.skew, 0.0F);
+  EXPECT_EQ(roi.x + roi.y + roi.angle + roi.skew, 0.0f);
   EXPECT_EQ(roi.width + roi.height, 0U);
   const ocr::ProcessResult result;
   EXPECT_EQ(result.processingTime, 0.0);

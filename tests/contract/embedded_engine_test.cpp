@@ -160,7 +160,7 @@ void ExpectRefused(const std::vector<Fault<Tool>>& faults) {
   }
 }
 
-const RegionPointer kEmptyRegion = std::make_shared<Types::ROI>(0.F, 0.F, 0.F, 0.F, 0, 9);
+const RegionPointer kEmptyRegion = std::make_shared<Types::ROI>(0.f, 0.f, 0.f, 0.f, 0, 9);
 
 TEST(EmbeddedEngine, RefusesDataSetsToRead) {
   const auto label = [](double x, const std::string& category) {
@@ -250,14 +250,14 @@ TYPED_TEST(EmbeddedTool, RefusesRegions) {
   if constexpr (std::is_same_v<TypeParam, Classifier>) return;  // it takes none
   const auto tool = TypeParam::Make(Artifact<TypeParam>());
   const auto region = [&](float x, float skew, unsigned width) {
-    const auto roi = std::make_shared<Types::ROI>(x, 0.F, 0.F, skew, width, 9);
+    const auto roi = std::make_shared<Types::ROI>(x, 0.f, 0.f, skew, width, 9);
     return [&, roi] { TypeParam::Process(*tool, Load("I-0"), roi); };
   };
   kRegion("image: region of 0 x 9 px is empty", region(0, 0, 0));
   kRegion("image: the region lies outside the image of 32 x 32 px: a 1, b -0, c 99, d 0,",
           region(99, 0, 9));
   kRegion("image: the region's transform is not finite", region(NAN, 0, 9));
-  kRegion("image: the region's transform is singular", region(0, 1.57079633F, 9));
+  kRegion("image: the region's transform is singular", region(0, 1.57079633f, 9));
 }
 
 /// As a version of the tool that is yet to come would write it; see docs/state-formats.md.
@@ -313,7 +313,7 @@ TYPED_TEST(EmbeddedTool, TellsOfItsProgressAndLearnsTheSameOnOneThread) {
   EXPECT_GT(std::count_if(fractions.begin(), fractions.end(), [](float f) { return f > 0; }), 9);
   EXPECT_EQ(fractions.back(), 1);
   const bool measures = !std::is_same_v<TypeParam, Classifier>;
-  EXPECT_EQ(score > 0.2F, measures) << score;
+  EXPECT_EQ(score > 0.2f, measures) << score;
   EXPECT_TRUE(tool->GetData()->artifact == Artifact<TypeParam>());
 }
 
@@ -328,12 +328,12 @@ TYPED_TEST(EmbeddedTool, IsAsBeforeAfterACancelledTraining) {
   const auto cancelled = Expect<InvalidOperationException>;
   const std::string text = "cancelled by the host";
   cancelled(text, train(Types::MonitoredLoader(Load, until(-1))));
-  cancelled(text, train(Types::MonitoredLoader(Load, until(0.3F))));
+  cancelled(text, train(Types::MonitoredLoader(Load, until(0.3f))));
   // As hosts that wrap it and other engines see it: an image loader.
   const Types::MonitoredLoader inner(Load, until(-1));
   cancelled(text, train([&](const std::string& id) { return inner(id); }));
   Expect<std::domain_error>("mine", train(Types::MonitoredLoader(Load, [](const auto& progress) {
-                              if (progress.fraction > 0.3F) throw std::domain_error("mine");
+                              if (progress.fraction > 0.3f) throw std::domain_error("mine");
                               return true;
                             })));
   EXPECT_TRUE(tool->GetData()->artifact == Artifact<TypeParam>());
@@ -356,7 +356,7 @@ TEST(EmbeddedEngine, RefusesSizesAndFieldingOfTheReader) {
 }
 
 TEST(EmbeddedEngine, LetsTheRefusalOfSortCharactersPassAsItIs) {
-  const auto sort = [] { Reader::Make("")->SortCharacters({{1.F, NAN}}, 16.F); };
+  const auto sort = [] { Reader::Make("")->SortCharacters({{1.f, NAN}}, 16.f); };
   EXPECT_THAT(sort, testing::ThrowsMessage<std::exception>(testing::HasSubstr("point 0")));
   EXPECT_THROW(
       {

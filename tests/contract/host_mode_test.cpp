@@ -80,7 +80,7 @@ auto noting(Seen& seen, const Load& load) {
 /// All that processing gives: with a turned region, fielded, sorted, and in batches.
 void process(const Tools& tools, Seen& seen) {
   const auto image = samples::LoadPicture("O-1");
-  const auto region = std::make_shared<Types::ROI>(3.F, 1.F, 0.1F, 0.05F, 28, 28);
+  const auto region = std::make_shared<Types::ROI>(3.f, 1.f, 0.1f, 0.05f, 28, 28);
   const little_tools::Answers whole = answers_to(tools, "O-1");
   const little_tools::Answers turned{tools.reader->Process(image, region, samples::kCharacter),
                                      tools.classifier->Process(image),
@@ -96,7 +96,7 @@ void process(const Tools& tools, Seen& seen) {
     seen.answers += error.what();  // nothing in it matches
   }
   for (const auto& line :
-       tools.reader->SortCharacters({{1.F, 2.F}, {9.F, 2.3F}, {3.F, 9.F}}, 5.F)) {
+       tools.reader->SortCharacters({{1.f, 2.f}, {9.f, 2.3f}, {3.f, 9.f}}, 5.f)) {
     for (const auto index : line) seen.answers += std::to_string(index) + ' ';
   }
   Types::CommonDataSet batch;

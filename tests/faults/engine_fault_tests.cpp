@@ -86,7 +86,7 @@ TEST(WantOfMemoryInAMessage, EndsInBadAlloc) {
 
 TEST(WantOfMemoryInAnAnswer, EndsInBadAlloc) {
   const std::vector<std::string> categories = {"a category that needs memory of its own", "b"};
-  const float scores[] = {0.75F, 0.25F};
+  const float scores[] = {0.75f, 0.25f};
   const auto make = [] { return std::make_unique<int>(0); };
   const auto answer = [&](int&) {
     core::ArenaMessage<telvar_msg::qv::classification::ProcessingResult> result;

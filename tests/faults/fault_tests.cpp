@@ -209,7 +209,7 @@ TYPED_TEST(WantOfMemoryInBatch, LeavesTheArtifact) {
 TEST(WantOfMemoryInTheReader, LeavesTheStateToBasicFielding) {
   const auto basic = [](auto& tool, const Start& start) {
     start();
-    return tool.Process(HostImage(), nullptr, {10.0F, 20.0F},
+    return tool.Process(HostImage(), nullptr, {10.0f, 20.0f},
                         Types::SmartOCR::BasicFielding(kId, 3));
   };
   Sweep<Ocr>(basic, kFielding);
@@ -220,7 +220,7 @@ TEST(WantOfMemoryInTheReader, LeavesTheStateToAdvancedFielding) {
   for (const std::string& id : ManyIds()) patterns.patterns[id] = {{kId, kOtherId}, {kOtherId}};
   const auto advanced = [&](auto& tool, const Start& start) {
     start();
-    return tool.Process(HostImage(), nullptr, {10.0F, 20.0F}, patterns);
+    return tool.Process(HostImage(), nullptr, {10.0f, 20.0f}, patterns);
   };
   Sweep<Ocr>(advanced, kFielding, kOneKey);
 }
@@ -228,7 +228,7 @@ TEST(WantOfMemoryInTheReader, LeavesTheStateToAdvancedFielding) {
 TEST(WantOfMemoryInTheReader, LeavesTheStateToSortCharacters) {
   const auto sort = [](auto& tool, const Start& start) {
     start();
-    return tool.SortCharacters({{1.F, 2.F}, {3.F, 4.F}}, 5.F);
+    return tool.SortCharacters({{1.f, 2.f}, {3.f, 4.f}}, 5.f);
   };
   Sweep<Ocr>(sort, kUnchanged);
 }

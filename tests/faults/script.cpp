@@ -14,7 +14,7 @@ std::string OcrSample() {
     for (const std::string& category : {kId, kOtherId}) {
       auto& score = *character.add_category_scores();
       score.set_category_id(category);
-      score.set_score(0.5F);
+      score.set_score(0.5f);
     }
   }
   for (int i = 0; i < 2; ++i) {
@@ -59,7 +59,7 @@ void SetScript() {
   }
 
   telvar_msg::qv::ocr::TrainingResult trained;
-  (*trained.mutable_labeled_sample_results())[kId].add_character_label_confidence(0.5F);
+  (*trained.mutable_labeled_sample_results())[kId].add_character_label_confidence(0.5f);
   script.answers["ocr.train"] = trained.SerializeAsString();
   telvar_msg::qv::classification::TrainingResult learnt;
   (*learnt.mutable_samples())[kId] = scores;

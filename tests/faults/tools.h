@@ -52,8 +52,8 @@ struct Ocr {
     return factory.CreateSmartOCRWrapper(std::move(data));
   }
   static auto Process(Interface& tool) {
-    return tool.Process(HostImage(), std::make_shared<Types::ROI>(0.F, 0.F, 0.F, 0.F, 4, 2),
-                        {10.0F, 20.0F});
+    return tool.Process(HostImage(), std::make_shared<Types::ROI>(0.f, 0.f, 0.f, 0.f, 4, 2),
+                        {10.0f, 20.0f});
   }
   static auto Train(Interface& tool, bool with_samples, const Types::ImageLoader& loader) {
     Types::SmartOCR::Dataset dataset;

@@ -225,14 +225,14 @@ TEST(Region, PixelsComeBackThroughTheImage) {
 TEST(StateFileTest, EveryChangedByteIsNoticed) {
   StateFile state;
   state.tool = ToolKind::kOcr;
-  state.size = {18.5F, 24};
+  state.size = {18.5f, 24};
   state.artifact = std::string("art\0fact", 8);
   state.train_cache = "cache";
   const auto bytes = serialised(state);
   const auto back = parse_state(bytes, "s");
   EXPECT_EQ(back.artifact, state.artifact);
   EXPECT_EQ(back.train_cache, state.train_cache);
-  EXPECT_EQ(back.size.width, 18.5F);
+  EXPECT_EQ(back.size.width, 18.5f);
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     for (const char bit : {'\x01', '\x80'}) {
       auto damaged = bytes;

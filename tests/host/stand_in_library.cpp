@@ -61,7 +61,7 @@ void sleep_if_slow(bool slow) {
 void tell_if_stepping(bool stepping, const Types::ImageLoader& loader) {
   const auto* monitored = loader.target<Types::MonitoredLoader>();
   for (int step = 0; stepping && monitored != nullptr && step < 600; ++step) {
-    monitored->Tell({static_cast<float>(step) / 600, step < 10 ? -1.0F : 0.75F});
+    monitored->Tell({static_cast<float>(step) / 600, step < 10 ? -1.0f : 0.75f});
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
   }
 }

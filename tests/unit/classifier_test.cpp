@@ -49,10 +49,10 @@ TEST_F(Classifier, ProcessesTheWholeImageInPlace) {
 TEST_F(Classifier, GivesScoresInTheEnginesOrder) {
   messages::Result answer;
   AddScores(*answer.mutable_sample(), kScores);
-  AddScores(*answer.mutable_sample(), {{"narrow", 0.1F}});
+  AddScores(*answer.mutable_sample(), {{"narrow", 0.1f}});
   engine::script().answers["classifier.process"] = answer.SerializeAsString();
   Scores expected = kScores;
-  expected.emplace_back("narrow", double{0.1F});
+  expected.emplace_back("narrow", double{0.1f});
   EXPECT_EQ(Pairs(tool_.Process(HostImage()).scores), expected);
 
   engine::script().answers["classifier.process"] = "";
@@ -116,12 +116,12 @@ TEST_F(Classifier, TrainsWithSettingTen) {
 
 TEST_F(Classifier, ReturnsTheEnginesTrainingResult) {
   messages::TrainingResult answer;
-  answer.set_overall_score(0.1F);
+  answer.set_overall_score(0.1f);
   AddScores((*answer.mutable_samples())["key"], kScores);
   (*answer.mutable_samples())["none"];
   engine::script().answers["classifier.train"] = answer.SerializeAsString();
   const auto result = tool_.Train({}, LoadHostImage);
-  EXPECT_EQ(result.overallScore, double{0.1F});
+  EXPECT_EQ(result.overallScore, double{0.1f});
   ASSERT_EQ(result.samples.size(), 2U);
   EXPECT_EQ(Pairs(result.samples.at("key")), kScores);
   EXPECT_TRUE(result.samples.at("none").empty());

@@ -58,7 +58,7 @@ TEST(ImageLoaderAdapter, CarriesProgressAndThreadsToEnginesThatKnowOfThem) {
   std::vector<float> told;
   const Types::ProgressReport report = [&](const Types::Progress& progress) {
     told.insert(told.end(), {progress.fraction, progress.score});
-    return progress.fraction < 0.5F;
+    return progress.fraction < 0.5f;
   };
   const auto load = [](const std::string&) { return HostImage(); };
   const Wrapper::EngineImageLoader adapted =
@@ -69,7 +69,7 @@ TEST(ImageLoaderAdapter, CarriesProgressAndThreadsToEnginesThatKnowOfThem) {
   EXPECT_EQ(monitored->threads, 3U);
   monitored->report(0.25, 0.75);
   EXPECT_THROW(monitored->report(0.5, -1), InvalidOperationException);
-  EXPECT_THAT(told, testing::ElementsAre(-1, -1, 0.25F, 0.75F, 0.5F, -1));
+  EXPECT_THAT(told, testing::ElementsAre(-1, -1, 0.25f, 0.75f, 0.5f, -1));
   const Wrapper::EngineImageLoader silent =
       Wrapper::AdaptImageLoader(Types::MonitoredLoader(load, nullptr));
   EXPECT_FALSE(silent.target<telvar::types::MonitoredLoader>()->report);
@@ -85,17 +85,17 @@ const float kNan = std::numeric_limits<float>::quiet_NaN();
 const float kInfinity = std::numeric_limits<float>::infinity();
 
 const RegionCase kRegions[] = {
-    {"unturned", 3, -4.5F, 0, 0, 1, -0.0F, 0, 1},
-    {"a quarter turn: first axis along +y", 0, 0, 1.57079637F, 0, -4.37113883e-08F, -1, 1,
-     -4.37113883e-08F},
-    {"turned by 30 degrees", 1, 2, 0.52359879F, 0, 0.866025388F, -0.5F, 0.5F, 0.866025388F},
-    {"skewed by 30 degrees", 1, 2, 0, 0.52359879F, 1, -0.5F, 0, 0.866025388F},
-    {"turned and skewed", 1, 2, 0.25F, 0.5F, 0.968912423F, -0.681638777F, 0.247403964F,
-     0.731688857F},
-    {"turned back by its skew", 1, 2, 0.5F, -0.5F, 0.87758255F, -0.0F, 0.47942555F, 1},
+    {"unturned", 3, -4.5f, 0, 0, 1, -0.0f, 0, 1},
+    {"a quarter turn: first axis along +y", 0, 0, 1.57079637f, 0, -4.37113883e-08f, -1, 1,
+     -4.37113883e-08f},
+    {"turned by 30 degrees", 1, 2, 0.52359879f, 0, 0.866025388f, -0.5f, 0.5f, 0.866025388f},
+    {"skewed by 30 degrees", 1, 2, 0, 0.52359879f, 1, -0.5f, 0, 0.866025388f},
+    {"turned and skewed", 1, 2, 0.25f, 0.5f, 0.968912423f, -0.681638777f, 0.247403964f,
+     0.731688857f},
+    {"turned back by its skew", 1, 2, 0.5f, -0.5f, 0.87758255f, -0.0f, 0.47942555f, 1},
     // Only in single precision does the sum lose the skew, and the matrix stay orthogonal.
-    {"skewed by less than its angle can hold", 0, 0, 10000, 0.0003F, -0.952155352F, 0.305614382F,
-     -0.305614382F, -0.952155352F},
+    {"skewed by less than its angle can hold", 0, 0, 10000, 0.0003f, -0.952155352f, 0.305614382f,
+     -0.305614382f, -0.952155352f},
     {"no number", kNan, 1, kNan, 0, kNan, kNan, kNan, kNan},
     {"infinite", kInfinity, -kInfinity, 0, kInfinity, 1, kNan, 0, kNan},
 };
@@ -153,8 +153,8 @@ TEST(RegionConversion, PutsTheSameNumbersIntoTheMessage) {
 TEST(RegionConversion, ComputesInNoModeOfTheHosts) {
   for (const int rounding : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
     for (int i = -20; i <= 20; ++i) {
-      const float angle = 0.15F * static_cast<float>(i), skew = 0.01F * static_cast<float>(i * i);
-      const auto roi = std::make_shared<Types::ROI>(1.F, 2.F, angle, skew, 7U, 8U);
+      const float angle = 0.15f * static_cast<float>(i), skew = 0.01f * static_cast<float>(i * i);
+      const auto roi = std::make_shared<Types::ROI>(1.f, 2.f, angle, skew, 7U, 8U);
       const telvar::types::AffineTransform usual = ConvertToEngineRegion(roi).transform;
       std::fesetround(rounding);
       const telvar::types::AffineTransform t = ConvertToEngineRegion(roi).transform;

@@ -111,13 +111,13 @@ TYPED_TEST(EitherFielding, ReadsTheRegionAtTheSize) {
   EXPECT_THAT(call.size, testing::ElementsAre(5, 6));
   telvar_msg::qv::ocr::RuntimeParameters parameters;
   ASSERT_TRUE(parameters.ParseFromString(engine::last("ocr.model").parameters));
-  EXPECT_EQ(parameters.width(), 10.0F);
-  EXPECT_EQ(parameters.height(), 20.0F);
+  EXPECT_EQ(parameters.width(), 10.0f);
+  EXPECT_EQ(parameters.height(), 20.0f);
 }
 
 TYPED_TEST(EitherFielding, ReturnsTheFieldedSampleBesideTheReadOne) {
   SampleResult fielded;
-  fielded.set_first_value(0.5F);
+  fielded.set_first_value(0.5f);
   fielded.add_lines()->set_text("fielded");
   for (const std::string& name : {"name " + OddBytes(), std::string()}) {
     this->Answer(true, name, fielded);

@@ -27,7 +27,7 @@ class OcrProcess : public ScriptedTest {
 
 TEST_F(OcrProcess, HandsTheEngineAViewOfTheImageAndTheRegionsTransform) {
   const auto image = HostImage();
-  const auto roi = std::make_shared<Types::ROI>(3.0F, 4.0F, 0.0F, 0.0F, 5U, 6U);
+  const auto roi = std::make_shared<Types::ROI>(3.0f, 4.0f, 0.0f, 0.0f, 5U, 6U);
   tool_.Process(image, roi, {10, 20});
   const engine::Call call = engine::last("ocr.process");
   EXPECT_THAT(call.layout, testing::ElementsAre(4, 2, 6, 1, 8, 0));
@@ -47,7 +47,7 @@ TEST_F(OcrProcess, TakesTheWholeImageWithoutARegion) {
 TEST_F(OcrProcess, GivesTheSizeToTheModelAsItIs) {
   const float nan = std::numeric_limits<float>::quiet_NaN();
   const float infinity = std::numeric_limits<float>::infinity();
-  for (const Size& size : {Size(10, 20), Size(-0.0F, 1e-40F), Size(nan, infinity)}) {
+  for (const Size& size : {Size(10, 20), Size(-0.0f, 1e-40f), Size(nan, infinity)}) {
     tool_.Process(HostImage(), nullptr, size);
     RuntimeParameters parameters;
     ASSERT_TRUE(parameters.ParseFromString(engine::last("ocr.model").parameters));
@@ -68,15 +68,15 @@ TEST_F(OcrProcess, RebuildsTheModelOnlyWhenTheSizeMoves) {
   const float infinity = std::numeric_limits<float>::infinity();
   const std::vector<SizeCase> cases = {
       {"the same", {{10, 20}, {10, 20}}, 1},
-      {"rounded", {{10, 20}, {10.00005F, 20}}, 1},
-      {"another width", {{10, 20}, {10.0002F, 20}}, 2},
-      {"another height", {{10, 20}, {10, 19.9998F}}, 2},
-      {"creeping away from the built size", {{10, 20}, {10.00005F, 20}, {10.0002F, 20}}, 2},
+      {"rounded", {{10, 20}, {10.00005f, 20}}, 1},
+      {"another width", {{10, 20}, {10.0002f, 20}}, 2},
+      {"another height", {{10, 20}, {10, 19.9998f}}, 2},
+      {"creeping away from the built size", {{10, 20}, {10.00005f, 20}, {10.0002f, 20}}, 2},
       {"zero, the size before the first model", {{0, 0}, {0, 0}}, 1},
       // The float nearest to 0.0001 lies below it.
-      {"exactly the tolerance as a float", {{0, 0}, {0.0001F, 0}}, 1},
-      {"a difference that only single precision rounds down", {{-2.6e-12F, 0}, {0.0001F, 0}}, 1},
-      {"a difference just beyond", {{0, 0}, {0.00010001F, 0}}, 2},
+      {"exactly the tolerance as a float", {{0, 0}, {0.0001f, 0}}, 1},
+      {"a difference that only single precision rounds down", {{-2.6e-12f, 0}, {0.0001f, 0}}, 1},
+      {"a difference just beyond", {{0, 0}, {0.00010001f, 0}}, 2},
       {"there and back", {{10, 20}, {11, 20}, {10, 20}}, 3},
       {"not a number, which equals nothing", {{nan, 20}, {nan, 20}}, 2},
       {"infinite, whose difference is not a number", {{10, infinity}, {10, infinity}}, 2},
@@ -107,13 +107,13 @@ TEST_F(OcrProcess, ConvertsEveryFieldInTheEnginesOrder) {
   Result answer;
   answer.mutable_processing_time()->set_nanos(2999999);
   auto& sample = *answer.mutable_sample();
-  sample.set_first_value(0.1F);
-  sample.set_second_value(-0.0F);
+  sample.set_first_value(0.1f);
+  sample.set_second_value(-0.0f);
   auto& character = *sample.add_characters();
-  character.set_first_value(1.1F);
-  character.set_second_value(2.2F);
+  character.set_first_value(1.1f);
+  character.set_second_value(2.2f);
   character.set_third_value(std::numeric_limits<float>::infinity());
-  for (const auto& [id, score] : {std::pair("low", 0.1F), {"high", 0.9F}, {"low", 0.5F}}) {
+  for (const auto& [id, score] : {std::pair("low", 0.1f), {"high", 0.9f}, {"low", 0.5f}}) {
     auto& category = *character.add_category_scores();
     category.set_category_id(id);
     category.set_score(score);
@@ -126,20 +126,20 @@ TEST_F(OcrProcess, ConvertsEveryFieldInTheEnginesOrder) {
 
   const ProcessResult result = Process(answer);
   EXPECT_EQ(result.processingTime, 2.0);
-  EXPECT_EQ(result.sample.firstValue, double{0.1F});
+  EXPECT_EQ(result.sample.firstValue, double{0.1f});
   EXPECT_TRUE(std::signbit(result.sample.secondValue));
 
   ASSERT_EQ(result.sample.characters->size(), 2U);
   const auto& first = result.sample.characters->at(0);
-  EXPECT_EQ(first.firstValue, double{1.1F});
-  EXPECT_EQ(first.secondValue, double{2.2F});
+  EXPECT_EQ(first.firstValue, double{1.1f});
+  EXPECT_EQ(first.secondValue, double{2.2f});
   EXPECT_EQ(first.thirdValue, std::numeric_limits<double>::infinity());
   std::vector<std::pair<std::string, double>> scores;
   for (const auto& score : *first.categoryResults)
     scores.emplace_back(score.categoryId, score.score);
   EXPECT_THAT(scores,
-              testing::ElementsAre(std::pair("low", double{0.1F}), std::pair("high", double{0.9F}),
-                                   std::pair("low", double{0.5F})));
+              testing::ElementsAre(std::pair("low", double{0.1f}), std::pair("high", double{0.9f}),
+                                   std::pair("low", double{0.5f})));
   ASSERT_NE(result.sample.characters->at(1).categoryResults, nullptr);
   EXPECT_TRUE(result.sample.characters->at(1).categoryResults->empty());
 
@@ -211,9 +211,9 @@ TEST_F(OcrProcess, SortsCharactersWithTheEngineAndOutsideTheGuard) {
   const float nan = std::numeric_limits<float>::quiet_NaN();
   engine::script().sorted = {{2, 0}, {}, {7}};
   const std::vector<std::pair<float, float>> points = {{1, 2}, {-3, 4}};
-  EXPECT_EQ(tool_.SortCharacters(points, 2.5F), engine::script().sorted);
+  EXPECT_EQ(tool_.SortCharacters(points, 2.5f), engine::script().sorted);
   EXPECT_EQ(engine::last("ocr.sort").points, points);
-  EXPECT_EQ(engine::last("ocr.sort").value, 2.5F);
+  EXPECT_EQ(engine::last("ocr.sort").value, 2.5f);
 
   engine::fail("ocr.sort", telvar::types::invalid_parameters("not finite"));
   EXPECT_EQ(ThrownBy([&] {

@@ -48,8 +48,8 @@ TEST_F(OcrTrain, SendsLabelsInOrderAndEachCategoryOnce) {
   dataset.height = 20;
   dataset.trainData = {Image("image", {"A", "B", "A", "", "C", "A", "B", "B", "A", "C"})};
   const Message message = Seen(dataset);
-  EXPECT_EQ(message.width(), 0.1F);
-  EXPECT_EQ(message.height(), 20.0F);
+  EXPECT_EQ(message.width(), 0.1f);
+  EXPECT_EQ(message.height(), 20.0f);
   ASSERT_EQ(message.samples_size(), 1);
   const auto& sample = message.samples().at("image");
   EXPECT_EQ(sample.image_id(), "image");
@@ -69,19 +69,19 @@ TEST_F(OcrTrain, SendsLabelsInOrderAndEachCategoryOnce) {
 TEST_F(OcrTrain, SendsTheRegionOfAnImage) {
   Dataset dataset;
   dataset.trainData = {Image("image", {"A"})};
-  dataset.trainData[0].roi = std::make_shared<Types::ROI>(1.0F, 2.0F, 0.0F, 0.0F, 3U, 4U);
+  dataset.trainData[0].roi = std::make_shared<Types::ROI>(1.0f, 2.0f, 0.0f, 0.0f, 3U, 4U);
   const auto region = Seen(dataset).samples().at("image").region_of_interest();
-  EXPECT_EQ(region.affine_transform().m00(), 1.0F);
+  EXPECT_EQ(region.affine_transform().m00(), 1.0f);
   EXPECT_TRUE(std::signbit(region.affine_transform().m01()));
-  EXPECT_EQ(region.affine_transform().tx(), 1.0F);
-  EXPECT_EQ(region.affine_transform().ty(), 2.0F);
+  EXPECT_EQ(region.affine_transform().tx(), 1.0f);
+  EXPECT_EQ(region.affine_transform().ty(), 2.0f);
   EXPECT_EQ(region.width(), 3U);
   EXPECT_EQ(region.height(), 4U);
 
   *dataset.trainData[0].roi = {3, 4};
   const auto empty = Seen(dataset).samples().at("image");
   EXPECT_TRUE(empty.has_region_of_interest());
-  EXPECT_EQ(empty.region_of_interest().affine_transform().tx(), 3.0F);
+  EXPECT_EQ(empty.region_of_interest().affine_transform().tx(), 3.0f);
   EXPECT_EQ(empty.region_of_interest().width(), 0U);
 }
 
@@ -113,7 +113,7 @@ TEST_F(OcrTrain, CarriesIdentifiersOfAnyBytesSilently) {
   TrainingResult answer;
   for (const std::string& id : ids) {
     dataset.trainData.push_back(Image(id, {id}));
-    (*answer.mutable_labeled_sample_results())[id].add_character_label_confidence(0.5F);
+    (*answer.mutable_labeled_sample_results())[id].add_character_label_confidence(0.5f);
   }
   testing::internal::CaptureStderr();
   engine::script().answers["ocr.train"] = answer.SerializeAsString();
@@ -146,19 +146,19 @@ TEST_F(OcrTrain, ConvertsTheResult) {
   TrainingResult answer;
   answer.mutable_training_duration()->set_seconds(90);
   answer.mutable_training_duration()->set_nanos(1999999);
-  answer.set_result_value(0.1F);
+  answer.set_result_value(0.1f);
   auto& results = *answer.mutable_labeled_sample_results();
-  for (const float value : {0.3F, 0.1F, 0.2F}) results["b"].add_character_label_confidence(value);
+  for (const float value : {0.3f, 0.1f, 0.2f}) results["b"].add_character_label_confidence(value);
   results["\xff"];
   results["a"].add_character_label_confidence(1);
   engine::script().answers["ocr.train"] = answer.SerializeAsString();
   const TrainResult result = Train({});
   EXPECT_EQ(result.trainingTime, 90001.0);
-  EXPECT_EQ(result.resultValue, double{0.1F});
+  EXPECT_EQ(result.resultValue, double{0.1f});
   std::vector<std::string> ids;
   for (const auto& [id, values] : *result.labeledSampleResults) ids.push_back(id);
   EXPECT_THAT(ids, testing::ElementsAre("a", "b", "\xff"));
-  EXPECT_THAT(*result.labeledSampleResults->at("b"), testing::ElementsAre(0.3F, 0.1F, 0.2F));
+  EXPECT_THAT(*result.labeledSampleResults->at("b"), testing::ElementsAre(0.3f, 0.1f, 0.2f));
   EXPECT_TRUE(result.labeledSampleResults->at("\xff")->empty());
 }
 
@@ -185,8 +185,8 @@ TEST_F(OcrTrain, BuildsTheModelForTheDatasetsSize) {
   EXPECT_EQ(engine::count("ocr.model"), 2U);
   telvar_msg::qv::ocr::RuntimeParameters parameters;
   ASSERT_TRUE(parameters.ParseFromString(engine::last("ocr.model").parameters));
-  EXPECT_EQ(parameters.width(), 10.0F);
-  EXPECT_EQ(parameters.height(), 21.0F);
+  EXPECT_EQ(parameters.width(), 10.0f);
+  EXPECT_EQ(parameters.height(), 21.0f);
 }
 
 TEST_F(OcrTrain, NarrowsInNoModeOfTheHosts) {
@@ -201,15 +201,15 @@ TEST_F(OcrTrain, NarrowsInNoModeOfTheHosts) {
     std::fesetround(FE_TONEAREST);
     Message message;
     ASSERT_TRUE(message.ParseFromString(engine::last("ocr.train").dataset));
-    EXPECT_EQ(message.width(), 10.1F);
-    EXPECT_EQ(message.height(), 10.3F);
+    EXPECT_EQ(message.width(), 10.1f);
+    EXPECT_EQ(message.height(), 10.3f);
     const auto& label = message.samples().at("image").characters(0);
-    EXPECT_EQ(label.first_value(), 0.1F);
-    EXPECT_EQ(label.second_value(), 0.3F);
+    EXPECT_EQ(label.first_value(), 0.1f);
+    EXPECT_EQ(label.second_value(), 0.3f);
     telvar_msg::qv::ocr::RuntimeParameters parameters;
     ASSERT_TRUE(parameters.ParseFromString(engine::last("ocr.model").parameters));
-    EXPECT_EQ(parameters.width(), 10.1F);
-    EXPECT_EQ(parameters.height(), 10.3F);
+    EXPECT_EQ(parameters.width(), 10.1f);
+    EXPECT_EQ(parameters.height(), 10.3f);
   }
 }
 

@@ -23,7 +23,7 @@ class Segmenter : public ScriptedTest {
 
 TEST_F(Segmenter, ProcessesTheRegionOfAnImageInPlace) {
   const auto image = HostImage();
-  tool_.Process(image, std::make_shared<Types::ROI>(3.0F, 4.0F, 0.0F, 0.0F, 5U, 6U));
+  tool_.Process(image, std::make_shared<Types::ROI>(3.0f, 4.0f, 0.0f, 0.0f, 5U, 6U));
   const engine::Call call = engine::last("segmenter.process");
   EXPECT_THAT(call.layout, testing::ElementsAre(4, 2, 6, 1, 8, 0));
   EXPECT_EQ(call.pixels, image->pixels);
@@ -110,7 +110,7 @@ TEST_F(Segmenter, TrainsOnImagesAndMasksWithoutAWriter) {
   dataset.samples[0].imageId = "replaced";
   dataset.samples[0].categoryMasks = {{"dent", "mask 0"}};
   dataset.samples[1].imageId = OddBytes();
-  dataset.samples[1].roi = std::make_shared<Types::ROI>(1.0F, 2.0F, 0.0F, 0.0F, 3U, 4U);
+  dataset.samples[1].roi = std::make_shared<Types::ROI>(1.0f, 2.0f, 0.0f, 0.0f, 3U, 4U);
   dataset.samples[1].categoryMasks = {{"dent", "mask 1"}, {OddBytes(), OddBytes()}, {"", ""}};
   dataset.samples[2].imageId = "replaced";
   dataset.samples[3].imageId = std::string(1 << 20, '\xe9');
@@ -138,10 +138,10 @@ TEST_F(Segmenter, TrainsOnImagesAndMasksWithoutAWriter) {
   ASSERT_EQ(odd.category_masks_size(), 3);
   EXPECT_EQ(odd.category_masks().at("dent"), "mask 1");
   EXPECT_EQ(odd.category_masks().at(OddBytes()), OddBytes());
-  EXPECT_EQ(odd.region_of_interest().affine_transform().ty(), 2.0F);
+  EXPECT_EQ(odd.region_of_interest().affine_transform().ty(), 2.0f);
   EXPECT_EQ(odd.region_of_interest().height(), 4U);
   ASSERT_TRUE(seen.samples().at("no extent").has_region_of_interest());
-  EXPECT_EQ(seen.samples().at("no extent").region_of_interest().affine_transform().tx(), 3.0F);
+  EXPECT_EQ(seen.samples().at("no extent").region_of_interest().affine_transform().tx(), 3.0f);
 }
 
 TEST_F(Segmenter, KeepsTheImageLoaderAndTheMaskLoaderApart) {
@@ -159,9 +159,9 @@ TEST_F(Segmenter, KeepsTheImageLoaderAndTheMaskLoaderApart) {
 
 TEST_F(Segmenter, ReturnsTheTrainingsScore) {
   messages::TrainingResult answer;
-  answer.set_score(0.1F);
+  answer.set_score(0.1f);
   engine::script().answers["segmenter.train"] = answer.SerializeAsString();
-  EXPECT_EQ(tool_.Train({}, LoadHostImage, LoadHostImage).score, double{0.1F});
+  EXPECT_EQ(tool_.Train({}, LoadHostImage, LoadHostImage).score, double{0.1f});
   engine::script().answers["segmenter.train"] = "\xff\xff";
   EXPECT_EQ(tool_.Train({}, LoadHostImage, LoadHostImage).score, 0.0);
 }

@@ -70,7 +70,7 @@ struct OcrTool {
   using Access = Wrapper::TelvarAccess;
   using Data = Types::SmartOCR::Data;
 
-  static void Process(Object& tool) { tool.Process(HostImage(), nullptr, {10.0F, 20.0F}); }
+  static void Process(Object& tool) { tool.Process(HostImage(), nullptr, {10.0f, 20.0f}); }
   static void Train(Object& tool, const Types::ImageLoader& loader = LoadHostImage) {
     Types::SmartOCR::Dataset dataset;
     dataset.width = 10;

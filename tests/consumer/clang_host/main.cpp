@@ -111,7 +111,7 @@ void CheckTools(Types::IWrapperFactory& factory) {
       factory.CreateSmartSegmenterWrapper(std::make_unique<Types::SmartSegmenter::Data>("a", ""));
 
   const std::shared_ptr<Types::Image> image = HostImage("");
-  CheckOperation({"ocr.process", [&] { ocr->Process(image, nullptr, {10.F, 20.F}); }});
+  CheckOperation({"ocr.process", [&] { ocr->Process(image, nullptr, {10.0f, 20.0f}); }});
   CheckOperation({"classifier.process", [&] { classifier->Process(image); }});
   CheckOperation({"segmenter.process", [&] { segmenter->Process(image, nullptr); }});
   CheckOperation({"ocr.train", [&] { ocr->Train({}, HostImage); }});

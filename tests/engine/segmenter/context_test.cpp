@@ -28,13 +28,13 @@ TEST(Context, MapsAreInterpolatedWhereAPieceLies) {
   std::vector<float> row(8);
   fill_context_planes(map, {0, 3, 8, 8}, 1, 8, 1, row.data());
   EXPECT_THAT(
-      row, Pointwise(FloatNear(1e-5F), std::vector<float>{-1, -1, -0.75, -0.25, 0.25, 0.75, 1, 1}));
+      row, Pointwise(FloatNear(1e-5f), std::vector<float>{-1, -1, -0.75, -0.25, 0.25, 0.75, 1, 1}));
   // A piece that begins elsewhere sees the same places alike; beyond the region, its edge repeats.
   std::vector<float> part(6);
   fill_context_planes(map, {4, 0, 8, 8}, 1, 6, 1, part.data());
-  EXPECT_THAT(part, Pointwise(FloatNear(1e-5F), std::vector<float>{0.25, 0.75, 1, 1, 1, 1}));
+  EXPECT_THAT(part, Pointwise(FloatNear(1e-5f), std::vector<float>{0.25, 0.75, 1, 1, 1, 1}));
   fill_context_planes({}, {4, 0, 8, 8}, 1, 6, 1, part.data());
-  EXPECT_THAT(part, Each(0.0F));
+  EXPECT_THAT(part, Each(0.0f));
 }
 
 TEST(Context, OverviewsKeepTheAspectAndAreNeverEnlarged) {
@@ -174,7 +174,7 @@ TEST(Calibration, TrustsAnOffsetTheMoreTheMoreImagesTellIt) {
 
 TEST(Calibration, IsBuiltIntoTheHead) {
   nn::Network net = make_initial_net(4, 2, 1);
-  const std::vector<float> input(16 * 16 * 4, 0.5F);
+  const std::vector<float> input(16 * 16 * 4, 0.5f);
   const auto before = nn::Inference(net, nn::Number::kFloat)(input.data(), {1, 16, 16});
   adjust_logits({{2.0, 0.0}, {1.0, 0.25}}, net);
   const auto after = nn::Inference(net, nn::Number::kFloat)(input.data(), {1, 16, 16});

@@ -42,7 +42,7 @@ TEST(Pieces, BlendWeightsSumToOneEverywhere) {
         sums[plan.columns[i].begin + at] += blend_weight(plan.columns, i, at, 32);
       }
     }
-    EXPECT_THAT(sums, Each(FloatNear(1.0F, 1e-5F))) << length;
+    EXPECT_THAT(sums, Each(FloatNear(1.0f, 1e-5f))) << length;
   }
 }
 

@@ -147,8 +147,8 @@ Scenes in_turned_regions(const Scenes& scenes) {
     region.set_width(kSide);
     region.set_height(kSide);
     auto& t = *region.mutable_affine_transform();
-    t.set_m00(0.6F), t.set_m01(-0.8F), t.set_tx(kLeft);
-    t.set_m10(0.8F), t.set_m11(0.6F), t.set_ty(kTop);
+    t.set_m00(0.6f), t.set_m01(-0.8f), t.set_tx(kLeft);
+    t.set_m10(0.8f), t.set_m11(0.6f), t.set_ty(kTop);
     wide.images.at(id) = spread(scenes.images.at(id), scenes.images.at(id));
     const std::string first = sample.category_masks().begin()->second;
     const std::string second = std::next(sample.category_masks().begin())->second;

@@ -71,8 +71,8 @@ TEST_F(TrainedSegmenter, FindsWhatItWasShownInUnseenScenes) {
   EXPECT_THAT(iou, ElementsAre(Key("disc"), Key("square")));
   EXPECT_GT(iou.at("disc"), 0.8);
   EXPECT_GT(iou.at("square"), 0.8);
-  EXPECT_GT(score_, 0.7F);
-  EXPECT_LE(score_, 1.0F);
+  EXPECT_GT(score_, 0.7f);
+  EXPECT_LE(score_, 1.0f);
 }
 
 TEST_F(TrainedSegmenter, TakesOtherLayoutsThanItLearnedFrom) {
@@ -134,7 +134,7 @@ TEST_F(TrainedSegmenter, ShowsNoSeamBetweenPieces) {
 
 TEST_F(TrainedSegmenter, GivesTheSameImagesWithAnyNumberOfThreadsAndFromManyCallers) {
   const types::Image& image = scenes_->images.begin()->second;
-  const types::AffineTransform stretched{0.05F, 0, 0, 0, 0.05F, 0};
+  const types::AffineTransform stretched{0.05f, 0, 0, 0, 0.05f, 0};
   const types::Size2<unsigned> size{640, 530};
   const auto one = segment(image, stretched, size, 1);
   const auto two = segment(image, stretched, size, 2);

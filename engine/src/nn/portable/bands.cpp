@@ -75,7 +75,7 @@ const float* Bands::read(const Band& band, const void* tensor, float* scratch) c
 
 void Bands::copy_row(const void* tensor, int image, int row, float* to) const {
   if (row < 0 || row >= reading_.height) {
-    std::fill_n(to, row_stride_, 0.F);
+    std::fill_n(to, row_stride_, 0.0f);
     return;
   }
   const std::size_t channels = reading_.channels;
@@ -83,9 +83,9 @@ void Bands::copy_row(const void* tensor, int image, int row, float* to) const {
   const std::size_t count = std::min(reading_.width * channels, row_stride_ - before);
   const std::size_t from =
       (static_cast<std::size_t>(image) * reading_.height + row) * reading_.width * channels;
-  std::fill_n(to, before, 0.F);
+  std::fill_n(to, before, 0.0f);
   copy_numbers(number_, tensor, from, count, to + before);
-  std::fill(to + before + count, to + row_stride_, 0.F);
+  std::fill(to + before + count, to + row_stride_, 0.0f);
 }
 
 }  // namespace telvar::nn::portable

@@ -41,7 +41,7 @@ void pack_blocks(const ProductKernel& kernel, std::size_t depth, std::size_t col
     const std::size_t end = kernel.block_begin(columns, block + 1);
     for (std::size_t row = 0; row < depth; ++row) {
       for (std::size_t column = begin; column < end; ++column) {
-        *packed++ = column < columns ? value(row, column) : 0.F;
+        *packed++ = column < columns ? value(row, column) : 0.0f;
       }
     }
   }
@@ -177,7 +177,7 @@ void PortableConvolution::pack_for_gradient(const float* weights, void* packed,
 void PortableConvolution::forward(const void* input, const void* packed, const float* bias,
                                   const void* residual, void* output, void* scratch) const {
   auto* initial = static_cast<float*>(scratch);
-  std::fill_n(initial, output_floats(), 0.F);
+  std::fill_n(initial, output_floats(), 0.0f);
   if (epilogue_.bias) std::copy_n(bias, geometry_.out, initial);
 
   GatherProduct product;
@@ -260,7 +260,7 @@ const float* PortableConvolution::read_output_band(const Band& band, const void*
   const std::size_t columns = geometry_.out;
   const std::size_t padded = kernel_.padded(geometry_.out);
   const std::size_t rows = positions(band);
-  if (columns != padded) std::fill_n(scratch, rows * padded, 0.F);
+  if (columns != padded) std::fill_n(scratch, rows * padded, 0.0f);
   for (std::size_t row = 0; row < rows; ++row) {
     copy_numbers(number_, output, first + row * columns, columns, scratch + row * padded);
   }
