@@ -28,8 +28,8 @@ void paint(Planes& planes, const cv::Mat& mask, const Tint& tint, const cv::Mat&
 }
 
 /// What lies under a shape is no longer seen.
-void hide(LabelledPicture& picture, const cv::Mat& shape) {
-  for (auto& [category, mask] : picture.masks) mask.setTo(0, shape);
+void hide(LabelledImage& labelled, const cv::Mat& shape) {
+  for (auto& [category, mask] : labelled.masks) mask.setTo(0, shape);
 }
 
 cv::Mat everywhere() {
@@ -52,7 +52,7 @@ Tint crop_tint(cv::RNG& random) {
   return {62 + 30 * ripe, 120 + 40 * ripe, 74 + 106 * ripe};
 }
 
-void draw_fields(Planes& planes, LabelledPicture& picture, cv::RNG& random) {
+void draw_fields(Planes& planes, LabelledImage& labelled, cv::RNG& random) {
   for (int i = random.uniform(2, 5); i > 0; --i) {
     const cv::Point2f centre(random.uniform(20.0F, 300.0F), random.uniform(20.0F, 300.0F));
     const cv::RotatedRect box(centre,
@@ -69,7 +69,7 @@ void draw_fields(Planes& planes, LabelledPicture& picture, cv::RNG& random) {
                                                                   box.angle * CV_PI / 180, random))
                 : cv::Mat(3.0 * make_surface(Surface::grain, kSize, 1.0, 0.0, random));
     paint(planes, mask, crop_tint(random), relief);
-    add_mask(picture, "field", mask);
+    add_mask(labelled, "field", mask);
   }
 }
 
@@ -88,7 +88,7 @@ std::vector<cv::Point> draw_course(cv::RNG& random) {
 }
 
 /// A road and its houses.
-void draw_settlement(Planes& planes, LabelledPicture& picture, cv::RNG& random) {
+void draw_settlement(Planes& planes, LabelledImage& labelled, cv::RNG& random) {
   const std::vector<cv::Point> course = draw_course(random);
   cv::Mat road = blank(kSize);
   const int width = random.uniform(7, 14);
@@ -96,8 +96,8 @@ void draw_settlement(Planes& planes, LabelledPicture& picture, cv::RNG& random) 
   const double gray = random.uniform(120.0, 165.0);
   paint(planes, road, {gray, gray, gray},
         4.0 * make_surface(Surface::grain, kSize, 1.0, 0, random));
-  hide(picture, road);
-  add_mask(picture, "road", road);
+  hide(labelled, road);
+  add_mask(labelled, "road", road);
   for (int i = random.uniform(3, 8); i > 0; --i) {
     const cv::Point at = course[static_cast<std::size_t>(random.uniform(2, 21))];
     const double away = random.uniform(26.0, 44.0) * (random.uniform(0, 2) == 0 ? -1 : 1);
@@ -117,40 +117,40 @@ void draw_settlement(Planes& planes, LabelledPicture& picture, cv::RNG& random) 
     const cv::Mat tiles = 3.0 * make_surface(Surface::woven, kSize, 0.8, box.angle, random);
     paint(planes, whole, {tint.blue * 0.7, tint.green * 0.7, tint.red * 0.7}, tiles);
     paint(planes, sunny, tint, tiles);
-    hide(picture, whole);
-    add_mask(picture, "roof", whole);
+    hide(labelled, whole);
+    add_mask(labelled, "roof", whole);
   }
 }
 
-void draw_trees(Planes& planes, LabelledPicture& picture, cv::RNG& random) {
+void draw_trees(Planes& planes, LabelledImage& labelled, cv::RNG& random) {
   for (int i = random.uniform(8, 22); i > 0; --i) {
     const cv::Point2d at(random.uniform(0.0, 320.0), random.uniform(0.0, 320.0));
     const double radius = random.uniform(5.0, 12.0);
     cv::Mat crown = blank(kSize);
     fill(crown, wavy_outline(at, radius, radius, 0.0, 0.15, random), 255);
     paint(planes, crown, {40, 82, 56}, 10.0 * make_surface(Surface::cast, kSize, 0.8, 0, random));
-    hide(picture, crown);
+    hide(labelled, crown);
   }
 }
 
-LabelledPicture draw_tile(cv::RNG& random) {
+LabelledImage draw_tile(cv::RNG& random) {
   Planes planes = draw_ground(random);
-  LabelledPicture picture;
-  draw_fields(planes, picture, random);
-  for (int i = random.uniform(1, 3); i > 0; --i) draw_settlement(planes, picture, random);
-  draw_trees(planes, picture, random);
+  LabelledImage labelled;
+  draw_fields(planes, labelled, random);
+  for (int i = random.uniform(1, 3); i > 0; --i) draw_settlement(planes, labelled, random);
+  draw_trees(planes, labelled, random);
   const double haze = random.uniform(0.0, 0.3), light = random.uniform(0.8, 1.15);
   std::vector<cv::Mat> bytes;
   for (const cv::Mat& plane : planes) {
     bytes.push_back(finished(light * ((1 - haze) * plane + haze * 170.0), 4.0, random));
   }
-  cv::merge(bytes, picture.image);
-  return picture;
+  cv::merge(bytes, labelled.image);
+  return labelled;
 }
 
 }  // namespace
 
-PictureSet make_tiles(int train, int test, std::uint64_t seed) {
+ImageSet make_tiles(int train, int test, std::uint64_t seed) {
   return make_set("tiles", {"field", "road", "roof"}, draw_tile, train, test, seed);
 }
 

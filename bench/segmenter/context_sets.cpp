@@ -8,11 +8,11 @@
 namespace telvar::bench {
 namespace {
 
-LabelledPicture draw_sheets(cv::RNG& random) {
+LabelledImage draw_sheets(cv::RNG& random) {
   const cv::Size size(384, 288);
   cv::Mat values = uneven_ground(size, random.uniform(110.0, 160.0), random);
   const double contrast = random.uniform(25.0, 50.0);
-  LabelledPicture picture;
+  LabelledImage labelled;
   std::vector<Site> sites;
   const double radii[] = {random.uniform(110.0, 136.0), random.uniform(45.0, 60.0)};
   for (const double radius : radii) {
@@ -27,7 +27,7 @@ LabelledPicture draw_sheets(cv::RNG& random) {
     cv::Mat mask = blank(size);
     fill(mask, outline, 255);
     cv::polylines(values, outline, true, cv::Scalar(128 - contrast), 2, cv::LINE_AA);
-    add_mask(picture, "sheet", mask);
+    add_mask(labelled, "sheet", mask);
   }
   for (int i = random.uniform(2, 5); i > 0; --i) {
     if (!find_site(size, random.uniform(24.0, 40.0), 2, sites, random)) continue;
@@ -39,14 +39,14 @@ LabelledPicture draw_sheets(cv::RNG& random) {
     if (random.uniform(0, 2) == 0) line.emplace_back(centre + 0.3 * along + 0.9 * across);
     cv::polylines(values, line, false, cv::Scalar(128 - contrast), 2, cv::LINE_AA);
   }
-  picture.image = finished(values, 4.0, random);
-  return picture;
+  labelled.image = finished(values, 4.0, random);
+  return labelled;
 }
 
-LabelledPicture draw_sizes(cv::RNG& random) {
+LabelledImage draw_sizes(cv::RNG& random) {
   const cv::Size size(384, 288);
   cv::Mat values = uneven_ground(size, 80.0, random);
-  LabelledPicture picture;
+  LabelledImage labelled;
   std::vector<Site> sites;
   const double radii[] = {random.uniform(58.0, 85.0), random.uniform(56.0, 70.0),
                           random.uniform(24.0, 38.0), random.uniform(24.0, 38.0),
@@ -60,10 +60,10 @@ LabelledPicture draw_sizes(cv::RNG& random) {
       cv::circle(mask, centre, cvRound(radius - 14), cv::Scalar(0), -1);
     }
     values.setTo(150, mask);
-    add_mask(picture, radius > 50 ? "large" : "small", mask);
+    add_mask(labelled, radius > 50 ? "large" : "small", mask);
   }
-  picture.image = finished(values, 6.0, random);
-  return picture;
+  labelled.image = finished(values, 6.0, random);
+  return labelled;
 }
 
 void draw_cross(cv::Mat& values, cv::Point2d at) {
@@ -72,7 +72,7 @@ void draw_cross(cv::Mat& values, cv::Point2d at) {
   cv::rectangle(values, {centre.x - 3, centre.y - 12, 7, 25}, cv::Scalar(220), -1);
 }
 
-LabelledPicture draw_neighbours(cv::RNG& random) {
+LabelledImage draw_neighbours(cv::RNG& random) {
   const cv::Size size(384, 288);
   cv::Mat values = uneven_ground(size, 90.0, random);
   const double gray = random.uniform(125.0, 165.0);
@@ -88,26 +88,26 @@ LabelledPicture draw_neighbours(cv::RNG& random) {
     if (other < 1.5 * first) sites.clear();
   }
   draw_cross(values, sites[0].centre);
-  LabelledPicture picture;
+  LabelledImage labelled;
   for (int i = 1; i < 3; ++i) {
     const auto outline = wavy_outline(sites[i].centre, sites[i].radius, sites[i].radius * 0.8,
                                       random.uniform(0.0, 3.1), 0.08, random);
     cv::Mat mask = blank(size);
     fill(mask, outline, 255);
     values.setTo(gray, mask);
-    add_mask(picture, i == 1 ? "near" : "far", mask);
+    add_mask(labelled, i == 1 ? "near" : "far", mask);
   }
-  picture.image = finished(values, 6.0, random);
-  return picture;
+  labelled.image = finished(values, 6.0, random);
+  return labelled;
 }
 
-LabelledPicture draw_organs(cv::RNG& random) {
+LabelledImage draw_organs(cv::RNG& random) {
   const cv::Size size(320, 320);
   cv::Mat values = uneven_ground(size, 60.0, random);
   const cv::Point2d centre(160 + random.uniform(-18, 19), 160 + random.uniform(-14, 15));
   const double wide = random.uniform(85.0, 110.0), high = random.uniform(115.0, 135.0);
   const double turn = random.uniform(-0.12, 0.12);
-  LabelledPicture picture;
+  LabelledImage labelled;
   cv::Mat body = blank(size);
   fill(body, wavy_outline(centre, wide, high, turn, 0.02, random), 255);
   // The skin is bright, the inside hardly differs from the ground outside.
@@ -115,7 +115,7 @@ LabelledPicture draw_organs(cv::RNG& random) {
   cv::erode(body, inside, cv::getStructuringElement(cv::MORPH_ELLIPSE, {9, 9}));
   values.setTo(150, body);
   uneven_ground(size, 66.0, random).copyTo(values, inside);
-  add_mask(picture, "body", body);
+  add_mask(labelled, "body", body);
   for (const int half : {-1, 1}) {
     const cv::Point2d at(centre.x + random.uniform(-20.0, 20.0),
                          centre.y + half * high * random.uniform(0.36, 0.46));
@@ -125,7 +125,7 @@ LabelledPicture draw_organs(cv::RNG& random) {
                       random.uniform(-0.5, 0.5), 0.06, random),
          255);
     values.setTo(105, organ);
-    add_mask(picture, half < 0 ? "upper" : "lower", organ);
+    add_mask(labelled, half < 0 ? "upper" : "lower", organ);
   }
   for (int i = random.uniform(1, 4); i > 0; --i) {
     const cv::Point2d at(
@@ -136,12 +136,12 @@ LabelledPicture draw_organs(cv::RNG& random) {
     other.setTo(0, body);
     values.setTo(105, other);
   }
-  picture.image = finished(values, 5.0, random);
-  return picture;
+  labelled.image = finished(values, 5.0, random);
+  return labelled;
 }
 
 /// An outline of `gray` with texture, where nothing lies yet, and its mask.
-void add_tissue(LabelledPicture& picture, const std::string& category, cv::Mat& values,
+void add_tissue(LabelledImage& labelled, const std::string& category, cv::Mat& values,
                 cv::Mat& taken, const std::vector<cv::Point>& outline, double gray,
                 cv::RNG& random) {
   cv::Mat mask = blank(values.size());
@@ -151,10 +151,10 @@ void add_tissue(LabelledPicture& picture, const std::string& category, cv::Mat& 
                    6.0 * smooth_noise(values.size(), 14.0, random);
   tissue.copyTo(values, mask);
   taken |= mask;
-  if (!category.empty()) add_mask(picture, category, mask);
+  if (!category.empty()) add_mask(labelled, category, mask);
 }
 
-LabelledPicture draw_slices(cv::RNG& random) {
+LabelledImage draw_slices(cv::RNG& random) {
   const cv::Size size(320, 288);
   cv::Mat values = 22.0 + 4.0 * smooth_noise(size, 30.0, random);
   const cv::Point2d centre(160 + random.uniform(-12, 13), 140 + random.uniform(-10, 11));
@@ -171,21 +171,21 @@ LabelledPicture draw_slices(cv::RNG& random) {
   cv::erode(head, skull, cv::getStructuringElement(cv::MORPH_ELLIPSE, {13, 13}));
   values.setTo(gray + 45, head);
   values.setTo(48, skull);
-  LabelledPicture picture;
+  LabelledImage labelled;
   // From the inside outwards; all but the hollow as gray as each other, within the noise.
-  add_tissue(picture, "", values, taken,
+  add_tissue(labelled, "", values, taken,
              wavy_outline(place(random.uniform(-0.1, 0.1), -0.2), wide * 0.2, high * 0.1,
                           turn + random.uniform(-0.3, 0.3), 0.1, random),
              55, random);
-  add_tissue(picture, "stem", values, taken,
+  add_tissue(labelled, "stem", values, taken,
              wavy_outline(place(random.uniform(0.0, 0.1), random.uniform(0.4, 0.5)), wide * 0.1,
                           high * 0.32, turn + random.uniform(-0.2, 0.2), 0.04, random),
              gray - 4, random);
-  add_tissue(picture, "cerebellum", values, taken,
+  add_tissue(labelled, "cerebellum", values, taken,
              wavy_outline(place(random.uniform(0.4, 0.48), random.uniform(0.4, 0.48)), wide * 0.27,
                           high * 0.23, turn + random.uniform(-0.3, 0.3), 0.05, random),
              gray + random.uniform(-5.0, 6.0), random);
-  add_tissue(picture, "brain", values, taken,
+  add_tissue(labelled, "brain", values, taken,
              wavy_outline(place(0, random.uniform(-0.2, -0.14)), wide * random.uniform(0.76, 0.82),
                           high * random.uniform(0.54, 0.62), turn, 0.04, random),
              gray, random);
@@ -194,20 +194,20 @@ LabelledPicture draw_slices(cv::RNG& random) {
     cv::Mat outside = skull.clone();
     outside.setTo(0, taken);
     cv::Mat rest = 255 - outside;
-    add_tissue(picture, "", values, rest,
+    add_tissue(labelled, "", values, rest,
                wavy_outline(place(right + random.uniform(-0.1, 0.1), random.uniform(0.45, 0.7)),
                             wide * random.uniform(0.18, 0.28), high * random.uniform(0.12, 0.2),
                             random.uniform(0.0, 3.1), 0.08, random),
                gray + random.uniform(-5.0, 6.0), random);
   }
-  picture.image = finished(values, 4.0, random);
-  return picture;
+  labelled.image = finished(values, 4.0, random);
+  return labelled;
 }
 
-LabelledPicture draw_cells(cv::RNG& random) {
+LabelledImage draw_cells(cv::RNG& random) {
   const cv::Size size(384, 288);
   cv::Mat values = uneven_ground(size, random.uniform(90.0, 150.0), random);
-  LabelledPicture picture;
+  LabelledImage labelled;
   std::vector<Site> sites;
   for (int i = 0; i < 3; ++i) {
     if (!find_site(size, random.uniform(60.0, 78.0), 4, sites, random)) continue;
@@ -223,7 +223,7 @@ LabelledPicture draw_cells(cv::RNG& random) {
                          cvRound(site.centre.y + random.uniform(-25.0, 25.0)));
       cv::circle(values, at, random.uniform(6, 10), cv::Scalar(60), -1, cv::LINE_AA);
     }
-    add_mask(picture, full ? "full" : "empty", mask);
+    add_mask(labelled, full ? "full" : "empty", mask);
   }
   // Such dots lie about everywhere.
   for (int i = random.uniform(1, 4); i > 0; --i) {
@@ -232,33 +232,33 @@ LabelledPicture draw_cells(cv::RNG& random) {
     const cv::Point at(cvRound(others.back().centre.x), cvRound(others.back().centre.y));
     cv::circle(values, at, random.uniform(6, 10), cv::Scalar(60), -1, cv::LINE_AA);
   }
-  picture.image = finished(values, 5.0, random);
-  return picture;
+  labelled.image = finished(values, 5.0, random);
+  return labelled;
 }
 
 }  // namespace
 
-PictureSet make_sheets(int train, int test, std::uint64_t seed) {
+ImageSet make_sheets(int train, int test, std::uint64_t seed) {
   return make_set("sheets", {"sheet"}, draw_sheets, train, test, seed);
 }
 
-PictureSet make_sizes(int train, int test, std::uint64_t seed) {
+ImageSet make_sizes(int train, int test, std::uint64_t seed) {
   return make_set("sizes", {"large", "small"}, draw_sizes, train, test, seed);
 }
 
-PictureSet make_neighbours(int train, int test, std::uint64_t seed) {
+ImageSet make_neighbours(int train, int test, std::uint64_t seed) {
   return make_set("neighbours", {"near", "far"}, draw_neighbours, train, test, seed);
 }
 
-PictureSet make_organs(int train, int test, std::uint64_t seed) {
+ImageSet make_organs(int train, int test, std::uint64_t seed) {
   return make_set("organs", {"body", "upper", "lower"}, draw_organs, train, test, seed);
 }
 
-PictureSet make_slices(int train, int test, std::uint64_t seed) {
+ImageSet make_slices(int train, int test, std::uint64_t seed) {
   return make_set("slices", {"brain", "cerebellum", "stem"}, draw_slices, train, test, seed);
 }
 
-PictureSet make_cells(int train, int test, std::uint64_t seed) {
+ImageSet make_cells(int train, int test, std::uint64_t seed) {
   return make_set("cells", {"full", "empty"}, draw_cells, train, test, seed);
 }
 

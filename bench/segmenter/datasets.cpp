@@ -67,7 +67,7 @@ cv::Mat to_bytes(const cv::Mat& values) {
   return bytes;
 }
 
-LabelledPicture draw_defects(cv::RNG& random) {
+LabelledImage draw_defects(cv::RNG& random) {
   const cv::Size size(384, 288);
   constexpr Surface kGrounds[] = {Surface::grain, Surface::cast, Surface::brushed, Surface::woven};
   const double texture = random.uniform(7.0, 14.0);
@@ -75,7 +75,7 @@ LabelledPicture draw_defects(cv::RNG& random) {
       texture * make_surface(kGrounds[random.uniform(0, 4)], size, random.uniform(0.9, 1.6),
                              random.uniform(0.0, CV_PI), random);
   values += random.uniform(90.0, 160.0) + 10.0 * smooth_noise(size, 60.0, random);
-  LabelledPicture picture;
+  LabelledImage labelled;
   const std::function<cv::Mat(cv::Size, cv::RNG&)> kinds[] = {draw_scratch, draw_crack, draw_pits};
   const char* const names[] = {"scratch", "crack", "pit"};
   for (int kind = 0; kind < 3; ++kind) {
@@ -85,14 +85,14 @@ LabelledPicture draw_defects(cv::RNG& random) {
       // Scratches shine, cracks and pits are dark; contrast is 2 to 4 deviations of the surface.
       const double contrast = texture * random.uniform(2.0, 4.0) * (kind == 0 ? 1.0 : -1.0);
       values += contrast * coverage;
-      add_mask(picture, names[kind], to_mask(coverage));
+      add_mask(labelled, names[kind], to_mask(coverage));
     }
   }
-  picture.image = to_bytes(values);
-  return picture;
+  labelled.image = to_bytes(values);
+  return labelled;
 }
 
-LabelledPicture draw_mosaic(cv::RNG& random) {
+LabelledImage draw_mosaic(cv::RNG& random) {
   const cv::Size size(320, 320);
   constexpr int kTextures = 5;
   const char* const names[] = {"cast", "woven", "cells", "ripple"};
@@ -115,17 +115,17 @@ LabelledPicture draw_mosaic(cv::RNG& random) {
       owner.at<uchar>(y, x) = static_cast<uchar>((nearest - sites.begin()) % kTextures);
     }
   }
-  LabelledPicture picture;
+  LabelledImage labelled;
   for (int i = 0; i < kTextures; ++i) {
     const cv::Mat mask = owner == i;
     const cv::Mat surface =
         make_surface(kKinds[i], size, random.uniform(0.9, 1.5), random.uniform(0.0, CV_PI), random);
     const cv::Mat shaded = 128.0 + random.uniform(18.0, 32.0) * surface;
     shaded.copyTo(values, mask);
-    if (i < 4 && cv::countNonZero(mask) > 0) add_mask(picture, names[i], mask);
+    if (i < 4 && cv::countNonZero(mask) > 0) add_mask(labelled, names[i], mask);
   }
-  picture.image = to_bytes(values + 12.0 * smooth_noise(size, 50.0, random));
-  return picture;
+  labelled.image = to_bytes(values + 12.0 * smooth_noise(size, 50.0, random));
+  return labelled;
 }
 
 void draw_clutter(cv::Mat& values, double brightness, cv::RNG& random) {
@@ -150,12 +150,12 @@ void draw_clutter(cv::Mat& values, double brightness, cv::RNG& random) {
   }
 }
 
-LabelledPicture draw_discs(cv::RNG& random) {
+LabelledImage draw_discs(cv::RNG& random) {
   const cv::Size size(384, 288);
   cv::Mat values = 60.0 + 20.0 * smooth_noise(size, 50.0, random);
   for (int i = random.uniform(4, 9); i > 0; --i)
     draw_clutter(values, random.uniform(140, 220), random);
-  LabelledPicture picture;
+  LabelledImage labelled;
   for (int i = random.uniform(2, 6); i > 0; --i) {
     const cv::Point at(random.uniform(30, size.width - 30), random.uniform(30, size.height - 30));
     const cv::Size radii(random.uniform(12, 30), random.uniform(12, 30));
@@ -163,20 +163,20 @@ LabelledPicture draw_discs(cv::RNG& random) {
     cv::Mat mask = cv::Mat::zeros(size, CV_8U);
     cv::ellipse(mask, at, radii, angle, 0, 360, cv::Scalar(255), -1, cv::LINE_8);
     values.setTo(random.uniform(140, 220), mask);
-    add_mask(picture, "disc", mask);
+    add_mask(labelled, "disc", mask);
   }
   cv::GaussianBlur(values, values, {}, 1.0);
   cv::Mat noise(size, CV_32F);
   random.fill(noise, cv::RNG::NORMAL, 0.0, 5.0);
-  picture.image = to_bytes(values + noise);
-  return picture;
+  labelled.image = to_bytes(values + noise);
+  return labelled;
 }
 
-LabelledPicture draw_stains(cv::RNG& random) {
+LabelledImage draw_stains(cv::RNG& random) {
   const cv::Size size(320, 256);
   const cv::Mat ground = 150.0 + 10.0 * make_surface(Surface::cast, size, 1.5, 0.0, random);
   cv::Mat planes[3] = {ground.clone(), ground.clone(), ground.clone()};
-  LabelledPicture picture;
+  LabelledImage labelled;
   for (int i = random.uniform(2, 6); i > 0; --i) {
     const cv::Point at(random.uniform(0, size.width), random.uniform(0, size.height));
     cv::Mat blob = cv::Mat::zeros(size, CV_32F);
@@ -193,34 +193,34 @@ LabelledPicture draw_stains(cv::RNG& random) {
       const cv::Mat changed = planes[c] * gains[c];
       changed.copyTo(planes[c], mask);
     }
-    if (!gray) add_mask(picture, "stain", mask);
+    if (!gray) add_mask(labelled, "stain", mask);
   }
   for (int i = random.uniform(1, 5); i > 0; --i) {
     const cv::Mat coverage = draw_scratch(size, random);
     for (cv::Mat& plane : planes) plane -= 45.0 * coverage;
-    add_mask(picture, "scratch", to_mask(coverage));
+    add_mask(labelled, "scratch", to_mask(coverage));
   }
   cv::Mat merged;
   cv::merge(planes, 3, merged);
-  picture.image = to_bytes(merged);
-  return picture;
+  labelled.image = to_bytes(merged);
+  return labelled;
 }
 
 }  // namespace
 
-PictureSet make_defects(int train, int test, std::uint64_t seed) {
+ImageSet make_defects(int train, int test, std::uint64_t seed) {
   return make_set("defects", {"scratch", "crack", "pit"}, draw_defects, train, test, seed);
 }
 
-PictureSet make_mosaics(int train, int test, std::uint64_t seed) {
+ImageSet make_mosaics(int train, int test, std::uint64_t seed) {
   return make_set("mosaics", {"cast", "woven", "cells", "ripple"}, draw_mosaic, train, test, seed);
 }
 
-PictureSet make_discs(int train, int test, std::uint64_t seed) {
+ImageSet make_discs(int train, int test, std::uint64_t seed) {
   return make_set("discs", {"disc"}, draw_discs, train, test, seed);
 }
 
-PictureSet make_stains(int train, int test, std::uint64_t seed) {
+ImageSet make_stains(int train, int test, std::uint64_t seed) {
   return make_set("stains", {"stain", "scratch"}, draw_stains, train, test, seed);
 }
 

@@ -7,8 +7,8 @@ namespace {
 
 namespace seg = qv::segmenter;
 
-types::Image to_engine(const cv::Mat& picture) {
-  const cv::Mat whole = picture.isContinuous() ? picture : picture.clone();
+types::Image to_engine(const cv::Mat& bytes) {
+  const cv::Mat whole = bytes.isContinuous() ? bytes : bytes.clone();
   const auto channels = static_cast<unsigned>(whole.channels());
   return {static_cast<unsigned>(whole.cols),
           static_cast<unsigned>(whole.rows),
@@ -23,7 +23,7 @@ class EngineMethod : public Method {
  public:
   std::string name() const override { return "engine"; }
 
-  void train(const PictureSet& set) override {
+  void train(const ImageSet& set) override {
     telvar_msg::qv::segmentation::Dataset dataset;
     for (const std::string& category : set.categories) (*dataset.mutable_categories())[category];
     for (std::size_t i = 0; i < set.train.size(); ++i) {
@@ -50,16 +50,16 @@ class EngineMethod : public Method {
     model_ = std::make_unique<seg::Model>(artifact, "", types::CpuDevice());
   }
 
-  ProbabilityPictures segment(const cv::Mat& picture) override {
-    const types::Image image = to_engine(picture);
+  ProbabilityImages segment(const cv::Mat& bytes) override {
+    const types::Image image = to_engine(bytes);
     const auto [result, images] =
         model_->process(types::ImageView(image), {1, 0, 0, 0, 1, 0}, {0, 0});
-    ProbabilityPictures pictures;
+    ProbabilityImages masks;
     for (const auto& [category, found] : images) {
-      const cv::Mat view(picture.size(), CV_8U, const_cast<unsigned char*>(found.pixels.data()));
-      pictures[category] = view.clone();
+      const cv::Mat view(bytes.size(), CV_8U, const_cast<unsigned char*>(found.pixels.data()));
+      masks[category] = view.clone();
     }
-    return pictures;
+    return masks;
   }
 
   double score() const override { return score_; }

@@ -18,14 +18,14 @@ Figures::Figures(const std::vector<std::string>& categories) {
   for (const std::string& category : categories) counts_[category];
 }
 
-void Figures::add(const LabelledPicture& picture, const ProbabilityPictures& found) {
+void Figures::add(const LabelledImage& labelled, const ProbabilityImages& found) {
   for (auto& [category, counts] : counts_) {
     const cv::Mat& values = found.at(category);
-    const auto mask = picture.masks.find(category);
+    const auto mask = labelled.masks.find(category);
     for (int y = 0; y < values.rows; ++y) {
       for (int x = 0; x < values.cols; ++x) {
         const bool belongs =
-            mask != picture.masks.end() && mask->second.at<unsigned char>(y, x) != 0;
+            mask != labelled.masks.end() && mask->second.at<unsigned char>(y, x) != 0;
         ++(belongs ? counts.belonging : counts.others)[values.at<unsigned char>(y, x)];
       }
     }

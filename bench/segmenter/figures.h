@@ -1,6 +1,6 @@
 #pragma once
 
-// What the bench says of a method on the test pictures of a set.
+// What the bench says of a method on the test images of a set.
 
 #include <array>
 #include <map>
@@ -15,13 +15,13 @@ class Figures {
  public:
   explicit Figures(const std::vector<std::string>& categories);
 
-  void add(const LabelledPicture& picture, const ProbabilityPictures& found);
+  void add(const LabelledImage& labelled, const ProbabilityImages& found);
 
-  /// Intersection over union at 128 over all pictures.
+  /// Intersection over union at 128 over all images.
   double iou(const std::string& category) const;
   double mean_iou() const;
 
-  /// Mean over the categories, each at the threshold that suits the test pictures best.
+  /// Mean over the categories, each at the threshold that suits the test images best.
   double best_iou() const;
 
   /// Expected calibration error: the mean distance between what is claimed and how often it holds,

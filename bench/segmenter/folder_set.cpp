@@ -12,23 +12,23 @@ namespace {
 
 namespace fs = std::filesystem;
 
-cv::Mat read_picture(const fs::path& path, int flags) {
-  cv::Mat picture = cv::imread(path.string(), flags);
-  if (picture.empty()) throw std::runtime_error(path.string() + ": no readable picture");
-  return picture;
+cv::Mat read_image(const fs::path& path, int flags) {
+  cv::Mat image = cv::imread(path.string(), flags);
+  if (image.empty()) throw std::runtime_error(path.string() + ": no readable image");
+  return image;
 }
 
-std::vector<LabelledPicture> read_part(const fs::path& part, std::size_t limit,
-                                       std::set<std::string>& categories) {
+std::vector<LabelledImage> read_part(const fs::path& part, std::size_t limit,
+                                     std::set<std::string>& categories) {
   std::vector<fs::path> paths;
   for (const auto& entry : fs::directory_iterator(part / "images")) paths.push_back(entry.path());
   std::sort(paths.begin(), paths.end());
   const std::size_t count = std::min(limit, paths.size());
-  std::vector<LabelledPicture> pictures;
+  std::vector<LabelledImage> images;
   for (std::size_t i = 0; i < count; ++i) {
     const fs::path& path = paths[i * paths.size() / count];
-    LabelledPicture picture{read_picture(path, cv::IMREAD_ANYCOLOR), {}};
-    const cv::Mat values = read_picture(part / "masks" / path.filename(), cv::IMREAD_GRAYSCALE);
+    LabelledImage labelled{read_image(path, cv::IMREAD_ANYCOLOR), {}};
+    const cv::Mat values = read_image(part / "masks" / path.filename(), cv::IMREAD_GRAYSCALE);
     std::array<bool, 256> present{};
     for (int y = 0; y < values.rows; ++y) {
       for (int x = 0; x < values.cols; ++x) present[values.at<uchar>(y, x)] = true;
@@ -36,17 +36,17 @@ std::vector<LabelledPicture> read_part(const fs::path& part, std::size_t limit,
     for (int value = 1; value < 256; ++value) {
       if (!present[value]) continue;
       categories.insert(std::to_string(value));
-      picture.masks[std::to_string(value)] = values == value;
+      labelled.masks[std::to_string(value)] = values == value;
     }
-    pictures.push_back(std::move(picture));
+    images.push_back(std::move(labelled));
   }
-  return pictures;
+  return images;
 }
 
 }  // namespace
 
-PictureSet read_folder_set(const std::string& folder, std::size_t limit) {
-  PictureSet set;
+ImageSet read_folder_set(const std::string& folder, std::size_t limit) {
+  ImageSet set;
   set.name = fs::path(folder).filename().string();
   std::set<std::string> categories;
   set.train = read_part(fs::path(folder) / "train", limit, categories);

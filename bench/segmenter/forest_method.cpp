@@ -39,9 +39,9 @@ void append_texture(const cv::Mat& luma, int side, std::vector<cv::Mat>& bank) {
 }
 
 /// One row a pixel, one column a filter.
-cv::Mat filter_bank(const cv::Mat& picture) {
+cv::Mat filter_bank(const cv::Mat& bytes) {
   cv::Mat image, luma;
-  picture.convertTo(image, CV_32F);
+  bytes.convertTo(image, CV_32F);
   std::vector<cv::Mat> bank;
   if (image.channels() == 3) {
     cv::cvtColor(image, luma, cv::COLOR_BGR2GRAY);
@@ -74,10 +74,10 @@ struct PixelSample {
 
 PixelSample draw_pixels(const std::vector<cv::Mat>& banks, const std::vector<cv::Mat>& masks,
                         cv::RNG& random) {
-  std::array<std::vector<cv::Point>, 2> places;  // x: pixel, y: picture; by response
-  for (int picture = 0; picture < static_cast<int>(masks.size()); ++picture) {
-    for (int i = 0; i < static_cast<int>(masks[picture].total()); ++i) {
-      places[masks[picture].data[i] != 0].emplace_back(i, picture);
+  std::array<std::vector<cv::Point>, 2> places;  // x: pixel, y: image; by response
+  for (int image = 0; image < static_cast<int>(masks.size()); ++image) {
+    for (int i = 0; i < static_cast<int>(masks[image].total()); ++i) {
+      places[masks[image].data[i] != 0].emplace_back(i, image);
     }
   }
   PixelSample sample;
@@ -93,16 +93,16 @@ PixelSample draw_pixels(const std::vector<cv::Mat>& banks, const std::vector<cv:
   return sample;
 }
 
-/// The threshold, of 19, with the best intersection over union on the training pictures' pixels.
+/// The threshold, of 19, with the best intersection over union on the training images' pixels.
 double best_threshold(const Forest& forest, const std::vector<cv::Mat>& banks,
                       const std::vector<cv::Mat>& masks, cv::RNG& random) {
   std::array<double, 19> shared{}, united{};
   constexpr int kProbes = 30000;
   for (int i = 0; i < kProbes; ++i) {
-    const int picture = random.uniform(0, static_cast<int>(banks.size()));
-    const int pixel = random.uniform(0, banks[picture].rows);
-    const float vote = forest.trees->predict(banks[picture].row(pixel));
-    const bool belongs = masks[picture].data[pixel] != 0;
+    const int image = random.uniform(0, static_cast<int>(banks.size()));
+    const int pixel = random.uniform(0, banks[image].rows);
+    const float vote = forest.trees->predict(banks[image].row(pixel));
+    const bool belongs = masks[image].data[pixel] != 0;
     for (std::size_t t = 0; t < shared.size(); ++t) {
       const bool claimed = vote >= 0.05 * static_cast<double>(t + 1);
       shared[t] += belongs && claimed;
@@ -132,16 +132,16 @@ class ForestMethod : public Method {
  public:
   std::string name() const override { return "random forest, filter bank"; }
 
-  void train(const PictureSet& set) override {
+  void train(const ImageSet& set) override {
     std::vector<cv::Mat> banks;
-    for (const LabelledPicture& picture : set.train) banks.push_back(filter_bank(picture.image));
+    for (const LabelledImage& labelled : set.train) banks.push_back(filter_bank(labelled.image));
     cv::RNG random(17);
     for (const std::string& category : set.categories) {
       std::vector<cv::Mat> masks;
-      for (const LabelledPicture& picture : set.train) {
-        const auto mask = picture.masks.find(category);
-        masks.push_back(mask == picture.masks.end() ? cv::Mat::zeros(picture.image.size(), CV_8U)
-                                                    : mask->second);
+      for (const LabelledImage& labelled : set.train) {
+        const auto mask = labelled.masks.find(category);
+        masks.push_back(mask == labelled.masks.end() ? cv::Mat::zeros(labelled.image.size(), CV_8U)
+                                                     : mask->second);
       }
       Forest forest = grow_forest(draw_pixels(banks, masks, random));
       forest.threshold = best_threshold(forest, banks, masks, random);
@@ -149,17 +149,17 @@ class ForestMethod : public Method {
     }
   }
 
-  ProbabilityPictures segment(const cv::Mat& image) override {
+  ProbabilityImages segment(const cv::Mat& image) override {
     const cv::Mat bank = filter_bank(image);
-    ProbabilityPictures pictures;
+    ProbabilityImages masks;
     for (const auto& [category, forest] : forests_) {
       cv::Mat votes;
       forest.trees->predict(bank, votes);
       // Moves the threshold to the middle of the scale, where every method is cut.
       const cv::Mat scaled = votes.reshape(1, image.rows) * (127.5 / forest.threshold);
-      scaled.convertTo(pictures[category], CV_8U);
+      scaled.convertTo(masks[category], CV_8U);
     }
-    return pictures;
+    return masks;
   }
 
  private:

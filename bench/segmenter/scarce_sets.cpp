@@ -8,12 +8,12 @@
 namespace telvar::bench {
 namespace {
 
-LabelledPicture draw_plate(bool cracked, cv::RNG& random) {
+LabelledImage draw_plate(bool cracked, cv::RNG& random) {
   const cv::Size size(256, 256);
   cv::Mat values = random.uniform(100.0, 150.0) +
                    9.0 * make_surface(Surface::cast, size, 1.2, 0.0, random) +
                    8.0 * smooth_noise(size, 40.0, random);
-  LabelledPicture picture;
+  LabelledImage labelled;
   if (cracked) {
     cv::Point2d at(random.uniform(50, 206), random.uniform(50, 206));
     double heading = random.uniform(0.0, 6.28);
@@ -25,17 +25,17 @@ LabelledPicture draw_plate(bool cracked, cv::RNG& random) {
       at = next;
     }
     values.setTo(random.uniform(70.0, 85.0), mask);
-    add_mask(picture, "crack", mask);
+    add_mask(labelled, "crack", mask);
   }
-  picture.image = finished(values, 4.0, random);
-  return picture;
+  labelled.image = finished(values, 4.0, random);
+  return labelled;
 }
 
-LabelledPicture draw_coins(cv::RNG& random) {
+LabelledImage draw_coins(cv::RNG& random) {
   const cv::Size size(320, 240);
   cv::Mat values = 95.0 + 14.0 * make_surface(Surface::cells, size, 1.2, 0.0, random) +
                    18.0 * smooth_noise(size, 60.0, random);
-  LabelledPicture picture;
+  LabelledImage labelled;
   std::vector<Site> sites;
   for (int i = 0; i < 12; ++i) {
     if (!find_site(size, random.uniform(15.0, 28.0), 2, sites, random)) continue;
@@ -55,20 +55,20 @@ LabelledPicture draw_coins(cv::RNG& random) {
     const cv::Mat relief =
         random.uniform(120.0, 200.0) + 25.0 * smooth_noise(size, random.uniform(3.0, 6.0), random);
     relief.copyTo(values, mask);
-    add_mask(picture, coin ? "coin" : "sweet", mask);
+    add_mask(labelled, coin ? "coin" : "sweet", mask);
   }
-  picture.image = finished(values, 5.0, random);
-  return picture;
+  labelled.image = finished(values, 5.0, random);
+  return labelled;
 }
 
 }  // namespace
 
-PictureSet make_coins(int train, int test, std::uint64_t seed) {
+ImageSet make_coins(int train, int test, std::uint64_t seed) {
   return make_set("coins", {"coin", "sweet"}, draw_coins, train, test, seed);
 }
 
-PictureSet make_rare(int train, int test, std::uint64_t seed) {
-  PictureSet set{"rare", {"crack"}, {}, {}};
+ImageSet make_rare(int train, int test, std::uint64_t seed) {
+  ImageSet set{"rare", {"crack"}, {}, {}};
   cv::RNG random(seed);
   for (int i = 0; i < train; ++i) set.train.push_back(draw_plate(i % 7 == 3, random));
   for (int i = 0; i < test; ++i) set.test.push_back(draw_plate(i % 2 == 0, random));

@@ -1,9 +1,9 @@
-// Prints a table: what each method reaches on each picture set, and what it costs.
+// Prints a table: what each method reaches on each image set, and what it costs.
 //
-//   segmenter_bench [--small] [--set NAME]... [--method NAME]... [--folder DIR] [--pictures DIR]
+//   segmenter_bench [--small] [--set NAME]... [--method NAME]... [--folder DIR] [--images DIR]
 //                   [--draw N] [--train N] [--tests N]
 //
-// --small     few pictures and no claim: shows that everything runs
+// --small     few images and no claim: shows that everything runs
 // --set       one of make_sets below; all of them by default
 // --method    engine, forest or threshold; all of them by default
 // --folder    adds a set from DIR/{train,test}/{images,masks}/*.png, mask value v > 0: category "v"
@@ -11,7 +11,7 @@
 // reported
 // --train     training images of each set, fewer than it has
 // --tests     test images of each set
-// --pictures  writes every test picture with what the methods found beside it
+// --images    writes every test image with what the methods found beside it
 #include <sys/resource.h>
 
 #include <cstdio>
@@ -36,7 +36,7 @@ namespace {
 struct Options {
   bool small = false;
   std::set<std::string> sets, methods;
-  std::string folder, pictures;
+  std::string folder, images;
   std::uint64_t draw = 0;
   int train = 0, tests = 0;  // 0: as many as the set has by default
 };
@@ -55,7 +55,7 @@ bool chosen(const std::set<std::string>& wanted, const std::string& name) {
   return wanted.empty() || wanted.count(name) != 0;
 }
 
-std::vector<PictureSet> make_sets(const Options& options) {
+std::vector<ImageSet> make_sets(const Options& options) {
   const auto tests = [&](int full) {
     if (options.tests > 0) return options.tests;
     return options.small ? 2 : full;
@@ -63,7 +63,7 @@ std::vector<PictureSet> make_sets(const Options& options) {
   const int test = tests(10);
   const auto seed = [&](int set) { return set + 1000 * options.draw; };
   const auto count = [&](int full) { return options.small ? 3 : full; };
-  const std::vector<std::pair<std::string, std::function<PictureSet()>>> makers = {
+  const std::vector<std::pair<std::string, std::function<ImageSet()>>> makers = {
       {"defects", [&] { return make_defects(count(15), test, seed(1)); }},
       {"mosaics", [&] { return make_mosaics(count(10), test, seed(2)); }},
       {"discs", [&] { return make_discs(count(8), test, seed(3)); }},
@@ -77,7 +77,7 @@ std::vector<PictureSet> make_sets(const Options& options) {
       {"coins", [&] { return make_coins(3, test, seed(10)); }},
       {"cells", [&] { return make_cells(count(12), test, seed(11)); }},
       {"tiles", [&] { return make_tiles(count(12), test, seed(13)); }}};
-  std::vector<PictureSet> sets;
+  std::vector<ImageSet> sets;
   for (const auto& [name, make] : makers) {
     if (!chosen(options.sets, name)) continue;
     sets.push_back(make());
@@ -88,21 +88,21 @@ std::vector<PictureSet> make_sets(const Options& options) {
   return sets;
 }
 
-/// The picture, its masks and what was found, side by side; a colour for each of three categories.
-void write_picture(const std::string& path, const PictureSet& set, const LabelledPicture& picture,
-                   const ProbabilityPictures& found) {
+/// The image, its masks and what was found, side by side; a colour for each of three categories.
+void write_image(const std::string& path, const ImageSet& set, const LabelledImage& labelled,
+                 const ProbabilityImages& found) {
   cv::Mat image;
-  if (picture.image.channels() == 1) {
-    cv::cvtColor(picture.image, image, cv::COLOR_GRAY2BGR);
+  if (labelled.image.channels() == 1) {
+    cv::cvtColor(labelled.image, image, cv::COLOR_GRAY2BGR);
   } else {
-    image = picture.image;
+    image = labelled.image;
   }
   std::vector<cv::Mat> truth(3), claims(3);
   for (std::size_t i = 0; i < 3; ++i) {
     truth[i] = claims[i] = cv::Mat::zeros(image.size(), CV_8U);
     if (i >= set.categories.size()) continue;
-    const auto mask = picture.masks.find(set.categories[i]);
-    if (mask != picture.masks.end()) truth[i] = mask->second;
+    const auto mask = labelled.masks.find(set.categories[i]);
+    if (mask != labelled.masks.end()) truth[i] = mask->second;
     claims[i] = found.at(set.categories[i]);
   }
   cv::Mat right, middle, all;
@@ -112,7 +112,7 @@ void write_picture(const std::string& path, const PictureSet& set, const Labelle
   cv::imwrite(path, all);
 }
 
-void run(const PictureSet& set, Method& method, const Options& options) {
+void run(const ImageSet& set, Method& method, const Options& options) {
   const double start = cpu_seconds();
   method.train(set);
   const double trained = cpu_seconds();
@@ -120,14 +120,14 @@ void run(const PictureSet& set, Method& method, const Options& options) {
   double pixels = 0, segmenting = 0;
   for (std::size_t i = 0; i < set.test.size(); ++i) {
     const double before = cpu_seconds();
-    const ProbabilityPictures found = method.segment(set.test[i].image);
+    const ProbabilityImages found = method.segment(set.test[i].image);
     segmenting += cpu_seconds() - before;
     pixels += static_cast<double>(set.test[i].image.total());
     figures.add(set.test[i], found);
-    if (!options.pictures.empty()) {
-      write_picture(options.pictures + "/" + set.name + "-" + method.name() + "-" +
-                        std::to_string(i) + ".png",
-                    set, set.test[i], found);
+    if (!options.images.empty()) {
+      write_image(
+          options.images + "/" + set.name + "-" + method.name() + "-" + std::to_string(i) + ".png",
+          set, set.test[i], found);
     }
   }
   std::printf("| %s | %s (%zu) | %.3f | %.3f | %.3f | %.3f |", method.name().c_str(),
@@ -168,8 +168,8 @@ Options parse(int argc, char** argv) {
       options.train = std::stoi(value);
     } else if (name == "--tests") {
       options.tests = std::stoi(value);
-    } else if (name == "--pictures") {
-      options.pictures = value;
+    } else if (name == "--images") {
+      options.images = value;
       std::filesystem::create_directories(value);
     } else {
       throw std::runtime_error(name + ": no such option");
@@ -182,11 +182,11 @@ void run_all(const Options& options) {
   // The engine works on all cores; CPU seconds are of all threads.
   cv::setNumThreads(1);
   std::printf(
-      "| method | data set (training pictures) | mean IoU | at its best threshold | calibration "
+      "| method | data set (training images) | mean IoU | at its best threshold | calibration "
       "error | of unsure pixels | own score | training, CPU s | CPU s a megapixel | IoU by "
       "category "
       "|\n|---|---|---|---|---|---|---|---|---|---|\n");
-  for (const PictureSet& set : make_sets(options)) {
+  for (const ImageSet& set : make_sets(options)) {
     if (chosen(options.methods, "threshold")) run(set, *make_threshold_method(), options);
     if (chosen(options.methods, "forest")) run(set, *make_forest_method(), options);
     if (chosen(options.methods, "engine")) run(set, *make_engine_method(), options);

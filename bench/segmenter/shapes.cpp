@@ -46,8 +46,8 @@ void fill(cv::Mat& image, const std::vector<cv::Point>& outline, double value) {
   cv::fillPoly(image, std::vector<std::vector<cv::Point>>{outline}, cv::Scalar(value));
 }
 
-void add_mask(LabelledPicture& picture, const std::string& category, const cv::Mat& mask) {
-  cv::Mat& slot = picture.masks[category];
+void add_mask(LabelledImage& labelled, const std::string& category, const cv::Mat& mask) {
+  cv::Mat& slot = labelled.masks[category];
   if (slot.empty()) slot = blank(mask.size());
   slot |= mask;
 }
@@ -65,9 +65,9 @@ cv::Mat uneven_ground(cv::Size size, double brightness, cv::RNG& random) {
          10.0 * smooth_noise(size, 50.0, random);
 }
 
-PictureSet make_set(const std::string& name, const std::vector<std::string>& categories,
-                    LabelledPicture (*draw)(cv::RNG&), int train, int test, std::uint64_t seed) {
-  PictureSet set{name, categories, {}, {}};
+ImageSet make_set(const std::string& name, const std::vector<std::string>& categories,
+                  LabelledImage (*draw)(cv::RNG&), int train, int test, std::uint64_t seed) {
+  ImageSet set{name, categories, {}, {}};
   cv::RNG random(seed);
   for (int i = 0; i < train; ++i) set.train.push_back(draw(random));
   for (int i = 0; i < test; ++i) set.test.push_back(draw(random));

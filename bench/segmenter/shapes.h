@@ -27,7 +27,7 @@ std::vector<cv::Point> wavy_outline(cv::Point2d centre, double radius_x, double 
 void fill(cv::Mat& image, const std::vector<cv::Point>& outline, double value);
 
 /// Adds to what the image's mask of a category has.
-void add_mask(LabelledPicture& picture, const std::string& category, const cv::Mat& mask);
+void add_mask(LabelledImage& image, const std::string& category, const cv::Mat& mask);
 
 /// Ground, blurred by the optics, with noise, as bytes.
 cv::Mat finished(cv::Mat values, double noise_strength, cv::RNG& random);
@@ -36,7 +36,7 @@ cv::Mat finished(cv::Mat values, double noise_strength, cv::RNG& random);
 cv::Mat uneven_ground(cv::Size size, double brightness, cv::RNG& random);
 
 /// A set of images drawn one after the other.
-PictureSet make_set(const std::string& name, const std::vector<std::string>& categories,
-                    LabelledPicture (*draw)(cv::RNG&), int train, int test, std::uint64_t seed);
+ImageSet make_set(const std::string& name, const std::vector<std::string>& categories,
+                  LabelledImage (*draw)(cv::RNG&), int train, int test, std::uint64_t seed);
 
 }  // namespace telvar::bench

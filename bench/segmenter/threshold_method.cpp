@@ -40,15 +40,15 @@ class ThresholdMethod : public Method {
  public:
   std::string name() const override { return "threshold"; }
 
-  void train(const PictureSet& set) override {
+  void train(const ImageSet& set) override {
     for (const std::string& category : set.categories) {
       std::array<double, 257> inside{}, all{};  // cumulated histograms
-      for (const LabelledPicture& picture : set.train) {
-        const cv::Mat gray = to_gray(picture.image);
-        const auto mask = picture.masks.find(category);
+      for (const LabelledImage& labelled : set.train) {
+        const cv::Mat gray = to_gray(labelled.image);
+        const auto mask = labelled.masks.find(category);
         for (int i = 0; i < static_cast<int>(gray.total()); ++i) {
           ++all[gray.data[i] + 1];
-          if (mask != picture.masks.end() && mask->second.data[i] != 0) ++inside[gray.data[i] + 1];
+          if (mask != labelled.masks.end() && mask->second.data[i] != 0) ++inside[gray.data[i] + 1];
         }
       }
       for (int i = 1; i < 257; ++i) {
@@ -59,13 +59,13 @@ class ThresholdMethod : public Method {
     }
   }
 
-  ProbabilityPictures segment(const cv::Mat& image) override {
+  ProbabilityImages segment(const cv::Mat& image) override {
     const cv::Mat gray = to_gray(image);
-    ProbabilityPictures pictures;
+    ProbabilityImages found;
     for (const auto& [category, band] : bands_) {
-      cv::inRange(gray, band.low, band.high, pictures[category]);
+      cv::inRange(gray, band.low, band.high, found[category]);
     }
-    return pictures;
+    return found;
   }
 
  private:

@@ -31,13 +31,13 @@ std::shared_ptr<Types::IWrapperFactory> NewFactory() {
   return factory;
 }
 
-/// A picture, or one that no tool takes, named by its fault.
+/// An image, or one that no tool takes, named by its fault.
 ImagePointer Load(const std::string& id) {
   const std::vector<unsigned char> pixels(1024, 128);
   if (id == "nothing") return nullptr;
   if (id == "2 channels") return Types::MakeImage({16, 16, 32, 2, 8, 0}, pixels);
   if (id == "short rows") return Types::MakeImage({16, 16, 12, 1, 8, 0}, pixels);
-  return samples::LoadPicture(id);
+  return samples::LoadSample(id);
 }
 
 Types::CommonDataSet BatchOf(const std::string& image) {

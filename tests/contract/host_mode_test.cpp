@@ -79,7 +79,7 @@ auto noting(Seen& seen, const Load& load) {
 
 /// All that processing gives: with a turned region, fielded, sorted, and in batches.
 void process(const Tools& tools, Seen& seen) {
-  const auto image = samples::LoadPicture("O-1");
+  const auto image = samples::LoadSample("O-1");
   const auto region = std::make_shared<Types::ROI>(3.f, 1.f, 0.1f, 0.05f, 28, 28);
   const little_tools::Answers whole = answers_to(tools, "O-1");
   const little_tools::Answers turned{tools.reader->Process(image, region, samples::kCharacter),
@@ -101,7 +101,7 @@ void process(const Tools& tools, Seen& seen) {
   }
   Types::CommonDataSet batch;
   batch.samples["I-0"] = {"I-0"};
-  const auto loader = noting(seen, samples::LoadPicture);
+  const auto loader = noting(seen, samples::LoadSample);
   little_tools::Answers batched;
   batched.read.sample = whole.read.sample;
   batched.classified = tools.classifier->BatchProcess(batch, loader).samples.at("I-0");
@@ -113,7 +113,7 @@ Seen everything_seen() {
   Seen seen;
   process(kept_tools::new_tools(), seen);
   const Tools tools = kept_tools::untrained_tools();
-  const auto loader = noting(seen, samples::LoadPicture);
+  const auto loader = noting(seen, samples::LoadSample);
   auto pages = samples::ToRead();  // with numbers that single precision must round
   pages.height += 0.1;
   for (auto& page : pages.trainData) page.assignments.front().firstValue += 0.1;

@@ -1,6 +1,6 @@
 #pragma once
 
-// Six little pictures, three of an I and three of an O, from which every tool learns in seconds.
+// Six little images, three of an I and three of an O, from which every tool learns in seconds.
 
 #include <TelvarTypes/TelvarTypes.h>
 
@@ -37,7 +37,7 @@ inline std::shared_ptr<Types::Image> Draw(const std::string& id, unsigned char g
   }
   return Types::MakeImage({kSide, kSide, kSide, 1, 8, 0}, std::move(pixels));
 }
-inline std::shared_ptr<Types::Image> LoadPicture(const std::string& id) {
+inline std::shared_ptr<Types::Image> LoadSample(const std::string& id) {
   return Draw(id, 60, 200);
 }
 inline std::shared_ptr<Types::Image> LoadMask(const std::string& id) {

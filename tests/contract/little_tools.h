@@ -61,13 +61,13 @@ struct Tools {
 };
 
 inline std::string train_segmenter(const Tools& tools) {
-  tools.segmenter->Train(samples::ToSegment(), samples::LoadPicture, samples::LoadMask);
+  tools.segmenter->Train(samples::ToSegment(), samples::LoadSample, samples::LoadMask);
   return tools.segmenter->GetData()->artifact;
 }
 
 inline Artifacts train(const Tools& tools) {
-  tools.reader->Train(samples::ToRead(), samples::LoadPicture);
-  tools.classifier->Train(samples::ToClassify(), samples::LoadPicture);
+  tools.reader->Train(samples::ToRead(), samples::LoadSample);
+  tools.classifier->Train(samples::ToClassify(), samples::LoadSample);
   return {tools.reader->GetData()->artifact, tools.classifier->GetData()->artifact,
           train_segmenter(tools)};
 }
@@ -87,9 +87,9 @@ struct Answers {
 };
 
 inline Answers answers_to(const Tools& tools, const std::string& id) {
-  const auto picture = samples::LoadPicture(id);
-  return {tools.reader->Process(picture, nullptr, samples::kCharacter),
-          tools.classifier->Process(picture), tools.segmenter->Process(picture, nullptr)};
+  const auto image = samples::LoadSample(id);
+  return {tools.reader->Process(image, nullptr, samples::kCharacter),
+          tools.classifier->Process(image), tools.segmenter->Process(image, nullptr)};
 }
 
 /// Every bit of the answers but the times that they took.

@@ -59,11 +59,11 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         create_and_process,
         [] {
-          train([](const Tools& t) { t.reader->Train(samples::ToRead(), samples::LoadPicture); });
+          train([](const Tools& t) { t.reader->Train(samples::ToRead(), samples::LoadSample); });
         },
         [] {
           train([](const Tools& t) {
-            t.classifier->Train(samples::ToClassify(), samples::LoadPicture);
+            t.classifier->Train(samples::ToClassify(), samples::LoadSample);
           });
         },
         [] { train([](const Tools& t) { little_tools::train_segmenter(t); }); }));

@@ -20,20 +20,20 @@ enum Tool { kReader, kClassifier, kSegmenter };
 
 void create_and_process(Types::IWrapperFactory& factory, Tool tool) {
   const auto artifacts = little_tools::kept_artifacts(TELVAR_KEPT_SAMPLES);
-  const auto picture = samples::LoadPicture("O-1");
+  const auto image = samples::LoadSample("O-1");
   if (tool == kReader) {
     factory.CreateSmartOCRWrapper(std::make_unique<Types::SmartOCR::Data>(artifacts.reader, ""))
-        ->Process(picture, nullptr, samples::kCharacter);
+        ->Process(image, nullptr, samples::kCharacter);
   } else if (tool == kClassifier) {
     factory
         .CreateSmartClassifierWrapper(
             std::make_unique<Types::SmartClassifier::Data>(artifacts.classifier, ""))
-        ->Process(picture);
+        ->Process(image);
   } else {
     factory
         .CreateSmartSegmenterWrapper(
             std::make_unique<Types::SmartSegmenter::Data>(artifacts.segmenter, ""))
-        ->Process(picture, nullptr);
+        ->Process(image, nullptr);
   }
 }
 

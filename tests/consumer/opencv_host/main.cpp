@@ -30,7 +30,7 @@ int cores_of_opencv() {
 
 /// An image of the host's on its way through the host's own OpenCV and back.
 std::shared_ptr<little_tools::Types::Image> through_opencv(const std::string& id) {
-  const auto drawn = samples::LoadPicture(id);
+  const auto drawn = samples::LoadSample(id);
   const int side = static_cast<int>(samples::kSide);
   const cv::Mat image(side, side, CV_8UC1, const_cast<unsigned char*>(drawn->pixels));
   cv::Mat larger, same;

@@ -6,7 +6,7 @@
 #include "classifier/state.h"
 #include "core/artifact.h"
 #include "core/random.h"
-#include "pictures.h"
+#include "drawn_images.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::test {
@@ -22,11 +22,11 @@ class ClassifierArtifact : public testing::Test {
   static void build(const std::string& bytes) {
     const engine::Model model(bytes, "", types::CpuDevice(1));
   }
-  static PictureSet training_;
+  static ImageSet training_;
   static std::string artifact_;
 };
 
-PictureSet ClassifierArtifact::training_;
+ImageSet ClassifierArtifact::training_;
 std::string ClassifierArtifact::artifact_;
 
 TEST_F(ClassifierArtifact, IsRefusedWithAnyByteChangedOrMissing) {

@@ -4,14 +4,14 @@
 
 #include "../support/expect_error.h"
 #include "../support/host_state.h"
-#include "pictures.h"
+#include "drawn_images.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::test {
 namespace {
 
-PictureSet rings_and_crosses(int rings, int crosses) {
-  PictureSet set;
+ImageSet rings_and_crosses(int rings, int crosses) {
+  ImageSet set;
   set.add(0, 0, rings);
   set.add(1, 0, crosses);
   return set;
@@ -24,42 +24,42 @@ const std::string& artifact() {
 
 TEST(ClassifierTraining, NamesWhatItCannotLearnFrom) {
   using types::insufficient_number_of_samples;
-  const auto training = [](const PictureSet& set) { return [&set] { train(set); }; };
-  expect_error<insufficient_number_of_samples>(training(PictureSet()), "0 samples in the data set");
-  expect_error<insufficient_number_of_samples>([] { train(PictureSet(), artifact()); },
+  const auto training = [](const ImageSet& set) { return [&set] { train(set); }; };
+  expect_error<insufficient_number_of_samples>(training(ImageSet()), "0 samples in the data set");
+  expect_error<insufficient_number_of_samples>([] { train(ImageSet(), artifact()); },
                                                "0 samples in the data set");
   expect_error<insufficient_number_of_samples>(training(rings_and_crosses(8, 0)),
                                                "1 categories with samples, the minimum is 2");
   expect_error<insufficient_number_of_samples>(training(rings_and_crosses(2, 2)),
                                                "4 samples, the minimum is 5");
   // Counted before an image is loaded: there are none.
-  PictureSet lonely = rings_and_crosses(8, 1), new_kind;
+  ImageSet lonely = rings_and_crosses(8, 1), new_kind;
   new_kind.add(2, 0, 1);
   lonely.images.clear(), new_kind.images.clear();
   expect_error<insufficient_number_of_samples>(training(lonely),
                                                "category 'cross' has 1 sample(s), the minimum");
   expect_error<insufficient_number_of_samples>([&] { train(new_kind, artifact()); },
                                                "category 'bar' has 1 sample(s), the minimum");
-  PictureSet many = lonely;
+  ImageSet many = lonely;
   for (int i = 0; i <= 100000; ++i) many.labels["copy " + std::to_string(i)] = "ring";
   expect_error<types::invalid_dataset>(training(many), "samples, the limit is 100000");
-  PictureSet unlabelled = rings_and_crosses(4, 4);
+  ImageSet unlabelled = rings_and_crosses(4, 4);
   unlabelled.labels["0/2"] = "";
   expect_error<types::invalid_label>(training(unlabelled), "sample 'key 0/2' has no category");
-  PictureSet empty_image = rings_and_crosses(4, 4);
+  ImageSet empty_image = rings_and_crosses(4, 4);
   empty_image.images["1/3"] = types::Image();
   expect_error<types::invalid_image_size>(training(empty_image),
                                           "sample 'key 1/3', image '1/3': 0 x 0 px");
-  PictureSet wrong_image = rings_and_crosses(4, 4);
+  ImageSet wrong_image = rings_and_crosses(4, 4);
   wrong_image.images["1/3"].layout[3] = 2;
   expect_error<types::invalid_image>(training(wrong_image), "sample 'key 1/3', image '1/3'");
-  PictureSet short_image = rings_and_crosses(4, 4);
+  ImageSet short_image = rings_and_crosses(4, 4);
   short_image.images["1/3"].pixels.resize(10);
   expect_error<types::invalid_image>(training(short_image), "image '1/3': the layout asks for");
 }
 
 TEST(ClassifierTraining, RefusesMessagesAndParameters) {
-  const PictureSet set = rings_and_crosses(3, 3);
+  const ImageSet set = rings_and_crosses(3, 3);
   auto cache = engine::TrainCache::create(false);
   const auto training = [&](const std::string& dataset, const std::string& setting) {
     return [&, dataset, setting] { engine::train("", dataset, setting, set.loader(), *cache); };
@@ -86,7 +86,7 @@ TEST(ClassifierTraining, RefusesMessagesAndParameters) {
 }
 
 TEST(ClassifierTraining, LetsTheLoadersExceptionPassAndLeavesTheCache) {
-  const PictureSet set = rings_and_crosses(3, 3);
+  const ImageSet set = rings_and_crosses(3, 3);
   auto cache = engine::TrainCache::create(false);
   std::ostringstream before, after;
   engine::save(*cache, before);
@@ -101,7 +101,7 @@ TEST(ClassifierTraining, LetsTheLoadersExceptionPassAndLeavesTheCache) {
 }
 
 TEST(ClassifierTraining, CallsTheLoaderAsTheHostHasSetItsThread) {
-  const PictureSet set = rings_and_crosses(3, 3);
+  const ImageSet set = rings_and_crosses(3, 3);
   auto cache = engine::TrainCache::create(false);
   const HostState host;
   const auto loader = [&](const std::string& id) {
@@ -141,7 +141,7 @@ TEST(ClassifierModel, RefusesWhatIsNoClassifierArtifact) {
                                                  "artifact");
   expect_error<types::invalid_training_artifact>(
       [] {
-        const PictureSet set = rings_and_crosses(3, 3);
+        const ImageSet set = rings_and_crosses(3, 3);
         engine::process("", set.batch(), set.loader(), *engine::TrainCache::create(false));
       },
       "empty");

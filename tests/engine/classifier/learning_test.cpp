@@ -13,14 +13,14 @@
 #include "classifier/state.h"
 #include "core/random.h"
 #include "core/worker_pool.h"
-#include "pictures.h"
+#include "drawn_images.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::test {
 namespace {
 
-PictureSet pictures(int kinds, int first, int count, unsigned channels = 1, unsigned bits = 8) {
-  PictureSet set;
+ImageSet images_of(int kinds, int first, int count, unsigned channels = 1, unsigned bits = 8) {
+  ImageSet set;
   for (int kind = 0; kind < kinds; ++kind) set.add(kind, first, count, channels, bits);
   return set;
 }
@@ -35,26 +35,26 @@ std::string on_one_core(const std::function<std::string()>& work) {
 TEST(Classifier, LearnsFromFewImagesInEveryPixelFormat) {
   for (const unsigned bits : {8u, 16u}) {
     for (const unsigned channels : {1u, 3u, 4u}) {
-      const PictureSet training = pictures(4, 0, 8, channels, bits);
+      const ImageSet training = images_of(4, 0, 8, channels, bits);
       const Trained trained = train(training);
       EXPECT_GE(trained.result.overall_score(), 0.8) << channels << " x " << bits;
       EXPECT_GE(accuracy(trained.result.samples(), training), 0.95);
-      EXPECT_GE(accuracy(trained.artifact, pictures(4, 100, 25, channels, bits)), 0.9);
+      EXPECT_GE(accuracy(trained.artifact, images_of(4, 100, 25, channels, bits)), 0.9);
     }
   }
 }
 
 TEST(Classifier, LearnsFromFiveImages) {
-  PictureSet training;
+  ImageSet training;
   training.add(0, 0, 3);
   training.add(1, 0, 2);
   const Trained trained = train(training);
   EXPECT_EQ(trained.result.samples().size(), 5u);
-  EXPECT_GE(accuracy(trained.artifact, pictures(2, 100, 20)), 0.8);
+  EXPECT_GE(accuracy(trained.artifact, images_of(2, 100, 20)), 0.8);
 }
 
 TEST(Classifier, IsOfTwoMindsAboutImagesThatAreAllAlike) {
-  PictureSet black = pictures(2, 0, 4);
+  ImageSet black = images_of(2, 0, 4);
   for (auto& item : black.images) {
     item.second = types::Image(28, 28, 28, 1, 8, 0, std::vector<unsigned char>(28 * 28).data());
   }
@@ -67,10 +67,10 @@ TEST(Classifier, IsOfTwoMindsAboutImagesThatAreAllAlike) {
 }
 
 TEST(Classifier, GivesOneScorePerCategoryThatSumToOne) {
-  const PictureSet training = pictures(3, 0, 6);
+  const ImageSet training = images_of(3, 0, 6);
   const Trained trained = train(training);
   const engine::Model model(trained.artifact, "", types::CpuDevice(1));
-  for (const auto& [id, image] : pictures(3, 50, 3).images) {
+  for (const auto& [id, image] : images_of(3, 50, 3).images) {
     messages::Result result;
     result.ParseFromString(model.process(types::ImageView(image), {1, 0, 0, 0, 1, 0}, {0, 0}));
     ASSERT_EQ(result.sample().scores_size(), 3);
@@ -83,9 +83,9 @@ TEST(Classifier, GivesOneScorePerCategoryThatSumToOne) {
 }
 
 TEST(Classifier, AnswersAboutARegionAsAboutThatImageAlone) {
-  const Trained trained = train(pictures(2, 0, 6));
+  const Trained trained = train(images_of(2, 0, 6));
   const engine::Model model(trained.artifact, "", types::CpuDevice());
-  const types::Image ring = draw_picture(0, 77, 1, 8);
+  const types::Image ring = draw_image(0, 77, 1, 8);
   const auto [w, h, stride, channels, bits, order] = ring.layout;
   std::vector<unsigned char> wide(200 * 100, 90);
   for (unsigned y = 0; y < h; ++y) {
@@ -105,7 +105,7 @@ TEST(Classifier, AnswersAboutARegionAsAboutThatImageAlone) {
 }
 
 TEST(Classifier, SeesWhiteWhereManySamplesMakeAPixel) {
-  const Trained trained = train(pictures(2, 0, 6, 1, 16), "", 1);
+  const Trained trained = train(images_of(2, 0, 6, 1, 16), "", 1);
   const engine::Model model(trained.artifact, "", types::CpuDevice());
   const std::vector<unsigned char> pixels(600 * 600 * 2, 255);
   const types::ImageView image(600, 600, 1200, 1, 16, 0, pixels.data());
@@ -114,7 +114,7 @@ TEST(Classifier, SeesWhiteWhereManySamplesMakeAPixel) {
 }
 
 TEST(Classifier, TakesImagesOfOnePixelAndOfExtremeAspect) {
-  const Trained trained = train(pictures(2, 0, 6));
+  const Trained trained = train(images_of(2, 0, 6));
   const engine::Model model(trained.artifact, "", types::CpuDevice());
   const std::vector<unsigned char> pixels(5000, 100);
   for (const auto& [w, h] : {std::pair{1u, 1u}, {5000u, 1u}, {1u, 5000u}}) {
@@ -126,15 +126,15 @@ TEST(Classifier, TakesImagesOfOnePixelAndOfExtremeAspect) {
 }
 
 TEST(Classifier, GoesOnFromAnArtifactWithoutTheOldImages) {
-  const PictureSet old_images = pictures(3, 0, 20);
+  const ImageSet old_images = images_of(3, 0, 20);
   Trained first, second;
   const double from_nothing = cpu_of([&] { first = train(old_images, "", 2); });
-  PictureSet added;
+  ImageSet added;
   added.add(3, 0, 20);
   const double going_on = cpu_of([&] { second = train(added, first.artifact, 2); });
   EXPECT_LT(going_on, 0.5 * from_nothing);
-  const PictureSet old_test = pictures(3, 200, 30);
-  PictureSet new_test;
+  const ImageSet old_test = images_of(3, 200, 30);
+  ImageSet new_test;
   new_test.add(3, 200, 30);
   EXPECT_GE(accuracy(second.artifact, new_test), 0.9);
   EXPECT_GE(accuracy(second.artifact, old_test), accuracy(first.artifact, old_test) - 0.05);
@@ -142,7 +142,7 @@ TEST(Classifier, GoesOnFromAnArtifactWithoutTheOldImages) {
 }
 
 TEST(Classifier, GivesTheSameBytesHoweverItIsTrained) {
-  const PictureSet training = pictures(2, 0, 6);
+  const ImageSet training = images_of(2, 0, 6);
   auto cache = engine::TrainCache::create(false);
   const Trained first = train(training, "", *cache, 1);
   std::stringstream stream;
@@ -161,17 +161,17 @@ TEST(Classifier, GivesTheSameBytesHoweverItIsTrained) {
 
 /// Run by the next test in a process of its own.
 TEST(Classifier, DISABLED_PrintsItsDigest) {
-  std::cout << digest_line(train(pictures(2, 0, 6), "", 1).artifact) << std::flush;
+  std::cout << digest_line(train(images_of(2, 0, 6), "", 1).artifact) << std::flush;
 }
 
 TEST(Classifier, DoesNotDependOnTheEnvironment) {
   EXPECT_THAT(printed_in_another_environment("*PrintsItsDigest"),
-              testing::HasSubstr(digest_line(train(pictures(2, 0, 6), "", 1).artifact)));
+              testing::HasSubstr(digest_line(train(images_of(2, 0, 6), "", 1).artifact)));
 }
 
 /// Rings and crosses, a quarter of which goes by the other's name.
-PictureSet misnamed(int first, int count) {
-  PictureSet set = pictures(2, first, count);
+ImageSet misnamed(int first, int count) {
+  ImageSet set = images_of(2, first, count);
   int number = 0;
   for (auto& [id, label] : set.labels) {
     if (++number % 4 == 0) label = label == "ring" ? "cross" : "ring";
@@ -223,10 +223,10 @@ TEST(Classifier, FindsOutHowItsImagesLie) {
       {"either way up", 32, 32, Shape::kArrow, either, Turns::kUpsideDown, {}},
       {"upright, one kind turned", 32, 32, Shape::kHook, upright, Turns::kNone, {}}};
   for (const Case& c : cases) {
-    PictureSet training, unseen;
+    ImageSet training, unseen;
     core::Random random({17});
     for (int i = 0; i < 120; ++i) {
-      PictureSet& set = i < 80 ? training : unseen;
+      ImageSet& set = i < 80 ? training : unseen;
       const bool second = i % 2 == 1;
       float angle = c.angle(random);
       if (second && c.turns == Turns::kNone) angle += kTurn / 2;
@@ -261,11 +261,11 @@ types::Image draw_rings(int kind, core::Random& random) {
 }
 
 TEST(Classifier, TellsTwoApartThatAreEachOtherUpsideDownAmongManyThatAreNot) {
-  PictureSet training, unseen;
+  ImageSet training, unseen;
   core::Random random({19});
   for (int kind = 1; kind < 44; ++kind) {
     for (int i = 0; i < 8; ++i) {
-      PictureSet& set = i < 6 ? training : unseen;
+      ImageSet& set = i < 6 ? training : unseen;
       if (&set == &unseen && kind < 42) continue;
       const std::string id = std::to_string(kind) + "/" + std::to_string(i);
       set.images[id] = draw_rings(kind, random);
@@ -277,7 +277,7 @@ TEST(Classifier, TellsTwoApartThatAreEachOtherUpsideDownAmongManyThatAreNot) {
 
 TEST(Classifier, IsAsOftenRightAsItSays) {
   const Trained trained = train(misnamed(0, 40));
-  const PictureSet unseen = misnamed(500, 200);
+  const ImageSet unseen = misnamed(500, 200);
   messages::ProcessingResult result;
   result.ParseFromString(engine::process(trained.artifact, unseen.batch(), unseen.loader(),
                                          *engine::TrainCache::create(false)));
@@ -294,9 +294,9 @@ TEST(Classifier, IsAsOftenRightAsItSays) {
 }
 
 TEST(Classifier, AnswersFromSeveralThreadsAtOnce) {
-  const Trained trained = train(pictures(2, 0, 6), "", 1);
+  const Trained trained = train(images_of(2, 0, 6), "", 1);
   const engine::Model model(trained.artifact, "", types::CpuDevice(2));
-  const types::Image image = draw_picture(0, 9, 1, 8);
+  const types::Image image = draw_image(0, 9, 1, 8);
   const auto answer = [&] {
     return model.process(types::ImageView(image), {1, 0, 0, 0, 1, 0}, {0, 0});
   };

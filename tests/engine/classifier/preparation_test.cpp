@@ -78,7 +78,7 @@ TEST(Place, KeepsTheAspectRatioAndRepeatsEdges) {
   EXPECT_EQ(sample[27 * 28 + 27], 0);
 }
 
-/// Calls `from(x, y)` for the place of the picture that comes to each place.
+/// Calls `from(x, y)` for the place of the image that comes to each place.
 template <class From>
 Sample moved(const Sample& sample, const Canvas& canvas, From from) {
   Sample out;

@@ -9,7 +9,7 @@
 #include <map>
 #include <string>
 
-#include "../classifier/pictures.h"
+#include "../classifier/drawn_images.h"
 #include "../ocr/pages.h"
 #include "../segmenter/scene.h"
 
@@ -27,14 +27,14 @@ inline types::Image unseen_page() {
   return draw_page(77).image;
 }
 
-inline PictureSet kept_pictures() {
-  PictureSet set;
+inline ImageSet kept_images() {
+  ImageSet set;
   for (int kind = 0; kind < 3; ++kind) set.add(kind, 0, 8);
   return set;
 }
 
-inline types::Image unseen_picture(int kind) {
-  return draw_picture(kind, 1000, 1, 8);
+inline types::Image unseen_image(int kind) {
+  return draw_image(kind, 1000, 1, 8);
 }
 
 inline segmenter_test::Scenes kept_scenes() {

@@ -66,7 +66,7 @@ TEST(KeptSamples, ClassifierAnswersAsBefore) {
     messages::Result before, now;
     ASSERT_TRUE(before.ParseFromString(kept("classifier.answer" + std::to_string(kind))));
     ASSERT_TRUE(now.ParseFromString(
-        model.process(types::ImageView(unseen_picture(kind)), {1, 0, 0, 0, 1, 0}, {0, 0})));
+        model.process(types::ImageView(unseen_image(kind)), {1, 0, 0, 0, 1, 0}, {0, 0})));
     ASSERT_EQ(now.sample().scores_size(), before.sample().scores_size());
     for (int i = 0; i < now.sample().scores_size(); ++i) {
       EXPECT_EQ(now.sample().scores(i).category_id(), before.sample().scores(i).category_id());

@@ -33,7 +33,7 @@ void write_reader(const Folder& folder) {
 }
 
 void write_state(const Folder& folder) {
-  const PictureSet set = kept_pictures();
+  const ImageSet set = kept_images();
   const auto cache = qv::classifier::TrainCache::create(false);
   const Trained trained = train(set, "", *cache);
   folder.write("classifier.artifact", trained.artifact);
@@ -41,7 +41,7 @@ void write_state(const Folder& folder) {
   const qv::classifier::Model model(trained.artifact, "", types::CpuDevice());
   for (int kind = 0; kind < 3; ++kind) {
     folder.write("classifier.answer" + std::to_string(kind),
-                 model.process(types::ImageView(unseen_picture(kind)), {1, 0, 0, 0, 1, 0}, {0, 0}));
+                 model.process(types::ImageView(unseen_image(kind)), {1, 0, 0, 0, 1, 0}, {0, 0}));
   }
 }
 

@@ -84,9 +84,9 @@ TEST(ReaderTraining, GoesOnWithTheExpertThatKnowsTheMarks) {
   EXPECT_EQ(after.categories(), (std::vector<std::string>{"1", "4", "7", "H", "X"}));
 }
 
-constexpr unsigned kPictureSide = 240;
+constexpr unsigned kImageSide = 240;
 
-/// Page pixels to picture pixels: the page turned about its centre, off the picture's.
+/// Page pixels to image pixels: the page turned about its centre, off the image's.
 types::AffineTransform placed(const types::Image& page, float degrees) {
   const float cosine = std::cos(degrees * 3.14159265f / 180);
   const float sine = std::sin(degrees * 3.14159265f / 180);
@@ -94,19 +94,19 @@ types::AffineTransform placed(const types::Image& page, float degrees) {
   return {cosine, -sine, 132 - cosine * x + sine * y, sine, cosine, 109 - sine * x - cosine * y};
 }
 
-/// A picture full of copies of the page, one of which lies where `place`, a rotation, puts it.
-types::Image picture_of(const types::Image& page, const types::AffineTransform& place) {
+/// An image full of copies of the page, one of which lies where `place`, a rotation, puts it.
+types::Image image_full_of(const types::Image& page, const types::AffineTransform& place) {
   const int width = int(page.layout[0]), height = int(page.layout[1]);
   std::vector<unsigned char> pixels;
-  for (unsigned row = 0; row < kPictureSide; ++row) {
-    for (unsigned column = 0; column < kPictureSide; ++column) {
+  for (unsigned row = 0; row < kImageSide; ++row) {
+    for (unsigned column = 0; column < kImageSide; ++column) {
       const float dx = float(column) - place.c, dy = float(row) - place.f;
       const int x = int(std::lround(place.a * dx + place.d * dy)) + 4 * width;
       const int y = int(std::lround(place.b * dx + place.e * dy)) + 4 * height;
       pixels.push_back(page.pixels[std::size_t(y % height * width + x % width)]);
     }
   }
-  return types::Image(kPictureSide, kPictureSide, kPictureSide, 1, 8, 0, pixels.data());
+  return types::Image(kImageSide, kImageSide, kImageSide, 1, 8, 0, pixels.data());
 }
 
 TEST(ReaderTraining, OnTurnedRegionsOfThreeWideColourImagesReadsPagesThatItHasNotSeen) {
@@ -126,7 +126,7 @@ TEST(ReaderTraining, OnTurnedRegionsOfThreeWideColourImagesReadsPagesThatItHasNo
     transform.set_m10(place.d);
     transform.set_m11(place.e);
     transform.set_ty(place.f);
-    page.image = as_wide_colour(picture_of(page.image, place), 4, 4);
+    page.image = as_wide_colour(image_full_of(page.image, place), 4, 4);
     set.add(std::to_string(i), page);
   }
   EXPECT_GE(exact_lines(train_reader(set), {}, 100, 20), 0.9);

@@ -1,6 +1,6 @@
 #pragma once
 
-// Small generated pictures that a classifier can learn in a second, and the calls around it.
+// Small generated images that a classifier can learn in a second, and the calls around it.
 
 #include <map>
 #include <string>
@@ -15,13 +15,13 @@ namespace telvar::test {
 namespace engine = telvar::qv::classifier;
 namespace messages = telvar_msg::qv::classification;
 
-/// Pictures by identifier, "<kind>/<number>". Kinds: 0 ring, 1 cross, 2 bar, 3 dots; drawn with
+/// Images by identifier, "<kind>/<number>". Kinds: 0 ring, 1 cross, 2 bar, 3 dots; drawn with
 /// random place, size and light, 24 to 36 px a side.
-struct PictureSet {
+struct ImageSet {
   std::map<std::string, types::Image> images;
   std::map<std::string, std::string> labels;
 
-  /// Adds `count` pictures of a kind, numbered from `first`; the numbers seed them.
+  /// Adds `count` images of a kind, numbered from `first`; the numbers seed them.
   void add(int kind, int first, int count, unsigned channels = 1, unsigned bits = 8);
 
   types::ImageLoader loader() const;
@@ -29,7 +29,7 @@ struct PictureSet {
   std::string batch() const;
 };
 
-types::Image draw_picture(int kind, int number, unsigned channels, unsigned bits);
+types::Image draw_image(int kind, int number, unsigned channels, unsigned bits);
 
 std::string parameters(int effort);
 
@@ -39,13 +39,13 @@ struct Trained {
 };
 
 /// Trains at low effort.
-Trained train(const PictureSet& set, const std::string& artifact, engine::TrainCache& cache,
+Trained train(const ImageSet& set, const std::string& artifact, engine::TrainCache& cache,
               int effort = 1);
-Trained train(const PictureSet& set, const std::string& artifact = "", int effort = 1);
+Trained train(const ImageSet& set, const std::string& artifact = "", int effort = 1);
 
 /// Share of the set's samples whose best score is their label's.
-double accuracy(const std::string& artifact, const PictureSet& set);
+double accuracy(const std::string& artifact, const ImageSet& set);
 double accuracy(const google::protobuf::Map<std::string, messages::SampleResult>& results,
-                const PictureSet& set);
+                const ImageSet& set);
 
 }  // namespace telvar::test

@@ -1,4 +1,4 @@
-#include "pictures.h"
+#include "drawn_images.h"
 
 #include <cmath>
 #include <cstring>
@@ -24,7 +24,7 @@ bool inside(int kind, float x, float y) {
 
 }  // namespace
 
-types::Image draw_picture(int kind, int number, unsigned channels, unsigned bits) {
+types::Image draw_image(int kind, int number, unsigned channels, unsigned bits) {
   core::Random random({static_cast<std::uint64_t>(kind), static_cast<std::uint64_t>(number)});
   const auto width = 24u + static_cast<unsigned>(random.below(13));
   const auto height = 24u + static_cast<unsigned>(random.below(13));
@@ -40,7 +40,7 @@ types::Image draw_picture(int kind, int number, unsigned channels, unsigned bits
                              (static_cast<float>(y) - cy) / radius);
       const float value = back + (on ? contrast : 0) + 0.03f * random.uniform();
       for (unsigned c = 0; c < channels; ++c) {
-        // Colour pictures are red on blue.
+        // Colour images are red on blue.
         const float level = channels == 1 ? value : c == 1 ? back : (c == 0) == on ? back : value;
         unsigned char* out = pixels.data() + y * stride + (x * channels + c) * bits / 8;
         const auto wide = static_cast<std::uint16_t>(level * (bits == 8 ? 255 : 65535));
@@ -53,20 +53,20 @@ types::Image draw_picture(int kind, int number, unsigned channels, unsigned bits
   return types::Image(width, height, stride, channels, bits, order, pixels.data());
 }
 
-void PictureSet::add(int kind, int first, int count, unsigned channels, unsigned bits) {
+void ImageSet::add(int kind, int first, int count, unsigned channels, unsigned bits) {
   const char* names[] = {"ring", "cross", "bar", "dots"};
   for (int number = first; number < first + count; ++number) {
     const std::string id = std::to_string(kind) + "/" + std::to_string(number);
-    images[id] = draw_picture(kind, number, channels, bits);
+    images[id] = draw_image(kind, number, channels, bits);
     labels[id] = names[kind];
   }
 }
 
-types::ImageLoader PictureSet::loader() const {
+types::ImageLoader ImageSet::loader() const {
   return [this](const std::string& id) { return images.at(id); };
 }
 
-std::string PictureSet::dataset() const {
+std::string ImageSet::dataset() const {
   messages::Dataset dataset;
   for (const auto& [id, label] : labels) {
     messages::Sample& sample = (*dataset.mutable_samples())["key " + id];
@@ -77,7 +77,7 @@ std::string PictureSet::dataset() const {
   return dataset.SerializeAsString();
 }
 
-std::string PictureSet::batch() const {
+std::string ImageSet::batch() const {
   telvar_msg::common::Dataset dataset;
   for (const auto& item : images) {
     (*dataset.mutable_samples())["key " + item.first].set_image_id(item.first);
@@ -91,7 +91,7 @@ std::string parameters(int effort) {
   return parameters.SerializeAsString();
 }
 
-Trained train(const PictureSet& set, const std::string& artifact, engine::TrainCache& cache,
+Trained train(const ImageSet& set, const std::string& artifact, engine::TrainCache& cache,
               int effort) {
   auto [result, trained] =
       engine::train(artifact, set.dataset(), parameters(effort), set.loader(), cache);
@@ -101,12 +101,12 @@ Trained train(const PictureSet& set, const std::string& artifact, engine::TrainC
   return out;
 }
 
-Trained train(const PictureSet& set, const std::string& artifact, int effort) {
+Trained train(const ImageSet& set, const std::string& artifact, int effort) {
   return train(set, artifact, *engine::TrainCache::create(false), effort);
 }
 
 double accuracy(const google::protobuf::Map<std::string, messages::SampleResult>& results,
-                const PictureSet& set) {
+                const ImageSet& set) {
   double right = 0;
   for (const auto& [key, sample] : results) {
     const messages::Score* best = nullptr;
@@ -118,7 +118,7 @@ double accuracy(const google::protobuf::Map<std::string, messages::SampleResult>
   return right / static_cast<double>(set.images.size());
 }
 
-double accuracy(const std::string& artifact, const PictureSet& set) {
+double accuracy(const std::string& artifact, const ImageSet& set) {
   messages::ProcessingResult result;
   result.ParseFromString(
       engine::process(artifact, set.batch(), set.loader(), *engine::TrainCache::create(false)));
