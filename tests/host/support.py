@@ -61,7 +61,7 @@ class HostTest(unittest.TestCase):
     """A scratch folder whose name has a space and letters beyond ASCII, and helpers."""
 
     def setUp(self):
-        self.scratch = pathlib.Path(tempfile.mkdtemp(prefix="telvar prüf 試 "))
+        self.scratch = pathlib.Path(tempfile.mkdtemp(prefix="telvar tést 試 "))
         self.addCleanup(shutil.rmtree, self.scratch, ignore_errors=True)
 
     def arguments(self, *args):
@@ -96,32 +96,32 @@ class HostTest(unittest.TestCase):
 
     # Data sets.
 
-    def brightness_set(self, name="licht", dark=(20, 24, 28), light=(200, 204, 208)):
+    def brightness_set(self, name="brightness", dark=(20, 24, 28), light=(200, 204, 208)):
         for value in dark:
-            self.file(f"{name}/dunkel é/{value}.png", flat(value))
+            self.file(f"{name}/dark é/{value}.png", flat(value))
         for value in light:
-            self.file(f"{name}/hell/{value}.png", flat(value))
+            self.file(f"{name}/light/{value}.png", flat(value))
         return self.scratch / name
 
-    def bright_set(self, name="flecken"):
+    def bright_set(self, name="spots"):
         """Images with a bright square and its mask; in the third the mask is wider than the square."""
         for i, (square, mask) in enumerate([(4, 4), (6, 6), (4, 6)]):
             self.file(f"{name}/images/{i}.png",
                       png(20, 16, lambda x, y: 200 if x < square and y < 4 else 30 + i))
-            self.file(f"{name}/masks/fleck/{i}.png", png(20, 16, lambda x, y: 255 if x < mask and y < 4 else 0))
+            self.file(f"{name}/masks/spot/{i}.png", png(20, 16, lambda x, y: 255 if x < mask and y < 4 else 0))
         return self.scratch / name
 
-    def text_set(self, name="schrift", truth=("AB", "ÇD"), shown="ABÇD", **more):
+    def text_set(self, name="texts", truth=("AB", "ÇD"), shown="ABÇD", **more):
         """A page with a dark dot per character on a 20 x 30 grid; `shown` are the dots that are there."""
         marks = [(15 + 20 * k, 15 + 30 * row, c) for row, line in enumerate(truth) for k, c in enumerate(line)]
         dark = {(x, y) for x, y, c in marks if c in shown}
-        self.file(f"{name}/seite.png", png(60, 60, lambda x, y: 0 if (x, y) in dark else 255))
-        image = {"file": "seite.png", "text": list(truth), **more,
+        self.file(f"{name}/page.png", png(60, 60, lambda x, y: 0 if (x, y) in dark else 255))
+        image = {"file": "page.png", "text": list(truth), **more,
                  "characters": [{"x": x, "y": y, "category": c} for x, y, c in marks]}
         self.file(f"{name}/labels.json", json.dumps({"size": [20, 30], "images": [image]}))
         return self.scratch / name
 
-    def train(self, tool, data, name="zustand.telvar", *more):
+    def train(self, tool, data, name="state.telvar", *more):
         state = self.scratch / name
         self.ok("train", "--tool", tool, "--data", data, "--state", state, *more)
         return state

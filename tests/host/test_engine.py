@@ -17,9 +17,9 @@ class Engine(HostTest):
     def test_classifier_learns_and_goes_on(self):
         for part, first, count in (("train", 0, 14), ("test", 500, 8)):
             for i in range(count):
-                self.file(f"satz/{part}/auf/{i}.png", stripes(first + i, True))
-                self.file(f"satz/{part}/quer/{i}.png", stripes(first + 100 + i, False))
-        data = self.scratch / "satz"
+                self.file(f"split/{part}/upright/{i}.png", stripes(first + i, True))
+                self.file(f"split/{part}/across/{i}.png", stripes(first + 100 + i, False))
+        data = self.scratch / "split"
         state = self.train("classifier", data)
         found = self.ok("evaluate", "--state", state, "--data", data)
         self.assertGreaterEqual(found["accuracy"], 0.85)
@@ -28,7 +28,7 @@ class Engine(HostTest):
         self.assertEqual(again["artifact_bytes"], self.ok("inspect", "--state", further)["artifact_bytes"])
         self.assertEqual([training["images"] for training in self.ok("inspect", "--state", further)["trainings"]], [28, 28])
         self.assertGreaterEqual(self.ok("evaluate", "--state", further, "--data", data)["accuracy"], 0.85)
-        out = self.scratch / "aus"
+        out = self.scratch / "out"
         self.ok("batch", "--state", state, "--data", data / "test", "--out", out)
         batch = json.loads((out / "results.json").read_text("utf-8"))["images"]
         right = sum(image["file"].startswith(image["category"] + "/") for image in batch)
@@ -43,7 +43,7 @@ class Engine(HostTest):
         """A whole state file whose artifact is none."""
         artifact = b"no artifact at all"
         head = b"TLVSTATE" + struct.pack("<IIffQQQQ", 1, 2, 0, 0, len(artifact), xxh64(artifact), 0, xxh64(b""))
-        return self.file("fremd.telvar", head + struct.pack("<Q", xxh64(head)) + artifact)
+        return self.file("foreign.telvar", head + struct.pack("<Q", xxh64(head)) + artifact)
 
     def test_sort(self):
         lines = self.ok("sort", "--points", "-", "--height", 20, stdin=b"40,11\n10,9\n12,60\n")["lines"]

@@ -39,42 +39,42 @@ class StateFiles(HostTest):
                               ("artifact's checksum", flipped(64)),
                               ("train cache's checksum", flipped(64 + artifact))]:
             with self.subTest(part):
-                damaged = self.file("kaputt.telvar", content)
+                damaged = self.file("broken.telvar", content)
                 done = self.run_host("inspect", "--state", damaged, "--json")
                 self.assertEqual(done.code, 3)
                 self.assertIn(part, json.loads(done.out)["error"]["message"])
-                self.assertIn("kaputt.telvar", done.out)
+                self.assertIn("broken.telvar", done.out)
 
     def test_a_state_says_what_it_knows(self):
         state = self.train("classifier", self.brightness_set())
-        self.file("mehr/hell/1.png", flat(210))
-        self.file("mehr/halb é/2.png", flat(110))
-        more = ["--tool", "classifier", "--data", self.scratch / "mehr"]
+        self.file("more/light/1.png", flat(210))
+        self.file("more/half é/2.png", flat(110))
+        more = ["--tool", "classifier", "--data", self.scratch / "more"]
         checked = self.run_host("check", *more, "--from", state, "--json")
         found = json.loads(checked.out)
         # One more of what the state knows is enough; of what it does not know, one is too few.
         self.assertEqual([problem["kind"] for problem in found["problems"]], ["single_sample"])
-        self.assertIn("halb é", found["problems"][0]["why"])
-        self.assertEqual(found["new_categories"], ["halb é"])
-        measured = self.ok("evaluate", "--state", state, "--data", self.scratch / "mehr")
-        self.assertEqual(measured["unknown_categories"], ["halb é"])
+        self.assertIn("half é", found["problems"][0]["why"])
+        self.assertEqual(found["new_categories"], ["half é"])
+        measured = self.ok("evaluate", "--state", state, "--data", self.scratch / "more")
+        self.assertEqual(measured["unknown_categories"], ["half é"])
         self.ok("train", *more, "--from", state, "--state", self.scratch / "weiter.telvar")
         artifact = self.scratch / "artefakt"
         about = self.ok("inspect", "--state", self.scratch / "weiter.telvar", "--extract", artifact)
-        self.assertEqual(about["categories"], ["dunkel é", "halb é", "hell"])
+        self.assertEqual(about["categories"], ["dark é", "half é", "light"])
         self.assertEqual([training["images"] for training in about["trainings"]], [6, 2])
-        self.assertEqual(about["trainings"][1]["counts"], {"halb é": 1, "hell": 1})
-        self.assertIn(b"\thell\n", artifact.read_bytes())
+        self.assertEqual(about["trainings"][1]["counts"], {"half é": 1, "light": 1})
+        self.assertIn(b"\tlight\n", artifact.read_bytes())
         self.assertEqual(len(artifact.read_bytes()), about["artifact_bytes"])
 
     def test_a_state_of_the_first_format_still_serves(self):
         whole = self.train("classifier", self.brightness_set()).read_bytes()
         artifact, cache = (struct.unpack_from("<Q", whole, at)[0] for at in (24, 40))
         header = whole[:8] + struct.pack("<I", 1) + whole[12:56]
-        old = self.file("alt.telvar", header + struct.pack("<Q", xxh64(header)) + whole[64:64 + artifact + cache])
+        old = self.file("old.telvar", header + struct.pack("<Q", xxh64(header)) + whole[64:64 + artifact + cache])
         about = self.ok("inspect", "--state", old)
         self.assertEqual((about["format_version"], about["categories"], about["trainings"]), (1, None, []))
-        more = ["--tool", "classifier", "--data", self.scratch / "licht", "--from", old]
+        more = ["--tool", "classifier", "--data", self.scratch / "brightness", "--from", old]
         self.assertIn("does not say which categories", self.run_host("check", *more).err)
         self.ok("train", *more, "--state", self.scratch / "weiter.telvar")
         about = self.ok("inspect", "--state", self.scratch / "weiter.telvar")
@@ -89,27 +89,27 @@ class StateFiles(HostTest):
         self.assertEqual(state.read_bytes(), before)
         self.ok(*again, "--from", state, "--force")
 
-        out = self.scratch / "aus"
+        out = self.scratch / "out"
         evaluate = ["evaluate", "--state", state, "--data", data, "--out", out]
         self.ok(*evaluate)
-        other = self.file("aus/notiz.txt", "bleibt")
+        other = self.file("out/note.txt", "stays")
         report = (out / "report.html")
-        report.write_text("alt")
+        report.write_text("old")
         self.assertEqual(self.run_host(*evaluate).code, 2)
-        self.assertEqual(report.read_text(), "alt")
+        self.assertEqual(report.read_text(), "old")
         self.ok(*evaluate, "--force")
         self.assertIn("<html", report.read_text("utf-8"))
-        self.assertEqual(other.read_text(), "bleibt")
+        self.assertEqual(other.read_text(), "stays")
 
     def test_a_failed_training_leaves_the_old_state(self):
         data = self.brightness_set()
         state = self.train("classifier", data)
         before = state.read_bytes()
-        self.file("licht/hell/kaputt.png", b"?")
+        self.file("brightness/light/broken.png", b"?")
         files = self.files()
         done = self.run_host("train", "--tool", "classifier", "--data", data, "--state", state, "--force")
         self.assertEqual(done.code, 3)
-        self.assertIn("kaputt.png", done.err)
+        self.assertIn("broken.png", done.err)
         self.assertEqual((state.read_bytes(), self.files()), (before, files))
 
 
@@ -118,15 +118,15 @@ class Places(HostTest):
 
     def test_states(self):
         train = ["train", "--tool", "classifier", "--data", self.brightness_set(), "--force", "--state"]
-        os.mkfifo(self.scratch / "rohr")
-        for place, code, text in [(self.scratch / "rohr", 2, "is a device or a pipe"),
-                                  ("/proc/zustand", 1, "cannot create"), (self.scratch, 2, "is a folder")]:
+        os.mkfifo(self.scratch / "pipe")
+        for place, code, text in [(self.scratch / "pipe", 2, "is a device or a pipe"),
+                                  ("/proc/state", 1, "cannot create"), (self.scratch, 2, "is a folder")]:
             done = self.run_host(*train, place)
             self.assertEqual(done.code, code, str(done))
             self.assertIn(text, done.err)
             self.assertNotIn(".telvar-", done.err)  # the name of a temporary file
             self.assertNotIn("images", done.err)  # not even loaded
-        state = self.file("geheim", b"")
+        state = self.file("secret", b"")
         state.chmod(0o600)
         self.ok(*train, state)
         self.assertEqual(state.stat().st_mode & 0o777, 0o600)
@@ -146,35 +146,35 @@ class Places(HostTest):
         self.assertEqual(self.files(), files)
 
     def test_what_killed_runs_left_is_cleared_after_a_day(self):
-        self.file(".aus.telvar-4000000/rest", b"?")
-        self.file(".aus.telvar-4000001/rest", b"?")
+        self.file(".out.telvar-4000000/rest", b"?")
+        self.file(".out.telvar-4000001/rest", b"?")
         self.file(".z.telvar-4000000", b"?")
         self.file(".zz.telvar-4000000", b"?")
-        for name in (".aus.telvar-4000000", ".z.telvar-4000000", ".zz.telvar-4000000"):
+        for name in (".out.telvar-4000000", ".z.telvar-4000000", ".zz.telvar-4000000"):
             os.utime(self.scratch / name, (time.time() - 90000, ) * 2)
         state = self.train("classifier", self.brightness_set(), "z")
-        self.ok("evaluate", "--state", state, "--data", self.scratch / "licht", "--out", self.scratch / "aus")
+        self.ok("evaluate", "--state", state, "--data", self.scratch / "brightness", "--out", self.scratch / "out")
         # What is young, and what belongs to another output, stays.
         self.assertEqual([name for name in self.files() if ".telvar-" in name],
-                         [".aus.telvar-4000001", ".aus.telvar-4000001/rest", ".zz.telvar-4000000"])
+                         [".out.telvar-4000001", ".out.telvar-4000001/rest", ".zz.telvar-4000000"])
 
     def test_folders(self):
         state = self.train("classifier", self.brightness_set())
         for i in range(400):
-            self.file(f"viele/{i}.png", flat(i % 250, side=60))
-        out = self.scratch / "aus"
+            self.file(f"many/{i}.png", flat(i % 250, side=60))
+        out = self.scratch / "out"
         out.mkdir(mode=0o750)
         before = out.stat()
-        batch = ["batch", "--state", state, "--data", self.scratch / "viele", "--out", out]
+        batch = ["batch", "--state", state, "--data", self.scratch / "many", "--out", out]
         process = self.start(*batch)
         while not list(out.iterdir()):
             self.assertIsNone(process.poll(), "ended by itself")
-        foreign = self.file("aus/results.csv", "fremd")
+        foreign = self.file("out/results.csv", "foreign")
         self.assertEqual(self.run_host(*batch).code, 2)
         _, err = process.communicate(timeout=60)
         self.assertEqual(process.returncode, 1)
         self.assertIn(b"results.csv: was written by another program", err)
-        self.assertEqual(foreign.read_text(), "fremd")
+        self.assertEqual(foreign.read_text(), "foreign")
         self.assertEqual(sorted(path.name for path in out.iterdir()), ["results.csv", "unfinished"])
         foreign.unlink()
         self.ok(*batch)
@@ -202,8 +202,8 @@ class Interrupts(HostTest):
         before = state.read_bytes()
         for kind, said in [("slow", "interrupted"), ("steps", "the training is cancelled, nothing was changed")]:
             with self.subTest(kind):
-                data = self.brightness_set("träge " + kind)
-                self.file(f"träge {kind}/{kind}/1.png", flat(99))
+                data = self.brightness_set("slow é " + kind)
+                self.file(f"slow é {kind}/{kind}/1.png", flat(99))
                 files = self.files()
                 started = time.monotonic()
                 process = self.start("train", "--tool", "classifier", "--data", data, "--state", state, "--force",
@@ -215,13 +215,13 @@ class Interrupts(HostTest):
     def test_batch_at_many_moments(self):
         state = self.train("classifier", self.brightness_set())
         for i in range(400):
-            self.file(f"viele/{i}.png", flat(i % 250, side=60))
-        batch = ["batch", "--state", state, "--data", self.scratch / "viele", "--json", "--out"]
-        self.ok(*batch[:-2], "--out", self.scratch / "ganz")
-        whole = json.loads((self.scratch / "ganz/results.json").read_text("utf-8"))
+            self.file(f"many/{i}.png", flat(i % 250, side=60))
+        batch = ["batch", "--state", state, "--data", self.scratch / "many", "--json", "--out"]
+        self.ok(*batch[:-2], "--out", self.scratch / "whole")
+        whole = json.loads((self.scratch / "whole/results.json").read_text("utf-8"))
         files = self.files()
         kept = 0
-        for count, name in enumerate(["aus", "aus", "aus/", "tief/er/aus", "tief/er/aus/"]):
+        for count, name in enumerate(["out", "out", "out/", "deep/down/out", "deep/down/out/"]):
             out = self.scratch / name
             process = self.start(*batch, out)
             seen = time.monotonic()
@@ -242,7 +242,7 @@ class Interrupts(HostTest):
 
     def test_after_the_outcome_it_only_ends_the_program(self):
         data = self.brightness_set()
-        self.file("licht/linger/1.png", flat(99))
+        self.file("brightness/linger/1.png", flat(99))
         process = self.start("train", "--tool", "classifier", "--data", data, "--state", self.scratch / "z", "--json")
         while process.stdout.readline() not in (b"}\n", b""):
             pass
@@ -255,7 +255,7 @@ class Interrupts(HostTest):
 class Environment(HostTest):
     def test_a_training_shows_how_far_it_is(self):
         data = self.brightness_set()
-        self.file("licht/steps/1.png", flat(99))
+        self.file("brightness/steps/1.png", flat(99))
         master, slave = pty.openpty()
         process = subprocess.Popen(self.arguments("train", "--tool", "classifier", "--data", data, "--state",
                                                   self.scratch / "z"), stderr=slave, stdout=subprocess.DEVNULL)
@@ -286,8 +286,8 @@ class Environment(HostTest):
         arguments = ["check", "--tool", "classifier", "--data", data]
         self.assertIn("6 images", self.run_host(*arguments).err)
         self.assertEqual(self.run_host(*arguments, "--quiet").err, "")
-        self.assertIn("hell", self.run_host(*arguments, "--quiet").out)
-        self.file("licht/hell/halb.png", flat(9, side=90)[:-30])
+        self.assertIn("light", self.run_host(*arguments, "--quiet").out)
+        self.file("brightness/light/half.png", flat(9, side=90)[:-30])
         self.assertEqual(self.run_host(*arguments, "--quiet").err, "")  # nothing of the decoder's
         points = self.run_host("sort", "--height", 20, "--points", "/dev/stdin", stdin=b"5,5\n40,5\n")
         self.assertEqual(points.code, 0, str(points))

@@ -19,12 +19,12 @@ class Locale(HostTest):
     def test_a_decimal_comma_changes_nothing(self):
         env = self.comma_locale()
         state = self.train("ocr", self.text_set(), "z.telvar", "--size", "20.5x30.25")
-        page = self.scratch / "schrift/seite.png"
-        points = self.file("punkte.csv", "0.5,10.25\n0.25,10\n")
-        for arguments in [["train", "--tool", "ocr", "--data", self.scratch / "schrift", "--size", "20.5x30.25", "--state",
+        page = self.scratch / "texts/page.png"
+        points = self.file("points.csv", "0.5,10.25\n0.25,10\n")
+        for arguments in [["train", "--tool", "ocr", "--data", self.scratch / "texts", "--size", "20.5x30.25", "--state",
                            state, "--force"],
                           ["process", "--state", state, "--roi", "0.5,0.25,0,0,50,50", page],
-                          ["evaluate", "--state", state, "--data", self.scratch / "schrift", "--size", "20.5x29.5"],
+                          ["evaluate", "--state", state, "--data", self.scratch / "texts", "--size", "20.5x29.5"],
                           ["sort", "--points", points, "--height", "20.5"]]:
             for form in ([], ["--json"]):
                 plain, german = self.run_host(*arguments, *form), self.run_host(*arguments, *form, env=env)

@@ -23,11 +23,11 @@ class Report(HostTest):
         """(widths of the decoded images, the page's text) after a browser without network has drawn it."""
         page = report.read_text("utf-8")
         self.assertIsNone(re.search(r"""(src|href)=["'](?!data:|#)""", page), "the page refers to something outside")
-        probed = self.file("geprüft.html", page.replace("</body>", PROBE + "</body>"))
+        probed = self.file("probed é.html", page.replace("</body>", PROBE + "</body>"))
         # Virtual time does not wait for the threads that decode: on a busy machine the page may be printed too early.
         for _ in range(5):
             dom = subprocess.run([BROWSER, "--headless", "--no-sandbox", "--disable-gpu", "--virtual-time-budget=20000",
-                                  "--host-resolver-rules=MAP * ~NOTFOUND", f"--user-data-dir={self.scratch}/profil",
+                                  "--host-resolver-rules=MAP * ~NOTFOUND", f"--user-data-dir={self.scratch}/profile",
                                   "--dump-dom", probed.as_uri()], capture_output=True, timeout=300).stdout.decode("utf-8")
             title = re.search("<title>decoded ?(.*?)</title>", dom)
             if title:
@@ -48,8 +48,8 @@ class Report(HostTest):
     def test_classifier(self):
         data = self.brightness_set()
         for value in (20, 60, 90):
-            self.file(f"probe/hell/falsch <{value}>.png", flat(value))
-        self.file("probe/hell/richtig.png", flat(201))
+            self.file(f"probe/light/wrong <{value}>.png", flat(value))
+        self.file("probe/light/right.png", flat(201))
         found, widths, text = self.evaluated("classifier", data, self.scratch / "probe")
         self.assertIn("25.0 %", text)
         self.assertEqual(len(widths), 3)
@@ -70,11 +70,11 @@ class Report(HostTest):
         page = self.text_set("probe", shown="ABÇ")
         labels = json.loads((page / "labels.json").read_text("utf-8"))
         # A second image, of which nothing is read, and a third that is read wholly.
-        self.file("probe/leer.png", png(60, 60, lambda x, y: 255))
-        shutil.copy(self.scratch / "schrift/seite.png", page / "ganz.png")
-        labels["images"] += [{**labels["images"][0], "file": name} for name in ("leer.png", "ganz.png")]
+        self.file("probe/empty.png", png(60, 60, lambda x, y: 255))
+        shutil.copy(self.scratch / "texts/page.png", page / "whole.png")
+        labels["images"] += [{**labels["images"][0], "file": name} for name in ("empty.png", "whole.png")]
         self.file("probe/labels.json", json.dumps(labels))
-        found, widths, text = self.evaluated("ocr", self.scratch / "schrift", page)
+        found, widths, text = self.evaluated("ocr", self.scratch / "texts", page)
         self.assertIn("41.67 %", text)  # 1 + 4 of 12
         self.assertIn("ÇD", text.replace(" ", ""))
         self.assertIn("Errors left when doubtful images are rejected", text)
