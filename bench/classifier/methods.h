@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "../common/cpu_seconds.h"
 #include "labelled_images.h"
 
 namespace bench {
@@ -26,7 +27,6 @@ Outcome run_engine(const LabelledImages& train, const LabelledImages& test, int 
 /// OpenCV's.
 Outcome run_hog_svm(const LabelledImages& train, const LabelledImages& test);
 
-/// CPU seconds of this process.
-double cpu_seconds();
+using telvar::bench::cpu_seconds;
 
 }  // namespace bench

@@ -12,8 +12,6 @@
 // --train     training images of each set, fewer than it has
 // --tests     test images of each set
 // --images    writes every test image with what the methods found beside it
-#include <sys/resource.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -23,6 +21,7 @@
 #include <opencv2/imgproc.hpp>
 #include <set>
 
+#include "../common/cpu_seconds.h"
 #include "aerial_set.h"
 #include "context_sets.h"
 #include "figures.h"
@@ -40,16 +39,6 @@ struct Options {
   std::uint64_t draw = 0;
   int train = 0, tests = 0;  // 0: as many as the set has by default
 };
-
-/// CPU seconds of this process so far, all threads.
-double cpu_seconds() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  const auto seconds = [](const timeval& t) {
-    return static_cast<double>(t.tv_sec) + 1e-6 * static_cast<double>(t.tv_usec);
-  };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
 
 bool chosen(const std::set<std::string>& wanted, const std::string& name) {
   return wanted.empty() || wanted.count(name) != 0;
