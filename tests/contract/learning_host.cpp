@@ -2,8 +2,6 @@
 // or trains the one that learns quickest beside artifacts from there; requires right answers of
 // all. For runs in strange environments.
 
-#include <cstdio>
-#include <exception>
 #include <fstream>
 #include <string>
 
@@ -39,12 +37,8 @@ void run(const std::string& folder, bool trains) {
 }  // namespace
 
 int main(int count, char** arguments) {
-  try {
+  return little_tools::exit_code_of([&] {
     little_tools::require(count == 3, "usage: learning_host FOLDER train|use");
     run(arguments[1], std::string(arguments[2]) == "train");
-    return 0;
-  } catch (const std::exception& error) {
-    std::printf("%s\n", error.what());
-    return 1;
-  }
+  });
 }

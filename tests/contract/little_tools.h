@@ -6,6 +6,8 @@
 #include <TelvarWrappers/CreateWrapperFactory.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <exception>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -23,6 +25,18 @@ namespace Types = Orbalt::TelvarWrapper::Types;
 
 inline void require(bool holds, const std::string& what) {
   if (!holds) throw std::runtime_error(what);
+}
+
+/// A host's exit code: 0, or 1 after it has printed what `run` threw.
+template <class Run>
+int exit_code_of(Run run) {
+  try {
+    run();
+    return 0;
+  } catch (const std::exception& error) {
+    std::printf("%s\n", error.what());
+    return 1;
+  }
 }
 
 inline std::shared_ptr<Types::IWrapperFactory> factory_of(const LoadedLibrary& library) {

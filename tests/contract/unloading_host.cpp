@@ -3,7 +3,6 @@
 
 #include <chrono>
 #include <cstdio>
-#include <exception>
 #include <string>
 #include <thread>
 
@@ -72,11 +71,5 @@ void run() {
 }  // namespace
 
 int main() {
-  try {
-    run();
-    return 0;
-  } catch (const std::exception& error) {
-    std::printf("%s\n", error.what());
-    return 1;
-  }
+  return little_tools::exit_code_of(run);
 }

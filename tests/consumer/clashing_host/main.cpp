@@ -4,7 +4,6 @@
 #include <google/protobuf/descriptor.h>
 
 #include <cstdio>
-#include <exception>
 #include <memory>
 #include <string>
 
@@ -78,11 +77,5 @@ void run() {
 }  // namespace
 
 int main() {
-  try {
-    run();
-    return 0;
-  } catch (const std::exception& error) {
-    std::printf("%s\n", error.what());
-    return 1;
-  }
+  return little_tools::exit_code_of(run);
 }

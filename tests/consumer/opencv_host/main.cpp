@@ -1,8 +1,6 @@
 // Trains and uses the tools on images that the host draws with its own OpenCV, and goes on using
 // that while the library is loaded and after it is gone.
 
-#include <cstdio>
-#include <exception>
 #include <fstream>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
@@ -58,11 +56,5 @@ void run() {
 }  // namespace
 
 int main() {
-  try {
-    run();
-    return 0;
-  } catch (const std::exception& error) {
-    std::printf("%s\n", error.what());
-    return 1;
-  }
+  return little_tools::exit_code_of(run);
 }
