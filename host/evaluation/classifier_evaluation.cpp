@@ -7,13 +7,6 @@
 namespace telvar_host {
 namespace {
 
-double score_of(const Scores& scores, const std::string& category) {
-  for (const auto& score : scores) {
-    if (score.categoryId == category) return score.score;
-  }
-  return 0;
-}
-
 void count(ClassifierEvaluation& evaluation, const ClassifierItem& item, const Scores& scores) {
   const auto best = best_of(scores);
   const bool right = best.categoryId == item.category;
@@ -23,8 +16,7 @@ void count(ClassifierEvaluation& evaluation, const ClassifierItem& item, const S
   if (right) {
     ++evaluation.right;
   } else {
-    evaluation.mistakes.push_back(
-        {item, best.categoryId, best.score, score_of(scores, item.category)});
+    evaluation.mistakes.push_back({item, best.categoryId, best.score});
   }
 }
 

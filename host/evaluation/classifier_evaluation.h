@@ -18,8 +18,7 @@ namespace telvar_host {
 struct ClassifierMistake {
   ClassifierItem item;
   std::string answer;
-  double score = 0;        // of the answer
-  double truth_score = 0;  // of the true category
+  double score = 0;  // of the answer
 };
 
 struct ClassifierEvaluation {

@@ -36,10 +36,6 @@ std::uint64_t Overlap::true_pixels() const {
   return from(inside_, 0);
 }
 
-std::uint64_t Overlap::found_pixels(int threshold) const {
-  return from(inside_, threshold) + from(outside_, threshold);
-}
-
 std::uint64_t Overlap::wrong_pixels(int threshold) const {
   return true_pixels() - from(inside_, threshold) + from(outside_, threshold);
 }

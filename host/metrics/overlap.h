@@ -18,7 +18,6 @@ class Overlap {
   // neither the truth nor the answer has a pixel.
   std::optional<double> iou(int threshold = 128) const;
   std::uint64_t true_pixels() const;
-  std::uint64_t found_pixels(int threshold = 128) const;
   std::uint64_t wrong_pixels(int threshold = 128) const;
 
  private:

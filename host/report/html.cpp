@@ -54,18 +54,6 @@ std::string details_html(const std::string& summary, const std::string& body, bo
          "</summary>\n" + body + "</details>\n";
 }
 
-std::string table_html(const std::vector<std::vector<std::string>>& rows) {
-  std::string html = "<div class=\"scroll\"><table>";
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    const std::string tag = i == 0 ? "th" : "td";
-    html += "<tr>";
-    for (const auto& cell : rows[i])
-      html += "<" + tag + ">" + html_escaped(cell) + "</" + tag + ">";
-    html += "</tr>\n";
-  }
-  return html + "</table></div>\n";
-}
-
 std::string page_html(const std::string& title, const std::string& lead,
                       const std::vector<Section>& sections) {
   std::string html =

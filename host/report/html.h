@@ -38,7 +38,4 @@ std::string file_html(const std::string& file);
 // A disclosure that is open or closed at first. `body` is HTML.
 std::string details_html(const std::string& summary, const std::string& body, bool open);
 
-// A table; cells are plain text, the first row is the header.
-std::string table_html(const std::vector<std::vector<std::string>>& rows);
-
 }  // namespace telvar_host

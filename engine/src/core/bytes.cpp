@@ -36,9 +36,6 @@ void ByteWriter::integer(std::uint64_t value, int size) {
 void ByteWriter::f32(float value) {
   u32(bits_of<std::uint32_t>(value));
 }
-void ByteWriter::f64(double value) {
-  u64(bits_of<std::uint64_t>(value));
-}
 
 void ByteWriter::text(std::string_view value) {
   u32(static_cast<std::uint32_t>(value.size()));
@@ -80,9 +77,6 @@ std::uint64_t ByteReader::integer(int size, const char* what) {
 
 float ByteReader::f32(const char* what) {
   return finite(bits_of<float>(u32(what)), what);
-}
-double ByteReader::f64(const char* what) {
-  return finite(bits_of<double>(u64(what)), what);
 }
 
 std::uint32_t ByteReader::count(const char* what, std::uint32_t low, std::uint32_t high) {

@@ -25,7 +25,6 @@ class ByteWriter {
   void i32(std::int32_t value) { integer(static_cast<std::uint32_t>(value), 4); }
   /// IEEE 754 single and double.
   void f32(float value);
-  void f64(double value);
   /// A u32 length, then the bytes.
   void text(std::string_view value);
   /// A u64 length, then the bytes.
@@ -56,7 +55,6 @@ class ByteReader {
   std::int32_t i32(const char* what) { return static_cast<std::int32_t>(integer(4, what)); }
   /// Finite numbers only.
   float f32(const char* what);
-  double f64(const char* what);
   /// A u32 that must lie in low..high.
   std::uint32_t count(const char* what, std::uint32_t low, std::uint32_t high);
   std::string_view text(const char* what, std::uint32_t max_size);
