@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a task needs, if they are missing.
 #
-#   scripts/install-packages.sh build|test|demo|bench|windows|bare|FILE [...]
+#   scripts/install-packages.sh build|test|demo|bench|windows|tidy|bare|FILE [...]
 #
 # A FILE (its path has a slash) names packages, one a line; '#' starts a comment.
 # On a machine with nothing installed, `scripts/test.sh bare` proves the lists.
@@ -19,6 +19,7 @@ windows=(g++-mingw-w64-x86-64-posix wine64 wine googletest llvm-14 clang-14 dpkg
 bench=(tesseract-ocr libtesseract-dev libleptonica-dev jbigkit-bin jbigkit-testdata fonts-ocr-a fonts-ocr-b
        fonts-dejavu-core fonts-liberation visp-images-data dataset-fashion-mnist libbenchmark-dev
        libopencv-ml-dev libopencv-objdetect-dev pkg-config git python3 python3-numpy python3-pil python3-scipy)
+tidy=(clang-14 clang-tidy-14)
 bare=(mmdebstrap)
 
 wanted=()
@@ -28,6 +29,7 @@ for task in "$@"; do
     test) wanted+=("${build[@]}" "${test[@]}") ;;
     windows) wanted+=("${build[@]}" "${windows[@]}") ;;
     bench) wanted+=("${build[@]}" "${bench[@]}") ;;
+    tidy) wanted+=("${build[@]}" "${tidy[@]}") ;;
     demo) wanted+=("${library[@]}") ;;  # it fetches its images without installing them
     bare) wanted+=("${bare[@]}") ;;
     */*)

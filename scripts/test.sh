@@ -2,7 +2,7 @@
 # Installs what is missing, builds and runs every test. One leg a line at the end, with its seconds.
 #
 #   scripts/test.sh                      all legs: format release asan-ubsan tsan windows bare
-#   scripts/test.sh release ...          the legs named
+#   scripts/test.sh release ...          the legs named; tidy, which takes longest, runs only when it is named
 #   scripts/test.sh --quick [leg ...]    only what shows that no package is missing: every preset configures, and of
 #                                        each leg a few tests pass, none skipped; fuzz is a leg too, bare is none
 #
@@ -22,6 +22,7 @@ else
 fi
 legs=("$@")
 [ ${#legs[@]} -eq 0 ] && legs=("${known[@]}")
+[ -n "$quick" ] || known+=(tidy)
 for leg in "${legs[@]}"; do
   case " ${known[*]} " in *" $leg "*) ;; *) echo "test: unknown leg '$leg'" >&2; exit 2 ;; esac
 done
@@ -81,6 +82,7 @@ whole_leg() {
     asan-ubsan | tsan) preset "$1" ;;
     windows) scripts/test-windows.sh ;;
     bare) scripts/test-bare.sh ;;
+    tidy) configure tidy && build tidy ;;
   esac
 }
 
@@ -117,7 +119,11 @@ run_leg() {
 }
 
 package_install=$([ "$(id -u)" = 0 ] && echo ON || echo OFF)
-case " ${legs[*]} " in *" windows "*) scripts/install-packages.sh test windows ;; *) scripts/install-packages.sh test ;; esac
+lists=(test)
+for leg in windows tidy; do
+  case " ${legs[*]} " in *" $leg "*) lists+=("$leg") ;; esac
+done
+scripts/install-packages.sh "${lists[@]}"
 summary+=("packages: $SECONDS s")
 mkdir -p build
 for leg in "${legs[@]}"; do run_leg "$leg"; done
