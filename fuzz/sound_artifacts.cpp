@@ -1,7 +1,7 @@
 #include "sound_artifacts.h"
 
 #include "core/random.h"
-#include "ocr/network.h"
+#include "ocr/network/network.h"
 #include "ocr/state.h"
 #include "segmenter/network.h"
 #include "segmenter/state.h"

@@ -11,8 +11,8 @@
 #include "classifier/preparation.h"
 #include "nn/inference.h"
 #include "nn/training.h"
-#include "ocr/crops.h"
-#include "ocr/network.h"
+#include "ocr/network/network.h"
+#include "ocr/samples/crops.h"
 #include "segmenter/network.h"
 
 namespace {

@@ -14,8 +14,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "ocr/network.h"
-#include "ocr/network_training.h"
+#include "ocr/network/network.h"
+#include "ocr/network/network_training.h"
 #include "ocr/state.h"
 #include "telvar/image.h"
 

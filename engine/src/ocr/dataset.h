@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "ocr/preparation.h"
+#include "ocr/samples/preparation.h"
 #include "telvar/callbacks.h"
 
 namespace telvar::core {

@@ -4,7 +4,7 @@
 #include "core/library_threads.h"
 #include "core/messages.h"
 #include "core/worker_pool.h"
-#include "ocr/expert_inference.h"
+#include "ocr/experts/expert_inference.h"
 #include "ocr/limits.h"
 #include "ocr/result.h"
 #include "ocr/state.h"

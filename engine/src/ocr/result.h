@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "ocr/decoding.h"
-#include "ocr/reading_scale.h"
+#include "ocr/experts/decoding.h"
+#include "ocr/samples/reading_scale.h"
 
 namespace telvar::ocr {
 

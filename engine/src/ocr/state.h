@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "ocr/expert.h"
+#include "ocr/experts/expert.h"
 
 namespace telvar::ocr {
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 
 #include "ocr/base.h"
-#include "ocr/evaluation.h"
-#include "ocr/expert_choice.h"
-#include "ocr/expert_inference.h"
-#include "ocr/expert_training.h"
+#include "ocr/experts/evaluation.h"
+#include "ocr/experts/expert_choice.h"
+#include "ocr/experts/expert_inference.h"
+#include "ocr/experts/expert_training.h"
 #include "ocr/limits.h"
 
 namespace telvar::ocr {

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <limits>
 
-#include "ocr/network.h"
+#include "ocr/network/network.h"
 #include "ocr/training.h"
 #include "pages.h"
 #include "telvar/exceptions.h"

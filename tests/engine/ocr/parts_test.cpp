@@ -5,13 +5,13 @@
 #include <cmath>
 
 #include "core/cache_session.h"
-#include "ocr/calibration.h"
-#include "ocr/contrast.h"
 #include "ocr/dataset.h"
-#include "ocr/decoding.h"
-#include "ocr/exemplars.h"
+#include "ocr/experts/calibration.h"
+#include "ocr/experts/decoding.h"
+#include "ocr/experts/exemplars.h"
 #include "ocr/limits.h"
-#include "ocr/loss.h"
+#include "ocr/network/loss.h"
+#include "ocr/samples/contrast.h"
 #include "pages.h"
 
 namespace telvar::ocr {

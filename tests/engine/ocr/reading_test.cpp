@@ -7,7 +7,7 @@
 #include <numeric>
 #include <thread>
 
-#include "ocr/inference.h"
+#include "ocr/experts/inference.h"
 #include "ocr/state.h"
 #include "pages.h"
 
