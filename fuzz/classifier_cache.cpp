@@ -2,7 +2,7 @@
 #include "artifact_target.h"
 #include "cache_target.h"
 #include "classifier/dataset.h"
-#include "classifier/preparation.h"
+#include "classifier/samples/preparation.h"
 
 using namespace telvar::fuzz;
 

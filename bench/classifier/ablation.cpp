@@ -16,7 +16,7 @@
 
 #include "classifier/dataset.h"
 #include "classifier/evaluation.h"
-#include "classifier/feature_orders.h"
+#include "classifier/features/orders.h"
 #include "classifier/inference.h"
 #include "classifier/network_training.h"
 #include "classifier/state.h"

@@ -8,7 +8,7 @@
 #include <benchmark/benchmark.h>
 
 #include "classifier/network.h"
-#include "classifier/preparation.h"
+#include "classifier/samples/preparation.h"
 #include "nn/inference.h"
 #include "nn/training.h"
 #include "ocr/network/network.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "classifier/thumbnail.h"
+#include "classifier/samples/thumbnail.h"
 #include "core/cache_session.h"
 #include "core/worker_pool.h"
 #include "telvar/callbacks.h"

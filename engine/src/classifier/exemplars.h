@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "classifier/preparation.h"
+#include "classifier/samples/preparation.h"
 
 namespace telvar::classifier {
 

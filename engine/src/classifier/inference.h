@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "classifier/features.h"
+#include "classifier/features/features.h"
 #include "classifier/kernel/matrix.h"
 #include "classifier/state.h"
 #include "core/worker_pool.h"

@@ -5,7 +5,7 @@
 #include <numeric>
 #include <string>
 
-#include "classifier/augmentation.h"
+#include "classifier/samples/augmentation.h"
 
 namespace telvar::classifier {
 namespace {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "classifier/kernel/matrix.h"
-#include "classifier/preparation.h"
+#include "classifier/samples/preparation.h"
 #include "core/worker_pool.h"
 #include "nn/inference.h"
 #include "nn/network.h"

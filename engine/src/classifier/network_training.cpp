@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "classifier/augmentation.h"
 #include "classifier/limits.h"
+#include "classifier/samples/augmentation.h"
 #include "nn/training.h"
 
 namespace telvar::classifier {

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "classifier/dihedral.h"
-#include "classifier/preparation.h"
+#include "classifier/samples/dihedral.h"
+#include "classifier/samples/preparation.h"
 #include "core/worker_pool.h"
 #include "nn/network.h"
 

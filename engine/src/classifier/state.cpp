@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "classifier/feature_orders.h"
+#include "classifier/features/orders.h"
 #include "classifier/inference.h"
 #include "classifier/limits.h"
 #include "classifier/network.h"

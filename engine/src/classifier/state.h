@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "classifier/dihedral.h"
 #include "classifier/exemplars.h"
 #include "classifier/kernel/machine.h"
 #include "classifier/kernel/matrix.h"
 #include "classifier/network.h"
-#include "classifier/preparation.h"
+#include "classifier/samples/dihedral.h"
+#include "classifier/samples/preparation.h"
 #include "classifier/stacking.h"
 #include "core/worker_pool.h"
 

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <numeric>
 
-#include "classifier/feature_orders.h"
+#include "classifier/features/orders.h"
 #include "classifier/kernel/machine.h"
 
 namespace telvar::classifier {

@@ -4,9 +4,9 @@
 
 #include <vector>
 
-#include "classifier/dihedral.h"
 #include "classifier/kernel/choice.h"
-#include "classifier/preparation.h"
+#include "classifier/samples/dihedral.h"
+#include "classifier/samples/preparation.h"
 #include "core/worker_pool.h"
 
 namespace telvar::classifier {

@@ -7,7 +7,7 @@
 #include <cmath>
 
 #include "classifier/evaluation.h"
-#include "classifier/feature_orders.h"
+#include "classifier/features/orders.h"
 #include "classifier/stacking.h"
 #include "classifier/symmetry_search.h"
 #include "core/random.h"

@@ -6,11 +6,11 @@
 #include <set>
 #include <utility>
 
-#include "classifier/augmentation.h"
-#include "classifier/dihedral.h"
-#include "classifier/feature_orders.h"
-#include "classifier/features.h"
-#include "classifier/preparation.h"
+#include "classifier/features/features.h"
+#include "classifier/features/orders.h"
+#include "classifier/samples/augmentation.h"
+#include "classifier/samples/dihedral.h"
+#include "classifier/samples/preparation.h"
 #include "classifier/training_set.h"
 #include "core/random.h"
 #include "telvar/exceptions.h"

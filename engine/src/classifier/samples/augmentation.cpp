@@ -1,4 +1,4 @@
-#include "classifier/augmentation.h"
+#include "classifier/samples/augmentation.h"
 
 #include <algorithm>
 #include <cmath>

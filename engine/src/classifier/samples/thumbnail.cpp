@@ -1,4 +1,4 @@
-#include "classifier/thumbnail.h"
+#include "classifier/samples/thumbnail.h"
 
 #include <algorithm>
 #include <cmath>

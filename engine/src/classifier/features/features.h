@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "classifier/kernel/features.h"
-#include "classifier/preparation.h"
+#include "classifier/samples/preparation.h"
 
 namespace telvar::classifier {
 

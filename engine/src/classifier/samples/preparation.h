@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "classifier/thumbnail.h"
+#include "classifier/samples/thumbnail.h"
 #include "core/bytes.h"
 
 namespace telvar::classifier {

@@ -1,4 +1,4 @@
-#include "classifier/dihedral.h"
+#include "classifier/samples/dihedral.h"
 
 namespace telvar::classifier {
 

@@ -1,4 +1,4 @@
-#include "classifier/features.h"
+#include "classifier/features/features.h"
 
 #include <algorithm>
 #include <array>
@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "classifier/feature_layout.h"
+#include "classifier/features/layout.h"
 #include "core/sampling.h"
 
 namespace telvar::classifier {

@@ -3,8 +3,8 @@
 // Slightly changed copies of a sample: shifts, turns, sizes, light; mirrored, upside down or
 // turned any way only where that was found to change no category.
 
-#include "classifier/dihedral.h"
-#include "classifier/preparation.h"
+#include "classifier/samples/dihedral.h"
+#include "classifier/samples/preparation.h"
 #include "core/random.h"
 
 namespace telvar::classifier {

@@ -1,9 +1,9 @@
-#include "classifier/feature_orders.h"
+#include "classifier/features/orders.h"
 
 #include <iterator>
 #include <numeric>
 
-#include "classifier/feature_layout.h"
+#include "classifier/features/layout.h"
 
 namespace telvar::classifier {
 namespace {

@@ -1,4 +1,4 @@
-#include "classifier/preparation.h"
+#include "classifier/samples/preparation.h"
 
 #include <algorithm>
 #include <cmath>

@@ -5,9 +5,9 @@
 
 #include <vector>
 
-#include "classifier/dihedral.h"
 #include "classifier/kernel/features.h"
-#include "classifier/preparation.h"
+#include "classifier/samples/dihedral.h"
+#include "classifier/samples/preparation.h"
 
 namespace telvar::classifier {
 

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "classifier/preparation.h"
+#include "classifier/samples/preparation.h"
 
 namespace telvar::classifier {
 
