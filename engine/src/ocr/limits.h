@@ -3,7 +3,7 @@
 // What the reader accepts and keeps.
 
 #include "core/regions.h"
-#include "ocr/samples/reading_scale.h"  // of the nominal size
+#include "ocr/reading_scale.h"  // of the nominal size
 
 namespace telvar::ocr {
 

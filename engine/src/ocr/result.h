@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "ocr/experts/decoding.h"
-#include "ocr/samples/reading_scale.h"
+#include "ocr/reading_scale.h"
 
 namespace telvar::ocr {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "ocr/base.h"
+#include "ocr/expert_choice.h"
 #include "ocr/experts/evaluation.h"
-#include "ocr/experts/expert_choice.h"
 #include "ocr/experts/expert_inference.h"
 #include "ocr/experts/expert_training.h"
 #include "ocr/limits.h"

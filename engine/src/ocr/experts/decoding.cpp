@@ -6,7 +6,7 @@
 #include <numeric>
 #include <unordered_map>
 
-#include "ocr/samples/reading_scale.h"
+#include "ocr/reading_scale.h"
 
 namespace telvar::ocr {
 namespace {

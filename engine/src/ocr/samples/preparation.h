@@ -9,7 +9,7 @@
 
 #include "core/bytes.h"
 #include "core/regions.h"
-#include "ocr/samples/reading_scale.h"
+#include "ocr/reading_scale.h"
 
 namespace telvar::ocr {
 

@@ -1,4 +1,4 @@
-#include "ocr/experts/expert_choice.h"
+#include "ocr/expert_choice.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "ocr/samples/reading_scale.h"
+#include "ocr/reading_scale.h"
 
 #include <cmath>
 
