@@ -1,4 +1,4 @@
-// State that version 1.0 wrote loads and answers as it did there.
+// State that a released version wrote loads and answers as it did there.
 
 #include <gtest/gtest.h>
 
