@@ -23,7 +23,7 @@ class Programs:
         """From the artifact `start`, if there is one, or from nothing."""
         wall_ms, cpu_ms, value = map(float, self._run("ocr_bench", "train", folder, images, artifact,
                                                       *([start] if start else [])))
-        return {"train_wall_s": wall_ms / 1e3, "train_cpu_s": cpu_ms / 1e3, "held_back": value}
+        return {"train_wall_s": wall_ms / 1e3, "train_cpu_s": cpu_ms / 1e3, "held_out": value}
 
     def read(self, artifact, folder, out, way="read"):
         """`way` is read, read-inverted (light and dark exchanged) or read-patterns."""

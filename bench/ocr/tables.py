@@ -37,9 +37,9 @@ def _patterns(row):
 
 
 def _claim(row):
-    if "held_back" not in row:
+    if "held_out" not in row:
         return "-"
-    return f"{percent(row['held_back'])} / {percent(row['marks_right'])}"
+    return f"{percent(row['held_out'])} / {percent(row['marks_right'])}"
 
 
 def _print_means(results):

@@ -81,7 +81,7 @@ class SmartClassifier:
         progress: Optional[Progress] = None,
         threads: int = 0,
     ) -> TrainingResult:
-        """Trains from the current state and installs what was learnt.
+        """Trains from the current state and installs what was learned.
 
         `progress` is told how far the training is (see `telvar.images.Progress`) and may cancel it, as Ctrl-C does in the
         main thread; `threads` is the most threads that work at it, 0: as many as the process may use. A cancelled

@@ -200,7 +200,7 @@ class SmartOCR:
         progress: Optional[Progress] = None,
         threads: int = 0,
     ) -> TrainResult:
-        """Trains from the current state and installs what was learnt; `size` is then the data set's.
+        """Trains from the current state and installs what was learned; `size` is then the data set's.
 
         `progress` is told how far the training is (see `telvar.images.Progress`) and may cancel it, as Ctrl-C does in the
         main thread; `threads` is the most threads that work at it, 0: as many as the process may use. A cancelled

@@ -96,7 +96,7 @@ def test_a_tool_keeps_account_of_its_trainings(path):
     again.train(classifier.Dataset({"e": classifier.Sample("e", "z")}), lambda name: None)
     assert again.about["categories"] == ["x", "y", "z", "\ufffd"]
     assert [(t["images"], t["counts"]) for t in again.about["trainings"]] == [(4, {"x": 2, "y": 1, "\ufffd": 1}), (1, {"z": 1})]
-    # What the two strings alone have learnt is not known.
+    # What the two strings alone have learned is not known.
     unknown = telvar.SmartClassifier(DATA)
     unknown.train(classifier.Dataset(samples), lambda name: None)
     assert "categories" not in unknown.about and len(unknown.about["trainings"]) == 1

@@ -15,26 +15,26 @@ struct Ranges {
   float gamma;     // log
   float wave;      // of light, in deviations of the luma
 };
-constexpr Ranges kNormal{0.0F, 0.2F, 0.0F, 0.25F, 0.0F, 0.0F};
-constexpr Ranges kOfFewImages{0.5F, 0.35F, 3.0F, 0.4F, 0.3F, 0.7F};
+constexpr Ranges kNormal{0.0f, 0.2f, 0.0f, 0.25f, 0.0f, 0.0f};
+constexpr Ranges kOfFewImages{0.5f, 0.35f, 3.0f, 0.4f, 0.3f, 0.7f};
 
 const Ranges& ranges_of(Strength strength) {
   return strength == Strength::kNormal ? kNormal : kOfFewImages;
 }
 
-constexpr float kFullTurn = 6.2831853F;
+constexpr float kFullTurn = 6.2831853f;
 
 /// Quarter turns are the exception, so that categories told apart by their direction stay
 /// learnable.
-constexpr float kLargestTurn = 0.3F;        // radians
-constexpr float kQuarterTurnShare = 0.25F;  // of the crops
+constexpr float kLargestTurn = 0.3f;        // radians
+constexpr float kQuarterTurnShare = 0.25f;  // of the crops
 
 /// Lengths of waves, crop pixels.
-constexpr float kShortestBend = 40.0F, kMiddleBend = 80.0F, kLongestBend = 120.0F;
-constexpr float kShortestWave = 50.0F, kLongestWave = 250.0F;
+constexpr float kShortestBend = 40.0f, kMiddleBend = 80.0f, kLongestBend = 120.0f;
+constexpr float kShortestWave = 50.0f, kLongestWave = 250.0f;
 
-constexpr float kLargestOffset = 0.25F;  // of brightness, in deviations of the luma
-constexpr float kLargestNoise = 0.2F;    // likewise
+constexpr float kLargestOffset = 0.25f;  // of brightness, in deviations of the luma
+constexpr float kLargestNoise = 0.2f;    // likewise
 
 /// Crop pixel (u, v) to tile pixel: x = a u + b v + c and y = d u + e v + f.
 struct CropTransform {
@@ -47,13 +47,13 @@ CropTransform draw_transform(const Position& centre, int side, const Ranges& ran
   if (random.chance(kQuarterTurnShare)) angle += kFullTurn / 4;
   if (random.chance(ranges.any_turn)) angle = random.uniform(0, kFullTurn);
   const float scale = std::exp(random.uniform(-ranges.stretch, ranges.stretch));
-  const float flip_x = random.chance(0.5F) ? -scale : scale;
-  const float flip_y = random.chance(0.5F) ? -scale : scale;
+  const float flip_x = random.chance(0.5f) ? -scale : scale;
+  const float flip_y = random.chance(0.5f) ? -scale : scale;
   CropTransform t{std::cos(angle) * flip_x, -std::sin(angle) * flip_y, 0,
                   std::sin(angle) * flip_x, std::cos(angle) * flip_y,  0};
   const float middle = static_cast<float>(side - 1) / 2;
-  t.c = centre.x - 0.5F - (t.a + t.b) * middle;
-  t.f = centre.y - 0.5F - (t.d + t.e) * middle;
+  t.c = centre.x - 0.5f - (t.a + t.b) * middle;
+  t.f = centre.y - 0.5f - (t.d + t.e) * middle;
   return t;
 }
 
@@ -88,13 +88,13 @@ void bend(std::vector<Position>& positions, int side, float largest, core::Rando
 
 /// Uniform noise of the same variance as the normal deviate it stands for, at a third of its cost.
 float noise(core::Random& random) {
-  return (random.uniform() - 0.5F) * 3.4641016F;
+  return (random.uniform() - 0.5f) * 3.4641016f;
 }
 
 void vary_gamma(std::vector<float>& pixels, float largest, core::Random& random) {
   if (largest == 0) return;
   const float gamma = std::exp(random.uniform(-largest, largest));
-  for (float& value : pixels) value = std::pow(std::max(0.0F, value), gamma);
+  for (float& value : pixels) value = std::pow(std::max(0.0f, value), gamma);
 }
 
 void vary_contrast(std::vector<float>& pixels, std::size_t area, float deviation, float largest,
@@ -139,8 +139,8 @@ std::vector<Position> place_crop(const TrainingTile& tile, const Position& centr
   }
   bend(positions, side, ranges.bend, random);
   for (Position& at : positions) {
-    at.x = std::clamp(at.x, 0.0F, static_cast<float>(tile.width - 1));
-    at.y = std::clamp(at.y, 0.0F, static_cast<float>(tile.height - 1));
+    at.x = std::clamp(at.x, 0.0f, static_cast<float>(tile.width - 1));
+    at.y = std::clamp(at.y, 0.0f, static_cast<float>(tile.height - 1));
   }
   return positions;
 }

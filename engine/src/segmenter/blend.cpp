@@ -80,10 +80,10 @@ void BandBlender::finish_rows(int end) {
       unsigned char* to = images_[c].pixels.data() + std::size_t(y) * plan_.width;
       for (int x = 0; x < plan_.width; ++x) {
         // In this order, what is no number (extreme weights overflow) becomes 0.
-        const float probability = std::min(std::max(0.0F, from[x]), 1.0F);
-        to[x] = static_cast<unsigned char>(probability * 255.0F + 0.5F);
+        const float probability = std::min(std::max(0.0f, from[x]), 1.0f);
+        to[x] = static_cast<unsigned char>(probability * 255.0f + 0.5f);
       }
-      std::fill(from, from + plan_.width, 0.0F);
+      std::fill(from, from + plan_.width, 0.0f);
     }
   }
   finished_ = end;

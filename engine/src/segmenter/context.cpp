@@ -72,7 +72,7 @@ ContextMap ContextPredictor::predict(const float* pixels, int width, int height)
   const std::vector<float> input = prepare(pixels, width, height);
   std::vector<float> probabilities(std::size_t(categories_) * width * height);
   for (std::size_t i = 0; i < nets_.size(); ++i) {
-    add(i, input, width, height, 1.0F / static_cast<float>(nets_.size()), probabilities);
+    add(i, input, width, height, 1.0f / static_cast<float>(nets_.size()), probabilities);
   }
   return {width, height, probabilities};
 }
@@ -80,7 +80,7 @@ ContextMap ContextPredictor::predict(const float* pixels, int width, int height)
 ContextMap ContextPredictor::predict(const float* pixels, int width, int height,
                                      std::size_t net) const {
   std::vector<float> probabilities(std::size_t(categories_) * width * height);
-  add(net, prepare(pixels, width, height), width, height, 1.0F, probabilities);
+  add(net, prepare(pixels, width, height), width, height, 1.0f, probabilities);
   return {width, height, probabilities};
 }
 

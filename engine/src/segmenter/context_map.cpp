@@ -14,8 +14,8 @@ struct Between {
 
 Between cells_around(float position, int pixels, int cells) {
   const float at =
-      std::clamp((position + 0.5F) * static_cast<float>(cells) / static_cast<float>(pixels) - 0.5F,
-                 0.0F, static_cast<float>(cells - 1));
+      std::clamp((position + 0.5f) * static_cast<float>(cells) / static_cast<float>(pixels) - 0.5f,
+                 0.0f, static_cast<float>(cells - 1));
   const auto first = static_cast<int>(at);
   return {static_cast<std::size_t>(first), static_cast<std::size_t>(std::min(first + 1, cells - 1)),
           at - static_cast<float>(first)};
@@ -27,7 +27,7 @@ ContextMap::ContextMap(int width, int height, const std::vector<float>& probabil
     : width_(width), height_(height), values_(probabilities.size()) {
   std::transform(probabilities.begin(), probabilities.end(), values_.begin(), [](float p) {
     // In this order, what is no number (extreme weights overflow) becomes 0.
-    return static_cast<std::uint8_t>(std::min(std::max(0.0F, p), 1.0F) * 255.0F + 0.5F);
+    return static_cast<std::uint8_t>(std::min(std::max(0.0f, p), 1.0f) * 255.0f + 0.5f);
   });
 }
 
@@ -46,7 +46,7 @@ void ContextMap::sample(const PlaceInRegion& place, float x, float y, std::size_
     const float bottom =
         below[column.first] +
         column.share * static_cast<float>(below[column.second] - below[column.first]);
-    *out = (top + row.share * (bottom - top)) * (2.0F / 255) - 1;
+    *out = (top + row.share * (bottom - top)) * (2.0f / 255) - 1;
   }
 }
 
@@ -55,7 +55,7 @@ void fill_context_planes(const ContextMap& map, const PlaceInRegion& place, int 
   if (categories == 0) return;
   const std::size_t area = std::size_t(width) * height;
   if (map.empty()) {
-    std::fill_n(out, area * categories, 0.0F);
+    std::fill_n(out, area * categories, 0.0f);
     return;
   }
   for (int y = 0; y < height; ++y) {

@@ -29,7 +29,7 @@ class ContextMap {
   int height() const { return height_; }
   /// Of a cell, 0..1.
   float probability(int category, std::size_t cell) const {
-    return values_[category * (std::size_t(width_) * height_) + cell] * (1.0F / 255);
+    return values_[category * (std::size_t(width_) * height_) + cell] * (1.0f / 255);
   }
 
   /// Interpolates between cells at region pixel (x, y): 2 p - 1 for each category, to every

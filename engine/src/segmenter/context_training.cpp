@@ -11,7 +11,7 @@ namespace telvar::segmenter {
 namespace {
 
 /// Of the crops; what is learned without serves data sets whose things lie anywhere.
-constexpr float kWithoutPositions = 0.5F;
+constexpr float kWithoutPositions = 0.5f;
 
 /// What positions must add to the intersection over union.
 constexpr double kClearGain = 0.02;
@@ -47,7 +47,7 @@ std::vector<Overlap> measure_maps(const ContextData& data, const std::vector<Con
       const LabelPlane* plane = find_label(tile, c);
       for (std::size_t cell = 0; cell < tile.area(); ++cell) {
         add_pixel(plane != nullptr && bit_at(plane->bits, cell),
-                  maps[i].probability(c, cell) >= 0.5F, sums[c]);
+                  maps[i].probability(c, cell) >= 0.5f, sums[c]);
       }
     }
   }

@@ -9,12 +9,12 @@
 namespace telvar::segmenter {
 namespace {
 
-constexpr float kLargestShift = 0.15F;  // of positions, in halves of the region
+constexpr float kLargestShift = 0.15f;  // of positions, in halves of the region
 
 /// Things of a category that fewer than one in so many tiles show are faded, if they are thin:
 /// where there are more, they show themselves how faint they may be. And the share of their crops.
 constexpr std::size_t kRareShare = 3;
-constexpr float kFadedShare = 0.5F;
+constexpr float kFadedShare = 0.5f;
 
 constexpr std::size_t kPlacesPerOccurrence = 4096;
 
@@ -58,8 +58,8 @@ void sample_plane(const TrainingTile& tile, int channel, const std::vector<Posit
 void sample_labels(const TrainingTile& tile, const LabelPlane& plane,
                    const std::vector<Position>& positions, std::size_t stride, std::uint8_t* out) {
   for (const Position& at : positions) {
-    const auto column = static_cast<std::size_t>(at.x + 0.5F);
-    const auto row = static_cast<std::size_t>(at.y + 0.5F);
+    const auto column = static_cast<std::size_t>(at.x + 0.5f);
+    const auto row = static_cast<std::size_t>(at.y + 0.5f);
     *out = bit_at(plane.bits, row * tile.width + column) ? 1 : 0;
     out += stride;
   }
@@ -124,14 +124,14 @@ int CropSource::planes() const {
 CropSource::Place CropSource::choose_place(core::Random& random) const {
   Place place{};
   const auto side = static_cast<float>(side_);
-  if (!occurrences_.empty() && random.chance(0.5F)) {
+  if (!occurrences_.empty() && random.chance(0.5f)) {
     const auto& of_category = occurrences_[random.below(static_cast<int>(occurrences_.size()))];
     const Occurrence& chosen = of_category[random.below(static_cast<int>(of_category.size()))];
     const int pixel = chosen.pixels[random.below(static_cast<int>(chosen.pixels.size()))];
     place = {chosen.tile, static_cast<float>(pixel % chosen.tile->width),
              static_cast<float>(pixel / chosen.tile->width)};
-    place.x += random.uniform(-0.4F, 0.4F) * side;
-    place.y += random.uniform(-0.4F, 0.4F) * side;
+    place.x += random.uniform(-0.4f, 0.4f) * side;
+    place.y += random.uniform(-0.4f, 0.4f) * side;
   } else {
     place.tile = tiles_[random.below(static_cast<int>(tiles_.size()))];
     place.x = random.uniform(0, static_cast<float>(place.tile->width));

@@ -14,7 +14,7 @@ std::vector<Overlap> measure_tile(const Predictor& predictor, const TrainingTile
     const LabelPlane* plane = find_label(tile, c);
     for (std::size_t i = 0; i < tile.area(); ++i) {
       const bool belongs = plane != nullptr && bit_at(plane->bits, i);
-      const bool claimed = found[c * tile.area() + i] >= 0.5F;
+      const bool claimed = found[c * tile.area() + i] >= 0.5f;
       add_pixel(belongs, claimed, overlaps[c]);
     }
   }

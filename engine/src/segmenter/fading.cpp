@@ -11,7 +11,7 @@ constexpr int kThinReach = 12;
 constexpr double kThinShare = 0.75;
 
 /// How far from a pixel what it is blended with lies, crop pixels.
-constexpr float kNearest = 8.0F, kFarthest = 16.0F;
+constexpr float kNearest = 8.0f, kFarthest = 16.0f;
 
 /// What is kept of a thing's contrast at least; and the contrast, in deviations of what lies beside
 /// it, that it keeps in any case: what nobody could see must not be learned.
@@ -81,7 +81,7 @@ bool is_thin(const TrainingTile& tile, const LabelPlane& plane,
 
 void fade(const CropLabel& label, core::Random& random, std::vector<float>& pixels) {
   const std::size_t area = std::size_t(label.side) * label.side;
-  const float heading = random.uniform(0.0F, 6.2831853F);
+  const float heading = random.uniform(0.0f, 6.2831853f);
   const float reach = random.uniform(kNearest, kFarthest);
   const auto pairs = pairs_of(label, static_cast<int>(std::lround(reach * std::cos(heading))),
                               static_cast<int>(std::lround(reach * std::sin(heading))));
@@ -92,7 +92,7 @@ void fade(const CropLabel& label, core::Random& random, std::vector<float>& pixe
   }
   if (contrast <= kVisible) return;
   const auto least = static_cast<float>(std::max(kLeastKept, kVisible / contrast));
-  const float kept = random.uniform(least, 1.0F);
+  const float kept = random.uniform(least, 1.0f);
   for (std::size_t plane = 0; plane < pixels.size(); plane += area) {
     for (const Pair& pair : pairs) {  // what lies beside is changed by none
       const float beside = pixels[plane + pair.there];

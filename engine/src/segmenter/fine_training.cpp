@@ -9,7 +9,7 @@ namespace telvar::segmenter {
 namespace {
 
 /// Of the crops: they show no context, so that what can be told without is.
-constexpr float kWithoutContext = 0.25F;
+constexpr float kWithoutContext = 0.25f;
 
 std::vector<int> first_numbers(int count) {
   std::vector<int> numbers(count);

@@ -51,7 +51,7 @@ Probabilities Predictor::predict_piece(const float* pixels, int width, int heigh
     nn::interleave(planes.data(), extent, input.data());
     add_logits(net_(input.data(), {1, full_height, full_width}), mirror, width, height, logits);
   });
-  const float share = 1.0F / static_cast<float>(mirrors);
+  const float share = 1.0f / static_cast<float>(mirrors);
   for (float& value : logits) value = 1 / (1 + std::exp(-share * value));
   return logits;
 }

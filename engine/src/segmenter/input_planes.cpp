@@ -8,14 +8,14 @@ namespace telvar::segmenter {
 namespace {
 
 /// Of local contrast, in units of the luma's variance: noise on even ground stays small.
-constexpr float kLeastEnergy = 0.0025F;
+constexpr float kLeastEnergy = 0.0025f;
 
 /// Half of a normalised Gaussian, centre first, cut at 2.5 sigma.
 std::vector<float> half_kernel(float sigma) {
-  std::vector<float> half(static_cast<std::size_t>(std::ceil(2.5F * sigma)) + 1);
+  std::vector<float> half(static_cast<std::size_t>(std::ceil(2.5f * sigma)) + 1);
   float sum = 0;
   for (std::size_t i = 0; i < half.size(); ++i) {
-    half[i] = std::exp(-0.5F * static_cast<float>(i * i) / (sigma * sigma));
+    half[i] = std::exp(-0.5f * static_cast<float>(i * i) / (sigma * sigma));
     sum += i == 0 ? half[i] : 2 * half[i];
   }
   for (float& weight : half) weight /= sum;
@@ -66,7 +66,7 @@ std::vector<float> blur(const float* in, int width, int height, float sigma) {
 }
 
 void fill_luma(const InputSpec& spec, const float* pixels, std::size_t area, float* out) {
-  const float scale = 1.0F / spec.deviation;
+  const float scale = 1.0f / spec.deviation;
   for (std::size_t i = 0; i < area; ++i) {
     const float luma =
         spec.colour ? core::luma(pixels[i], pixels[area + i], pixels[2 * area + i]) : pixels[i];
@@ -78,14 +78,14 @@ void fill_luma(const InputSpec& spec, const float* pixels, std::size_t area, flo
 void fill_local_contrast(const std::vector<float>& detail, int width, int height, float* out) {
   std::vector<float> energy(detail.size());
   for (std::size_t i = 0; i < detail.size(); ++i) energy[i] = detail[i] * detail[i];
-  energy = blur(energy.data(), width, height, 12.0F);
+  energy = blur(energy.data(), width, height, 12.0f);
   for (std::size_t i = 0; i < detail.size(); ++i) {
     out[i] = detail[i] / std::sqrt(energy[i] + kLeastEnergy);
   }
 }
 
 void fill_hues(const InputSpec& spec, const float* pixels, std::size_t area, float* out) {
-  const float scale = 1.0F / spec.deviation;
+  const float scale = 1.0f / spec.deviation;
   for (std::size_t i = 0; i < area; ++i) {
     out[i] = (pixels[2 * area + i] - pixels[area + i]) * scale;
     out[area + i] = (pixels[i] - pixels[area + i]) * scale;
@@ -98,10 +98,10 @@ void fill_input_planes(const InputSpec& spec, const float* pixels, int width, in
                        float* out) {
   const std::size_t area = std::size_t(width) * height;
   fill_luma(spec, pixels, area, out);
-  const std::vector<float> fine = blur(out, width, height, 1.0F);
-  std::vector<float> detail = blur(out, width, height, 4.0F);
+  const std::vector<float> fine = blur(out, width, height, 1.0f);
+  std::vector<float> detail = blur(out, width, height, 4.0f);
   for (std::size_t i = 0; i < area; ++i) {
-    out[area + i] = 2.0F * (out[i] - fine[i]);
+    out[area + i] = 2.0f * (out[i] - fine[i]);
     out[2 * area + i] = fine[i] - detail[i];
     detail[i] = out[i] - detail[i];
   }

@@ -11,11 +11,11 @@ namespace telvar::segmenter {
 /// How inputs are made; learned from the training images and kept in the artifact.
 struct InputSpec {
   /// Floor of `deviation`: a training set of uniform images must not blow noise up without limit.
-  static constexpr float kMinDeviation = 1.0F / 1024;
+  static constexpr float kMinDeviation = 1.0f / 1024;
 
   bool colour = false;
-  float mean = 0.5F;       // of the training images' luma, 0..1
-  float deviation = 0.2F;  // likewise; kMinDeviation..1
+  float mean = 0.5f;       // of the training images' luma, 0..1
+  float deviation = 0.2f;  // likewise; kMinDeviation..1
   bool mirrored = false;   // predictions are the mean over an image and its mirror images
 
   core::Colour source() const { return colour ? core::Colour::kRgb : core::Colour::kGray; }

@@ -22,7 +22,7 @@ constexpr const char* kStemWeight = "stem.convolution.weight";
 void place_planes(const nn::Parameter& from, const std::vector<int>& places, nn::Parameter& to) {
   const std::size_t taps = std::size_t(to.shape[2]) * to.shape[3];
   const std::size_t old_planes = from.shape[1], planes = to.shape[1];
-  std::fill(to.values.begin(), to.values.end(), 0.0F);
+  std::fill(to.values.begin(), to.values.end(), 0.0f);
   for (std::size_t out = 0; out < std::size_t(to.shape[0]); ++out) {
     for (std::size_t in = 0; in < old_planes; ++in) {
       std::copy_n(from.values.begin() + std::ptrdiff_t((out * old_planes + in) * taps), taps,

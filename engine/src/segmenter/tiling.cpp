@@ -8,8 +8,8 @@ namespace {
 
 /// 0 before, 1 after a ramp of `fade` pixels in the middle of what two neighbours share.
 float rise(const TileSpan& earlier, const TileSpan& later, int position, int fade) {
-  const float middle = 0.5F * (earlier.begin + earlier.size + later.begin);
-  return std::clamp((position + 0.5F - middle) / fade + 0.5F, 0.0F, 1.0F);
+  const float middle = 0.5f * (earlier.begin + earlier.size + later.begin);
+  return std::clamp((position + 0.5f - middle) / fade + 0.5f, 0.0f, 1.0f);
 }
 
 }  // namespace
@@ -40,10 +40,10 @@ std::vector<TileSpan> overlapping_spans(int length, int size, int overlap, int m
 
 float blend_weight(const std::vector<TileSpan>& spans, std::size_t index, int at, int fade) {
   const int position = spans[index].begin + at;
-  float weight = 1.0F;
+  float weight = 1.0f;
   if (index > 0) weight *= rise(spans[index - 1], spans[index], position, fade);
   if (index + 1 < spans.size()) {
-    weight *= 1.0F - rise(spans[index], spans[index + 1], position, fade);
+    weight *= 1.0f - rise(spans[index], spans[index + 1], position, fade);
   }
   return weight;
 }

@@ -14,7 +14,7 @@ bool is_colour(const core::Raster& pixels) {
 }
 
 void append_value(std::string& out, float value, int depth) {
-  const float clamped = std::clamp(value, 0.0F, 1.0F);
+  const float clamped = std::clamp(value, 0.0f, 1.0f);
   if (depth == 1) {
     out.push_back(static_cast<char>(std::lround(clamped * 255)));
     return;

@@ -39,8 +39,8 @@ struct TrainingTile {
   /// The value at an index into the planes, 0..1.
   float value(std::size_t index) const {
     const auto* bytes = reinterpret_cast<const unsigned char*>(pixels.data());
-    if (depth == 1) return bytes[index] * (1.0F / 255);
-    return (bytes[2 * index] | bytes[2 * index + 1] << 8) * (1.0F / 65535);
+    if (depth == 1) return bytes[index] * (1.0f / 255);
+    return (bytes[2 * index] | bytes[2 * index + 1] << 8) * (1.0f / 65535);
   }
 };
 
