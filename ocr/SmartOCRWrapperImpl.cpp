@@ -22,7 +22,7 @@ SmartOCRWrapper::Impl::Impl(std::unique_ptr<Types::SmartOCR::Data> data,
     : train_cache_(CreateTrainCache()),
       training_parameters_(telvar_msg::qv::ocr::TrainingParameters().SerializeAsString()),
       access_(access ? std::move(access) : std::make_shared<TelvarAccess>()),
-      model_(Types::SmartOCR::Size(0.0F, 0.0F), std::move(data->artifact)) {
+      model_(Types::SmartOCR::Size(0.0f, 0.0f), std::move(data->artifact)) {
   RestoreTrainCache(train_cache_, data->trainCache, CreateTrainCache);
 }
 

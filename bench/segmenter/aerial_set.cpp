@@ -54,10 +54,10 @@ Tint crop_tint(cv::RNG& random) {
 
 void draw_fields(Planes& planes, LabelledImage& labelled, cv::RNG& random) {
   for (int i = random.uniform(2, 5); i > 0; --i) {
-    const cv::Point2f centre(random.uniform(20.0F, 300.0F), random.uniform(20.0F, 300.0F));
+    const cv::Point2f centre(random.uniform(20.0f, 300.0f), random.uniform(20.0f, 300.0f));
     const cv::RotatedRect box(centre,
-                              {random.uniform(70.0F, 170.0F), random.uniform(60.0F, 120.0F)},
-                              random.uniform(0.0F, 180.0F));
+                              {random.uniform(70.0f, 170.0f), random.uniform(60.0f, 120.0f)},
+                              random.uniform(0.0f, 180.0f));
     cv::Point2f corners[4];
     box.points(corners);
     cv::Mat mask = blank(kSize);
@@ -102,8 +102,8 @@ void draw_settlement(Planes& planes, LabelledImage& labelled, cv::RNG& random) {
     const cv::Point at = course[static_cast<std::size_t>(random.uniform(2, 21))];
     const double away = random.uniform(26.0, 44.0) * (random.uniform(0, 2) == 0 ? -1 : 1);
     const cv::Point2f centre(float(at.x + away), float(at.y + away * random.uniform(-1.0, 1.0)));
-    const cv::RotatedRect box(centre, {random.uniform(18.0F, 34.0F), random.uniform(14.0F, 22.0F)},
-                              random.uniform(0.0F, 180.0F));
+    const cv::RotatedRect box(centre, {random.uniform(18.0f, 34.0f), random.uniform(14.0f, 22.0f)},
+                              random.uniform(0.0f, 180.0f));
     cv::Point2f p[4];
     box.points(p);
     const cv::Point2f ridge[] = {(p[0] + p[1]) / 2, (p[2] + p[3]) / 2};

@@ -21,7 +21,7 @@ TrainingTile tile_of(const std::function<bool(int, int)>& belongs) {
   for (int y = 0; y < kSide; ++y) {
     for (int x = 0; x < kSide; ++x) {
       mask.at(y, x) = belongs(x, y);
-      raster.values[y * kSide + x] = belongs(x, y) ? 0.2F : 0.6F;
+      raster.values[y * kSide + x] = belongs(x, y) ? 0.2f : 0.6f;
     }
   }
   return make_tile(raster, 1, {mask}, 1);
@@ -48,7 +48,7 @@ TEST(Fading, TakesContrastFromThinThingsAndLeavesTheRest) {
   std::vector<float> pixels;
   for (int i = 0; i < kSide * kSide; ++i) {
     flags.push_back(belongs(i % kSide, 0) ? 1 : 0);
-    pixels.push_back(flags.back() != 0 ? 0.2F : 0.6F);
+    pixels.push_back(flags.back() != 0 ? 0.2f : 0.6f);
   }
   double faintest = 0;
   for (std::uint64_t seed = 0; seed < 20; ++seed) {
@@ -56,8 +56,8 @@ TEST(Fading, TakesContrastFromThinThingsAndLeavesTheRest) {
     core::Random random({seed});
     fade({flags.data(), 1, kSide}, random, faded);
     for (int i = 0; i < kSide * kSide; ++i) {
-      ASSERT_GE(faded[i], flags[i] != 0 ? 0.2F - 1e-6F : 0.6F - 1e-6F);
-      ASSERT_LE(faded[i], 0.6F + 1e-6F);
+      ASSERT_GE(faded[i], flags[i] != 0 ? 0.2f - 1e-6f : 0.6f - 1e-6f);
+      ASSERT_LE(faded[i], 0.6f + 1e-6f);
       if (flags[i] != 0) faintest = std::max<double>(faintest, faded[i]);
     }
   }
