@@ -22,7 +22,8 @@ const std::map<std::string, std::string> kOtherNames = {
 // The nearest of the names, empty where none is near.
 std::string nearest_to(const std::string& given, const std::vector<std::string>& names) {
   std::string nearest;
-  std::size_t least = std::max<std::size_t>(2, given.size() / 2);  // more than half is another word
+  // More than half is another word; two letters exchanged are a distance of two.
+  std::size_t least = std::max<std::size_t>(2, (given.size() + 1) / 2);
   for (const auto& name : names) {
     const auto distance = edit_distance(code_points(given), code_points(name));
     if (distance >= least) continue;
@@ -81,7 +82,9 @@ std::string explained(const CLI::App& app, const CLI::ParseError& error) {
   if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
     return reason.substr(0, reason.find(':')) + " needs a value";
   }
-  return commands.empty() ? reason + advice("", "telvar", "the commands") : reason;
+  if (commands.empty()) return reason + advice("", "telvar", "the commands");
+  const bool is_bare = !rest.empty() && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr;
+  return is_bare ? reason + "; '" + rest.front() + "' was given without an option" : reason;
 }
 
 bool names_no_command(const CLI::App& app) {

@@ -120,7 +120,8 @@ void check_mask_values(const cv::Mat& mask, const SegmenterData& data, const std
   double value = 0;
   cv::minMaxLoc(mask, nullptr, &value, nullptr, nullptr, known == 0);
   problems.add(path, "mask_value",
-               "has " + counted(unknown, "pixel") + " of no class in classes.txt, such as " +
+               "has " + counted(unknown, "pixel") + " of no class in " + data.class_list +
+                   ", such as " +
                    (value == kNoClass ? std::string("of a colour that is no class's")
                                       : std::to_string(static_cast<int>(value))));
 }

@@ -31,12 +31,14 @@ void read_classes(const fs::path& part, SegmenterData& data) {
   for (const auto& folder : {part, part.parent_path()}) {
     if (const auto file = folder / "classes.txt"; is_file(file)) {
       data.classes = parse_classes(read_file(file, 1 << 20), utf8(file));
+      data.class_list = utf8(file.filename());
       data.colours = std::make_shared<ColourIndexes>(palette_colours());
       return;
     }
     if (const auto file = folder / "labelmap.txt"; is_file(file)) {
       auto map = parse_label_map(read_file(file, 1 << 20), utf8(file));
       data.classes = std::move(map.classes);
+      data.class_list = utf8(file.filename());
       data.colours = std::make_shared<ColourIndexes>(std::move(map.colours));
       return;
     }

@@ -34,6 +34,7 @@ struct SegmenterData {
   std::vector<std::string> categories;           // sorted
   std::vector<SegmenterItem> items;              // sorted by id
   std::map<int, std::string> classes;            // of index masks; empty for a folder per category
+  std::string class_list;                        // the name of the file that lists these
   std::shared_ptr<const ColourIndexes> colours;  // of these, where masks show colours
 };
 

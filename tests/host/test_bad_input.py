@@ -228,6 +228,8 @@ class BadInput(HostTest):
     def test_what_is_misspelt_gets_a_suggestion(self):
         for named, arguments in [("'predict' is no command; did you mean 'process'? telvar", ["predict", "--help"]),
                                  ("'proces' is no command; did you mean 'process'?", ["proces", "--data", "x"]),
+                                 ("'trian' is no command; did you mean 'train'?", ["trian"]),
+                                 ("--state is required; 'x.telvar' was given without", ["inspect", "x.telvar"]),
                                  ("'telvar' has no option --verzion; did you mean '--version'?", ["--verzion"]),
                                  ("'train' has no option -x; telvar train --help", ["train", "-x"]),
                                  ("--data needs a value", ["train", "--tool", "ocr", "--data"]),

@@ -105,7 +105,7 @@ class SegmenterCommands(HostTest):
                 self.assertEqual(self.ok("evaluate", "--state", state, "--data", data)["iou"], {"left": 1, "right": 0})
                 self.file(f"{name}/masks/1.png", png(8, 8, lambda x, y: (1, 2, 3) if x == 0 else (0, 0, 0), channels=3))
                 found = self.run_host("check", "--tool", "segmenter", "--data", data, "--json")
-                self.assertIn(("mask_value", "has 8 pixels of no class in classes.txt, such as of a colour that is no class's"),
+                self.assertIn(("mask_value", f"has 8 pixels of no class in {file}, such as of a colour that is no class's"),
                               [(p["kind"], p["why"]) for p in json.loads(found.out)["problems"]])
 
     def test_categories_of_data_and_model_count_alike(self):
