@@ -42,18 +42,18 @@ fs::path temporary_beside(const fs::path& path) {
   return temporary_in(path.parent_path(), path);
 }
 
-// What runs that were killed left for `path` a day ago or earlier: nothing takes as long between
-// two files, and a younger one may belong to a run on another machine.
+// What runs that were killed left for `path`: those that are known to have ended, and, since others
+// may be on another machine, what is a day old: nothing takes as long between two files.
 void clear_leftovers(const fs::path& folder, const fs::path& path) {
   const auto prefix = "." + path.filename().u8string() + ".telvar-";
   const auto day_ago = fs::file_time_type::clock::now() - std::chrono::hours(24);
   std::error_code lost;  // leftovers are no reason to fail
   for (fs::directory_iterator at(folder, lost), end; !lost && at != end; at.increment(lost)) {
     std::error_code gone;
-    const bool ours = at->path().filename().u8string().compare(0, prefix.size(), prefix) == 0;
-    if (ours && fs::last_write_time(at->path(), gone) < day_ago && !gone) {
-      fs::remove_all(at->path(), gone);
-    }
+    const auto name = at->path().filename().u8string();
+    if (name.compare(0, prefix.size(), prefix) != 0) continue;
+    const bool is_old = fs::last_write_time(at->path(), gone) < day_ago && !gone;
+    if (is_old || has_ended(name.substr(prefix.size()))) fs::remove_all(at->path(), gone);
   }
 }
 

@@ -1,5 +1,8 @@
 #include "files/platform.h"
 
+#include <charconv>
+#include <functional>
+
 #ifdef _WIN32
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
@@ -7,6 +10,7 @@
 #include <vector>
 #else
 #include <fcntl.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,6 +18,31 @@
 #endif
 
 namespace telvar_host {
+namespace {
+
+// Tells machines apart, and containers that count processes for themselves.
+std::string machine_name();
+unsigned long process_number();
+bool runs(unsigned long process);
+
+std::string prefix_of_tags_here() {
+  return std::to_string(std::hash<std::string>()(machine_name()) & 0xffffffff) + "-";
+}
+
+}  // namespace
+
+std::string process_tag() {
+  return prefix_of_tags_here() + std::to_string(process_number());
+}
+
+bool has_ended(const std::string& tag) {
+  const auto here = prefix_of_tags_here();
+  if (tag.compare(0, here.size(), here) != 0) return false;
+  unsigned long process = 0;
+  const char* end = tag.data() + tag.size();
+  const auto read = std::from_chars(tag.data() + here.size(), end, process);
+  return read.ec == std::errc() && read.ptr == end && !runs(process);
+}
 
 #ifdef _WIN32
 void flush_to_disk(const std::filesystem::path& path) {
@@ -30,9 +59,29 @@ std::string reserve(const std::filesystem::path& file, std::uint64_t bytes) {
   return unknown || space.available >= bytes ? "" : "the disk is full";
 }
 
-std::string process_tag() {
-  return std::to_string(GetCurrentProcessId());
+namespace {
+
+std::string machine_name() {
+  char name[MAX_COMPUTERNAME_LENGTH + 1] = {};
+  DWORD size = sizeof name;
+  GetComputerNameA(name, &size);
+  return name;
 }
+
+unsigned long process_number() {
+  return GetCurrentProcessId();
+}
+
+bool runs(unsigned long process) {
+  const HANDLE handle = OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, process);
+  if (handle == nullptr) return GetLastError() != ERROR_INVALID_PARAMETER;
+  DWORD code = 0;
+  const bool known = GetExitCodeProcess(handle, &code);
+  CloseHandle(handle);
+  return !known || code == STILL_ACTIVE;
+}
+
+}  // namespace
 
 std::filesystem::path program_folder() {
   std::vector<wchar_t> buffer(32768);
@@ -57,9 +106,24 @@ std::string reserve(const std::filesystem::path& path, std::uint64_t bytes) {
   return full ? std::generic_category().message(refused) : "";
 }
 
-std::string process_tag() {
-  return std::to_string(getpid());
+namespace {
+
+std::string machine_name() {
+  char name[256] = {};
+  gethostname(name, sizeof name - 1);
+  std::error_code unknown;
+  return name + std::filesystem::read_symlink("/proc/self/ns/pid", unknown).string();
 }
+
+unsigned long process_number() {
+  return static_cast<unsigned long>(getpid());
+}
+
+bool runs(unsigned long process) {
+  return kill(static_cast<pid_t>(process), 0) == 0 || errno != ESRCH;
+}
+
+}  // namespace
 
 std::filesystem::path program_folder() {
   std::error_code error;

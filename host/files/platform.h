@@ -15,8 +15,11 @@ void flush_to_disk(const std::filesystem::path& path);
 // refused, or nothing, also where the file system cannot tell.
 std::string reserve(const std::filesystem::path& file, std::uint64_t bytes);
 
-// Unique among the processes that run now.
+// Unique among the processes that run now, here and on other machines: MACHINE-PROCESS.
 std::string process_tag();
+
+// Whether the process of that tag is known to have ended: it ran here, and does no longer.
+bool has_ended(const std::string& tag);
 
 // The folder of the running program.
 std::filesystem::path program_folder();

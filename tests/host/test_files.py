@@ -145,7 +145,21 @@ class Places(HostTest):
         self.assertNotIn("images", done.stderr)  # not even loaded
         self.assertEqual(self.files(), files)
 
-    def test_what_killed_runs_left_is_cleared_after_a_day(self):
+    def test_what_a_killed_run_left_is_cleared_by_the_next(self):
+        self.file("slow/slow/1.png", flat(99))
+        left = lambda: [name for name in self.files() if name.startswith(".z.telvar-")]
+        process = self.start("train", "--tool", "classifier", "--data", self.brightness_set("slow"), "--state",
+                             self.scratch / "z")
+        while not left():
+            self.assertIsNone(process.poll(), "ended by itself")
+        self.ok("train", "--tool", "classifier", "--data", self.brightness_set(), "--state", self.scratch / "z")
+        self.assertEqual(len(left()), 1, "of a run that goes on")
+        process.kill()
+        process.communicate()
+        self.ok("train", "--tool", "classifier", "--data", self.brightness_set(), "--state", self.scratch / "z", "--force")
+        self.assertEqual(left(), [])
+
+    def test_what_runs_elsewhere_left_is_cleared_after_a_day(self):
         self.file(".out.telvar-4000000/rest", b"?")
         self.file(".out.telvar-4000001/rest", b"?")
         self.file(".z.telvar-4000000", b"?")
