@@ -26,6 +26,7 @@ void set_openmp_threads(int threads) {
   omp_set_num_threads(threads);
 }
 #else
+void check_memory_for_openmp() {}
 int openmp_threads() {
   return 1;
 }
