@@ -86,6 +86,7 @@ class ExpertTraining {
   ExpertTrainingPlan plan_;
   std::vector<std::size_t> fresh_;
   Effort effort_;
+  bool is_touch_up_ = false;  // what is new is read well already
   int finish_steps_ = 0;
   std::optional<nn::Network> of_fold_;
   std::uint64_t stages_ = 0;
