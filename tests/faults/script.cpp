@@ -61,9 +61,9 @@ void SetScript() {
   telvar_msg::qv::ocr::TrainingResult trained;
   (*trained.mutable_labeled_sample_results())[kId].add_character_label_confidence(0.5f);
   script.answers["ocr.train"] = trained.SerializeAsString();
-  telvar_msg::qv::classification::TrainingResult learnt;
-  (*learnt.mutable_samples())[kId] = scores;
-  script.answers["classifier.train"] = learnt.SerializeAsString();
+  telvar_msg::qv::classification::TrainingResult learned;
+  (*learned.mutable_samples())[kId] = scores;
+  script.answers["classifier.train"] = learned.SerializeAsString();
   telvar_msg::qv::classification::ProcessingResult batch;
   (*batch.mutable_samples())[kId] = scores;
   script.answers["classifier.batch"] = batch.SerializeAsString();

@@ -136,8 +136,9 @@ Raster warp_mean(const Raster& source, const types::AffineTransform& t, int out_
     for (int x = 0; x < out_width; ++x) {
       float* pixel = &out.at(0, y, x);
       for (int s = 0; s < samples_x * samples_y; ++s) {
-        const double px = x + (s % samples_x + 0.5) / samples_x - 0.5;
-        const double py = y + (s / samples_x + 0.5) / samples_y - 0.5;
+        const int column = s % samples_x, row = s / samples_x;
+        const double px = x + (column + 0.5) / samples_x - 0.5;
+        const double py = y + (row + 0.5) / samples_y - 0.5;
         add_bilinear(source, t.a * px + t.b * py + t.c, t.d * px + t.e * py + t.f, weight, pixel,
                      out.plane_size());
       }
@@ -243,8 +244,8 @@ Mask sample_mask(const types::ImageView& image, const Region& region, int out_wi
                  int out_height) {
   const auto [width, height, stride, channels, bits, order] = image.layout;
   const unsigned char* pixels = image.pixels;
-  const std::size_t pixel_bytes = channels * (bits / 8),
-                    used_bytes = channels == 4 ? 3 * bits / 8 : pixel_bytes;
+  const std::size_t channel_bytes = bits / 8, pixel_bytes = channels * channel_bytes,
+                    used_bytes = channels == 4 ? 3 * channel_bytes : pixel_bytes;
   return nearest(
       scaled(region, out_width, out_height), out_width, out_height, static_cast<int>(width),
       static_cast<int>(height), [&, row_bytes = std::size_t{stride}](int x, int y) {

@@ -69,10 +69,10 @@ class WorkerPool::Impl {
   /// Keeps a copy, which cannot be destroyed, where leak checkers find it.
   static void abandon(std::unique_ptr<Impl> copy) noexcept {
     static std::atomic<Impl*> abandoned{nullptr};
-    copy->next_abandoned_ = abandoned.load();
-    while (!abandoned.compare_exchange_weak(copy->next_abandoned_, copy.get())) {
+    Impl* const kept = copy.release();
+    kept->next_abandoned_ = abandoned.load();
+    while (!abandoned.compare_exchange_weak(kept->next_abandoned_, kept)) {
     }
-    copy.release();
   }
 
   unsigned threads() const { return static_cast<unsigned>(workers_.size()) + 1; }

@@ -21,6 +21,7 @@ bool is_variance(std::string_view name) {
 template <class Parameters>
 auto by_name(Parameters& parameters) {
   std::vector<decltype(&parameters.front())> sorted;
+  sorted.reserve(parameters.size());
   for (auto& parameter : parameters) sorted.push_back(&parameter);
   std::sort(sorted.begin(), sorted.end(),
             [](const auto* a, const auto* b) { return a->name < b->name; });

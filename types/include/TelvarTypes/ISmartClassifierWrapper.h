@@ -39,14 +39,13 @@ class TELVAR_TYPES_API ISmartClassifierWrapper {
   /// throws (std::bad_alloc, std::ios_base::failure), when the train cache cannot be written.
   virtual std::unique_ptr<SmartClassifier::Data> GetData() const = 0;
 
-  /// Trains from the current state on `dataset` and installs what was learnt; images are asked from
-  /// `loadImage` by their identifiers. Returns how it went.
-  /// Throws InvalidArgumentException, InvalidLabelException, the image exceptions, the artifact
-  /// exceptions (a stored artifact that is damaged, of another tool or too new),
-  /// InvalidOperationException (any other failure of the engine), and whatever `loadImage` throws;
-  /// artifact and model are then as before, the train cache may have changed. If only building the
-  /// model from a new artifact fails, GetData returns the new artifact while the previous model, if
-  /// any, stays in use until the next training.
+  /// Trains from the current state on `dataset` and installs what was learned; images are asked
+  /// from `loadImage` by their identifiers. Returns how it went. Throws InvalidArgumentException,
+  /// InvalidLabelException, the image exceptions, the artifact exceptions (a stored artifact that
+  /// is damaged, of another tool or too new), InvalidOperationException (any other failure of the
+  /// engine), and whatever `loadImage` throws; artifact and model are then as before, the train
+  /// cache may have changed. If only building the model from a new artifact fails, GetData returns
+  /// the new artifact while the previous model, if any, stays in use until the next training.
   virtual SmartClassifier::TrainingResult Train(
       const SmartClassifier::Dataset& dataset,
       const std::function<std::shared_ptr<Image>(const std::string&)>& loadImage) = 0;

@@ -52,16 +52,15 @@ class TELVAR_TYPES_API ISmartOCRWrapper {
   ISmartOCRWrapper& operator=(const ISmartOCRWrapper&) = default;
   ISmartOCRWrapper& operator=(ISmartOCRWrapper&&) = default;
 
-  /// Trains from the current state on `dataset` and installs what was learnt; images are asked from
-  /// `loadImage` by their identifiers. The engine's model is built anew for the data set's size.
-  /// Returns how it went.
-  /// Throws InvalidArgumentException, InvalidLabelException, the image and region exceptions, the
-  /// artifact exceptions (a stored artifact that is damaged, of another tool or too new),
-  /// InvalidOperationException (any other failure of the engine), and whatever `loadImage` throws;
-  /// artifact and model are then as before, the train cache may have changed. If only building the
-  /// model from a new artifact fails, the reader holds the new artifact, which GetData returns, and
-  /// the data set's size; at that size the previous model, if any, stays in use, for any other size
-  /// a model is built from the new artifact.
+  /// Trains from the current state on `dataset` and installs what was learned; images are asked
+  /// from `loadImage` by their identifiers. The engine's model is built anew for the data set's
+  /// size. Returns how it went. Throws InvalidArgumentException, InvalidLabelException, the image
+  /// and region exceptions, the artifact exceptions (a stored artifact that is damaged, of another
+  /// tool or too new), InvalidOperationException (any other failure of the engine), and whatever
+  /// `loadImage` throws; artifact and model are then as before, the train cache may have changed.
+  /// If only building the model from a new artifact fails, the reader holds the new artifact, which
+  /// GetData returns, and the data set's size; at that size the previous model, if any, stays in
+  /// use, for any other size a model is built from the new artifact.
   virtual SmartOCR::TrainResult Train(
       const SmartOCR::Dataset& dataset,
       const std::function<std::shared_ptr<Image>(const std::string&)>& loadImage) = 0;

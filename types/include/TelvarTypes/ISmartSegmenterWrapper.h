@@ -40,14 +40,14 @@ class TELVAR_TYPES_API ISmartSegmenterWrapper {
   /// throws (std::bad_alloc, std::ios_base::failure), when the train cache cannot be written.
   virtual std::unique_ptr<SmartSegmenter::Data> GetData() const = 0;
 
-  /// Trains from the current state on `dataset` and installs what was learnt; images are asked from
-  /// `loadImage`, masks from `loadMask`, by their identifiers. Returns how it went.
-  /// Throws InvalidArgumentException, the image and region exceptions, the artifact exceptions (a
-  /// stored artifact that is damaged, of another tool or too new), InvalidOperationException (any
-  /// other failure of the engine), and whatever the loaders throw; artifact and model are then as
-  /// before, the train cache may have changed. If only building the model from a new artifact
-  /// fails, GetData returns the new artifact while the previous model, if any, stays in use until
-  /// the next training.
+  /// Trains from the current state on `dataset` and installs what was learned; images are asked
+  /// from `loadImage`, masks from `loadMask`, by their identifiers. Returns how it went. Throws
+  /// InvalidArgumentException, the image and region exceptions, the artifact exceptions (a stored
+  /// artifact that is damaged, of another tool or too new), InvalidOperationException (any other
+  /// failure of the engine), and whatever the loaders throw; artifact and model are then as before,
+  /// the train cache may have changed. If only building the model from a new artifact fails,
+  /// GetData returns the new artifact while the previous model, if any, stays in use until the next
+  /// training.
   virtual SmartSegmenter::TrainingResult Train(
       const SmartSegmenter::Dataset& dataset,
       const std::function<std::shared_ptr<Image>(const std::string&)>& loadImage,

@@ -101,10 +101,10 @@ struct TELVAR_TYPES_API TrainingResult {
   TELVAR_TYPES_VALUE_OPERATIONS(TrainingResult);
 
   /// Intersection over union at probability 0.5, 0..1, mean over the categories that occur: on the
-  /// images held back (a fifth, 1 to 10), before a last stage learns from these too. Cautious for
+  /// held-out images (a fifth, 1 to 10), before a last stage learns from these too. Cautious for
   /// that reason; flattering where the artifact that the training started from had already seen
-  /// them, for a category that only images show which taught it, and where none could be held back,
-  /// as with a single image: then it is measured on what was learnt from.
+  /// them, for a category that only images show which taught it, and where none could be held out,
+  /// as with a single image: then it is measured on what was learned from.
   double score = 0.0;
 };
 

@@ -68,7 +68,7 @@ bool is_small(const ConvolutionGeometry& g) {
 Forward::primitive_desc forward_description(const Forward::desc& described,
                                             const dnnl::primitive_attr& attributes,
                                             const dnnl::engine& engine, bool short_lived) {
-  const Forward::primitive_desc first(described, attributes, engine);
+  Forward::primitive_desc first(described, attributes, engine);
   if (!short_lived || !starts_with(first.impl_info_str(), "brgconv")) return first;
   Forward::primitive_desc other(described, attributes, engine);
   while (other.next_impl()) {
