@@ -1,13 +1,14 @@
 // Trains the built-in base network of the reader on a rendered data set (README.md):
 //
-//   train_base FOLDER BASE_FILE [--steps N] [--images N]      100000 steps, all images
+//   train_base FOLDER BASE_FILE [--steps N] [--images N] [--from BASE_FILE]
 //
-// The base file is a reader artifact without exemplars.
+// Learns for 100000 steps from all images, from nothing or from an earlier base of the same
+// categories. The base file is a reader artifact without exemplars.
 
 #include <charconv>
 #include <cstdio>
 #include <fstream>
-#include <map>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <set>
@@ -92,21 +93,39 @@ void write_base(const BaseSet& set, const nn::Network& net, const std::string& f
   if (!stream) throw std::runtime_error(file + " cannot be written");
 }
 
-void train_base(const std::string& folder, const std::string& file, int steps, std::size_t most) {
-  const BaseSet set = read_set(folder, most);
+/// The network of an earlier base; throws std::runtime_error unless it has these categories.
+nn::Network network_of(const std::string& file, const std::vector<std::string>& categories) {
+  std::ifstream stream(file, std::ios::binary);
+  if (!stream) throw std::runtime_error(file + " cannot be read");
+  const Expert expert = read_state({std::istreambuf_iterator<char>(stream), {}}).experts.front();
+  if (expert.categories != categories) throw std::runtime_error(file + " has other categories");
+  return expert.net;
+}
+
+struct Options {
+  std::string folder, file;
+  int steps = 100000;
+  std::size_t images = 1000000;
+  std::string from;  // base file to start from, or empty
+};
+
+void train_base(const Options& options) {
+  const BaseSet set = read_set(options.folder, options.images);
   std::printf("%zu images, %zu categories\n", set.samples.size(), set.categories.size());
   std::vector<const PreparedSample*> samples;
   for (const PreparedSample& sample : set.samples) samples.push_back(&sample);
   core::Random random({kSeed});
-  nn::Network net = make_network(static_cast<int>(set.categories.size()), random);
+  nn::Network net = options.from.empty()
+                        ? make_network(static_cast<int>(set.categories.size()), random)
+                        : network_of(options.from, set.categories);
   core::WorkerPool pool;
   NetworkPlan plan;
-  plan.steps = steps;
-  plan.seed = kSeed;
+  plan.steps = options.steps;
+  plan.seed = options.from.empty() ? kSeed : kSeed + 1;  // other crops than those seen
   plan.crops_per_step = 4;
   plan.inverted = 0.5f;
   train_network(net, samples, plan, pool);
-  write_base(set, net, file);
+  write_base(set, net, options.file);
 }
 
 /// The number that an option has; throws std::runtime_error unless it is one from 1 on.
@@ -120,20 +139,36 @@ int number_of(const std::string& option, const std::string& text) {
   return number;
 }
 
+Options options_of(int count, char** arguments) {
+  Options options;
+  options.folder = arguments[1];
+  options.file = arguments[2];
+  for (int i = 3; i + 1 < count; i += 2) {
+    const std::string name = arguments[i], value = arguments[i + 1];
+    if (name == "--steps") {
+      options.steps = number_of(name, value);
+    } else if (name == "--images") {
+      options.images = static_cast<std::size_t>(number_of(name, value));
+    } else if (name == "--from") {
+      options.from = value;
+    } else {
+      throw std::runtime_error("there is no option " + name);
+    }
+  }
+  return options;
+}
+
 }  // namespace
 }  // namespace telvar::ocr
 
 int main(int count, char** arguments) {
-  std::map<std::string, std::string> options{{"--steps", "100000"}, {"--images", "1000000"}};
-  for (int i = 3; i + 1 < count; i += 2) options[arguments[i]] = arguments[i + 1];
-  if (count < 3 || count % 2 == 0 || options.size() > 2) {
-    std::fprintf(stderr, "usage: train_base FOLDER BASE_FILE [--steps N] [--images N]\n");
+  if (count < 3 || count % 2 == 0) {
+    std::fprintf(
+        stderr, "usage: train_base FOLDER BASE_FILE [--steps N] [--images N] [--from BASE_FILE]\n");
     return 2;
   }
   try {
-    const int steps = telvar::ocr::number_of("--steps", options["--steps"]);
-    const int images = telvar::ocr::number_of("--images", options["--images"]);
-    telvar::ocr::train_base(arguments[1], arguments[2], steps, static_cast<std::size_t>(images));
+    telvar::ocr::train_base(telvar::ocr::options_of(count, arguments));
   } catch (const std::exception& error) {
     std::fprintf(stderr, "train_base: %s\n", error.what());
     return 1;

@@ -24,6 +24,8 @@ void write(const std::string& text) {
 }
 
 constexpr const char* kClearLine = "\r\x1b[K";
+// Between the lines of a log: few in a long training, and none in most stages.
+constexpr std::chrono::milliseconds kPlainPause(15000);
 
 }  // namespace
 
@@ -45,10 +47,10 @@ void Progress::start(const std::string& what, std::size_t total) {
   begin_ = std::chrono::steady_clock::now();
   if (moving_) {
     write(kClearLine + line());  // even the shortest stage shows
-    drawer_ = std::thread([this] { keep_drawing(); });
   } else {
-    write(what_ + (total_ > 0 ? ": " + std::to_string(total_) + " images" : "") + "\n");
+    write(what_ + (total_ > 0 ? ": " + counted(total_, "image") : "") + "\n");
   }
+  drawer_ = std::thread([this] { keep_drawing(); });
 }
 
 void Progress::step() {
@@ -86,9 +88,9 @@ void Progress::note(const std::string& text) {
 
 void Progress::keep_drawing() {
   std::unique_lock<std::mutex> lock(mutex_);
-  while (!stop_) {
-    write(kClearLine + line());
-    stopped_.wait_for(lock, std::chrono::milliseconds(200));
+  const auto pause = moving_ ? std::chrono::milliseconds(200) : kPlainPause;
+  while (!stopped_.wait_for(lock, pause, [this] { return stop_; })) {
+    write(moving_ ? kClearLine + line() : line() + "\n");
   }
 }
 
@@ -97,7 +99,7 @@ std::string Progress::line() const {
   const auto elapsed = "  " + clock(seconds_since(begin_));
   if (total_ == 0 || count_ == total_) return what_ + elapsed;
   const auto text =
-      what_ + ": " + std::to_string(count_) + " of " + std::to_string(total_) + " images" + elapsed;
+      what_ + ": " + std::to_string(count_) + " of " + counted(total_, "image") + elapsed;
   if (count_ == 0) return text;
   const double each = seconds_since(begin_) / static_cast<double>(count_);
   return text + ", " + clock(each * static_cast<double>(total_ - count_)) + " left";

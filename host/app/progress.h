@@ -2,7 +2,8 @@
 //
 // On a terminal one line moves: a count while images are read, then the share of the work that is
 // done, the time left and the score so far where they are known, and the elapsed time otherwise.
-// Elsewhere a plain line marks each stage's start and end. Nothing is written when quiet.
+// Elsewhere a plain line marks each stage's start and end, and says the same every 15 seconds.
+// Nothing is written when quiet.
 #pragma once
 
 #include <chrono>

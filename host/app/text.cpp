@@ -54,6 +54,11 @@ std::optional<double> parse_number(std::string_view text) {
   return value;
 }
 
+std::string counted(std::size_t count, const std::string& one, const std::string& many) {
+  const std::string& thing = count == 1 ? one : many;
+  return std::to_string(count) + " " + (thing.empty() ? one + "s" : thing);
+}
+
 std::vector<std::string> split(std::string_view text, char separator) {
   std::vector<std::string> parts;
   std::size_t start = 0;

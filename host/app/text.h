@@ -16,6 +16,9 @@ std::string fixed(double value, int digits);
 // "1e3".
 std::optional<double> parse_number(std::string_view text);
 
+// "1 image", "2 images"; `many` where the plural is no mere s.
+std::string counted(std::size_t count, const std::string& one, const std::string& many = "");
+
 std::vector<std::string> split(std::string_view text, char separator);
 std::string trimmed(std::string_view text);
 // Lines without their ends; accepts LF and CR LF. A UTF-8 byte order mark is dropped.

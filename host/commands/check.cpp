@@ -44,6 +44,7 @@ std::string text_of(const Audit& found) {
   text +=
       problems.empty() ? "no problems found\n" : counted(problems.list().size(), "problem") + ":\n";
   text += lines_of(problems);
+  if (!found.advice.empty()) text += "more labels would help:\n" + lines_of(found.advice);
   if (!found.unused.empty()) text += "not used:\n" + lines_of(found.unused);
   return text;
 }
@@ -93,6 +94,7 @@ Outcome check(const Options& options, Session& session) {
   outcome.json["images"] = found.images;
   outcome.json["counts"] = found.counts;
   outcome.json["problems"] = json_of(found.problems);
+  outcome.json["advice"] = json_of(found.advice);
   outcome.json["unused"] = json_of(found.unused);
   outcome.text = text_of(found);
   if (known) add_new_categories(found, *known, outcome);

@@ -6,6 +6,7 @@
 #include "commands/commands.h"
 #include "files/output.h"
 #include "files/state_about.h"
+#include "tools/training.h"
 
 namespace telvar_host {
 namespace {
@@ -29,7 +30,7 @@ void add_categories(const StateAbout& about, Outcome& outcome) {
   outcome.text += "\n";
 }
 
-void add_trainings(const StateAbout& about, Outcome& outcome) {
+void add_trainings(ToolKind tool, const StateAbout& about, Outcome& outcome) {
   outcome.json["trainings"] = Json::array();
   for (const auto& training : about.trainings) {
     outcome.json["trainings"].push_back({{"time", training.time},
@@ -38,11 +39,10 @@ void add_trainings(const StateAbout& about, Outcome& outcome) {
                                          {"counts", training.counts},
                                          {"score", training.score},
                                          {"seconds", training.seconds}});
-    outcome.text += "  trained      " + training.time + " on " + std::to_string(training.images) +
-                    " images in " + fixed(training.seconds, 1) + " s, score " +
-                    fixed(100 * std::abs(training.score), 1) +
-                    (training.score < 0 ? " % on the training images themselves" : " %") +
-                    " (telvar " + training.program + ")\n";
+    outcome.text += "  trained      " + training.time + " on " + counted(training.images, "image") +
+                    " in " + fixed(training.seconds, 1) + " s (telvar " + training.program +
+                    ")\n               score " + fixed(100 * std::abs(training.score), 1) +
+                    " %: " + measured_on(tool, training.score) + "\n";
   }
 }
 
@@ -65,7 +65,7 @@ Outcome inspect(const Options& options) {
                     fixed(state.size.height, 1) + " px\n";
   }
   add_categories(about, outcome);
-  add_trainings(about, outcome);
+  add_trainings(state.tool, about, outcome);
   outcome.text += "  artifact     " + std::to_string(state.artifact.size()) +
                   " bytes\n  train cache  " + std::to_string(state.train_cache.size()) +
                   " bytes\n  checksums    ok\n";

@@ -21,6 +21,23 @@ std::string percent(const std::optional<double>& share) {
   return share ? fixed(100 * *share, 2) + " %" : "unknown";
 }
 
+constexpr std::size_t kShownMistakes = 5;
+
+// The first few mistakes, of which `describe` makes a line each, and where the rest is.
+template <typename Mistake, typename Describe>
+std::string worst_of(const std::vector<Mistake>& mistakes, const Describe& describe) {
+  if (mistakes.empty()) return "";
+  const std::size_t shown = std::min(kShownMistakes, mistakes.size());
+  std::string text = "worst:\n";
+  for (std::size_t i = 0; i < shown; ++i) text += "  " + describe(mistakes[i]) + "\n";
+  if (mistakes.size() == shown) return text;
+  return text + "  and " + std::to_string(mistakes.size() - shown) + " more (--json lists all)\n";
+}
+
+std::string quoted_or_nothing(const std::string& text) {
+  return text.empty() ? "nothing" : "'" + padded(text, 0) + "'";
+}
+
 // The categories of the data that the state says it does not know.
 template <typename Categories>
 void add_unknown(const StateFile& state, const Categories& categories, EvaluationRun& run) {
@@ -49,7 +66,12 @@ EvaluationRun evaluate_classifier(Session& session, const StateFile& state,
   run.json = json_of(evaluation);
   run.text = "accuracy " + percent(evaluation.accuracy()) + ", " +
              std::to_string(evaluation.mistakes.size()) + " of " +
-             std::to_string(evaluation.images) + " wrong\n" + timing_text(evaluation.timing);
+             std::to_string(evaluation.images) + " wrong\n" + timing_text(evaluation.timing) +
+             worst_of(evaluation.mistakes, [](const ClassifierMistake& mistake) {
+               return utf8(mistake.item.file) + ": '" + padded(mistake.item.category, 0) +
+                      "' taken for '" + padded(mistake.answer, 0) + "', score " +
+                      fixed(mistake.score, 3);
+             });
   std::set<std::string> categories;
   for (const auto& item : data.items) categories.insert(item.category);
   add_unknown(state, categories, run);
@@ -70,13 +92,16 @@ EvaluationRun evaluate_segmenter(Session& session, const StateFile& state,
   run.json = json_of(evaluation);
   const auto mean = evaluation.mean_iou();
   run.text = "mean IoU " + (mean ? fixed(*mean, 4) : "unknown") + " over " +
-             std::to_string(evaluation.images) + " images\n";
+             counted(evaluation.images, "image") + "\n";
   for (const auto& [category, overlap] : evaluation.overlap) {
     const auto iou = overlap.iou();
     run.text +=
         "  " + padded(category, 24) + " " + (iou ? fixed(*iou, 4) : "occurs nowhere") + "\n";
   }
-  run.text += timing_text(evaluation.timing);
+  run.text += timing_text(evaluation.timing) +
+              worst_of(evaluation.mistakes, [](const SegmenterMistake& mistake) {
+                return utf8(mistake.item.file) + ": mean IoU " + fixed(mistake.mean_iou, 4);
+              });
   add_unknown(state, data.categories, run);
   if (with_report) run.section = section_of(evaluation);
   return run;
@@ -108,7 +133,12 @@ EvaluationRun evaluate_reader(Session& session, const StateFile& state,
              std::to_string(evaluation.characters) + " characters\nlines read exactly " +
              percent(evaluation.exact_line_rate()) + " of " + std::to_string(evaluation.lines) +
              " lines (" + std::to_string(evaluation.stray_lines) + " stray)\n" +
-             timing_text(evaluation.timing);
+             timing_text(evaluation.timing) +
+             worst_of(evaluation.mistakes, [&](const ReaderMistake& mistake) {
+               return utf8(data.items[mistake.item].file) + ": " +
+                      quoted_or_nothing(mistake.expected) + " read as " +
+                      quoted_or_nothing(mistake.read);
+             });
   std::set<std::string> categories;
   for (const auto& item : data.items) {
     for (const auto& mark : item.characters) categories.insert(mark.category);

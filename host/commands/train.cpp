@@ -37,21 +37,6 @@ std::uint64_t room_for_state(const StateFile& from) {
   return std::max<std::uint64_t>(kFirst, 2 * (from.artifact.size() + from.train_cache.size()));
 }
 
-// What the engine's score stands for (docs/engine.md).
-std::string measured_on(const TrainingRun& run) {
-  switch (run.state.tool) {
-    case ToolKind::kOcr:
-      return run.score < 0
-                 ? "characters read right on the training images themselves: none could be held out"
-                 : "characters read right on images that had not been learned from";
-    case ToolKind::kClassifier:
-      return "accuracy on held-out images, or by cross-validation where they are few";
-    case ToolKind::kSegmenter:
-      break;
-  }
-  return "mean intersection over union on held-out images";
-}
-
 Outcome outcome_of(const TrainingRun& run, const Options& options) {
   Outcome outcome;
   auto& json = outcome.json;
@@ -62,16 +47,17 @@ Outcome outcome_of(const TrainingRun& run, const Options& options) {
   json["skipped"] = run.skipped;
   json["score"] = std::abs(run.score);
   json["held_out"] = run.score >= 0;
-  json["score_measures"] = measured_on(run);
+  json["score_measures"] = measured_on(run.state.tool, run.score);
   json["seconds"] = run.seconds;
   if (run.state.tool == ToolKind::kOcr)
     json["size"] = {run.state.size.width, run.state.size.height};
   json["artifact_bytes"] = run.state.artifact.size();
   json["train_cache_bytes"] = run.state.train_cache.size();
-  outcome.text = "trained " + options.tool + " on " + std::to_string(run.images) + " images, " +
-                 std::to_string(run.counts.size()) + " categories, in " + fixed(run.seconds, 1) +
-                 " s\nscore " + fixed(100 * std::abs(run.score), 1) + " %: " + measured_on(run) +
-                 "\nstate in " + options.state + "\n";
+  outcome.text = "trained " + options.tool + " on " + counted(run.images, "image") + ", " +
+                 counted(run.counts.size(), "category", "categories") + ", in " +
+                 fixed(run.seconds, 1) + " s\nscore " + fixed(100 * std::abs(run.score), 1) +
+                 " %: " + measured_on(run.state.tool, run.score) + "\nstate in " + options.state +
+                 "\n";
   return outcome;
 }
 

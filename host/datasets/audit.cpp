@@ -76,11 +76,12 @@ class Tally {
 
   std::size_t training_categories() const { return training_.size(); }
 
-  void report_single_samples(const std::string& what, const Categories& known) const {
+  void report_single_samples(const std::string& what, const Categories& known,
+                             Problems& report) const {
     for (const auto& [category, training] : training_) {
       if (training.count != 1 || known.count(category) != 0) continue;
-      audit_.problems.add(utf8(training.file), "single_sample",
-                          "is the only " + what + " to train '" + category + "' with");
+      report.add(utf8(training.file), "single_sample",
+                 "is the only " + what + " to train '" + category + "' with");
     }
   }
 
@@ -198,7 +199,7 @@ Audit audit_classifier(const fs::path& source, const Categories& known, Progress
     used.push_back(item.file);
   }
   audit.images = data.items.size();
-  tally.report_single_samples("image", known);
+  tally.report_single_samples("image", known, audit.problems);
   if (known.empty() && tally.training_categories() == 1) {
     audit.problems.add(utf8(source), "single_category", "holds one category; training needs two");
   }
@@ -228,7 +229,7 @@ Audit audit_segmenter(const fs::path& source, const Categories& known, Progress&
                          "no mask shows the category '" + category + "'");
     }
   }
-  tally.report_single_samples("image", known);
+  tally.report_single_samples("image", known, audit.advice);
   report_alike(source, audit);
   report_rest(source, std::move(used), audit);
   return audit;
@@ -254,7 +255,7 @@ Audit audit_ocr(const fs::path& source, const Categories& known, Progress& progr
     check_marks(item, opened[item.file], tally, audit.problems);
   }
   audit.images = data.items.size();
-  tally.report_single_samples("place with a character", known);
+  tally.report_single_samples("place with a character", known, audit.advice);
   report_alike(source, audit);
   report_rest(source, std::move(used), audit);
   return audit;

@@ -18,13 +18,16 @@ struct Audit {
   // Per category: images of it (classifier, segmenter) or marks of it (ocr).
   std::map<std::string, std::size_t> counts;
   Problems problems;
+  // What more labels would help: no fault.
+  Problems advice;
   // Images, and links to folders, that lie in the folder but are not used: no fault by itself.
   Problems unused;
 };
 
 // Each reads the data set's structure, then opens every file: unreadable images, images that
 // are the same pixel by pixel, masks of another size or with unknown values, marks outside the
-// image, and categories with one sample to train on. Throws data_error when there is no such data
+// image. Categories with one sample to train on are a fault where a training refuses
+// them (classifier), and advice elsewhere. Throws data_error when there is no such data
 // set at all.
 //
 // `known` are the categories of the state that a training would go on from: one sample is enough of

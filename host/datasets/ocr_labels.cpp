@@ -91,8 +91,8 @@ fs::path only_image(const fs::path& folder) {
   Problems lost;
   const auto images = entries_in(folder, lost).images;
   if (images.size() != 1) {
-    throw data_error(utf8(folder) + ": holds " + std::to_string(images.size()) +
-                     " images; chars.tsv needs a column 'file' then");
+    throw data_error(utf8(folder) + ": holds " + counted(images.size(), "image") +
+                     "; chars.tsv needs a column 'file' then");
   }
   return images.front();
 }

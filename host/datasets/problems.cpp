@@ -3,12 +3,9 @@
 #include <algorithm>
 
 #include "app/errors.h"
+#include "app/text.h"
 
 namespace telvar_host {
-
-std::string counted(std::size_t count, const std::string& thing) {
-  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
-}
 
 void Problems::throw_if_any() const {
   if (empty()) return;

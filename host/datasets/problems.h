@@ -7,9 +7,6 @@
 
 namespace telvar_host {
 
-// "1 image", "2 images".
-std::string counted(std::size_t count, const std::string& thing);
-
 struct Problem {
   std::string path;  // as the user can open it
   std::string kind;  // one of the kinds listed in docs/datasets.md, e.g. "unreadable"

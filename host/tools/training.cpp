@@ -120,4 +120,18 @@ TrainingRun run_training(Session& session, const std::filesystem::path& data, co
   return run;
 }
 
+std::string measured_on(ToolKind tool, double score) {
+  switch (tool) {
+    case ToolKind::kOcr:
+      return score < 0
+                 ? "characters read right on the training images themselves: none could be held out"
+                 : "characters read right on images that had not been learned from";
+    case ToolKind::kClassifier:
+      return "accuracy on held-out images, or by cross-validation where they are few";
+    case ToolKind::kSegmenter:
+      break;
+  }
+  return "mean intersection over union on held-out images";
+}
+
 }  // namespace telvar_host

@@ -32,4 +32,7 @@ struct TrainingSettings {
 TrainingRun run_training(Session& session, const std::filesystem::path& data, const StateFile& from,
                          const TrainingSettings& settings = {});
 
+// What the score of a training stands for (docs/engine.md), in words.
+std::string measured_on(ToolKind tool, double score);
+
 }  // namespace telvar_host

@@ -150,17 +150,18 @@ class BadInput(HostTest):
             ("classifier", "t", [("one.png", "single_sample")]),
             ("classifier", "g", [("g", "alike"), ("g", "alike")]),
             ("segmenter", "s", [("0.png", "mask_size"), ("1.png", "mask_channels"),
-                                ("alone.png", "mask_without_image"), ("2.JPG", "mask_lossy"),
-                                ("2.png", "single_sample")]),
-            ("segmenter", "i", [("b.png", "missing_mask"), ("a.png", "mask_value"), ("a.png", "single_sample")]),
-            ("ocr", "o", [("page.png", kind) for kind in
-                          ("empty_label", "duplicate", "outside", "outside", *["single_sample"] * 3)]),
+                                ("alone.png", "mask_without_image"), ("2.JPG", "mask_lossy")]),
+            ("segmenter", "i", [("b.png", "missing_mask"), ("a.png", "mask_value")]),
+            ("ocr", "o", [("page.png", kind) for kind in ("empty_label", "duplicate", "outside", "outside")]),
         ]:
             with self.subTest(data):
                 done = self.run_host("check", "--tool", tool, "--data", self.scratch / data, "--json")
                 self.assertEqual(done.code, BAD_DATA, str(done))
-                found = [(p["path"].rsplit("/", 1)[-1], p["kind"]) for p in json.loads(done.out)["problems"]]
+                answer = json.loads(done.out)
+                found = [(p["path"].rsplit("/", 1)[-1], p["kind"]) for p in answer["problems"]]
                 self.assertEqual(sorted(found), sorted(expected))
+                self.assertEqual([p["kind"] for p in answer["advice"]],
+                                 ["single_sample"] * {"s": 1, "i": 1, "o": 3}.get(data, 0))
                 plain = self.run_host("check", "--tool", tool, "--data", self.scratch / data)
                 self.assertIn(f"\n{len(expected)} problem{'s' if len(expected) > 1 else ''}:\n", plain.out)
                 for name, _ in expected:
