@@ -25,14 +25,15 @@ void fill_positions(int width, int height, int full_width, int full_height, floa
 
 }  // namespace
 
-OverviewSize overview_size(int region_width, int region_height) {
-  const double scale = std::min(1.0, double{kOverviewSide} / std::max(region_width, region_height));
+OverviewSize overview_size(int region_width, int region_height, int longer_side) {
+  const double longest = std::max(region_width, region_height);
+  const double scale = std::min(1.0, longer_side / longest);
   const auto scaled = [&](int side) { return std::max(1, static_cast<int>(side * scale + 0.5)); };
   return {scaled(region_width), scaled(region_height)};
 }
 
 ContextPredictor::ContextPredictor(const ContextModel& model, const InputSpec& spec)
-    : spec_(spec), positions_(model.positions) {
+    : spec_(spec), positions_(model.positions), side_(model.side) {
   for (const nn::Network& net : model.nets) {
     nets_.emplace_back(net, nn::default_kernels().fastest_number());
     categories_ = net.answer_channels();

@@ -12,8 +12,13 @@
 
 namespace telvar::segmenter {
 
-/// The longer side of an overview, cells. A region is reduced to it, never enlarged.
-constexpr int kOverviewSide = 96;
+/// The longer side of an overview, cells. A region is reduced to it, never enlarged. The network
+/// sees 61 cells around each, so it sees all of an overview from nearly everywhere. In regions of
+/// 96 cells it took one of two equal parts for the other more often, at twice the cost.
+constexpr int kOverviewSide = 64;
+
+/// That of artifacts up to version 2, which is also the longest.
+constexpr int kLongestOverview = 96;
 
 /// Images that the fine network sees nearly whole need no context.
 constexpr int kSeenWithoutContext = 128;
@@ -26,6 +31,7 @@ constexpr int kPositionPlanes = 2;
 struct ContextModel {
   std::vector<nn::Network> nets;  // none: the fine network goes without context
   bool positions = false;         // whether the networks are told where a pixel lies
+  int side = kOverviewSide;       // of the overviews, the longer one
 
   bool empty() const { return nets.empty(); }
 };
@@ -34,7 +40,7 @@ struct ContextModel {
 struct OverviewSize {
   int width, height;
 };
-OverviewSize overview_size(int region_width, int region_height);
+OverviewSize overview_size(int region_width, int region_height, int longer_side);
 
 /// The networks at work. Immutable; any number of threads.
 class ContextPredictor {
@@ -43,6 +49,8 @@ class ContextPredictor {
   ContextPredictor(const ContextModel& model, const InputSpec& spec);
 
   bool empty() const { return nets_.empty(); }
+  /// The longer side of the overviews that they take, cells.
+  int side() const { return side_; }
 
   /// By all networks: the mean of their probabilities. `pixels`: an overview, source channels x
   /// height x width.
@@ -57,6 +65,7 @@ class ContextPredictor {
 
   InputSpec spec_;
   bool positions_;
+  int side_;
   std::vector<nn::Inference> nets_;
   int categories_ = 0;
 };

@@ -21,23 +21,37 @@ constexpr double kLeastKnown = 0.3;
 constexpr double kHandicap = 0.05;
 constexpr double kLeastHope = 0.03;
 
+/// The share of what the fine network misses that the context, on its own, must know for no trial
+/// to be needed: that of what is left to the better of both, without the handicap granted above.
+constexpr double kPlainGain = 0.5;
+
 /// What overviews must be able to show of some category, as intersection over union.
 constexpr double kLeastShown = 0.8;
 
 constexpr std::uint64_t kContextSeed = kSeed + 100;
 
-/// Whether the context, on its own, knows some categories so much better than the fine network does
-/// that both together may.
-bool is_promising(const std::vector<Overlap>& context, const std::vector<Overlap>& fine) {
-  if (mean_iou(context) < kLeastKnown) return false;
+/// The mean of what categories would gain, were each left to whichever knows it better.
+double gain_of_better(const std::vector<Overlap>& context, const std::vector<Overlap>& fine,
+                      double handicap) {
   double gain = 0;
   int judged = 0;
   for (std::size_t c = 0; c < fine.size(); ++c) {
     if (fine[c].labelled == 0 || context[c].labelled == 0) continue;
-    gain += std::max(0.0, mean_iou({context[c]}) + kHandicap - mean_iou({fine[c]}));
+    gain += std::max(0.0, mean_iou({context[c]}) + handicap - mean_iou({fine[c]}));
     ++judged;
   }
-  return judged > 0 && gain >= kLeastHope * judged;
+  return judged > 0 ? gain / judged : 0;
+}
+
+/// Whether the context, on its own, knows some categories so much better than the fine network does
+/// that both together may.
+bool is_promising(const std::vector<Overlap>& context, const std::vector<Overlap>& fine) {
+  return mean_iou(context) >= kLeastKnown && gain_of_better(context, fine, kHandicap) >= kLeastHope;
+}
+
+/// Whether it is plain already that both together know more.
+bool is_plain(const std::vector<Overlap>& context, const std::vector<Overlap>& fine) {
+  return gain_of_better(context, fine, 0) >= kPlainGain * (1 - mean_iou(fine));
 }
 
 void assign_taught_folds(const TrainingTask& task, std::size_t folds) {
@@ -51,20 +65,26 @@ void teach_network(const TrainingTask& task, std::size_t fold, ContextModel& mod
                 fold, model, task.pool);
 }
 
-/// Networks for a context from nothing. None where the first of them, judged by what it has not
-/// learned from, leaves no hope beside what the fine network finds.
-ContextModel initial_context(const TrainingTask& task, const std::vector<Overlap>& fine) {
+/// A context from nothing, and what it knows of what it has not learned from.
+struct InitialContext {
+  ContextModel model;
+  std::vector<Overlap> known;
+};
+
+/// Without networks where one of them leaves no hope beside what the fine network finds.
+InitialContext initial_context(const TrainingTask& task, const std::vector<Overlap>& fine) {
   const TrainingSet& set = task.set;
   assign_taught_folds(task, kContextFolds);
   ContextModel context;
+  std::vector<Overlap> known;
   for (int i = 0; i < kContextFolds; ++i) {
     context.nets.push_back(
         make_initial_net(set.input().planes() + kPositionPlanes, set.count(), kContextSeed + i));
     teach_network(task, i, context);
-    const auto known = choose_positions(set.context, context, task.pool);
+    known = choose_positions(set.context, context, task.pool);
     if (!is_promising(known, fine)) return {};
   }
-  return context;
+  return {std::move(context), std::move(known)};
 }
 
 /// Returns the score after it.
@@ -96,9 +116,14 @@ void teach_context(const TrainingTask& task, ContextModel& model) {
 }
 
 double run_round_with_choice(const TrainingTask& task, Networks& networks) {
-  ContextModel context = initial_context(task, measure(task, task.set.judging, networks));
-  if (context.empty()) return run_round(task, networks);
-  Networks told = with_context(task, networks, std::move(context));
+  const std::vector<Overlap> fine = measure(task, task.set.judging, networks);
+  InitialContext context = initial_context(task, fine);
+  if (context.model.empty()) return run_round(task, networks);
+  Networks told = with_context(task, networks, std::move(context.model));
+  if (is_plain(context.known, fine)) {
+    networks = std::move(told);
+    return run_round(task, networks);
+  }
   const double without = run_round(task, networks);
   const double with = run_round(task, told);
   if (with < without + kClearGain * (1 - without)) return without;

@@ -100,7 +100,8 @@ void assign_folds(const std::vector<bool>& teaches, int folds, std::vector<Overv
 void train_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
                    std::size_t fold, ContextModel& model, core::WorkerPool& pool) {
   const int side = canvas_side(data), left_out = static_cast<int>(fold);
-  const CropStyle style{nullptr, true, kWithoutPositions};
+  // There are no more views of a region than images, so each is varied as those of few are.
+  const CropStyle style{nullptr, true, kWithoutPositions, false, Strength::kOfFewImages};
   const Tiles fresh = taught_overviews(data, left_out, 0, data.fresh);
   const Tiles old = taught_overviews(data, left_out, data.fresh, data.overviews.size());
   if (fresh.empty()) return;

@@ -8,7 +8,7 @@ namespace {
 // In the order of the fields: rounds and their steps, settling, finish and its rate, peak rate,
 // steps of each context network. Chosen on the generated sets of the bench, as the limits below.
 
-constexpr Effort kFromNothing{5, 60, 105, 120, 0.5, 3e-3, 200};
+constexpr Effort kFromNothing{5, 60, 105, 120, 0.5, 3e-3, 250};
 
 /// More of the steps are made with all of the images.
 constexpr Effort kFromFew{4, 60, 80, 300, 1.0, 3e-3, 0};

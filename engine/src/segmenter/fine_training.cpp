@@ -62,6 +62,7 @@ Networks grown_networks(const SegmenterState& base, const TrainingSet& set) {
   const int planes = set.input().planes();
   Networks networks;
   networks.context.positions = base.context.positions;
+  networks.context.side = base.context.side;
   std::vector<int> inputs = own;
   for (int i = 0; i < kPositionPlanes; ++i) inputs.push_back(planes + i);
   for (const nn::Network& net : base.context.nets) {

@@ -21,7 +21,7 @@ constexpr int kOverlap = 64;
 ContextMap map_region(const InputSpec& spec, const ContextPredictor& context,
                       const types::ImageView& image, const core::Region& region) {
   if (context.empty()) return {};
-  const OverviewSize size = overview_size(region.width, region.height);
+  const OverviewSize size = overview_size(region.width, region.height, context.side());
   const core::Raster overview = core::sample(image, region, size.width, size.height, spec.source());
   return context.predict(overview.values.data(), size.width, size.height);
 }

@@ -14,7 +14,7 @@ namespace telvar::segmenter {
 namespace {
 
 /// Part of every cache key: a change in how tiles are cut must miss old entries.
-constexpr std::uint32_t kPreparation = 2;
+constexpr std::uint32_t kPreparation = 3;
 
 struct LoadedSample {
   LoadedImage image;
@@ -55,9 +55,11 @@ LoadedSample load_sample(const SampleRequest& request, const TrainingRequest& da
   return sample;
 }
 
-core::CacheKey cache_key(const SampleRequest& request, const LoadedSample& sample) {
+core::CacheKey cache_key(const SampleRequest& request, const LoadedSample& sample,
+                         int overview_side) {
   core::ByteWriter key;
   key.u32(kPreparation);
+  key.i32(overview_side);
   key.u64(core::digest_of(types::ImageView(sample.image.image)));
   const types::AffineTransform& t = sample.image.region.transform;
   for (float value : {t.a, t.b, t.c, t.d, t.e, t.f}) key.f32(value);
@@ -139,26 +141,26 @@ PreparedSample from_blob(const std::string& blob, int categories) {
     tile = read_tile(reader, kTileSide, categories);
     tile.origin.place = read_place(reader, tile);
   }
-  sample.overview = read_tile(reader, kOverviewSide, categories);
+  sample.overview = read_tile(reader, kLongestOverview, categories);
   reader.finish("prepared sample");
   return sample;
 }
 
-PreparedSample cut_sample(const LoadedSample& loaded) {
+PreparedSample cut_sample(const LoadedSample& loaded, int overview_side) {
   const core::Region& region = loaded.image.region;
   PreparedSample sample;
   for (const Part& part : choose_parts(loaded)) {
     sample.tiles.push_back(sample_tile(loaded, part.region, part.region.width, part.region.height));
     sample.tiles.back().origin.place = {part.x, part.y, region.width, region.height};
   }
-  const OverviewSize size = overview_size(region.width, region.height);
+  const OverviewSize size = overview_size(region.width, region.height, overview_side);
   sample.overview = sample_tile(loaded, region, size.width, size.height);
   return sample;
 }
 
-PreparedSample prepared(const SampleRequest& request, const LoadedSample& sample,
+PreparedSample prepared(const SampleRequest& request, const LoadedSample& sample, int overview_side,
                         core::CacheSession& cache) {
-  const core::CacheKey key = cache_key(request, sample);
+  const core::CacheKey key = cache_key(request, sample, overview_side);
   const int categories = static_cast<int>(sample.masks.size());
   if (const auto blob = cache.find(key)) {
     try {
@@ -167,7 +169,7 @@ PreparedSample prepared(const SampleRequest& request, const LoadedSample& sample
       // An entry that is no use costs time, nothing else: cut the sample anew.
     }
   }
-  PreparedSample cut = cut_sample(sample);
+  PreparedSample cut = cut_sample(sample, overview_side);
   cache.put(key, to_blob(cut));
   return cut;
 }
@@ -186,13 +188,13 @@ LoadedImage load_image(const SampleRequest& request, const types::ImageLoader& l
 
 std::vector<PreparedSample> prepare_samples(const TrainingRequest& request,
                                             const std::vector<std::string>& categories,
-                                            const types::ImageLoader& loader,
+                                            int overview_side, const types::ImageLoader& loader,
                                             const types::ImageLoader& mask_loader,
                                             core::CacheSession& cache) {
   std::vector<PreparedSample> samples;
   for (const SampleRequest& sample : request.samples) {
     const LoadedSample loaded = load_sample(sample, request, categories, loader, mask_loader);
-    samples.push_back(prepared(sample, loaded, cache));
+    samples.push_back(prepared(sample, loaded, overview_side, cache));
     samples.back().name = sample.name;
   }
   return samples;

@@ -17,7 +17,7 @@ namespace telvar::segmenter {
 struct PreparedSample {
   std::string name;
   std::vector<TrainingTile> tiles;
-  TrainingTile overview;  // the whole region, at most kOverviewSide cells long
+  TrainingTile overview;  // the whole region, reduced to an overview
 };
 
 /// The image of a request and its region, checked.
@@ -30,11 +30,12 @@ struct LoadedImage {
 LoadedImage load_image(const SampleRequest& request, const types::ImageLoader& loader);
 
 /// Loads every sample of `request`; `categories` are the model's (those listed among them, in
-/// ascending order). Whatever a loader throws passes through.
-/// Throws what load_image throws, and invalid_dataset for a mask that is not of its image's size.
+/// ascending order); the longer side of overviews has `overview_side` cells at most. Whatever a
+/// loader throws passes through. Throws what load_image throws, and invalid_dataset for a mask that
+/// is not of its image's size.
 std::vector<PreparedSample> prepare_samples(const TrainingRequest& request,
                                             const std::vector<std::string>& categories,
-                                            const types::ImageLoader& loader,
+                                            int overview_side, const types::ImageLoader& loader,
                                             const types::ImageLoader& mask_loader,
                                             core::CacheSession& cache);
 

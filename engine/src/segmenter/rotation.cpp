@@ -66,6 +66,7 @@ Rotation choose_rotation(const std::vector<PreparedSample>& samples, const std::
     const std::uint64_t present = categories_in(samples[next]);
     for (int c = 0; c < categories; ++c) judged[c] += present >> c & 1;
   }
+  for (const int c : rotation.categories) rotation.judged.push_back(judged[c]);
   return rotation;
 }
 
@@ -89,6 +90,17 @@ void judge_by_rotation(const TrainingTask& task, const Rotation& rotation, const
     const std::vector<Overlap> found = measure(task, task.set.of_sample(left_out), networks);
     for (const int c : rotation.categories) add(found[c], overlaps[c]);
   }
+  for (std::size_t i = 0; i < rotation.categories.size(); ++i) {
+    Overlap& overlap = overlaps[rotation.categories[i]];
+    overlap = doubted(overlap, rotation.judged[i]);
+  }
+}
+
+Overlap doubted(Overlap overlap, int judged) {
+  const std::uint64_t half = overlap.united / (2 * static_cast<std::uint64_t>(std::max(judged, 1)));
+  overlap.united += half;
+  overlap.intersection += half / 2;
+  return overlap;
 }
 
 }  // namespace telvar::segmenter

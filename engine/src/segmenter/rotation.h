@@ -14,6 +14,7 @@ namespace telvar::segmenter {
 struct Rotation {
   std::vector<std::size_t> samples;  // none of them held out; at most two
   std::vector<int> categories;       // ascending
+  std::vector<int> judged;           // by how many samples each of them is, then, in all
 };
 Rotation choose_rotation(const std::vector<PreparedSample>& samples, const std::vector<bool>& held,
                          int categories);
@@ -25,5 +26,9 @@ int rotation_steps(const Rotation& rotation, const Effort& effort, int rounds);
 /// categories. `delivered`: the network that they stand for, after `rounds` rounds.
 void judge_by_rotation(const TrainingTask& task, const Rotation& rotation, const nn::Network& start,
                        const Networks& delivered, int rounds, std::vector<Overlap>& overlaps);
+
+/// The overlap as if one sample more had been judged by half, and been found at 0.5: a few samples
+/// of a rare thing hardly hold its faintest case.
+Overlap doubted(Overlap overlap, int judged);
 
 }  // namespace telvar::segmenter

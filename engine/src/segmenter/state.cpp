@@ -12,8 +12,9 @@
 namespace telvar::segmenter {
 namespace {
 
-constexpr std::uint32_t kVersion = 2;
+constexpr std::uint32_t kVersion = 3;
 constexpr int kMaxContextNets = 4;
+constexpr int kShortestOverview = 16;
 /// Of an exemplar.
 constexpr int kNoOverview = 255;
 
@@ -32,7 +33,8 @@ InputSpec read_input(core::ByteReader& reader) {
 }
 
 /// How many networks there are is part of what shapes the fine one has.
-ContextModel read_context(core::ByteReader& reader, const InputSpec& input, int categories) {
+ContextModel read_context(core::ByteReader& reader, std::uint32_t version, const InputSpec& input,
+                          int categories) {
   ContextModel context;
   const int nets = reader.u8("context networks");
   const int positions = reader.u8("position flag");
@@ -41,6 +43,10 @@ ContextModel read_context(core::ByteReader& reader, const InputSpec& input, int 
                                 std::to_string(positions));
   }
   context.positions = positions == 1;
+  context.side = version >= 3 ? reader.u8("side of overviews") : kLongestOverview;
+  if (context.side < kShortestOverview || context.side > kLongestOverview) {
+    throw core::malformed_bytes("overviews of " + std::to_string(context.side) + " cells");
+  }
   for (int i = 0; i < nets; ++i) {
     context.nets.push_back(network_layers(input.planes() + kPositionPlanes, categories));
     nn::read_weights(reader, context.nets.back());
@@ -52,7 +58,7 @@ void read_overviews(core::ByteReader& reader, int categories, SegmenterState& mo
   const int nets = static_cast<int>(model.context.nets.size());
   model.overviews.resize(reader.count("overviews", 0, kMaxExemplars));
   for (Overview& overview : model.overviews) {
-    overview.tile = read_tile(reader, kOverviewSide, categories);
+    overview.tile = read_tile(reader, model.context.side, categories);
     overview.fold = reader.u8("fold");
     if (overview.fold >= nets && overview.fold != Overview::kUnseen) {
       throw core::malformed_bytes("overview of fold " + std::to_string(overview.fold));
@@ -77,7 +83,7 @@ SegmenterState read_payload(core::ByteReader& reader, std::uint32_t version) {
     const int mirrored = reader.u8("mirror flag");
     if (mirrored > 1) throw core::malformed_bytes("mirror flag " + std::to_string(mirrored));
     model.input.mirrored = mirrored == 1;
-    model.context = read_context(reader, model.input, categories);
+    model.context = read_context(reader, version, model.input, categories);
   }
   const int context_planes = model.context.empty() ? 0 : categories;
   model.net = network_layers(model.input.planes() + context_planes, categories);
@@ -114,6 +120,7 @@ std::string write_state(const SegmenterState& model) {
   writer.u8(model.input.mirrored ? 1 : 0);
   writer.u8(static_cast<std::uint8_t>(model.context.nets.size()));
   writer.u8(model.context.positions ? 1 : 0);
+  writer.u8(static_cast<std::uint8_t>(model.context.side));
   for (const nn::Network& net : model.context.nets) nn::write_weights(writer, net);
   nn::write_weights(writer, model.net);
   writer.u32(static_cast<std::uint32_t>(model.exemplars.size()));

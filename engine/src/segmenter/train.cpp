@@ -43,7 +43,9 @@ std::tuple<std::string, std::string> train_checked(const std::string& artifact,
   const std::vector<std::string> old = base ? base->categories : std::vector<std::string>{};
   const auto categories = core::join_categories(old, request.categories, engine::kMaxCategories);
   core::CacheSession session(cache.impl().store);
-  auto samples = engine::prepare_samples(request, categories, loader, mask_loader, session);
+  const int overview_side = base ? base->context.side : engine::kOverviewSide;
+  auto samples =
+      engine::prepare_samples(request, categories, overview_side, loader, mask_loader, session);
   check_occurrences(samples, categories, old);
   core::WorkerPool pool(monitor);
   const auto trained =

@@ -42,7 +42,7 @@ TEST(Context, OverviewsKeepTheAspectAndAreNeverEnlarged) {
     int width, height, overview_width, overview_height;
   } cases[] = {{960, 480, 96, 48}, {96, 96, 96, 96}, {40, 30, 40, 30}, {8, 32768, 1, 96}};
   for (const auto& [width, height, overview_width, overview_height] : cases) {
-    const OverviewSize size = overview_size(width, height);
+    const OverviewSize size = overview_size(width, height, 96);
     EXPECT_EQ(size.width, overview_width) << width;
     EXPECT_EQ(size.height, overview_height) << width;
   }
@@ -107,7 +107,8 @@ SegmenterState make_model() {
   }
   model.context.positions = true;
   model.input.mirrored = true;
-  model.overviews = {{blank_tile(96, 72), 1}, {blank_tile(40, 30), Overview::kUnseen}};
+  model.context.side = 80;
+  model.overviews = {{blank_tile(80, 60), 1}, {blank_tile(40, 30), Overview::kUnseen}};
   model.exemplars = {blank_tile(100, 80), blank_tile(50, 50)};
   model.exemplars[0].origin = {1, {300, 220, 400, 300}};
   return model;
@@ -118,6 +119,7 @@ TEST(Context, SurvivesTheArtifact) {
   const SegmenterState back = read_state(bytes);
   EXPECT_EQ(back.context.nets.size(), 2U);
   EXPECT_TRUE(back.context.positions);
+  EXPECT_EQ(back.context.side, 80);
   EXPECT_TRUE(back.input.mirrored);
   EXPECT_EQ(back.overviews[0].fold, 1);
   EXPECT_EQ(back.exemplars[0].origin.overview, 1);
@@ -134,6 +136,8 @@ TEST(Context, ArtifactsThatContradictThemselvesAreRefused) {
       {"a place beyond the region", [](SegmenterState& m) { m.exemplars[0].origin.place.x = 301; }},
       {"more networks than there may be",
        [](SegmenterState& m) { m.context.nets.resize(5, m.context.nets[0]); }},
+      {"overviews too small to show anything", [](SegmenterState& m) { m.context.side = 8; }},
+      {"an overview beyond its size", [](SegmenterState& m) { m.context.side = 79; }},
       {"a network without its planes",
        [](SegmenterState& m) { m.net = make_initial_net(m.input.planes(), 2, 1); }},
   };

@@ -36,7 +36,7 @@ struct Source {
   PreparedSample prepare(core::TrainCacheStore& store) const {
     core::CacheSession session(store);
     auto samples = prepare_samples(
-        request, request.categories, [&](const std::string&) { return image; },
+        request, request.categories, kOverviewSide, [&](const std::string&) { return image; },
         [&](const std::string&) { return mask; }, session);
     session.commit();
     return samples.at(0);
@@ -123,7 +123,7 @@ TEST(Preparation, KeepsEightTilesOfALargeImageTheLabelledOnesFirst) {
   core::TrainCacheStore none(core::Tool::kSegmenter, 0);
   const PreparedSample sample = source.prepare(none);
   EXPECT_EQ(sample.overview.width, kOverviewSide);
-  EXPECT_EQ(sample.overview.height, 68);
+  EXPECT_EQ(sample.overview.height, 45);
   ASSERT_NE(find_label(sample.overview, 1), nullptr);
   const auto& tiles = sample.tiles;
   ASSERT_EQ(tiles.size(), std::size_t{kMaxTilesPerSample});
@@ -190,11 +190,18 @@ TEST(Judging, TurnsToFurtherSamplesForWhatIsRare) {
   EXPECT_EQ(judged.size(), 1U);
   for (const std::size_t i : rotation.samples) judged.insert(static_cast<int>(i));
   EXPECT_EQ(judged, rare);
+  EXPECT_THAT(rotation.judged, ElementsAre(3));
   // What occurs once has nothing else to be learned from, and what is frequent is judged already.
   for (const auto& categories : {std::set<int>{4}, std::set<int>{0, 1, 2, 3, 4, 5}}) {
     const auto others = samples_with(12, {categories, {}});
     EXPECT_TRUE(choose_rotation(others, choose_held_out(others, 2), 2).samples.empty());
   }
+}
+
+TEST(Judging, DoubtsWhatFewSamplesSay) {
+  EXPECT_NEAR(mean_iou({doubted({900, 1000, 1000}, 3)}), 6.5 / 7, 1e-3);
+  EXPECT_NEAR(mean_iou({doubted({900, 1000, 1000}, 1)}), 2.5 / 3, 1e-3);
+  EXPECT_NEAR(mean_iou({doubted({900, 0, 1000}, 3)}), 0.5 / 7, 1e-3);
 }
 
 TEST(Judging, MeansOverTheCategoriesThatHaveLabels) {

@@ -23,7 +23,7 @@ using ::testing::HasSubstr;
 using ::testing::Key;
 
 /// Of the payload.
-constexpr std::uint32_t kVersion = 2;
+constexpr std::uint32_t kVersion = 3;
 
 constexpr types::AffineTransform kIdentity{1, 0, 0, 0, 1, 0};
 
