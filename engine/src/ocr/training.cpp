@@ -38,7 +38,7 @@ class Training {
     ChosenExpert chosen = choice.choose(state_.experts);
     const std::uint64_t seed = kSeed << 16 | state_.generation;
     ExpertTraining training(chosen.expert, samples_, pool_,
-                            {chosen.taught, fresh_, most_stage_steps, seed});
+                            {chosen.taught, fresh_, !chosen.is_new, most_stage_steps, seed});
     const double rate = training.explore();
     if (chosen.is_new &&
         choice.take_over(state_.experts, chosen.expert, training.explored(), rate) &&

@@ -116,7 +116,7 @@ ExpertTraining::SampleRefs ExpertTraining::all() const {
 NetworkPlan ExpertTraining::stage(int steps, float uncertain_weight) {
   NetworkPlan plan;
   plan.steps = plan_.most_stage_steps > 0 ? std::min(steps, plan_.most_stage_steps) : steps;
-  plan.peak_rate = is_few() || is_touch_up_ ? kGentlePeakRate : kPeakRate;
+  plan.peak_rate = is_few() || is_read_well_ ? kGentlePeakRate : kPeakRate;
   plan.uncertain_weight = uncertain_weight;
   plan.seed = plan_.seed << 8 | ++stages_;
   return plan;
@@ -173,8 +173,8 @@ void ExpertTraining::look_before() {
   } else {
     forget_unlabelled();
   }
-  is_touch_up_ = rate >= kGoodFromTheStart;
-  if (is_touch_up_) effort_ = kTouchUp;
+  is_read_well_ = rate >= kGoodFromTheStart;
+  if (is_read_well_ && plan_.is_resumed) effort_ = kTouchUp;
 }
 
 /// Rounds follow each other while held-out images are read better.

@@ -23,13 +23,16 @@ namespace telvar::ocr {
 constexpr int kLeastHeldOutFrom = 8;
 
 /// From the lower rate on, what a network reads without a label is taken for a character. At the
-/// higher it knows this kind of marking, and a touch-up is enough.
+/// higher it knows this kind of marking: it learns at a gentle rate, and a touch-up is enough where
+/// it has learned from such images before. Where it is the base that reads so well, a touch-up is
+/// not: whole stages took six styles from 97.0 to 98.5 % exact lines.
 constexpr double kTrustedFromTheStart = 0.8;
 constexpr double kGoodFromTheStart = 0.97;
 
 struct ExpertTrainingPlan {
   std::vector<char> taught;  // per sample: whether to learn from it
   std::vector<char> fresh;   // per sample: taught, and seen by no network before
+  bool is_resumed = false;   // the expert has learned from images before
   int most_stage_steps = 0;  // 0: as many as it needs
   std::uint64_t seed = 0;
 };
@@ -86,7 +89,7 @@ class ExpertTraining {
   ExpertTrainingPlan plan_;
   std::vector<std::size_t> fresh_;
   Effort effort_;
-  bool is_touch_up_ = false;  // what is new is read well already
+  bool is_read_well_ = false;  // what is new, before anything was learned of it
   int finish_steps_ = 0;
   std::optional<nn::Network> of_fold_;
   std::uint64_t stages_ = 0;
