@@ -132,17 +132,18 @@ void kernel_row(const char* part, const Experiment& experiment, const std::set<i
     probed_labels.push_back(experiment.set.labels[experiment.set.exemplars[k]]);
   }
   const auto choice = engine::choose_kernel(probed, probed_labels, categories, orders, pool);
-  engine::Matrix held_out;
+  engine::KernelAnswer held_out;
   const auto machine = engine::KernelMachine::learn(choice, features, orders, experiment.set.labels,
                                                     categories, pool, held_out);
   const double seconds = cpu_seconds() - start;
-  const engine::Matrix scores = machine.scores(described(experiment.asked), pool);
+  const engine::Matrix scores = machine.answer(described(experiment.asked), pool).scores;
   print_row(part, engine::accuracy(scores, experiment.test_labels), seconds);
 }
 
-/// One network on all samples, which learns from the transforms in `symmetry`.
+/// Networks that learn from the transforms in `symmetry`, each without the samples of its fold;
+/// `nets` 0: one that learns from all samples.
 void network_row(const char* part, const Experiment& experiment, const engine::Symmetry& symmetry,
-                 int effort, telvar::core::WorkerPool& pool) {
+                 int nets, int effort, telvar::core::WorkerPool& pool) {
   engine::NetworkTask task;
   task.samples = &experiment.set.samples;
   task.labels = &experiment.set.labels;
@@ -151,17 +152,46 @@ void network_row(const char* part, const Experiment& experiment, const engine::S
   task.categories = int(experiment.set.categories.size());
   task.effort = effort;
   task.fine_tunes = false;
-  task.seed = 1;
-  for (std::size_t i = 0; i < experiment.set.samples.size(); ++i) task.members.push_back(int(i));
-  telvar::nn::Network net = engine::network_layers(experiment.canvas, task.categories);
-  telvar::core::Random random({task.seed});
-  net.initialise(random);
+  engine::ClassifierState state;
+  state.categories = experiment.set.categories;
+  state.canvas = experiment.canvas;
   const double start = cpu_seconds();
-  engine::train_network(net, task, pool);
+  for (int number = 0; number < std::max(1, nets); ++number) {
+    task.seed = std::uint64_t(number) + 1;
+    task.members.clear();
+    for (std::size_t i = 0; i < experiment.set.samples.size(); ++i) {
+      if (nets == 0 || experiment.set.folds[i] != number) task.members.push_back(int(i));
+    }
+    state.nets.push_back(engine::network_layers(experiment.canvas, task.categories));
+    telvar::core::Random random({task.seed});
+    state.nets.back().initialise(random);
+    engine::train_network(state.nets.back(), task, pool);
+  }
   const double seconds = cpu_seconds() - start;
-  const engine::NetworkInference answers(net, experiment.canvas);
-  print_row(part, engine::accuracy(answers.logits(experiment.asked, pool), experiment.test_labels),
-            seconds);
+  engine::build_inference(state);
+  const engine::Matrix logits = engine::mean_logits(state, experiment.asked, pool);
+  print_row(part, engine::accuracy(logits, experiment.test_labels), seconds);
+}
+
+void kernel_rows(const Experiment& experiment,
+                 const std::vector<engine::DihedralTransform>& transforms,
+                 telvar::core::WorkerPool& pool) {
+  const std::set<int> every = {0, 1, 2, 3, 4};
+  const bool colour = experiment.canvas.channels > 1;
+  kernel_row("kernel machine: shapes", experiment, {0, 1}, transforms, pool);
+  kernel_row("kernel machine: pixels", experiment, {2}, transforms, pool);
+  kernel_row("kernel machine: texture", experiment, {3}, transforms, pool);
+  if (colour) kernel_row("kernel machine: colour", experiment, {4}, transforms, pool);
+  kernel_row("kernel machine: all groups", experiment, every, transforms, pool);
+  kernel_row("kernel machine: no coarse shape", experiment, {1, 2, 3, 4}, transforms, pool);
+  kernel_row("kernel machine: no fine shape", experiment, {0, 2, 3, 4}, transforms, pool);
+  kernel_row("kernel machine: no pixels", experiment, {0, 1, 3, 4}, transforms, pool);
+  kernel_row("kernel machine: no texture", experiment, {0, 1, 2, 4}, transforms, pool);
+  if (colour) kernel_row("kernel machine: no colour", experiment, {0, 1, 2, 3}, transforms, pool);
+  if (transforms.size() > 1) {
+    kernel_row("kernel machine: all groups, as they lie", experiment, every,
+               engine::transforms_of({}), pool);
+  }
 }
 
 void run(const Options& options) {
@@ -176,22 +206,16 @@ void run(const Options& options) {
                                engine::nets_for(experiment.learned.size()), options.effort, pool);
   const double seconds = cpu_seconds() - start;
   const engine::ClassifierState& state = trained.state;
-  const auto upright = engine::transforms_of({}),
-             transforms = engine::transforms_of(state.symmetry);
-  const std::set<int> every = {0, 1, 2, 3, 4};
+  const auto transforms = engine::transforms_of(state.symmetry);
   std::printf("%s, %d a class, %zu transforms alike\n%-44s %9s %9s\n", split.train.name.c_str(),
               options.per_class, transforms.size(), "part", "correct %", "CPU s");
-  kernel_row("kernel machine: shapes", experiment, {0, 1}, transforms, pool);
-  kernel_row("kernel machine: pixels", experiment, {2}, transforms, pool);
-  kernel_row("kernel machine: texture and colour", experiment, {3, 4}, transforms, pool);
-  kernel_row("kernel machine: all groups", experiment, every, transforms, pool);
+  kernel_rows(experiment, transforms, pool);
   if (transforms.size() > 1) {
-    kernel_row("kernel machine: all groups, as they lie", experiment, every, upright, pool);
-    network_row("one network, as they lie", experiment, {}, options.effort, pool);
+    network_row("one network, as they lie", experiment, {}, 0, options.effort, pool);
   }
-  network_row("one network", experiment, state.symmetry, options.effort, pool);
-  const engine::Matrix logits = engine::mean_logits(state, experiment.asked, pool);
-  print_row("networks of all folds", engine::accuracy(logits, experiment.test_labels), seconds);
+  network_row("one network", experiment, state.symmetry, 0, options.effort, pool);
+  network_row("networks of all folds", experiment, state.symmetry,
+              engine::nets_for(experiment.learned.size()), options.effort, pool);
   print_row(
       "all together",
       engine::accuracy(engine::scores_of(state, experiment.asked, pool), experiment.test_labels),

@@ -43,26 +43,32 @@ Matrix mean_logits(const ClassifierState& state, const std::vector<const Sample*
   return mean;
 }
 
-Matrix kernel_scores(const ClassifierState& state, const std::vector<const Sample*>& samples,
-                     core::WorkerPool& pool) {
+KernelAnswer kernel_answer(const ClassifierState& state, const std::vector<const Sample*>& samples,
+                           core::WorkerPool& pool) {
   constexpr std::size_t kBlock = 1024;
-  Matrix scores(static_cast<int>(samples.size()), static_cast<int>(state.categories.size()));
+  const int rows = static_cast<int>(samples.size());
+  const int categories = static_cast<int>(state.categories.size());
+  KernelAnswer answer{Matrix(rows, categories), Matrix(rows, categories)};
   for (std::size_t first = 0; first < samples.size(); first += kBlock) {
     const std::vector<const Sample*> block(
         samples.begin() + first, samples.begin() + std::min(samples.size(), first + kBlock));
-    const Matrix found = state.kernel.scores(describe_all(block, state.canvas, pool), pool);
-    for (int i = 0; i < found.rows(); ++i) {
-      std::copy_n(found.row(i), found.columns(), scores.row(static_cast<int>(first) + i));
+    const KernelAnswer found = state.kernel.answer(describe_all(block, state.canvas, pool), pool);
+    for (int i = 0; i < found.scores.rows(); ++i) {
+      const int row = static_cast<int>(first) + i;
+      std::copy_n(found.scores.row(i), categories, answer.scores.row(row));
+      std::copy_n(found.distances.row(i), categories, answer.distances.row(row));
     }
   }
-  return scores;
+  return answer;
 }
 
 Matrix scores_of(const ClassifierState& state, const std::vector<const Sample*>& samples,
                  core::WorkerPool& pool) {
-  Matrix kernel;
-  if (state.has_kernel) kernel = kernel_scores(state, samples, pool);
-  return stacked_scores(state.stacking, mean_logits(state, samples, pool), kernel);
+  KernelAnswer kernel;
+  if (state.has_kernel) kernel = kernel_answer(state, samples, pool);
+  Matrix scores = stacked_scores(state.stacking, mean_logits(state, samples, pool), kernel.scores);
+  if (state.novelty) flatten(*state.novelty, kernel, scores);
+  return scores;
 }
 
 }  // namespace telvar::classifier

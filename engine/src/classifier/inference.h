@@ -27,12 +27,12 @@ std::vector<Features> describe_all(const std::vector<const Sample*>& samples, co
 Matrix mean_logits(const ClassifierState& state, const std::vector<const Sample*>& samples,
                    core::WorkerPool& pool);
 
-/// The kernel machine's scores, samples x categories. Works in blocks, so that beside the scores
-/// its memory does not grow with the number of samples.
-Matrix kernel_scores(const ClassifierState& state, const std::vector<const Sample*>& samples,
-                     core::WorkerPool& pool);
+/// What the kernel machine says. Works in blocks, so that beside the answer its memory does not
+/// grow with the number of samples.
+KernelAnswer kernel_answer(const ClassifierState& state, const std::vector<const Sample*>& samples,
+                           core::WorkerPool& pool);
 
-/// Calibrated scores, samples x categories.
+/// Calibrated scores, samples x categories; flatter where a sample is unlike what was learned.
 Matrix scores_of(const ClassifierState& state, const std::vector<const Sample*>& samples,
                  core::WorkerPool& pool);
 

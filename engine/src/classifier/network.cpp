@@ -12,10 +12,13 @@ namespace {
 
 // The last block leaves about this many places a side for the mean.
 constexpr double kFinalSide = 7;
+// Channels of the stem, of the first residual block, and of the second one, whose means the last
+// layer takes. They are those of version 1.0, whose artifacts fix them; no comparison with others
+// is on record.
 constexpr int kEarlyChannels = 16;
 constexpr int kMiddleChannels = 32;
 constexpr int kFeatures = 64;
-constexpr int kBatch = 64;
+constexpr int kBatch = 64;  // images that a network answers at once; bounds its memory
 
 /// How often the sides are halved: at least by the two residual blocks.
 int halvings(const Canvas& canvas) {

@@ -13,7 +13,7 @@
 namespace telvar::classifier {
 namespace {
 
-constexpr std::uint32_t kVersion = 1;
+constexpr std::uint32_t kVersion = 2;
 constexpr std::uint32_t kMaxExemplars = 1u << 20;
 constexpr std::uint32_t kMirrored = 1, kTurnedAny = 2, kUpsideDown = 4;  // bits of the symmetry
 
@@ -63,7 +63,14 @@ std::vector<const Sample*> landmarks_of(const ClassifierState& state, std::uint3
   return samples;
 }
 
-ClassifierState read_payload(core::ByteReader& reader, core::WorkerPool& pool) {
+std::vector<int> labels_of(const ClassifierState& state, std::uint32_t count) {
+  std::vector<int> labels;
+  for (std::uint32_t i = 0; i < count; ++i) labels.push_back(state.exemplars[i].category);
+  return labels;
+}
+
+ClassifierState read_payload(core::ByteReader& reader, std::uint32_t version,
+                             core::WorkerPool& pool) {
   ClassifierState state;
   state.categories = core::read_categories(reader, kMinCategories, kMaxCategories, kMaxIdentifier);
   state.canvas = read_canvas(reader);
@@ -82,7 +89,9 @@ ClassifierState read_payload(core::ByteReader& reader, core::WorkerPool& pool) {
   state.has_kernel = landmarks > 0;
   if (state.has_kernel) {
     state.kernel = KernelMachine::read(reader, static_cast<int>(landmarks), categories);
+    if (version >= 2) state.novelty = read_novelty(reader, categories);
     state.kernel.place_landmarks(describe_all(landmarks_of(state, landmarks), state.canvas, pool),
+                                 labels_of(state, landmarks),
                                  orders_under(state.canvas, transforms_of(state.symmetry)));
   }
   return state;
@@ -101,7 +110,10 @@ std::string write_state(const ClassifierState& state) {
   write_exemplars(writer, state);
   write_symmetry(writer, state.symmetry);
   writer.u32(static_cast<std::uint32_t>(state.has_kernel ? state.kernel.samples() : 0));
-  if (state.has_kernel) state.kernel.write(writer);
+  if (state.has_kernel) {
+    state.kernel.write(writer);
+    write_novelty(writer, state.novelty);
+  }
   return core::write_artifact(core::Tool::kClassifier, kVersion, writer.bytes());
 }
 
@@ -109,7 +121,7 @@ ClassifierState read_state(const std::string& artifact, core::WorkerPool& pool) 
   const auto opened = core::open_artifact(artifact, core::Tool::kClassifier, kVersion);
   return core::parse_payload(
       core::Tool::kClassifier, opened.payload,
-      [&pool](core::ByteReader& reader) { return read_payload(reader, pool); });
+      [&](core::ByteReader& reader) { return read_payload(reader, opened.version, pool); });
 }
 
 }  // namespace telvar::classifier

@@ -2,6 +2,7 @@
 
 // Everything that a trained classifier is, and its bytes (docs/state-formats.md).
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,7 @@
 #include "classifier/kernel/machine.h"
 #include "classifier/kernel/matrix.h"
 #include "classifier/network.h"
+#include "classifier/novelty.h"
 #include "classifier/samples/dihedral.h"
 #include "classifier/samples/preparation.h"
 #include "classifier/stacking.h"
@@ -24,6 +26,7 @@ struct ClassifierState : ExemplarMemory {
   bool has_kernel = false;
   KernelMachine kernel;  // its landmarks are the first kernel.samples() exemplars
   Stacking stacking;
+  std::optional<Novelty> novelty;  // with a kernel machine, where held-out samples were enough
 };
 
 std::string write_state(const ClassifierState& state);

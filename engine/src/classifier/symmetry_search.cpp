@@ -42,13 +42,13 @@ bool as_well(const std::vector<int>& upright, const std::vector<int>& recognised
 std::vector<double> errors_of(const Symmetry& symmetry, const std::vector<Features>& features,
                               const std::vector<int>& labels, const Canvas& canvas,
                               const KernelChoice& choice, int categories, core::WorkerPool& pool) {
-  Matrix held_out;
+  KernelAnswer held_out;
   KernelMachine::learn(choice, features, orders_under(canvas, transforms_of(symmetry)), labels,
                        categories, pool, held_out);
   std::vector<double> errors(features.size());
-  for (int i = 0; i < held_out.rows(); ++i) {
+  for (int i = 0; i < held_out.scores.rows(); ++i) {
     for (int c = 0; c < categories; ++c) {
-      const double error = held_out.at(i, c) - (labels[i] == c ? 1 : 0);
+      const double error = held_out.scores.at(i, c) - (labels[i] == c ? 1 : 0);
       errors[i] += error * error;
     }
   }

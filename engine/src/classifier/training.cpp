@@ -80,31 +80,36 @@ Probe probe_of(const TrainingSet& set) {
   return probe;
 }
 
-/// Trains the kernel machine on the exemplars; returns held-out scores of `held_out`: by leaving
-/// one out where the sample is a landmark, plainly where it is not.
-Matrix train_kernel(const TrainingSet& set, const std::vector<int>& held_out,
-                    const KernelChoice& choice, core::WorkerPool& pool, ClassifierState& state) {
+/// Trains the kernel machine on the exemplars; returns the held-out answer for `held_out`: by
+/// leaving one out where the sample is a landmark, plainly where it is not.
+KernelAnswer train_kernel(const TrainingSet& set, const std::vector<int>& held_out,
+                          const KernelChoice& choice, core::WorkerPool& pool,
+                          ClassifierState& state) {
   const int categories = static_cast<int>(set.categories.size());
   std::vector<int> landmarks = set.exemplars, labels;
   landmarks.resize(std::min<std::size_t>(landmarks.size(), kMaxLandmarks));
   for (const int i : landmarks) labels.push_back(set.labels[i]);
   const std::vector<const Sample*> samples = pointers(set, landmarks);
-  Matrix landmark_scores;
+  KernelAnswer of_landmarks;
   state.has_kernel = true;
   state.kernel = KernelMachine::learn(choice, describe_all(samples, state.canvas, pool),
                                       orders_under(state.canvas, transforms_of(state.symmetry)),
-                                      labels, categories, pool, landmark_scores);
+                                      labels, categories, pool, of_landmarks);
   std::vector<int> landmark(set.samples.size(), -1), others;
   for (std::size_t k = 0; k < landmarks.size(); ++k) landmark[landmarks[k]] = static_cast<int>(k);
   for (const int i : held_out) {
     if (landmark[i] < 0) others.push_back(i);
   }
-  const Matrix plain = kernel_scores(state, pointers(set, others), pool);
-  Matrix out(static_cast<int>(held_out.size()), categories);
+  const KernelAnswer plain = kernel_answer(state, pointers(set, others), pool);
+  const int rows = static_cast<int>(held_out.size());
+  KernelAnswer out{Matrix(rows, categories), Matrix(rows, categories)};
   int next = 0;
-  for (int row = 0; row < out.rows(); ++row) {
+  for (int row = 0; row < rows; ++row) {
     const int k = landmark[held_out[row]];
-    std::copy_n(k >= 0 ? landmark_scores.row(k) : plain.row(next++), categories, out.row(row));
+    const KernelAnswer& from = k >= 0 ? of_landmarks : plain;
+    const int at = k >= 0 ? k : next++;
+    std::copy_n(from.scores.row(at), categories, out.scores.row(row));
+    std::copy_n(from.distances.row(at), categories, out.distances.row(row));
   }
   return out;
 }
@@ -139,10 +144,12 @@ TrainedClassifier train_classifier(const TrainingSet& set, const Canvas& canvas,
     labels.push_back(set.labels[i]);
   }
   const Matrix logits = held_out_logits(set, state, held_out, pool);
-  Matrix kernel;
+  KernelAnswer kernel;
   if (nets > 1) kernel = train_kernel(set, held_out, choice, pool, state);
-  if (!labels.empty()) state.stacking = fit_stacking(logits, kernel, labels);
-  trained.held_out_accuracy = accuracy(stacked_scores(state.stacking, logits, kernel), labels);
+  if (!labels.empty()) state.stacking = fit_stacking(logits, kernel.scores, labels);
+  const Matrix scores = stacked_scores(state.stacking, logits, kernel.scores);
+  trained.held_out_accuracy = accuracy(scores, labels);
+  if (state.has_kernel) state.novelty = measure_novelty(scores, kernel, labels);
   return trained;
 }
 

@@ -12,6 +12,8 @@
 namespace telvar::test {
 namespace {
 
+constexpr std::uint32_t kVersion = 2;  // of the payload
+
 class ClassifierArtifact : public testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -46,7 +48,7 @@ TEST_F(ClassifierArtifact, IsRefusedWithAnyByteChangedOrMissing) {
 
 // A damage that also mends the checksum must end in an exception too, or in a working model.
 TEST_F(ClassifierArtifact, SurvivesForgedPayloads) {
-  const auto opened = core::open_artifact(artifact_, core::Tool::kClassifier, 1);
+  const auto opened = core::open_artifact(artifact_, core::Tool::kClassifier, kVersion);
   core::Random random({4});
   for (int round = 0; round < 150; ++round) {
     std::string payload(opened.payload);
@@ -54,30 +56,30 @@ TEST_F(ClassifierArtifact, SurvivesForgedPayloads) {
     payload[at] = static_cast<char>(random.below(256));
     if (round % 5 == 0) payload.resize(payload.size() - random.below(50));
     try {
-      const engine::Model model(core::write_artifact(core::Tool::kClassifier, 1, payload), "",
-                                types::CpuDevice(1));
+      const engine::Model model(core::write_artifact(core::Tool::kClassifier, kVersion, payload),
+                                "", types::CpuDevice(1));
       const types::Image& image = training_.images.begin()->second;
       model.process(types::ImageView(image), {1, 0, 0, 0, 1, 0}, {0, 0});
     } catch (const types::invalid_training_artifact&) {
     }
   }
-  EXPECT_THROW(
-      build(core::write_artifact(core::Tool::kClassifier, 1, std::string(opened.payload) + '\0')),
-      types::invalid_training_artifact);
-  EXPECT_THROW(build(core::write_artifact(core::Tool::kClassifier, 2, opened.payload)),
+  EXPECT_THROW(build(core::write_artifact(core::Tool::kClassifier, kVersion,
+                                          std::string(opened.payload) + '\0')),
+               types::invalid_training_artifact);
+  EXPECT_THROW(build(core::write_artifact(core::Tool::kClassifier, kVersion + 1, opened.payload)),
                types::training_artifact_unsupported_version);
   EXPECT_THROW(build(core::write_artifact(core::Tool::kSegmenter, 1, opened.payload)),
                types::training_artifact_tool_type_error);
 }
 
 TEST_F(ClassifierArtifact, IsRefusedWithAValueThatIsNotFinite) {
-  const auto opened = core::open_artifact(artifact_, core::Tool::kClassifier, 1);
+  const auto opened = core::open_artifact(artifact_, core::Tool::kClassifier, kVersion);
   std::string payload(opened.payload);
   const std::size_t weights = payload.find("convolution.weight");
   ASSERT_NE(weights, std::string::npos);
   const float nan = std::nanf("");
   std::memcpy(&payload[weights + 18 + 1 + 16], &nan, 4);
-  EXPECT_THROW(build(core::write_artifact(core::Tool::kClassifier, 1, payload)),
+  EXPECT_THROW(build(core::write_artifact(core::Tool::kClassifier, kVersion, payload)),
                types::invalid_training_artifact);
 }
 
@@ -119,7 +121,7 @@ TEST_F(ClassifierArtifact, IsRefusedWithLandmarksThatItCannotHave) {
   state.exemplars.resize(2001, state.exemplars[0]);
   state.has_kernel = false;
   const std::string plain = classifier::write_state(state);
-  const auto opened = core::open_artifact(plain, core::Tool::kClassifier, 1);
+  const auto opened = core::open_artifact(plain, core::Tool::kClassifier, kVersion);
   for (const auto& [landmarks, text] :
        {std::pair(2001u, "landmarks: 2001 is outside 0..2000"),
         std::pair(2000u, "4000 values wanted, 400 bytes are left")}) {
@@ -129,7 +131,7 @@ TEST_F(ClassifierArtifact, IsRefusedWithLandmarksThatItCannotHave) {
     const std::vector<float> values(classifier::kFeatureGroups + 1 + 2 + 100, 1);
     forged.floats(values.data(), values.size());
     try {
-      build(core::write_artifact(core::Tool::kClassifier, 1, forged.bytes()));
+      build(core::write_artifact(core::Tool::kClassifier, kVersion, forged.bytes()));
       ADD_FAILURE() << landmarks;
     } catch (const types::invalid_training_artifact& error) {
       EXPECT_THAT(error.what(), testing::HasSubstr(text));

@@ -97,25 +97,29 @@ TEST(KernelMachine, LeavingOneOutIsWhatTrainingWithoutItGives) {
   for (const std::size_t alike : {1, 2}) {
     const std::vector<FeatureOrder> first(orders.begin(), orders.begin() + alike);
     const KernelChoice choice = choose_kernel(samples, labels, 2, first, pool);
-    Matrix held_out;
+    KernelAnswer held_out;
     const KernelMachine machine =
         KernelMachine::learn(choice, samples, first, labels, 2, pool, held_out);
-    const Matrix scores = machine.scores(fresh, pool);
+    const Matrix scores = machine.answer(fresh, pool).scores;
     EXPECT_GT(accuracy(scores, labels), 0.8);
-    EXPECT_NEAR(accuracy(held_out, labels), accuracy(scores, labels), 0.15);
+    EXPECT_NEAR(accuracy(held_out.scores, labels), accuracy(scores, labels), 0.15);
     const std::vector<int> recognised =
         recognised_in_orders(choice, samples, labels, 2, {orders[0]}, pool)[0];
     if (alike == 1) {
-      EXPECT_EQ(recognised[0] + recognised[1], std::lround(40 * accuracy(held_out, labels)));
+      EXPECT_EQ(recognised[0] + recognised[1], std::lround(40 * accuracy(held_out.scores, labels)));
     }
     for (const int sample : {0, 17}) {
       std::vector<Features> others = samples;
       std::vector<int> their_labels = labels;
       others.erase(others.begin() + sample), their_labels.erase(their_labels.begin() + sample);
-      Matrix unused;
+      KernelAnswer unused;
       const KernelMachine without =
           KernelMachine::learn(choice, others, first, their_labels, 2, pool, unused);
-      EXPECT_NEAR(without.scores({samples[sample]}, pool).at(0, 0), held_out.at(sample, 0), 0.03);
+      const KernelAnswer answer = without.answer({samples[sample]}, pool);
+      EXPECT_NEAR(answer.scores.at(0, 0), held_out.scores.at(sample, 0), 0.03);
+      for (const int c : {0, 1}) {
+        EXPECT_NEAR(answer.distances.at(0, c), held_out.distances.at(sample, c), 1e-4);
+      }
     }
 
     core::ByteWriter writer;
@@ -123,8 +127,8 @@ TEST(KernelMachine, LeavingOneOutIsWhatTrainingWithoutItGives) {
     core::ByteReader reader(writer.bytes());
     KernelMachine restored = KernelMachine::read(reader, machine.samples(), 2);
     reader.finish("kernel machine");
-    restored.place_landmarks(samples, first);
-    EXPECT_EQ(restored.scores(fresh, pool).at(0, 0), scores.at(0, 0));
+    restored.place_landmarks(samples, labels, first);
+    EXPECT_EQ(restored.answer(fresh, pool).scores.at(0, 0), scores.at(0, 0));
   }
 }
 
@@ -137,17 +141,18 @@ TEST(KernelMachine, AnswersAlikeInAllOrdersHoweverManySamplesAreAsked) {
   const std::vector<int> known(labels.begin(), labels.begin() + 50);
   const std::vector<FeatureOrder> orders = as_they_are_and_backwards();
   const KernelChoice choice = choose_kernel(samples, known, 2, orders, pool);
-  Matrix held_out;
+  KernelAnswer held_out;
   const KernelMachine machine =
       KernelMachine::learn(choice, samples, orders, known, 2, pool, held_out);
   std::vector<Features> backwards = all;
   for (Features& features : backwards) {
     for (auto& group : features) std::reverse(group.begin(), group.end());
   }
-  const Matrix scores = machine.scores(all, pool), reversed = machine.scores(backwards, pool);
+  const Matrix scores = machine.answer(all, pool).scores;
+  const Matrix reversed = machine.answer(backwards, pool).scores;
   for (int i = 0; i < scores.rows(); ++i) {
     ASSERT_NEAR(scores.at(i, 0), reversed.at(i, 0), 1e-4) << i;
-    ASSERT_EQ(scores.at(i, 0), machine.scores({all[i]}, pool).at(0, 0)) << i;
+    ASSERT_EQ(scores.at(i, 0), machine.answer({all[i]}, pool).scores.at(0, 0)) << i;
   }
 }
 

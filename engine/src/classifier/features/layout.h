@@ -44,7 +44,7 @@ inline Grid coarse_pixels(const Canvas& canvas) {
 /// The texture group: patterns of eight neighbours at each of these distances, then orientations,
 /// then strengths.
 constexpr int kPatternRadii[] = {1, 2};
-constexpr int kStrengths = 8;
+constexpr int kStrengths = 8;  // of a twelfth of white each; the last takes all above
 
 /// Bins of patterns with one run of brighter neighbours: by its length and the neighbour at which
 /// it starts, counted from the right towards below; then none, all, and more than one run. Those of
@@ -57,7 +57,8 @@ constexpr int kNoneBrighter = run_pattern(8, 0);
 constexpr int kAllBrighter = run_pattern(8, 1);
 constexpr int kSeveralRuns = run_pattern(8, 2);
 
-/// The colour group: 4 x 4 x 4 colours.
-constexpr int kColours = 64;
+/// The colour group: so many levels of each channel.
+constexpr int kColourLevels = 4;
+constexpr int kColours = kColourLevels * kColourLevels * kColourLevels;
 
 }  // namespace telvar::classifier

@@ -1,6 +1,8 @@
 #include "classifier/kernel/machine.h"
 
 #include <algorithm>
+#include <cmath>
+#include <utility>
 
 #include "classifier/kernel/algebra.h"
 
@@ -8,11 +10,16 @@ namespace telvar::classifier {
 namespace {
 
 constexpr int kBlockRows = 512;  // compared at a time; bounds the memory that orders take
+// A category is as near as the mean of so many of its landmarks: one alone may be mislabelled.
+constexpr int kNearest = 5;
+constexpr float kLeastSimilarity = 1e-9f;  // keeps the logarithm finite
 
 }  // namespace
 
 void KernelMachine::place_landmarks(const std::vector<Features>& samples,
+                                    const std::vector<int>& labels,
                                     const std::vector<FeatureOrder>& orders) {
+  labels_ = labels;
   landmarks_ = weighted(samples, choice_.group_weights);
   squares_ = row_norms_squared(landmarks_);
   orders_.clear();
@@ -49,24 +56,49 @@ Matrix KernelMachine::similarities(const std::vector<Features>& samples,
 KernelMachine KernelMachine::learn(const KernelChoice& choice, const std::vector<Features>& samples,
                                    const std::vector<FeatureOrder>& orders,
                                    const std::vector<int>& labels, int categories,
-                                   core::WorkerPool& pool, Matrix& held_out) {
+                                   core::WorkerPool& pool, KernelAnswer& held_out) {
   KernelMachine machine;
   machine.choice_ = choice;
-  machine.place_landmarks(samples, orders);
+  machine.place_landmarks(samples, labels, orders);
   const Matrix kernel = machine.similarities(samples, pool);
   const Matrix targets = targets_of(labels, categories, machine.offsets_);
   Solution solution = solve_surely(kernel, choice.ridge, targets, pool);
   machine.coefficients_ = std::move(solution.coefficients);
-  held_out = std::move(solution.held_out);
-  for (int i = 0; i < held_out.rows(); ++i) {
-    for (int c = 0; c < categories; ++c) held_out.at(i, c) += machine.offsets_[c];
+  held_out = {std::move(solution.held_out), Matrix(kernel.rows(), categories)};
+  for (int i = 0; i < kernel.rows(); ++i) {
+    for (int c = 0; c < categories; ++c) held_out.scores.at(i, c) += machine.offsets_[c];
+    machine.distances_by(kernel.row(i), i, held_out.distances.row(i));
   }
   return machine;
 }
 
-Matrix KernelMachine::scores(const std::vector<Features>& samples, core::WorkerPool& pool) const {
+void KernelMachine::distances_by(const float* similarities, int skipped, float* distances) const {
+  const std::size_t categories = offsets_.size();
+  std::vector<float> highest(categories * kNearest);  // of each category, descending
+  std::vector<int> counts(categories);
+  for (int i = 0; i < samples(); ++i) {
+    if (i == skipped) continue;
+    float* const of_category = highest.data() + static_cast<std::size_t>(labels_[i]) * kNearest;
+    ++counts[labels_[i]];
+    float value = similarities[i];
+    for (int k = 0; k < kNearest && value > of_category[kNearest - 1]; ++k) {
+      if (value > of_category[k]) std::swap(value, of_category[k]);
+    }
+  }
+  for (std::size_t c = 0; c < categories; ++c) {
+    float sum = 0;
+    for (int k = 0; k < kNearest; ++k) sum += highest[c * kNearest + k];
+    const auto mean = sum / static_cast<float>(std::clamp(counts[c], 1, kNearest));
+    distances[c] = -std::log(std::clamp(mean, kLeastSimilarity, 1.0f));
+  }
+}
+
+KernelAnswer KernelMachine::answer(const std::vector<Features>& samples,
+                                   core::WorkerPool& pool) const {
   const Matrix kernel = similarities(samples, pool);
-  Matrix scores(kernel.rows(), coefficients_.columns());
+  KernelAnswer answer{Matrix(kernel.rows(), coefficients_.columns()),
+                      Matrix(kernel.rows(), coefficients_.columns())};
+  Matrix& scores = answer.scores;
   for (int i = 0; i < scores.rows(); ++i) {
     std::copy(offsets_.begin(), offsets_.end(), scores.row(i));
     for (int k = 0; k < kernel.columns(); ++k) {
@@ -74,8 +106,9 @@ Matrix KernelMachine::scores(const std::vector<Features>& samples, core::WorkerP
         scores.at(i, c) += kernel.at(i, k) * coefficients_.at(k, c);
       }
     }
+    distances_by(kernel.row(i), -1, answer.distances.row(i));
   }
-  return scores;
+  return answer;
 }
 
 void KernelMachine::write(core::ByteWriter& writer) const {

@@ -15,6 +15,12 @@
 
 namespace telvar::classifier {
 
+/// What a kernel machine says of samples, each samples x categories.
+struct KernelAnswer {
+  Matrix scores;
+  Matrix distances;  // from the landmarks of each category that are most alike, 0 or more
+};
+
 /// The kernel of two samples is the mean over the orders in which the first one means the same.
 /// That is the mean over the orders of the second as well, since the orders come from a group of
 /// transforms, which undo each other.
@@ -22,17 +28,16 @@ class KernelMachine {
  public:
   /// Learns from samples with a category index each (below `categories`), that mean the same in all
   /// `orders`, of which there is at least the one that leaves them as they are. `held_out` takes
-  /// the leave-one-out scores, samples x categories.
+  /// the leave-one-out answer.
   static KernelMachine learn(const KernelChoice& choice, const std::vector<Features>& samples,
                              const std::vector<FeatureOrder>& orders,
                              const std::vector<int>& labels, int categories, core::WorkerPool& pool,
-                             Matrix& held_out);
+                             KernelAnswer& held_out);
 
   /// How alike samples and landmarks are, 0..1, samples x landmarks.
   Matrix similarities(const std::vector<Features>& samples, core::WorkerPool& pool) const;
 
-  /// Scores, samples x categories.
-  Matrix scores(const std::vector<Features>& samples, core::WorkerPool& pool) const;
+  KernelAnswer answer(const std::vector<Features>& samples, core::WorkerPool& pool) const;
 
   int samples() const { return coefficients_.rows(); }
 
@@ -40,12 +45,16 @@ class KernelMachine {
   void write(core::ByteWriter& writer) const;
   /// The machine lacks its landmarks until they are placed. Throws core::malformed_bytes.
   static KernelMachine read(core::ByteReader& reader, int samples, int categories);
-  /// The samples that were learned, and the orders in which they are alike.
-  void place_landmarks(const std::vector<Features>& samples,
+  /// The samples that were learned, their categories, and the orders in which they are alike.
+  void place_landmarks(const std::vector<Features>& samples, const std::vector<int>& labels,
                        const std::vector<FeatureOrder>& orders);
 
  private:
+  /// Distances from the categories, by the similarities to all landmarks but the one at `skipped`.
+  void distances_by(const float* similarities, int skipped, float* distances) const;
+
   KernelChoice choice_;
+  std::vector<int> labels_;               // of the landmarks
   Matrix landmarks_;                      // samples x weighted features
   std::vector<float> squares_;            // of the landmarks' lengths
   std::vector<std::vector<int>> orders_;  // of the weighted features, in each order
