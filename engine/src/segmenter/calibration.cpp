@@ -9,12 +9,15 @@
 namespace telvar::segmenter {
 namespace {
 
-/// A few images can mislead.
+/// A few images can mislead: a fit that asks for more than this is of their own errors.
 constexpr double kLeastScale = 0.4, kLargestScale = 2.0;
 constexpr double kLargestOffset = 1.0;
 
+/// Of either kind, belonging or not; fewer leave the logits of a category as they are.
 constexpr std::uint64_t kFewestPixels = 50;
 
+/// Of Newton's method: far more rounds than it takes to cross the limits above at its largest step,
+/// which keeps it from leaping where the curve is flat.
 constexpr int kRounds = 30;
 constexpr double kLargestStep = 0.3;
 

@@ -16,7 +16,15 @@ constexpr float kLargestShift = 0.15f;  // of positions, in halves of the region
 constexpr std::size_t kRareShare = 3;
 constexpr float kFadedShare = 0.5f;
 
+/// Pixels of a category in a tile that crops are laid on: more would take memory and show nothing
+/// that these, spread evenly, do not.
 constexpr std::size_t kPlacesPerOccurrence = 4096;
+
+/// Of the crops, those that lie on a pixel of a category: what is rare must be seen, and so must
+/// what is nothing. And how far from their middle that pixel is at most, in sides: never at the
+/// rim, where little of what surrounds it shows.
+constexpr float kOnCategoryShare = 0.5f;
+constexpr float kFarthestFromMiddle = 0.4f;
 
 std::vector<std::uint32_t> thinned_pixels(const TrainingTile& tile, const LabelPlane& plane) {
   std::vector<std::uint32_t> pixels;
@@ -124,14 +132,14 @@ int CropSource::planes() const {
 CropSource::Place CropSource::choose_place(core::Random& random) const {
   Place place{};
   const auto side = static_cast<float>(side_);
-  if (!occurrences_.empty() && random.chance(0.5f)) {
+  if (!occurrences_.empty() && random.chance(kOnCategoryShare)) {
     const auto& of_category = occurrences_[random.below(static_cast<int>(occurrences_.size()))];
     const Occurrence& chosen = of_category[random.below(static_cast<int>(of_category.size()))];
     const int pixel = chosen.pixels[random.below(static_cast<int>(chosen.pixels.size()))];
     place = {chosen.tile, static_cast<float>(pixel % chosen.tile->width),
              static_cast<float>(pixel / chosen.tile->width)};
-    place.x += random.uniform(-0.4f, 0.4f) * side;
-    place.y += random.uniform(-0.4f, 0.4f) * side;
+    place.x += random.uniform(-kFarthestFromMiddle, kFarthestFromMiddle) * side;
+    place.y += random.uniform(-kFarthestFromMiddle, kFarthestFromMiddle) * side;
   } else {
     place.tile = tiles_[random.below(static_cast<int>(tiles_.size()))];
     place.x = random.uniform(0, static_cast<float>(place.tile->width));

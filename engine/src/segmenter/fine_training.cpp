@@ -11,6 +11,13 @@ namespace {
 /// Of the crops: they show no context, so that what can be told without is.
 constexpr float kWithoutContext = 0.25f;
 
+/// Shares of a round's steps in which the rate rises: weights that know nothing are thrown about by
+/// a full rate; those that go on have only to fill the optimiser's means.
+constexpr double kFirstWarmUp = 0.3, kWarmUp = 0.05;
+
+/// Of the rate, that is left at the end of a fall.
+constexpr double kFallenRate = 0.01;
+
 std::vector<int> first_numbers(int count) {
   std::vector<int> numbers(count);
   std::iota(numbers.begin(), numbers.end(), 0);
@@ -44,8 +51,8 @@ void teach_falling(const TrainingTask& task, int steps, double rate, std::uint64
                    const Tiles& tiles, Networks& networks) {
   nn::TrainingPlan plan = plan_of(task, steps, seed);
   plan.peak_rate *= rate;
-  plan.warm_up = 0.05;
-  plan.final_rate = 0.01;
+  plan.warm_up = kWarmUp;
+  plan.final_rate = kFallenRate;
   teach(task, plan, tiles, networks);
 }
 
@@ -88,7 +95,7 @@ nn::Network with_context_planes(const nn::Network& fine, const TrainingSet& set)
 
 void teach_round(const TrainingTask& task, int round, const Tiles& tiles, Networks& networks) {
   nn::TrainingPlan plan = plan_of(task, task.effort.round_steps, kSeed + 1 + round);
-  plan.warm_up = round == 0 ? 0.3 : 0.05;
+  plan.warm_up = round == 0 ? kFirstWarmUp : kWarmUp;
   plan.final_rate = 1.0;
   teach(task, plan, tiles, networks);
 }

@@ -12,6 +12,10 @@ namespace {
 /// Enough to judge by; more would cost as much as a round.
 constexpr std::size_t kJudgedPixels = 2'000'000;
 
+/// One sample in so many is held out, but at least one, and at most ten, for the sake of what
+/// teaches.
+constexpr std::size_t kHeldOutOf = 5, kMostHeldOut = 10;
+
 std::uint64_t categories_in(const TrainingTile& tile) {
   std::uint64_t present = 0;
   for (const LabelPlane& plane : tile.labels) present |= std::uint64_t{1} << plane.category;
@@ -91,7 +95,7 @@ std::vector<bool> choose_held_out(const std::vector<PreparedSample>& samples, in
   std::vector<std::size_t> order(samples.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
   core::Random({0x6865'6c64, samples.size()}).shuffle(order);
-  const auto wanted = std::clamp<std::size_t>(samples.size() / 5, 1, 10);
+  const auto wanted = std::clamp<std::size_t>(samples.size() / kHeldOutOf, 1, kMostHeldOut);
   for (std::size_t taken = 0; taken < wanted; ++taken) {
     if (!choice.take(order, true) && !choice.take(order, false)) break;
   }

@@ -10,6 +10,13 @@ namespace {
 /// Of local contrast, in units of the luma's variance: noise on even ground stays small.
 constexpr float kLeastEnergy = 0.0025f;
 
+/// Sigmas of the blurs that part luma into scales, and of the surroundings that local contrast is
+/// measured in, pixels. Coarser scales are the network's own.
+constexpr float kFineBlur = 1.0f, kCoarseBlur = 4.0f, kSurroundings = 12.0f;
+
+/// The finest plane is weak beside the others.
+constexpr float kFineGain = 2.0f;
+
 /// Half of a normalised Gaussian, centre first, cut at 2.5 sigma.
 std::vector<float> half_kernel(float sigma) {
   std::vector<float> half(static_cast<std::size_t>(std::ceil(2.5f * sigma)) + 1);
@@ -78,7 +85,7 @@ void fill_luma(const InputSpec& spec, const float* pixels, std::size_t area, flo
 void fill_local_contrast(const std::vector<float>& detail, int width, int height, float* out) {
   std::vector<float> energy(detail.size());
   for (std::size_t i = 0; i < detail.size(); ++i) energy[i] = detail[i] * detail[i];
-  energy = blur(energy.data(), width, height, 12.0f);
+  energy = blur(energy.data(), width, height, kSurroundings);
   for (std::size_t i = 0; i < detail.size(); ++i) {
     out[i] = detail[i] / std::sqrt(energy[i] + kLeastEnergy);
   }
@@ -98,10 +105,10 @@ void fill_input_planes(const InputSpec& spec, const float* pixels, int width, in
                        float* out) {
   const std::size_t area = std::size_t(width) * height;
   fill_luma(spec, pixels, area, out);
-  const std::vector<float> fine = blur(out, width, height, 1.0f);
-  std::vector<float> detail = blur(out, width, height, 4.0f);
+  const std::vector<float> fine = blur(out, width, height, kFineBlur);
+  std::vector<float> detail = blur(out, width, height, kCoarseBlur);
   for (std::size_t i = 0; i < area; ++i) {
-    out[area + i] = 2.0f * (out[i] - fine[i]);
+    out[area + i] = kFineGain * (out[i] - fine[i]);
     out[2 * area + i] = fine[i] - detail[i];
     detail[i] = out[i] - detail[i];
   }

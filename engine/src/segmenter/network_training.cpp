@@ -6,6 +6,9 @@
 namespace telvar::segmenter {
 namespace {
 
+/// The average of the weights reaches back some fifty steps, most of a round.
+constexpr double kAverageDecay = 0.98;
+
 void fill_planes(const CropSource& source, const Crop& crop, std::vector<float>& planes) {
   fill_input_planes(source.spec(), crop.pixels.data(), source.side(), source.side(), planes.data());
   std::copy(crop.beside.begin(), crop.beside.end(),
@@ -33,7 +36,7 @@ double chunk_loss(nn::ChunkPass& pass, const Lesson& lesson, core::Random& rando
 void train_network(nn::Network& net, const Lesson& lesson, nn::TrainingPlan plan,
                    core::WorkerPool& pool) {
   plan.chunks = kChunks;
-  plan.average_decay = 0.98;
+  plan.average_decay = kAverageDecay;
   const int side = lesson.fresh.side();
   nn::train(
       net, {kCropsPerChunk, side, side},
