@@ -22,9 +22,9 @@ struct Position {
 std::vector<Position> place_crop(const TrainingTile& tile, const Position& centre, int side,
                                  Strength strength, core::Random& random);
 
-/// Changes contrast and brightness of all planes (side x side each, 0..1) alike, and adds noise; of
-/// few images also the gamma, and a wave of light, so that how bright a thing is tells less than
-/// its shape and texture. `deviation`: of the training images' luma.
+/// Changes contrast, brightness and gamma of all planes (side x side each, 0..1) alike, and adds
+/// noise and a wave of light, so that how bright a thing is tells less than its shape and texture;
+/// of few images more. `deviation`: of the training images' luma.
 void vary_light(std::vector<float>& pixels, int side, float deviation, Strength strength,
                 core::Random& random);
 
