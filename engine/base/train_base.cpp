@@ -15,6 +15,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "core/categories.h"
 #include "ocr/network/network.h"
 #include "ocr/network/network_training.h"
 #include "ocr/state.h"
@@ -61,9 +62,10 @@ PreparedSample read_sample(const std::string& folder, const Json& image, const B
   const float scale_x = static_cast<float>(sample.width) / static_cast<float>(width);
   const float scale_y = static_cast<float>(sample.height) / static_cast<float>(height);
   for (const Json& character : image["characters"]) {
-    sample.labels.push_back({index_of(character["category"].get<std::string>(), set.categories),
-                             (character["x"].get<float>() + 0.5f) * scale_x - 0.5f,
-                             (character["y"].get<float>() + 0.5f) * scale_y - 0.5f});
+    sample.labels.push_back(
+        {core::index_of(character["category"].get<std::string>(), set.categories),
+         (character["x"].get<float>() + 0.5f) * scale_x - 0.5f,
+         (character["y"].get<float>() + 0.5f) * scale_y - 0.5f});
   }
   return sample;
 }

@@ -170,7 +170,7 @@ TEST(EmbeddedEngine, RefusesDataSetsToRead) {
       {kArgument, "the character width of 0 pixels must", [](auto& set) { set.width = 0; }},
       {kArgument, "12 x 100 pixels, differ more than 8", [](auto& set) { set.height = 100; }},
       {kArgument, "2 labelled characters, at least 3", [](auto& set) { set.trainData.resize(2); }},
-      {kArgument, "xxx...' has 257 bytes, at most 256 are", label(15, std::string(257, 'x'))},
+      {kArgument, "xxx...' has 257 bytes, the limit is 256", label(15, std::string(257, 'x'))},
       {kLabel, "sample 'I-1', label 0: no category", label(15, "")},
       {kLabel, "sample 'I-1', label 0: the position (nan, 15) is not finite", label(NAN, "I")},
       {kLabel, "sample 'I-1', label 0: (99, 15) lies outside the region of 32 x", label(99, "I")},

@@ -5,6 +5,7 @@
 #include "classifier/limits.h"
 #include "core/loading.h"
 #include "core/messages.h"
+#include "core/refusals.h"
 #include "core/regions.h"
 #include "telvar/exceptions.h"
 #include "telvar_msg/classification.pb.h"
@@ -59,12 +60,10 @@ std::vector<DatasetEntry> parse_dataset(const std::string& message) {
   const core::ParsedMessage<messages::Dataset> parsed(message, "classifier data set");
   const messages::Dataset& dataset = *parsed;
   if (dataset.samples().size() > kMaxSamples) {
-    throw types::invalid_dataset("data set of " + std::to_string(dataset.samples().size()) +
-                                 " samples, the limit is " + std::to_string(kMaxSamples));
+    throw core::too_many("the data set", dataset.samples().size(), "samples", kMaxSamples);
   }
   if (dataset.categories().size() > kMaxCategories) {
-    throw types::invalid_dataset("data set of " + std::to_string(dataset.categories().size()) +
-                                 " categories, the limit is " + std::to_string(kMaxCategories));
+    throw core::too_many("the data set", dataset.categories().size(), "categories", kMaxCategories);
   }
   std::vector<DatasetEntry> entries;
   for (const auto& [key, sample] : dataset.samples()) {

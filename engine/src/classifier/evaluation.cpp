@@ -6,6 +6,7 @@ namespace telvar::classifier {
 
 std::vector<const Sample*> pointers(const TrainingSet& set, const std::vector<int>& indices) {
   std::vector<const Sample*> out;
+  out.reserve(indices.size());
   for (const int i : indices) out.push_back(&set.samples[i]);
   return out;
 }

@@ -8,10 +8,10 @@
 #include "classifier/state.h"
 #include "core/library_threads.h"
 #include "core/messages.h"
+#include "core/refusals.h"
 #include "core/regions.h"
 #include "core/sampling.h"
 #include "telvar/classifier.h"
-#include "telvar/exceptions.h"
 
 namespace telvar::qv::classifier {
 namespace {
@@ -99,8 +99,7 @@ Model::Model(const std::string& artifact, const std::string& runtime_parameters,
              const types::Device& device) {
   const core::LibraryThreadScope scope;
   if (!runtime_parameters.empty()) {
-    throw types::invalid_parameters("the classifier takes no run-time parameters, " +
-                                    std::to_string(runtime_parameters.size()) + " bytes given");
+    throw core::no_parameters_known("classifier", runtime_parameters);
   }
   impl_ = std::make_unique<Impl>(artifact, core::threads_of(device));
 }

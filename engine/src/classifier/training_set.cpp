@@ -131,6 +131,7 @@ void check_counts(const std::vector<DatasetEntry>& entries, const ExemplarMemory
   }
   const std::vector<std::string> categories = joined_categories(entries, before);
   std::vector<int> labels;
+  labels.reserve(entries.size());
   for (const auto& entry : entries) labels.push_back(core::index_of(entry.category_id, categories));
   if (before != nullptr) {
     for (const Exemplar& exemplar : before->exemplars) {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "telvar/exceptions.h"
+#include "core/refusals.h"
 
 namespace telvar::core {
 
@@ -26,9 +26,8 @@ Categories join_categories(const Categories& known, const Categories& listed, in
   std::set_union(known.begin(), known.end(), listed.begin(), listed.end(),
                  std::back_inserter(joined));
   if (joined.size() > static_cast<std::size_t>(most)) {
-    throw types::invalid_dataset("artifact and data set together have " +
-                                 std::to_string(joined.size()) + " categories, the limit is " +
-                                 std::to_string(most));
+    throw too_many("the data set, joined with the artifact,", joined.size(), "categories",
+                   static_cast<std::size_t>(most));
   }
   return joined;
 }

@@ -14,7 +14,7 @@ namespace {
 /// OpenMP's library keeps a record of each thread, and ends the process where it gets no memory
 /// for it.
 void check_memory_for_openmp() {
-  constexpr std::size_t kMoreThanARecord = 4096;
+  constexpr std::size_t kMoreThanARecord = 4096;         // bytes
   void* volatile block = std::malloc(kMoreThanARecord);  // volatile, or it would be left out
   if (block == nullptr) throw std::bad_alloc();
   std::free(block);

@@ -8,6 +8,7 @@
 namespace telvar::types {
 namespace {
 
+/// What a signed number of 32 bits can count, as hosts and files may keep it.
 constexpr std::uint64_t kMaxImageBytes = 0x7FFFFFFF;
 
 std::string describe(const ImageLayout& layout) {

@@ -9,7 +9,7 @@ namespace {
 
 using core::malformed_bytes;
 
-constexpr std::uint32_t kMaxName = 256;
+constexpr std::uint32_t kMaxName = 256;  // bytes; our own have at most some twenty
 constexpr std::string_view kVarianceSuffix = "running_var";
 
 bool is_variance(std::string_view name) {

@@ -6,9 +6,11 @@
 #include <set>
 
 #include "core/cache_session.h"
+#include "core/categories.h"
 #include "core/loading.h"
 #include "core/messages.h"
 #include "core/number_text.h"
+#include "core/refusals.h"
 #include "ocr/limits.h"
 #include "telvar/exceptions.h"
 #include "telvar_msg/ocr_training.pb.h"
@@ -41,9 +43,8 @@ DatasetSample convert(const std::string& key, const msg::Sample& message) {
 
 void check_labels(const DatasetSample& sample, const std::set<std::string>& listed) {
   if (sample.labels.size() > kMaxSampleLabels) {
-    throw types::invalid_dataset("sample '" + sample.key + "' has " +
-                                 std::to_string(sample.labels.size()) + " labels, at most " +
-                                 std::to_string(kMaxSampleLabels) + " are possible");
+    throw core::too_many("sample '" + sample.key + "'", sample.labels.size(), "labels",
+                         kMaxSampleLabels);
   }
   for (std::size_t i = 0; i < sample.labels.size(); ++i) {
     const RegionLabel& label = sample.labels[i];
@@ -64,15 +65,12 @@ void check_labels(const DatasetSample& sample, const std::set<std::string>& list
 
 void check_categories(const std::set<std::string>& categories) {
   if (categories.size() > static_cast<std::size_t>(kMaxCategories)) {
-    throw types::invalid_dataset("the data set has " + std::to_string(categories.size()) +
-                                 " categories, at most " + std::to_string(kMaxCategories) +
-                                 " are possible");
+    throw core::too_many("the data set", categories.size(), "categories", kMaxCategories);
   }
   for (const std::string& category : categories) {
     if (category.size() > static_cast<std::size_t>(kMaxCategoryBytes)) {
-      throw types::invalid_dataset("category '" + category.substr(0, 32) + "...' has " +
-                                   std::to_string(category.size()) + " bytes, at most " +
-                                   std::to_string(kMaxCategoryBytes) + " are possible");
+      throw core::too_many("category '" + category.substr(0, 32) + "...'", category.size(), "bytes",
+                           kMaxCategoryBytes);
     }
   }
 }
@@ -145,7 +143,7 @@ void add_labels(const DatasetSample& sample, const core::Region& region,
   const double scale_x = static_cast<double>(to.width) / region.width;
   const double scale_y = static_cast<double>(to.height) / region.height;
   for (const RegionLabel& label : sample.labels) {
-    to.labels.push_back({index_of(label.category, categories),
+    to.labels.push_back({core::index_of(label.category, categories),
                          within((label.x + 0.5) * scale_x - 0.5, to.width),
                          within((label.y + 0.5) * scale_y - 0.5, to.height)});
   }

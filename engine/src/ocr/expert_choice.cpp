@@ -35,6 +35,7 @@ ExpertChoice::ExpertChoice(const std::vector<std::string>& categories,
 ChosenExpert ExpertChoice::choose(std::vector<Expert>& experts) {
   if (experts.empty()) return {make_new(base_network()), true, fresh_};
   std::vector<Counts> counts;
+  counts.reserve(experts.size());
   for (const Expert& expert : experts) counts.push_back(count_all(expert));
   const auto best =
       std::max_element(counts.begin(), counts.end(), [this](const Counts& a, const Counts& b) {

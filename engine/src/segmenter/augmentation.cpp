@@ -10,7 +10,7 @@ namespace {
 struct Ranges {
   float any_turn;  // share of the crops that are turned any way; the others by kLargestTurn
   float stretch;   // log scale
-  float bend;      // tile pixels, in waves of kMiddleBend
+  float bend;      // tile pixels, along waves of kShortestBend to kLongestBend
   float gain;      // of contrast
   float gamma;     // log
   float wave;      // of light, in deviations of the luma
@@ -38,7 +38,7 @@ constexpr float kLargestTurn = 0.3f;        // radians
 constexpr float kQuarterTurnShare = 0.25f;  // of the crops
 
 /// Lengths of waves, crop pixels: things are bent as wholes, and light varies across several.
-constexpr float kShortestBend = 40.0f, kMiddleBend = 80.0f, kLongestBend = 120.0f;
+constexpr float kShortestBend = 40.0f, kLongestBend = 120.0f;
 constexpr float kShortestWave = 50.0f, kLongestWave = 250.0f;
 
 constexpr float kLargestOffset = 0.25f;  // of brightness, in deviations of the luma
@@ -78,7 +78,8 @@ struct Wave {
   }
 
   float at(std::size_t pixel, int side) const {
-    const auto x = static_cast<float>(pixel % side), y = static_cast<float>(pixel / side);
+    const std::size_t column = pixel % side, row = pixel / side;
+    const auto x = static_cast<float>(column), y = static_cast<float>(row);
     return std::sin(across * x + down * y + phase);
   }
 };
@@ -96,7 +97,8 @@ void bend(std::vector<Position>& positions, int side, float largest, core::Rando
 
 /// Uniform noise of the same variance as the normal deviate it stands for, at a third of its cost.
 float noise(core::Random& random) {
-  return (random.uniform() - 0.5f) * 3.4641016f;
+  constexpr float kWidth = 3.4641016f;  // sqrt(12): uniform over a width w has variance w^2 / 12
+  return (random.uniform() - 0.5f) * kWidth;
 }
 
 void vary_gamma(std::vector<float>& pixels, float largest, core::Random& random) {

@@ -16,11 +16,11 @@ namespace telvar::segmenter {
 
 /// How often pixels of a logit belong to a category, over -10..10 in steps of 0.05.
 struct LogitCounts {
-  static constexpr int kBins = 401;
+  static constexpr int kBins = 401, kMiddle = kBins / 2;
   std::array<std::uint64_t, kBins> belonging{}, others{};
 
   /// The logit that a bin stands for, and the bin of a logit.
-  static double logit(int bin) { return 0.05 * (bin - kBins / 2); }
+  static double logit(int bin) { return 0.05 * (bin - kMiddle); }
   static int bin(double logit);
 };
 

@@ -136,8 +136,8 @@ CropSource::Place CropSource::choose_place(core::Random& random) const {
     const auto& of_category = occurrences_[random.below(static_cast<int>(occurrences_.size()))];
     const Occurrence& chosen = of_category[random.below(static_cast<int>(of_category.size()))];
     const int pixel = chosen.pixels[random.below(static_cast<int>(chosen.pixels.size()))];
-    place = {chosen.tile, static_cast<float>(pixel % chosen.tile->width),
-             static_cast<float>(pixel / chosen.tile->width)};
+    const int column = pixel % chosen.tile->width, row = pixel / chosen.tile->width;
+    place = {chosen.tile, static_cast<float>(column), static_cast<float>(row)};
     place.x += random.uniform(-kFarthestFromMiddle, kFarthestFromMiddle) * side;
     place.y += random.uniform(-kFarthestFromMiddle, kFarthestFromMiddle) * side;
   } else {

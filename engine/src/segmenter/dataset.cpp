@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/messages.h"
+#include "core/refusals.h"
 #include "segmenter/limits.h"
 #include "telvar/exceptions.h"
 #include "telvar_msg/common.pb.h"
@@ -16,9 +17,8 @@ namespace msg = telvar_msg::qv::segmentation;
 void check_category(const std::string& name) {
   if (name.empty()) throw types::invalid_dataset("dataset: a category without a name");
   if (name.size() > kMaxNameBytes) {
-    throw types::invalid_dataset("dataset: category '" + name.substr(0, 40) +
-                                 "...' has a name of " + std::to_string(name.size()) +
-                                 " bytes; the limit is " + std::to_string(kMaxNameBytes));
+    throw core::too_many("category '" + name.substr(0, 32) + "...'", name.size(), "bytes",
+                         kMaxNameBytes);
   }
 }
 
@@ -26,8 +26,7 @@ void check_counts(const msg::Dataset& dataset, int min_samples) {
   const auto categories = static_cast<int>(dataset.categories().size());
   if (categories == 0) throw types::invalid_dataset("dataset: no categories; 1 is needed");
   if (categories > kMaxCategories) {
-    throw types::invalid_dataset("dataset: " + std::to_string(categories) +
-                                 " categories; the limit is " + std::to_string(kMaxCategories));
+    throw core::too_many("the data set", dataset.categories().size(), "categories", kMaxCategories);
   }
   const auto samples = static_cast<int>(dataset.samples().size());
   if (samples < min_samples) {
@@ -36,8 +35,7 @@ void check_counts(const msg::Dataset& dataset, int min_samples) {
                                                 std::to_string(min_samples) + " are needed");
   }
   if (samples > kMaxSamples) {
-    throw types::invalid_dataset("dataset: " + std::to_string(samples) + " samples; the limit is " +
-                                 std::to_string(kMaxSamples));
+    throw core::too_many("the data set", dataset.samples().size(), "samples", kMaxSamples);
   }
 }
 
@@ -89,6 +87,7 @@ std::vector<SampleRequest> parse_batch_dataset(const std::string& dataset) {
   std::map<std::string, std::string> by_key;
   for (const auto& [key, sample] : message->samples()) by_key.emplace(key, sample.image_id());
   std::vector<SampleRequest> samples;
+  samples.reserve(by_key.size());
   for (const auto& [key, image_id] : by_key) {
     samples.push_back({"sample '" + key + "'", image_id, {}, {}});
   }

@@ -31,7 +31,7 @@ std::vector<float> half_kernel(float sigma) {
 
 void blur_rows(const float* in, int width, int height, const std::vector<float>& half, float* out) {
   const int radius = static_cast<int>(half.size()) - 1;
-  std::vector<float> row(static_cast<std::size_t>(width) + 2 * radius);
+  std::vector<float> row(width + 2 * (half.size() - 1));
   for (int y = 0; y < height; ++y) {
     const float* source = in + std::size_t(y) * width;
     std::fill_n(row.begin(), radius, source[0]);

@@ -21,7 +21,8 @@ template <class Visit>
 void for_known(const ChunkTargets& targets, const Visit& visit) {
   std::size_t index = 0;
   for (int crop = 0; crop < targets.crops; ++crop) {
-    const std::uint8_t* known = targets.known.data() + crop * targets.categories;
+    const std::uint8_t* known =
+        targets.known.data() + static_cast<std::ptrdiff_t>(crop) * targets.categories;
     for (std::size_t pixel = 0; pixel < targets.pixels; ++pixel) {
       for (int c = 0; c < targets.categories; ++c, ++index) {
         if (known[c]) visit(index, static_cast<std::size_t>(c));

@@ -1,8 +1,8 @@
 #include "core/library_threads.h"
+#include "core/refusals.h"
 #include "segmenter/dataset.h"
 #include "segmenter/limits.h"
 #include "segmenter/segmenter.h"
-#include "telvar/exceptions.h"
 #include "telvar/segmenter.h"
 
 namespace telvar::qv::segmenter {
@@ -21,9 +21,7 @@ Model::Model(const std::string& artifact, const std::string& runtime_parameters,
              const types::Device& device) {
   const core::LibraryThreadScope scope;
   if (!runtime_parameters.empty()) {
-    throw types::invalid_parameters("segmenter: runtime parameters of " +
-                                    std::to_string(runtime_parameters.size()) +
-                                    " bytes; none are known");
+    throw core::no_parameters_known("segmenter", runtime_parameters);
   }
   impl_ = std::make_unique<Impl>(artifact, device);
 }

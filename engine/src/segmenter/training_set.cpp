@@ -101,6 +101,7 @@ TrainingSet join_samples(const SegmenterState* base, const std::vector<std::stri
 std::vector<int> places_of(const std::vector<std::string>& from,
                            const std::vector<std::string>& to) {
   std::vector<int> places;
+  places.reserve(from.size());
   for (const std::string& name : from) {
     places.push_back(static_cast<int>(std::lower_bound(to.begin(), to.end(), name) - to.begin()));
   }

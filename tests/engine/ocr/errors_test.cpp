@@ -66,7 +66,7 @@ TEST(ReaderErrors, OfDataSets) {
           *sample(d).add_characters() = sample(d).characters(0);
         }
       },
-      "sample 'page' has 65548 labels, at most 65536");
+      "sample 'page' has 65548 labels, the limit is 65536");
   expect_untrainable<types::invalid_dataset>([](auto& d) { d.clear_categories(); },
                                              "not among the data set's categories");
 }

@@ -61,14 +61,14 @@ TEST(Training, RefusesContradictoryDatasets) {
        [](Scenes& s) {
          for (int i = 0; i < 64; ++i) (*s.dataset.mutable_categories())[std::to_string(i)];
        },
-       "65 categories; the limit is 64"},
+       "65 categories, the limit is 64"},
       {"a long name", [](Scenes& s) { (*s.dataset.mutable_categories())[std::string(4097, 'n')]; },
-       "name of 4097 bytes; the limit is 4096"},
+       "has 4097 bytes, the limit is 4096"},
       {"too many samples",
        [](Scenes& s) {
          for (int i = 0; i < 1998; ++i) (*s.dataset.mutable_samples())[std::to_string(i)];
        },
-       "2001 samples; the limit is 2000"},
+       "2001 samples, the limit is 2000"},
       {"a mask of another size",
        [](Scenes& s) { first_mask(s) = gray_image(47, 48, std::vector<unsigned char>(47 * 48)); },
        "of category 'disc': 47 x 48 pixels, but its image has 48 x 48"},

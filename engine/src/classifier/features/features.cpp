@@ -14,6 +14,8 @@ namespace {
 
 /// Of a block of unit length: no single edge may outweigh the shape (Dalal and Triggs, 2005).
 constexpr float kClip = 0.2f;
+/// Values of a block: the histograms of 2 x 2 cells.
+constexpr int kBlock = 4 * kOrientations;
 constexpr float kPi = 3.14159265f;
 constexpr float kStrengthsToWhite = 12;  // bins of strength from 0 to a difference of 1
 // What a pixel adds to the bin of its strength; to those of its orientation it adds the strength
@@ -67,6 +69,7 @@ Mix mix_at(float position) {
 /// one more beyond either end.
 std::vector<Mix> mixes_along(int pixels, int cells) {
   std::vector<Mix> mixes;
+  mixes.reserve(static_cast<std::size_t>(pixels));
   const float scale = static_cast<float>(cells) / static_cast<float>(pixels);
   for (int i = 0; i < pixels; ++i) {
     mixes.push_back(mix_at((static_cast<float>(i) + 0.5f) * scale + 1));
@@ -95,7 +98,7 @@ std::vector<float> cell_histograms(const core::Raster& raster, const Gradients& 
       const Mix turn = mix_at(gradients.orientation[at]);
       const float high = row.high_share * gradients.magnitude[at];
       const float low = gradients.magnitude[at] - high;
-      float* const cell = cells.data() + stride * row.low + column.low * kOrientations;
+      float* const cell = cells.data() + stride * row.low + std::size_t{kOrientations} * column.low;
       add_to_cell(cell, turn, low * (1 - column.high_share));
       add_to_cell(cell + kOrientations, turn, low * column.high_share);
       add_to_cell(cell + stride, turn, high * (1 - column.high_share));
@@ -106,13 +109,13 @@ std::vector<float> cell_histograms(const core::Raster& raster, const Gradients& 
   return cells;
 }
 
-/// Scales to unit length, clips, scales again.
-void normalise_block(float* values, int count) {
+/// Scales a block to unit length, clips, scales again.
+void normalise_block(float* values) {
   for (int pass = 0; pass < 2; ++pass) {
-    float sum = 1e-4f;
-    for (int i = 0; i < count; ++i) sum += values[i] * values[i];
+    float sum = 1e-4f;  // an even block stays near zero: its noise is no shape
+    for (int i = 0; i < kBlock; ++i) sum += values[i] * values[i];
     const float scale = 1 / std::sqrt(sum);
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < kBlock; ++i) {
       values[i] *= scale;
       if (pass == 0) values[i] = std::min(values[i], kClip);
     }
@@ -132,7 +135,7 @@ std::vector<float> shape_of(const core::Raster& raster, const Gradients& gradien
         const float* from = histograms.data() + cell * kOrientations;
         shape.insert(shape.end(), from, from + kOrientations);
       }
-      normalise_block(shape.data() + shape.size() - 4 * kOrientations, 4 * kOrientations);
+      normalise_block(shape.data() + shape.size() - kBlock);
     }
   }
   return shape;
@@ -165,10 +168,11 @@ void append_patterns(const core::Raster& gray, int radius, std::vector<float>& o
   static constexpr int kDx[8] = {1, 1, 0, -1, -1, -1, 0, 1}, kDy[8] = {0, 1, 1, 1, 0, -1, -1, -1};
   static constexpr std::array<std::uint8_t, 256> kBins = all_patterns();
   constexpr float kNoise = 0.01f;  // of white: what a sensor adds is no pattern
+  const std::ptrdiff_t row_step = gray.width;
   std::ptrdiff_t neighbours[8];
-  for (int k = 0; k < 8; ++k) neighbours[k] = radius * (kDy[k] * gray.width + kDx[k]);
+  for (int k = 0; k < 8; ++k) neighbours[k] = radius * (kDy[k] * row_step + kDx[k]);
   std::array<int, kPatterns> counts{};
-  float total = 1e-6f;
+  float total = 1e-6f;  // above 0 where the image is too small for any pattern
   for (int y = radius; y + radius < gray.height; ++y) {
     for (int x = radius; x + radius < gray.width; ++x) {
       const float* const pixel = gray.plane(0) + static_cast<std::size_t>(y) * gray.width + x;

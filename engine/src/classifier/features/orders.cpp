@@ -81,6 +81,7 @@ FeatureOrder order_under(const Canvas& canvas, const DihedralTransform& transfor
 std::vector<FeatureOrder> orders_under(const Canvas& canvas,
                                        const std::vector<DihedralTransform>& transforms) {
   std::vector<FeatureOrder> orders;
+  orders.reserve(transforms.size());
   for (const DihedralTransform& transform : transforms) {
     orders.push_back(order_under(canvas, transform));
   }

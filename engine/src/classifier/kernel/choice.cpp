@@ -81,6 +81,7 @@ KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vect
                            int categories, const std::vector<FeatureOrder>& orders,
                            core::WorkerPool& pool) {
   std::vector<GroupDistances> seen;
+  seen.reserve(orders.size());
   for (const FeatureOrder& order : orders) seen.push_back(group_distances(samples, order, pool));
   Weights scales, offsets;
   for (const Matrix& group : seen[0]) scales.push_back(scale_of(group));

@@ -32,7 +32,7 @@ constexpr int kTileRows = kManyRegisters ? 4 : 3, kTileColumns = kManyRegisters 
 // One row alone waits for memory: more rows of the other factor are read at once.
 constexpr int kColumnsBesideOneRow = 8;
 
-template <int kRow, int kColumns, std::size_t... kColumn, std::size_t kCount>
+template <std::size_t kRow, std::size_t kColumns, std::size_t... kColumn, std::size_t kCount>
 HWY_INLINE void add_row(Vector left, const Vector (&right)[kColumns], Vector (&sums)[kCount],
                         std::index_sequence<kColumn...> /*columns*/) {
   ((sums[kRow * kColumns + kColumn] =
@@ -41,7 +41,7 @@ HWY_INLINE void add_row(Vector left, const Vector (&right)[kColumns], Vector (&s
 }
 
 /// All dot products of a tile. Every sum has an index that is constant, so it lives in a register.
-template <int kRows, int kColumns, std::size_t... kRow, std::size_t... kColumn>
+template <std::size_t kRows, std::size_t kColumns, std::size_t... kRow, std::size_t... kColumn>
 HWY_INLINE void run_tile(const float* const* a, const float* const* b, std::size_t length,
                          float* out, std::index_sequence<kRow...> /*rows*/,
                          std::index_sequence<kColumn...> columns) {

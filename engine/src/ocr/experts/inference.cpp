@@ -159,7 +159,7 @@ GraySource source_of(const types::ImageView& image, const core::Region& region,
   if (width * height > static_cast<double>(kMaxReadingPixels)) {
     throw types::invalid_image_size(
         subject + ": the region holds more than " +
-        std::to_string(kMaxReadingPixels / (kReadingCharacter * kReadingCharacter)) +
+        std::to_string(kMaxReadingPixels / kReadingCharacter / kReadingCharacter) +
         " characters of the nominal size");
   }
   const double scale_x = width / region.width, scale_y = height / region.height;

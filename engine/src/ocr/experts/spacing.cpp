@@ -29,6 +29,7 @@ Spacing Spacing::renumbered(const std::vector<int>& position, int categories) co
 
 void Spacing::learn(const std::vector<PreparedLabel>& labels) {
   std::vector<const PreparedLabel*> by_x;
+  by_x.reserve(labels.size());
   for (const PreparedLabel& label : labels) by_x.push_back(&label);
   std::sort(by_x.begin(), by_x.end(), [](const auto* a, const auto* b) { return a->x < b->x; });
   for (std::size_t i = 0; i < by_x.size(); ++i) {

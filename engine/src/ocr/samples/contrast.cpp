@@ -9,6 +9,8 @@ namespace {
 
 constexpr int kBlock = 4;      // pixels a side over which statistics are first gathered
 constexpr int kBoxRadius = 3;  // of each of the two box means over blocks
+/// Gray values of 0..1: joins the deviation by which pixels are divided, so that where there is
+/// nothing but a sensor's noise this is not blown up to strokes.
 constexpr float kFloor = 1.5f / 255;
 
 struct Blocks {

@@ -12,6 +12,7 @@
 namespace telvar::ocr {
 namespace {
 
+/// Pixels; what is read of a file beyond that cannot be a sample, and products still fit 64 bits.
 constexpr std::uint32_t kMaxSide = 1u << 24;
 
 void write_labels(core::ByteWriter& writer, const std::vector<PreparedLabel>& labels) {
@@ -26,7 +27,7 @@ void write_labels(core::ByteWriter& writer, const std::vector<PreparedLabel>& la
 /// Places outside `whole` are malformed.
 std::vector<PreparedLabel> read_labels(core::ByteReader& reader, std::uint32_t categories,
                                        const Window& whole) {
-  constexpr std::size_t kLabelBytes = 12;
+  constexpr std::size_t kLabelBytes = 12;  // as write_labels writes one
   const std::uint32_t count = reader.count("label count", 0, kMaxSampleLabels);
   if (reader.remaining() / kLabelBytes < count) {
     throw core::malformed_bytes("the labels end early");
@@ -56,11 +57,6 @@ std::vector<PreparedLabel> inside(const std::vector<PreparedLabel>& labels, cons
 
 }  // namespace
 
-int index_of(const std::string& category, const std::vector<std::string>& categories) {
-  const auto found = std::lower_bound(categories.begin(), categories.end(), category);
-  return static_cast<int>(found - categories.begin());
-}
-
 float white_level(const types::ImageView& image) {
   const auto& [width, height, stride, channels, bits, order] = image.layout;
   if (bits != 16) return 1;
@@ -71,7 +67,7 @@ float white_level(const types::ImageView& image) {
     for (unsigned x = 0; x < width; ++x, pixel += std::size_t{2} * channels) {
       for (unsigned c = 0; c < colours; ++c) {
         std::uint16_t value;
-        std::memcpy(&value, pixel + 2 * c, sizeof value);
+        std::memcpy(&value, pixel + sizeof value * c, sizeof value);
         largest = std::max(largest, value);
       }
     }
@@ -86,7 +82,7 @@ PreparedExtent prepared_extent(const core::Region& region, const NominalSize& si
   if (width * height > static_cast<double>(kMaxPreparedPixels)) {
     throw types::invalid_image_size(
         subject + ": the region holds more than " +
-        std::to_string(kMaxPreparedPixels / (kPreparedCharacter * kPreparedCharacter)) +
+        std::to_string(kMaxPreparedPixels / kPreparedCharacter / kPreparedCharacter) +
         " characters of the nominal size");
   }
   PreparedExtent extent{std::max(1, static_cast<int>(width)), std::max(1, static_cast<int>(height)),

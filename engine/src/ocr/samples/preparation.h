@@ -27,9 +27,6 @@ struct PreparedLabel {
   float y = 0;
 };
 
-/// Index of a category among ascending ones that hold it.
-int index_of(const std::string& category, const std::vector<std::string>& categories);
-
 /// Gray pixels 0..255, row by row, with what is known about them.
 struct PreparedSample {
   std::string name = "an exemplar";  // what errors call it; not written
