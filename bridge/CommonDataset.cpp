@@ -1,6 +1,6 @@
 #include "bridge/CommonDataset.h"
 
-#include "bridge/FilledMessage.h"
+#include "bridge/Messages.h"
 
 namespace Orbalt::TelvarWrapper::Wrapper {
 namespace {

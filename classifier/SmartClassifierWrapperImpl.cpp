@@ -1,10 +1,9 @@
 #include "classifier/SmartClassifierWrapperImpl.h"
 
-#include "bridge/Answer.h"
 #include "bridge/CommonDataset.h"
-#include "bridge/FilledMessage.h"
 #include "bridge/Guard.h"
 #include "bridge/ImageConversion.h"
+#include "bridge/Messages.h"
 #include "bridge/TrainCache.h"
 
 namespace Orbalt::TelvarWrapper::Wrapper {
@@ -22,12 +21,11 @@ std::unique_ptr<telvar::qv::classifier::TrainCache> CreateTrainCache() {
 SmartClassifierWrapper::Impl::Impl(std::unique_ptr<Types::SmartClassifier::Data> data,
                                    std::shared_ptr<TelvarClassifierAccess> access)
     : trainCache_(CreateTrainCache()),
-      access_(std::move(access)),
+      access_(access ? std::move(access) : std::make_shared<TelvarClassifierAccess>()),
       model_(std::move(data->artifact)) {
   telvar_msg::qv::classification::TrainingParameters parameters;
   parameters.set_training_setting(kTrainingSetting);
   trainingParameters_ = parameters.SerializeAsString();
-  if (!access_) access_ = std::make_shared<TelvarClassifierAccess>();
   RestoreTrainCache(trainCache_, data->trainCache, CreateTrainCache);
 }
 

@@ -50,8 +50,8 @@ Types::SmartOCR::FieldingResult SmartOCRWrapper::Impl::ApplyFielding(
     result.patternName = verdictMessage->pattern_name();
     result.sample =
         ConvertTelvarOCRSample(*Answer<telvar_msg::qv::ocr::SampleResult>(fieldedSample));
-  } catch (const InvalidArgumentException& e) {
-    throw InvalidArgumentException(e);
+  } catch (const InvalidArgumentException&) {
+    throw;
   } catch (...) {
     // Whatever the engine refuses about a pattern has this one text; its own is dropped on purpose.
     throw InvalidArgumentException(kInvalidPattern);

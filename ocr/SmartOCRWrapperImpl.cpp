@@ -2,9 +2,9 @@
 
 #include <limits>
 
-#include "bridge/FilledMessage.h"
 #include "bridge/Guard.h"
 #include "bridge/ImageConversion.h"
+#include "bridge/Messages.h"
 #include "bridge/RegionConversion.h"
 #include "bridge/TrainCache.h"
 
@@ -19,11 +19,11 @@ std::unique_ptr<telvar::qv::ocr::TrainCache> CreateTrainCache() {
 
 SmartOCRWrapper::Impl::Impl(std::unique_ptr<Types::SmartOCR::Data> data,
                             std::shared_ptr<TelvarAccess> access)
-    : train_cache_(CreateTrainCache()),
-      training_parameters_(telvar_msg::qv::ocr::TrainingParameters().SerializeAsString()),
+    : trainCache_(CreateTrainCache()),
+      trainingParameters_(telvar_msg::qv::ocr::TrainingParameters().SerializeAsString()),
       access_(access ? std::move(access) : std::make_shared<TelvarAccess>()),
       model_(Types::SmartOCR::Size(0.0f, 0.0f), std::move(data->artifact)) {
-  RestoreTrainCache(train_cache_, data->trainCache, CreateTrainCache);
+  RestoreTrainCache(trainCache_, data->trainCache, CreateTrainCache);
 }
 
 SmartOCRWrapper::Impl::~Impl() = default;
@@ -31,9 +31,9 @@ SmartOCRWrapper::Impl::~Impl() = default;
 Types::SmartOCR::TrainResult SmartOCRWrapper::Impl::Train(const Types::SmartOCR::Dataset& dataset,
                                                           const ImageLoader& loadImage) {
   const std::string message = SerializeFilled<telvar_msg::qv::ocr::Dataset>(
-      [&](auto& filled) { FillDataset(filled, dataset); });
-  auto [answer, artifact] = access_->Train(model_.Artifact(), message, training_parameters_,
-                                           AdaptImageLoader(loadImage), *train_cache_);
+      [&](auto& filled) { FillDataset(dataset, filled); });
+  auto [answer, artifact] = access_->Train(model_.Artifact(), message, trainingParameters_,
+                                           AdaptImageLoader(loadImage), *trainCache_);
   model_.Update(NominalSize(dataset), std::move(artifact));
   return ConvertTelvarOCRTrainingResult(*Answer<telvar_msg::qv::ocr::TrainingResult>(answer));
 }
@@ -43,6 +43,7 @@ SmartOCRWrapper::Impl::ReadAnswer SmartOCRWrapper::Impl::ProcessInternal(
     const Types::SmartOCR::Size& size) {
   return TryQvCallWithReturn([&] {
     model_.Update(size, std::string());
+    // A holder without a model answers nothing.
     if (model_.IsEmpty()) return ReadAnswer(std::string());
     const EngineRegion region = ConvertToEngineRegion(roi);
     const telvar::types::ImageView view = ConvertToImageView(image);
@@ -86,7 +87,7 @@ std::vector<std::vector<std::uint64_t>> SmartOCRWrapper::Impl::SortCharacters(
 }
 
 std::unique_ptr<Types::SmartOCR::Data> SmartOCRWrapper::Impl::GetData() const {
-  const std::string trainCache = SaveTrainCache(*train_cache_);
+  const std::string trainCache = SaveTrainCache(*trainCache_);
   return std::make_unique<Types::SmartOCR::Data>(model_.Artifact(), trainCache);
 }
 

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "bridge/Answer.h"
+#include "bridge/Messages.h"
 #include "ocr/Model.h"
 #include "ocr/SmartOCRWrapper.h"
 #include "telvar_msg/ocr_fielding.pb.h"
@@ -81,11 +81,12 @@ class SmartOCRWrapper::Impl {
 
   /// In single precision.
   static Types::SmartOCR::Size NominalSize(const Types::SmartOCR::Dataset& dataset);
-  static void FillDataset(telvar_msg::qv::ocr::Dataset& message,
-                          const Types::SmartOCR::Dataset& dataset);
+  /// Sets a message that is empty.
+  static void FillDataset(const Types::SmartOCR::Dataset& dataset,
+                          telvar_msg::qv::ocr::Dataset& message);
 
-  std::unique_ptr<telvar::qv::ocr::TrainCache> train_cache_;
-  std::string training_parameters_;
+  std::unique_ptr<telvar::qv::ocr::TrainCache> trainCache_;
+  std::string trainingParameters_;
   std::shared_ptr<TelvarAccess> access_;
   Model model_;
 };

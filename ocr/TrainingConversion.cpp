@@ -32,12 +32,12 @@ Types::SmartOCR::Size SmartOCRWrapper::Impl::NominalSize(const Types::SmartOCR::
 telvar_msg::qv::ocr::Dataset SmartOCRWrapper::Impl::ConvertOCRDataset(
     const Types::SmartOCR::Dataset& dataset) {
   telvar_msg::qv::ocr::Dataset message;
-  FillDataset(message, dataset);
+  FillDataset(dataset, message);
   return message;
 }
 
-void SmartOCRWrapper::Impl::FillDataset(telvar_msg::qv::ocr::Dataset& message,
-                                        const Types::SmartOCR::Dataset& dataset) {
+void SmartOCRWrapper::Impl::FillDataset(const Types::SmartOCR::Dataset& dataset,
+                                        telvar_msg::qv::ocr::Dataset& message) {
   const Types::SmartOCR::Size size = NominalSize(dataset);
   message.set_width(size.width);
   message.set_height(size.height);

@@ -20,12 +20,12 @@ void ConvertSample(const Types::SmartSegmenter::Sample& sample,
 telvar_msg::qv::segmentation::Dataset SmartSegmenterWrapper::Impl::ConvertSegmenterDataset(
     const Types::SmartSegmenter::Dataset& dataset) {
   telvar_msg::qv::segmentation::Dataset message;
-  FillDataset(message, dataset);
+  FillDataset(dataset, message);
   return message;
 }
 
-void SmartSegmenterWrapper::Impl::FillDataset(telvar_msg::qv::segmentation::Dataset& message,
-                                              const Types::SmartSegmenter::Dataset& dataset) {
+void SmartSegmenterWrapper::Impl::FillDataset(const Types::SmartSegmenter::Dataset& dataset,
+                                              telvar_msg::qv::segmentation::Dataset& message) {
   for (const std::string& category : dataset.categories) {
     (*message.mutable_categories())[category];
   }

@@ -3,11 +3,10 @@
 #include <limits>
 #include <utility>
 
-#include "bridge/Answer.h"
 #include "bridge/CommonDataset.h"
-#include "bridge/FilledMessage.h"
 #include "bridge/Guard.h"
 #include "bridge/ImageConversion.h"
+#include "bridge/Messages.h"
 #include "bridge/RegionConversion.h"
 #include "bridge/TrainCache.h"
 
@@ -45,10 +44,9 @@ ResultImageWriter MakeResultWriter(ProcessResults& results) {
 SmartSegmenterWrapper::Impl::Impl(std::unique_ptr<Types::SmartSegmenter::Data> data,
                                   std::shared_ptr<TelvarSegmenterAccess> access)
     : trainCache_(CreateTrainCache()),
-      access_(std::move(access)),
-      segmenterModel_(std::move(data->artifact)) {
-  trainingParameters_ = SerializeDefaultParameters();
-  if (!access_) access_ = std::make_shared<TelvarSegmenterAccess>();
+      trainingParameters_(SerializeDefaultParameters()),
+      access_(access ? std::move(access) : std::make_shared<TelvarSegmenterAccess>()),
+      model_(std::move(data->artifact)) {
   RestoreTrainCache(trainCache_, data->trainCache, CreateTrainCache);
 }
 
@@ -56,7 +54,7 @@ SmartSegmenterWrapper::Impl::~Impl() = default;
 
 std::unique_ptr<Types::SmartSegmenter::Data> SmartSegmenterWrapper::Impl::GetData() const {
   const std::string trainCache = SaveTrainCache(*trainCache_);
-  return std::make_unique<Types::SmartSegmenter::Data>(segmenterModel_.Artifact(), trainCache);
+  return std::make_unique<Types::SmartSegmenter::Data>(model_.Artifact(), trainCache);
 }
 
 TrainingResult SmartSegmenterWrapper::Impl::Train(const Types::SmartSegmenter::Dataset& dataset,
@@ -64,12 +62,12 @@ TrainingResult SmartSegmenterWrapper::Impl::Train(const Types::SmartSegmenter::D
                                                   const ImageLoader& maskLoader) {
   return TryQvCallWithReturn([&] {
     const std::string message = SerializeFilled<telvar_msg::qv::segmentation::Dataset>(
-        [&](auto& filled) { FillDataset(filled, dataset); });
+        [&](auto& filled) { FillDataset(dataset, filled); });
     const std::string parameters = SerializeDefaultParameters();
-    auto [answer, artifact] = access_->train(
-        segmenterModel_.Artifact(), message, parameters, AdaptImageLoader(imageLoader),
-        AdaptImageLoader(maskLoader), *trainCache_, ResultImageWriter());
-    segmenterModel_.Update(std::move(artifact));
+    auto [answer, artifact] =
+        access_->train(model_.Artifact(), message, parameters, AdaptImageLoader(imageLoader),
+                       AdaptImageLoader(maskLoader), *trainCache_, ResultImageWriter());
+    model_.Update(std::move(artifact));
     TrainingResult result;
     result.score = Answer<telvar_msg::qv::segmentation::TrainingResult>(answer)->score();
     return result;
@@ -78,14 +76,14 @@ TrainingResult SmartSegmenterWrapper::Impl::Train(const Types::SmartSegmenter::D
 
 ProcessResult SmartSegmenterWrapper::Impl::Process(const std::shared_ptr<Types::Image>& image,
                                                    const std::shared_ptr<Types::ROI>& roi) {
-  if (segmenterModel_.IsEmpty()) segmenterModel_.Update(std::string());
-  if (segmenterModel_.IsEmpty()) return ProcessResult();
+  if (model_.IsEmpty()) model_.Update(std::string());
+  if (model_.IsEmpty()) return ProcessResult();  // a holder without a model answers nothing
   return TryQvCallWithReturn([&] {
     ProcessResult result;
     const EngineRegion region = ConvertToEngineRegion(roi);
     const telvar::types::ImageView view = ConvertToImageView(image);
-    auto [answer, images] = access_->process(segmenterModel_, view, region.transform, region.size);
-    // Nothing of the message reaches the host.
+    auto [answer, images] = access_->process(model_, view, region.transform, region.size);
+    // It is parsed as every answer is, though nothing of it reaches the host.
     const Answer<telvar_msg::qv::segmentation::Result> unused(answer);
     for (auto& [name, resultImage] : images) {
       result.resultImages.insert_or_assign(name, ConvertImage(resultImage));
@@ -99,7 +97,7 @@ ProcessResults SmartSegmenterWrapper::Impl::BatchProcess(const Types::CommonData
   const std::string message = SerializeCommonDataset(dataset);
   const EngineImageLoader engineLoader = AdaptImageLoader(loader);
   ProcessResults results;
-  access_->BatchProcess(segmenterModel_.Artifact(), message, engineLoader, *trainCache_,
+  access_->BatchProcess(model_.Artifact(), message, engineLoader, *trainCache_,
                         MakeResultWriter(results));
   return results;
 }

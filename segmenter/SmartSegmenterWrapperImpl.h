@@ -31,14 +31,15 @@ class SmartSegmenterWrapper::Impl {
       const Types::SmartSegmenter::Dataset& dataset);
 
  private:
-  static void FillDataset(telvar_msg::qv::segmentation::Dataset& message,
-                          const Types::SmartSegmenter::Dataset& dataset);
+  /// Sets a message that is empty.
+  static void FillDataset(const Types::SmartSegmenter::Dataset& dataset,
+                          telvar_msg::qv::segmentation::Dataset& message);
 
   std::unique_ptr<telvar::qv::segmenter::TrainCache> trainCache_;
   /// Kept as built; training sends fresh parameters.
   std::string trainingParameters_;
   std::shared_ptr<TelvarSegmenterAccess> access_;
-  SegmenterModel segmenterModel_;
+  SegmenterModel model_;
 };
 
 }  // namespace Orbalt::TelvarWrapper::Wrapper
