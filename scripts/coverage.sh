@@ -11,8 +11,7 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 build=${1:-$root/build/coverage}
 
 mkdir -p "$build"
-cmake -G Ninja -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Debug -DTELVAR_ENGINE=scripted \
-  -DTELVAR_COVERAGE=ON -DTELVAR_BUILD_HOST=OFF -DTELVAR_INSTALL=OFF >"$build/configure.log" 2>&1 ||
+(cd "$root" && cmake --preset coverage -B "$build") >"$build/configure.log" 2>&1 ||
   { cat "$build/configure.log"; exit 1; }
 cmake --build "$build" --target wrapper_unit_tests wrapper_contract_tests
 find "$build" -name '*.gcda' -delete
