@@ -56,16 +56,16 @@ TEST(Novelty, FlattensScoresOfSamplesUnlikeThoseOfTheAnsweredCategory) {
 }
 
 TEST(Novelty, IsNotMeasuredOnTooFewRecognisedSamples) {
-  const Recognised few(18);
+  const Recognised few(98);
   EXPECT_FALSE(measure_novelty(few.scores, few.kernel, few.labels));
-  const Recognised many(60);
+  const Recognised many(120);
   std::vector<int> wrong = many.labels;
   for (int& label : wrong) label = 1 - label;
   EXPECT_FALSE(measure_novelty(many.scores, many.kernel, wrong));
 }
 
 TEST(Novelty, IsReadAsWrittenUnlessDamaged) {
-  const Recognised known(60);
+  const Recognised known(120);
   const auto novelty = measure_novelty(known.scores, known.kernel, known.labels);
   core::ByteWriter writer;
   write_novelty(writer, novelty);
