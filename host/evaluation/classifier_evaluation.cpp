@@ -1,6 +1,7 @@
 #include "evaluation/classifier_evaluation.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "images/read_image.h"
 
@@ -13,6 +14,10 @@ void count(ClassifierEvaluation& evaluation, const ClassifierItem& item, const S
   ++evaluation.images;
   ++evaluation.confusion[item.category][best.categoryId];
   evaluation.answers.emplace_back(best.score, right);
+  const bool known = std::any_of(scores.begin(), scores.end(), [&](const CategoryScore& score) {
+    return score.categoryId == item.category;
+  });
+  if (!known) evaluation.foreign_scores.push_back(best.score);
   if (right) {
     ++evaluation.right;
   } else {
@@ -32,6 +37,26 @@ std::vector<std::pair<double, double>> ClassifierEvaluation::accuracy_by_coverag
     right_so_far += sorted[i].second ? 1 : 0;
     const auto answered = static_cast<double>(i + 1);
     curve.emplace_back(answered / static_cast<double>(sorted.size()), right_so_far / answered);
+  }
+  return curve;
+}
+
+std::vector<std::pair<double, double>> ClassifierEvaluation::foreign_curve() const {
+  if (foreign_scores.empty() || right == 0) return {};
+  auto foreign = foreign_scores;
+  std::vector<double> rights;
+  for (const auto& [score, is_right] : answers) {
+    if (is_right) rights.push_back(score);
+  }
+  std::sort(foreign.begin(), foreign.end(), std::greater<>());
+  std::sort(rights.begin(), rights.end(), std::greater<>());
+  std::vector<std::pair<double, double>> curve;
+  std::size_t through = 0;
+  for (std::size_t i = 0; i < rights.size(); ++i) {
+    if (i + 1 < rights.size() && rights[i + 1] == rights[i]) continue;  // one least score
+    while (through < foreign.size() && foreign[through] >= rights[i]) ++through;
+    curve.emplace_back(static_cast<double>(i + 1) / static_cast<double>(rights.size()),
+                       static_cast<double>(through) / static_cast<double>(foreign.size()));
   }
   return curve;
 }
@@ -60,6 +85,8 @@ Json json_of(const ClassifierEvaluation& evaluation) {
   json["counts"] = {{"images", evaluation.images},
                     {"right", evaluation.right},
                     {"wrong", evaluation.mistakes.size()}};
+  const auto curve = evaluation.foreign_curve();
+  if (!curve.empty()) json["foreign_curve"] = curve;
   json["milliseconds_median"] = evaluation.timing.quantile(0.5);
   json["milliseconds_p95"] = evaluation.timing.quantile(0.95);
   json["mistakes"] = Json::array();

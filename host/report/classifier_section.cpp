@@ -68,6 +68,15 @@ std::string coverage_html(const ClassifierEvaluation& evaluation) {
                     {"accuracy", lower_bound_for(curve), 1, 2});
 }
 
+// How many images of unknown categories a least score would let through.
+std::string foreign_html(const ClassifierEvaluation& evaluation) {
+  const auto curve = evaluation.foreign_curve();
+  if (curve.size() < 2) return "";  // none, or all right answers have one score
+  return "<h3>Images of categories that it does not know</h3>" +
+         curve_html(curve, {"share of the right answers that reach a least score", 0, 1, 1},
+                    {"share of these images that do", 0, 1, 2});
+}
+
 std::string mistakes_html(const ClassifierEvaluation& evaluation) {
   if (evaluation.mistakes.empty()) return "<p class=\"good\">Every image was answered right.</p>";
   std::string cards = "<div class=\"cards\">";
@@ -91,7 +100,8 @@ Section section_of(const ClassifierEvaluation& evaluation) {
                      {fixed(evaluation.timing.quantile(0.5), 1) + " ms", "per image, median"},
                      {fixed(evaluation.timing.quantile(0.95), 1) + " ms", "95th percentile"}};
   section.body = "<div class=\"columns\"><div>" + matrix_html(evaluation) + "</div><div>" +
-                 coverage_html(evaluation) + "</div></div>" + mistakes_html(evaluation);
+                 coverage_html(evaluation) + foreign_html(evaluation) + "</div></div>" +
+                 mistakes_html(evaluation);
   return section;
 }
 

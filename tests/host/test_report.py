@@ -50,9 +50,15 @@ class Report(HostTest):
         for value in (20, 60, 90):
             self.file(f"probe/light/wrong <{value}>.png", flat(value))
         self.file("probe/light/right.png", flat(201))
+        self.file("probe/dark é/right.png", flat(80))
+        for value in (25, 240):
+            self.file(f"probe/unknown/{value}.png", flat(value))
         found, widths, text = self.evaluated("classifier", data, self.scratch / "probe")
-        self.assertIn("25.0 %", text)
-        self.assertEqual(len(widths), 3)
+        self.assertIn("28.6 %", text)
+        self.assertEqual(len(widths), 5)
+        # What the surer right answer reaches, and what both do.
+        self.assertEqual([share for share, _ in found["foreign_curve"]], [0.5, 1])
+        self.assertIn("Images of categories that it does not know", text)
         places = [text.index(m["file"]) for m in found["mistakes"]]
         self.assertEqual(places, sorted(places))
         scores = [m["score"] for m in found["mistakes"]]
