@@ -9,10 +9,15 @@ namespace telvar::classifier {
 namespace {
 
 // What is tried: shares of the groups in the squared distance (coarse and fine shape, pixels,
-// texture, colour), from shape alone to texture and colour alone; then widths and ridges.
-constexpr float kMixes[][kFeatureGroups] = {
-    {.50f, .50f, 0, 0, 0},          {.35f, .35f, .30f, 0, 0},       {.20f, .20f, .60f, 0, 0},
-    {.25f, .25f, .20f, .15f, .15f}, {.15f, .15f, .10f, .30f, .30f}, {0, 0, 0, .5f, .5f}};
+// texture, colour), from shape alone to texture and colour alone, and texture of
+// any colour; then widths and ridges.
+constexpr float kMixes[][kFeatureGroups] = {{.50f, .50f, 0, 0, 0},
+                                            {.35f, .35f, .30f, 0, 0},
+                                            {.20f, .20f, .60f, 0, 0},
+                                            {.25f, .25f, .20f, .15f, .15f},
+                                            {.15f, .15f, .10f, .30f, .30f},
+                                            {0, 0, 0, .5f, .5f},
+                                            {0, 0, 0, 1, 0}};
 constexpr float kWidths[] = {0.4f, 0.8f, 1.6f};  // of the mean squared distance, inverted
 constexpr float kRidges[] = {0.01f, 0.1f, 0.5f};
 
