@@ -34,11 +34,14 @@ constexpr int kPatience = 2;
 /// Rounds end at once when this share of the held-out labels is read: little is left to gain.
 constexpr double kAsGoodAsAll = 0.998;
 
+/// Steps of one round of the first stage, how many rounds it has at most, and steps of the second
+/// stage after that many.
+constexpr int kRoundSteps = 500, kMostRounds = 9, kFinishSteps = 3500;
+
 }  // namespace
 
-//                            of a round, rounds, second stage; of a fold, delivered network
-const ExpertTraining::Effort ExpertTraining::kUsual{500, 9, 3500, 400, 1500};
-const ExpertTraining::Effort ExpertTraining::kTouchUp{200, 2, 300, 100, 300};
+const ExpertTraining::FewSteps ExpertTraining::kUsual{400, 1500};
+const ExpertTraining::FewSteps ExpertTraining::kTouchUp{100, 300};
 
 /// What a network makes of some samples.
 struct ExpertTraining::Score {
@@ -62,7 +65,7 @@ struct ExpertTraining::Score {
 
 ExpertTraining::ExpertTraining(Expert& expert, std::vector<PreparedSample>& samples,
                                core::WorkerPool& pool, ExpertTrainingPlan plan)
-    : expert_(expert), samples_(samples), pool_(pool), plan_(std::move(plan)), effort_(kUsual) {
+    : expert_(expert), samples_(samples), pool_(pool), plan_(std::move(plan)) {
   for (std::size_t i = 0; i < samples.size(); ++i) {
     if (plan_.fresh[i]) fresh_.push_back(i);
     if (plan_.taught[i]) expert_.spacing.learn(samples[i].labels);
@@ -164,8 +167,8 @@ std::vector<char> ExpertTraining::every(int count, int first) const {
   return flags;
 }
 
-/// How well new images are read before anything was learned of them decides on the effort. What
-/// the network finds without a label on them is not taught as background, if it can be trusted.
+/// How well new images are read before anything was learned of them decides how to learn. What the
+/// network finds without a label on them is not taught as background, if it can be trusted.
 void ExpertTraining::look_before() {
   const double rate = evaluate_flagged(expert_.net, plan_.fresh).rate();
   if (rate >= kTrustedFromTheStart) {
@@ -174,7 +177,7 @@ void ExpertTraining::look_before() {
     forget_unlabelled();
   }
   is_read_well_ = rate >= kGoodFromTheStart;
-  if (is_read_well_ && plan_.is_resumed) effort_ = kTouchUp;
+  if (is_read_well_ && plan_.is_resumed) few_steps_ = kTouchUp;
 }
 
 /// Rounds follow each other while held-out images are read better.
@@ -185,9 +188,9 @@ ExpertTraining::Score ExpertTraining::learn_holding_out() {
   int idle = 0, rounds = 0;
   core::Monitor& monitor = pool_.monitor();
   monitor.measured(score.rate());
-  while (rounds < effort_.most_rounds && idle < kPatience) {
-    monitor.expect((effort_.most_rounds - rounds) * effort_.round_steps + effort_.finish_steps);
-    NetworkPlan round = stage(effort_.round_steps, kUncertainWeight);
+  while (rounds < kMostRounds && idle < kPatience) {
+    monitor.expect((kMostRounds - rounds) * kRoundSteps + kFinishSteps);
+    NetworkPlan round = stage(kRoundSteps, kUncertainWeight);
     round.final_rate = 1;
     if (rounds > 0) round.warm_up = 0.02;
     train_network(expert_.net, without(held), round, pool_);
@@ -199,8 +202,8 @@ ExpertTraining::Score ExpertTraining::learn_holding_out() {
     if (score.rate() >= kAsGoodAsAll) idle = kPatience;
   }
   evaluate_flagged(expert_.net, plan_.taught);
-  const double share = std::sqrt(static_cast<double>(rounds) / effort_.most_rounds);
-  finish_steps_ = static_cast<int>(effort_.finish_steps * share);
+  const double share = std::sqrt(static_cast<double>(rounds) / kMostRounds);
+  finish_steps_ = static_cast<int>(kFinishSteps * share);
   return score;
 }
 
@@ -208,7 +211,7 @@ ExpertTraining::Score ExpertTraining::learn_holding_out() {
 ExpertTraining::Score ExpertTraining::learn_folds() {
   Score unseen;
   core::Monitor& monitor = pool_.monitor();
-  monitor.expect(kFolds * effort_.fold_steps + effort_.few_steps);
+  monitor.expect(kFolds * few_steps_.of_fold + few_steps_.of_delivered);
   for (int fold = 0; fold < kFolds && fresh_.size() >= kFolds; ++fold) {
     const std::vector<char> held = every(kFolds, fold);
     const SampleRefs others = without(held);
@@ -217,15 +220,15 @@ ExpertTraining::Score ExpertTraining::learn_folds() {
                     [](const PreparedSample* sample) { return !sample->labels.empty(); });
     if (!has_labels) continue;
     of_fold_ = expert_.net;
-    train_network(*of_fold_, others, stage(effort_.fold_steps, kUncertainWeight), pool_);
+    train_network(*of_fold_, others, stage(few_steps_.of_fold, kUncertainWeight), pool_);
     unseen.add(evaluate_flagged(*of_fold_, held));
     monitor.measured(unseen.rate());
   }
   if (unseen.labels == 0) {
-    train_network(expert_.net, all(), stage(effort_.fold_steps, kUncertainWeight), pool_);
+    train_network(expert_.net, all(), stage(few_steps_.of_fold, kUncertainWeight), pool_);
     evaluate_flagged(expert_.net, plan_.taught);
   }
-  finish_steps_ = effort_.few_steps;
+  finish_steps_ = few_steps_.of_delivered;
   return unseen;
 }
 
