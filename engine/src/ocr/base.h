@@ -12,6 +12,6 @@ namespace telvar::ocr {
 ReaderState built_in_base();
 
 /// Number of the base that is built in; artifacts name the one that they come from. 0: none.
-constexpr std::uint32_t kBaseNumber = 1;
+constexpr std::uint32_t kBaseNumber = 2;
 
 }  // namespace telvar::ocr
