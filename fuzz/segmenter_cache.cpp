@@ -7,6 +7,8 @@ using namespace telvar::fuzz;
 
 namespace {
 
+constexpr int kOverviewSide = 64;
+
 void prepare_once(telvar::core::TrainCacheStore& store) {
   telvar::segmenter::TrainingRequest request;
   request.categories = {"crack", "pore"};
@@ -15,8 +17,8 @@ void prepare_once(telvar::core::TrainCacheStore& store) {
   request.samples[0].masks["pore"] = "mask";
   const telvar::types::ImageLoader loader = [](const std::string&) { return probe_image(); };
   telvar::core::CacheSession session(store);
-  const auto samples =
-      telvar::segmenter::prepare_samples(request, request.categories, loader, loader, session);
+  const auto samples = telvar::segmenter::prepare_samples(request, request.categories,
+                                                          kOverviewSide, loader, loader, session);
   session.commit();
   require(samples.size() == 1 && !samples[0].tiles.empty(), "the sample has tiles");
   for (const auto& tile : samples[0].tiles) {
