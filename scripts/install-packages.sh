@@ -9,8 +9,8 @@ set -euo pipefail
 . "$(dirname "$0")/progress.sh"
 
 library=(g++ cmake ninja-build ccache protobuf-compiler libprotobuf-dev libdnnl-dev libhwy-dev libeigen3-dev
-         libopencv-imgproc-dev libopencv-imgcodecs-dev zlib1g-dev libxxhash-dev libcli11-dev nlohmann-json3-dev
-         pkg-config libutf8proc-dev libpugixml-dev libpango1.0-dev)
+         libopencv-imgproc-dev libpng-dev libjpeg-dev libtiff-dev libwebp-dev libexif-dev libpango1.0-dev zlib1g-dev
+         libxxhash-dev libcli11-dev nlohmann-json3-dev pkg-config libutf8proc-dev libpugixml-dev)
 build=("${library[@]}" python3-dev pybind11-dev)
 test=(libgtest-dev libgmock-dev libbenchmark-dev libopencv-ml-dev libopencv-objdetect-dev pkg-config git python3
       python3-numpy python3-pytest mypy slurm-wlm parallel clang-14 clang-format-14 libclang-rt-14-dev binutils locales

@@ -7,9 +7,10 @@
 #include <limits>
 #include <locale>
 #include <map>
-#include <opencv2/imgcodecs.hpp>
 #include <sstream>
 #include <stdexcept>
+
+#include "images/codecs/codecs.h"
 
 namespace telvar_bench {
 namespace {
@@ -52,6 +53,12 @@ void add_patterns(const std::string& path, CodeSet& set) {
   }
 }
 
+cv::Mat read_gray(const std::string& file) {
+  cv::Mat pixels = telvar_host::decode_file(file);
+  if (pixels.type() != CV_8UC1) throw std::runtime_error(file + " is not gray of 8 bits");
+  return pixels;
+}
+
 }  // namespace
 
 CodeSet load_code_set(const std::string& folder, std::size_t limit) {
@@ -63,9 +70,7 @@ CodeSet load_code_set(const std::string& folder, std::size_t limit) {
   while (table >> file >> c.category >> c.line >> c.x >> c.y >> c.width >> c.height) {
     if (set.images.empty() || set.images.back().file != file) {
       if (set.images.size() == limit) break;
-      set.images.push_back({file, cv::imread(folder + "/" + file, cv::IMREAD_GRAYSCALE), {}, {}});
-      if (set.images.back().pixels.empty())
-        throw std::runtime_error("cannot read " + folder + "/" + file);
+      set.images.push_back({file, read_gray(folder + "/" + file), {}, {}});
     }
     set.images.back().characters.push_back(c);
   }

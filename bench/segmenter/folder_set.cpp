@@ -3,18 +3,21 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <opencv2/imgcodecs.hpp>
 #include <set>
 #include <stdexcept>
+
+#include "images/codecs/codecs.h"
 
 namespace telvar::bench {
 namespace {
 
 namespace fs = std::filesystem;
 
-cv::Mat read_image(const fs::path& path, int flags) {
-  cv::Mat image = cv::imread(path.string(), flags);
-  if (image.empty()) throw std::runtime_error(path.string() + ": no readable image");
+cv::Mat read_image(const fs::path& path, int most_channels) {
+  cv::Mat image = telvar_host::decode_file(path.string());
+  if (image.depth() != CV_8U || image.channels() > most_channels) {
+    throw std::runtime_error(path.string() + ": more than 8 bits, or too many channels");
+  }
   return image;
 }
 
@@ -27,8 +30,8 @@ std::vector<LabelledImage> read_part(const fs::path& part, std::size_t limit,
   std::vector<LabelledImage> images;
   for (std::size_t i = 0; i < count; ++i) {
     const fs::path& path = paths[i * paths.size() / count];
-    LabelledImage labelled{read_image(path, cv::IMREAD_ANYCOLOR), {}};
-    const cv::Mat values = read_image(part / "masks" / path.filename(), cv::IMREAD_GRAYSCALE);
+    LabelledImage labelled{read_image(path, 3), {}};
+    const cv::Mat values = read_image(part / "masks" / path.filename(), 1);
     std::array<bool, 256> present{};
     for (int y = 0; y < values.rows; ++y) {
       for (int x = 0; x < values.cols; ++x) present[values.at<uchar>(y, x)] = true;

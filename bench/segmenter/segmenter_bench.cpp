@@ -15,9 +15,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <iostream>
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 #include <set>
 
@@ -26,6 +26,7 @@
 #include "context_sets.h"
 #include "figures.h"
 #include "folder_set.h"
+#include "images/codecs/codecs.h"
 #include "methods.h"
 #include "scarce_sets.h"
 
@@ -98,7 +99,7 @@ void write_image(const std::string& path, const ImageSet& set, const LabelledIma
   cv::merge(truth, middle);
   cv::merge(claims, right);
   cv::hconcat(std::vector<cv::Mat>{image, middle, right}, all);
-  cv::imwrite(path, all);
+  std::ofstream(path, std::ios::binary) << telvar_host::encode_png(all);
 }
 
 void run(const ImageSet& set, Method& method, const Options& options) {

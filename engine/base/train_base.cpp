@@ -10,12 +10,12 @@
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
-#include <opencv2/imgcodecs.hpp>
 #include <set>
 #include <stdexcept>
 #include <string>
 
 #include "core/categories.h"
+#include "images/codecs/codecs.h"
 #include "ocr/network/network.h"
 #include "ocr/network/network_training.h"
 #include "ocr/state.h"
@@ -52,8 +52,8 @@ std::vector<std::string> categories_in(const Json& labels) {
 
 PreparedSample read_sample(const std::string& folder, const Json& image, const BaseSet& set) {
   const std::string file = folder + "/" + image["file"].get<std::string>();
-  const cv::Mat pixels = cv::imread(file, cv::IMREAD_GRAYSCALE);
-  if (pixels.empty()) throw std::runtime_error(file + " cannot be read");
+  const cv::Mat pixels = telvar_host::decode_file(file);
+  if (pixels.type() != CV_8UC1) throw std::runtime_error(file + " is not gray of 8 bits");
   const auto width = static_cast<unsigned>(pixels.cols),
              height = static_cast<unsigned>(pixels.rows);
   const types::ImageView view(width, height, static_cast<unsigned>(pixels.step), 1, 8, 0,

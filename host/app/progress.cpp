@@ -19,8 +19,8 @@ std::string clock(double seconds) {
 }
 
 void write(const std::string& text) {
-  std::fwrite(text.data(), 1, text.size(), own_stderr());
-  std::fflush(own_stderr());
+  std::fwrite(text.data(), 1, text.size(), stderr);
+  std::fflush(stderr);
 }
 
 constexpr const char* kClearLine = "\r\x1b[K";

@@ -52,7 +52,7 @@ void report_error(bool json, int code, const std::string& message) {
     const Json error = {{"code", code}, {"kind", kind_name(code)}, {"message", message}};
     print_whole(stdout, dumped(Json{{"error", error}}) + "\n");
   } else {
-    print_whole(own_stderr(), "telvar: " + message + "\n");
+    print_whole(stderr, "telvar: " + message + "\n");
   }
 }
 

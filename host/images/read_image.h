@@ -1,4 +1,4 @@
-// Reading and writing images with OpenCV's codecs.
+// Reading and writing files of images.
 #pragma once
 
 #include <filesystem>
@@ -7,9 +7,10 @@
 
 namespace telvar_host {
 
-// Whether the name ends like an image this program reads: PNG, JPEG, TIFF, BMP, PNM (any case).
+// Whether the name ends like an image this program reads: PNG, JPEG, TIFF, BMP, WebP,
+// PNM (any case).
 bool has_image_name(const std::filesystem::path& path);
-// The same for kinds that it does not read in data sets: GIF, WebP, HEIF, ...
+// The same for kinds that it does not read in data sets: GIF, HEIF, JPEG XL, ...
 bool has_foreign_image_name(const std::filesystem::path& path);
 
 // Whether the name ends like a JPEG's, which keeps pixels only about as they were.
@@ -24,8 +25,6 @@ cv::Mat decoded_image(const std::string& bytes, const std::filesystem::path& pat
 
 // Encoded bytes; `extension` is ".png" or ".jpg".
 std::string encoded(const cv::Mat& image, const std::string& extension);
-// What `encoded` was given, as far as the format keeps it.
-cv::Mat decoded(const std::string& bytes);
 
 // 8-bit BGR for looking at: 16-bit values are scaled down, gray is spread, alpha is dropped.
 cv::Mat displayable(const cv::Mat& image);

@@ -44,8 +44,9 @@ void add_masks(AnnotatedImage& image, const Json& json, const LabelSettings& set
   cv::Size size;
   if (settings.region) size = read_image(image.file).size();
   for (const auto& [category, found] : json["categories"].items()) {
-    const auto probability = over_image(
-        decoded(read_mask(found["mask"].template get<std::string>())), settings.region, size);
+    const auto name = found["mask"].template get<std::string>();
+    const auto mask = decoded_image(read_mask(name), path_from_utf8(name));
+    const auto probability = over_image(mask, settings.region, size);
     Shape shape;
     shape.category = category;
     shape.mask = probability >= 128;

@@ -1,6 +1,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "app/text.h"
+#include "images/codecs/codecs.h"
 #include "images/read_image.h"
 #include "images/resize.h"
 #include "report/annotate.h"
@@ -20,7 +21,7 @@ cv::Mat comparison(const SegmenterMistake& mistake) {
   Probabilities answers;
   cv::Mat difference = shown * 0.4;  // dark, so that single pixels stand out
   for (const auto& [category, png] : mistake.answer) {
-    const auto answer = answers[category] = decoded(png);
+    const auto answer = answers[category] = decode_image(png);
     truth[category] = truth_of(mistake.item, category, shown.size());
     difference.setTo(kMissed, truth[category] & ~answer);
     difference.setTo(kExtra, answer & ~truth[category]);

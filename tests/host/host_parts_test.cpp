@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <opencv2/core.hpp>
-#include <opencv2/imgcodecs.hpp>
 
 #include <TelvarTypes/Exceptions.h>
 
@@ -22,7 +21,6 @@
 #include "files/platform.h"
 #include "files/state_file.h"
 #include "images/drawn_text.h"
-#include "images/header_size.h"
 #include "images/read_image.h"
 #include "metrics/overlap.h"
 #include "metrics/text_metrics.h"
@@ -173,24 +171,6 @@ TEST(Predictions, ARefusedImageLeavesTheOthersOfItsGroup) {
                Orbalt::TelvarWrapper::InvalidOperationException);
 }
 
-TEST(HeaderSize, OfEveryKindIsThatOfTheDecodedImage) {
-  const cv::Mat image = cv::Mat::zeros(23, 311, CV_8UC3);
-  const std::vector<int> lossy = {cv::IMWRITE_WEBP_QUALITY, 50},
-                         lossless = {cv::IMWRITE_WEBP_QUALITY, 101};
-  const std::pair<const char*, std::vector<int>> kinds[] = {
-      {".png", {}},  {".jpg", {}},     {".bmp", {}},       {".ppm", {}},
-      {".tiff", {}}, {".webp", lossy}, {".webp", lossless}};
-  for (const auto& [extension, options] : kinds) {
-    std::vector<unsigned char> bytes;
-    ASSERT_TRUE(cv::imencode(extension, image, bytes, options));
-    const auto size = size_in_header({bytes.begin(), bytes.end()});
-    ASSERT_TRUE(size) << extension;
-    EXPECT_THAT(*size, Pair(311, 23)) << extension;
-  }
-  EXPECT_THAT(*size_in_header("P5 # a comment\n 40000\n7 255\n"), Pair(40000, 7));
-  EXPECT_FALSE(size_in_header("GIF89a"));
-}
-
 TEST(Outlines, FilledAgainAreTheMask) {
   // Parts that touch at a corner, a hole with an island, and what lies at the edges.
   const std::vector<std::string> rows = {"##......#", "##.####.#", "..######.", "..#....#.",
@@ -277,27 +257,6 @@ TEST(Layout, IdentifiersAreRelativeHoweverThePathIsSpelt) {
     EXPECT_EQ(identifier(path, fs::absolute(root) / ""), "a.png") << path;
   }
   EXPECT_EQ(identifier("b/a.png", ""), "b/a.png");
-}
-
-TEST(Images, AThumbnailsEndIsNotTheImages) {
-  const auto noise = [](int side) {
-    cv::Mat image(side, side, CV_8U);
-    cv::randu(image, 0, 256);
-    return encoded(image, ".jpg");
-  };
-  const auto thumbnail = noise(16);
-  const auto length = thumbnail.size() + 2;
-  const std::string marker = {'\xFF', '\xE1', char(length >> 8), char(length & 0xFF)};
-  const auto whole = noise(64).insert(2, marker + thumbnail);
-  const auto file = std::filesystem::temp_directory_path() / ("telvar-" + process_tag() + ".jpg");
-  const auto read = [&](const std::string& bytes) {
-    write_file(file, bytes, true);
-    return read_image(file).size();
-  };
-  EXPECT_EQ(read(whole + std::string(100000, 'x')), cv::Size(64, 64));
-  EXPECT_THROW(read(whole.substr(0, whole.size() - 2)), HostError);
-  EXPECT_THROW(read(whole.substr(0, 20 + thumbnail.size())), HostError);
-  std::filesystem::remove(file);
 }
 
 TEST(Labels, OfLabelmeWithoutAShapeTypeArePolygons) {

@@ -4,6 +4,7 @@ import os
 import struct
 import subprocess
 import unittest
+import zlib
 
 from support import HostTest, PROGRAM, flat, png
 
@@ -193,7 +194,9 @@ class BadInput(HostTest):
         state = self.train("classifier", self.brightness_set())
         jpeg = self.file("ab.jpg", b"\xff\xd8\xff\xe0" + b"\0" * 90)
         # No pixels of it are there, and none are asked for: the header says enough.
-        huge = self.file("huge.png", b"\x89PNG\r\n\x1a\n\0\0\0\rIHDR" + struct.pack(">II", 30000, 30000) + b"\x08\2\0\0\0")
+        size = b"IHDR" + struct.pack(">II", 30000, 30000) + b"\x08\2\0\0\0"
+        huge = self.file("huge.png", b"\x89PNG\r\n\x1a\n\0\0\0\r" + size + struct.pack(">I", zlib.crc32(size)) +
+                         b"\0\0\1\0IDAT")
         os.mkfifo(self.scratch / "pipe.png")
         thin = self.file("thin é.png", png(1, 4, lambda x, y: 9))
         good = self.file("good.png", flat(9))
