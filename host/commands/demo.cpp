@@ -139,20 +139,16 @@ Done run_job(const Job& job, Session& session, OutputFolder& out) {
   return done;
 }
 
-// A tool that fails leaves the others their part of the page.
+// A tool that fails leaves the others their part of the page; without the library none can run.
 Done attempt(const Job& job, Session& session, OutputFolder& out) {
-  const auto failed = [&](const std::string& why) {
-    session.progress.finish();
-    Section section{tool_name(job.tool), job.title, "failed: " + why, {}, ""};
-    return Done{{{"error", why}}, std::move(section), true};
-  };
   try {
     return run_job(job, session, out);
-  } catch (const HostError& error) {
-    if (error.code() == ExitCode::kNoLibrary) throw;
-    return failed(error.what());
   } catch (const std::exception& error) {
-    return failed(error.what());
+    session.progress.finish();
+    const auto* of_host = dynamic_cast<const HostError*>(&error);
+    if (of_host != nullptr && of_host->code() == ExitCode::kNoLibrary) throw;
+    Section section{tool_name(job.tool), job.title, std::string("failed: ") + error.what(), {}, ""};
+    return Done{{{"error", error.what()}}, std::move(section), true};
   }
 }
 

@@ -106,7 +106,7 @@ void report_alike(const fs::path& source, Audit& audit) {
   }
 }
 
-// `used` lacks what has a problem.
+// What stands in the folder and is neither among the `used` files nor already a problem.
 void report_rest(const fs::path& source, std::vector<fs::path> used, Audit& audit) {
   for (const auto& problem : audit.problems.list()) used.push_back(path_from_utf8(problem.path));
   report_unused(source, used, audit.unused);
@@ -242,17 +242,16 @@ Audit audit_ocr(const fs::path& source, const Categories& known, Progress& progr
   ImageCheck images(audit.problems, progress);
   std::vector<fs::path> used;
   progress.start("checking", data.items.size());
-  std::map<fs::path, cv::Mat> opened;  // one image may have several labelled regions
+  cv::Mat image;  // of the file that was met last: one may have several labelled regions in a row
   for (const auto& item : data.items) {
-    if (opened.count(item.file) == 0) {
-      opened.clear();
-      opened[item.file] = images.open(item.file);
+    if (used.empty() || used.back() != item.file) {
+      image = images.open(item.file);
       used.push_back(item.file);
     }
     if (item.characters.empty() && item.lines.empty()) {
       audit.problems.add(utf8(item.file), "empty_label", "has neither characters nor text");
     }
-    check_marks(item, opened[item.file], tally, audit.problems);
+    check_marks(item, image, tally, audit.problems);
   }
   audit.images = data.items.size();
   tally.report_single_samples("place with a character", known, audit.advice);

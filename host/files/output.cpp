@@ -17,6 +17,9 @@ namespace fs = std::filesystem;
 namespace telvar_host {
 namespace {
 
+// Whatever makes, renames or removes a file here holds output_mutex(): an interrupt takes it before
+// it removes what is unfinished, which otherwise could be made again behind its back.
+
 // Replacing a link would leave the file it points to as it was.
 fs::path resolved(const fs::path& path) {
   std::error_code error;
@@ -113,14 +116,12 @@ void require_writable_file(const fs::path& path, bool force) {
   require_replaceable(path, force);
   clear_leftovers(resolved(path).parent_path(), resolved(path));
   const RemovedOnExit trial(temporary_beside(resolved(path)));
-  // Under the lock, or an interrupt could remove the file and this would make it again.
   std::lock_guard<std::mutex> lock(output_mutex());
   write_new_file({trial.path(), resolved(path)}, "");
 }
 
 ReservedSpace::ReservedSpace(const fs::path& path, std::uint64_t bytes)
     : file_(std::make_unique<RemovedOnExit>(temporary_beside(resolved(path)))) {
-  // Under the lock for the same reason.
   std::lock_guard<std::mutex> lock(output_mutex());
   write_new_file({file_->path(), resolved(path)}, "");
   const auto refusal = reserve(file_->path(), bytes);
@@ -168,7 +169,6 @@ void OutputFolder::require_free(const fs::path& given) const {
 }
 
 void OutputFolder::make_folders(const fs::path& parent) {
-  // Under the lock, or an interrupt could remove a folder and this would make it again.
   std::lock_guard<std::mutex> lock(output_mutex());
   parents_ = std::make_unique<RemovedOnExit>(parent, existing_part(parent));
   std::error_code error;
@@ -204,7 +204,6 @@ const fs::path& OutputFolder::staging() const {
 
 void OutputFolder::write(const fs::path& relative, std::string_view bytes) {
   const auto path = staging() / relative;
-  // Under the lock for the same reason.
   std::lock_guard<std::mutex> lock(output_mutex());
   std::error_code error;
   fs::create_directories(path.parent_path(), error);

@@ -1,19 +1,6 @@
 """State files: what a trained tool needs to be used again, in one checksummed file.
 
-The program `telvar` reads and writes the same files. Layout, little endian:
-
-    offset  size  content
-         0     8  magic "TLVSTATE"
-         8     4  format version: 2, or 1 without a description
-        12     4  tool: 1 ocr, 2 classifier, 3 segmenter
-        16   2x4  nominal width and height of a character (ocr; 0: unknown), IEEE single precision; 0 for other tools
-        24     8  length of the artifact
-        32     8  XXH64 (seed 0) of the artifact
-        40     8  length of the train cache
-        48     8  XXH64 of the train cache
-        56     8  XXH64 of bytes 0 to 55
-        64        artifact, train cache; in version 1 then the end of the file
-                  in version 2: 8 bytes length of the description, 8 bytes XXH64 of it, the description (JSON in UTF-8)
+The program `telvar` reads and writes the same files; docs/host.md gives their layout.
 """
 
 import json
@@ -63,7 +50,8 @@ def read_state(path: Path) -> State:
     with open(path, "rb") as file:
         version, tool, size, lengths, checksums = _parse_header(file.read(_HEADER), path)
         rest = os.fstat(file.fileno()).st_size - _HEADER
-        if rest < sum(lengths) + _TAIL.size if version > 1 else rest != sum(lengths):
+        fits = rest == sum(lengths) if version == 1 else rest >= sum(lengths) + _TAIL.size
+        if not fits:
             raise StateError(f"{path}: damaged state file: {rest} bytes follow the header, which announces "
                              f"{lengths[0]} + {lengths[1]}" + (" and a description" if version > 1 else ""))
         parts = [file.read(length) for length in lengths]
