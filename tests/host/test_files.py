@@ -228,8 +228,8 @@ class Interrupts(HostTest):
 
     def test_batch_at_many_moments(self):
         state = self.train("classifier", self.brightness_set())
-        for i in range(400):
-            self.file(f"many/{i}.png", flat(i % 250, side=60))
+        for i in range(1000):
+            self.file(f"many/{i}.png", flat(i % 250, side=250))
         batch = ["batch", "--state", state, "--data", self.scratch / "many", "--json", "--out"]
         self.ok(*batch[:-2], "--out", self.scratch / "whole")
         whole = json.loads((self.scratch / "whole/results.json").read_text("utf-8"))
