@@ -185,6 +185,7 @@ void add_process(CLI::App& app, Command& command) {
   sub->add_option("image", options->images,
                   "Images, folders of them, or - for a list on standard input");
   sub->footer(
+      "Lines of text come without spaces, which are no characters.\n\n"
       "Example:\n  telvar process --state reader.telvar --roi 120,80,0,0,400,60 --allow 0123456789 "
       "--count 8 label.png");
   sub->callback([&command, options] {
