@@ -13,6 +13,7 @@
 
 namespace telvar::ocr {
 
+/// Calibration tries this range, and an artifact must keep to it.
 constexpr float kLeastSharpness = 0.25f, kMostSharpness = 8;
 
 struct Expert {
