@@ -3,7 +3,7 @@
 #include "core/random.h"
 #include "ocr/network/network.h"
 #include "ocr/state.h"
-#include "segmenter/network.h"
+#include "segmenter/network/network.h"
 #include "segmenter/state.h"
 #include "telvar/classifier.h"
 #include "telvar_msg/classification.pb.h"

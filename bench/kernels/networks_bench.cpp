@@ -13,7 +13,7 @@
 #include "nn/training.h"
 #include "ocr/network/network.h"
 #include "ocr/samples/crops.h"
-#include "segmenter/network.h"
+#include "segmenter/network/network.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 
 #include "core/worker_pool.h"
 #include "nn/network.h"
-#include "segmenter/inference.h"
-#include "segmenter/training_tile.h"
+#include "segmenter/network/inference.h"
+#include "segmenter/samples/training_tile.h"
 
 namespace telvar::segmenter {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "segmenter/network.h"
+#include "segmenter/network/network.h"
 
 namespace telvar::segmenter {
 namespace {

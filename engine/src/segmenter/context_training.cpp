@@ -4,7 +4,7 @@
 #include <numeric>
 
 #include "segmenter/evaluation.h"
-#include "segmenter/network.h"
+#include "segmenter/network/network.h"
 #include "segmenter/network_training.h"
 
 namespace telvar::segmenter {

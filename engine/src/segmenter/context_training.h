@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "core/worker_pool.h"
-#include "segmenter/context.h"
 #include "segmenter/evaluation.h"
+#include "segmenter/network/context.h"
 #include "segmenter/state.h"
 
 namespace telvar::segmenter {

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "core/worker_pool.h"
-#include "segmenter/inference.h"
-#include "segmenter/training_tile.h"
+#include "segmenter/network/inference.h"
+#include "segmenter/samples/training_tile.h"
 
 namespace telvar::segmenter {
 

@@ -2,7 +2,7 @@
 
 #include <numeric>
 
-#include "segmenter/network.h"
+#include "segmenter/network/network.h"
 #include "segmenter/network_training.h"
 
 namespace telvar::segmenter {

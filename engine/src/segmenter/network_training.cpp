@@ -1,7 +1,7 @@
 #include "segmenter/network_training.h"
 
 #include "nn/passes.h"
-#include "segmenter/loss.h"
+#include "segmenter/network/loss.h"
 
 namespace telvar::segmenter {
 namespace {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "nn/training.h"
-#include "segmenter/crops.h"
+#include "segmenter/samples/crops.h"
 
 namespace telvar::segmenter {
 

@@ -5,9 +5,9 @@
 #include "core/loading.h"
 #include "core/random.h"
 #include "core/sampling.h"
-#include "segmenter/context.h"
 #include "segmenter/limits.h"
-#include "segmenter/tiling.h"
+#include "segmenter/network/context.h"
+#include "segmenter/network/tiling.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::segmenter {

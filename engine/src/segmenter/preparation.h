@@ -8,7 +8,7 @@
 #include "core/cache_session.h"
 #include "core/regions.h"
 #include "segmenter/dataset.h"
-#include "segmenter/training_tile.h"
+#include "segmenter/samples/training_tile.h"
 #include "telvar/callbacks.h"
 
 namespace telvar::segmenter {

@@ -8,7 +8,7 @@
 
 #include "core/regions.h"
 #include "core/worker_pool.h"
-#include "segmenter/inference.h"
+#include "segmenter/network/inference.h"
 #include "segmenter/state.h"
 #include "telvar/image.h"
 

@@ -5,9 +5,9 @@
 #include "core/artifact.h"
 #include "core/categories.h"
 #include "nn/weights.h"
-#include "segmenter/exemplars.h"
 #include "segmenter/limits.h"
-#include "segmenter/network.h"
+#include "segmenter/network/network.h"
+#include "segmenter/samples/exemplars.h"
 
 namespace telvar::segmenter {
 namespace {

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "nn/network.h"
-#include "segmenter/context.h"
-#include "segmenter/input_planes.h"
-#include "segmenter/training_tile.h"
+#include "segmenter/network/context.h"
+#include "segmenter/network/input_planes.h"
+#include "segmenter/samples/training_tile.h"
 
 namespace telvar::segmenter {
 

@@ -6,9 +6,9 @@
 
 #include "segmenter/calibration.h"
 #include "segmenter/context_choice.h"
-#include "segmenter/exemplars.h"
 #include "segmenter/fine_training.h"
 #include "segmenter/rotation.h"
+#include "segmenter/samples/exemplars.h"
 
 namespace telvar::segmenter {
 namespace {

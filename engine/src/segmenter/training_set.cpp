@@ -5,7 +5,7 @@
 
 #include "segmenter/effort.h"
 #include "segmenter/held_out.h"
-#include "segmenter/input_measurement.h"
+#include "segmenter/samples/input_measurement.h"
 
 namespace telvar::segmenter {
 namespace {

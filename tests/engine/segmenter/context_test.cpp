@@ -9,9 +9,9 @@
 #include "nn/inference.h"
 #include "scene.h"
 #include "segmenter/calibration.h"
-#include "segmenter/context.h"
 #include "segmenter/context_training.h"
-#include "segmenter/network.h"
+#include "segmenter/network/context.h"
+#include "segmenter/network/network.h"
 #include "segmenter/state.h"
 #include "telvar/exceptions.h"
 

@@ -5,12 +5,12 @@
 #include <cmath>
 
 #include "core/bytes.h"
-#include "segmenter/blend.h"
-#include "segmenter/exemplars.h"
-#include "segmenter/inference.h"
-#include "segmenter/network.h"
-#include "segmenter/tiling.h"
-#include "segmenter/training_tile.h"
+#include "segmenter/network/blend.h"
+#include "segmenter/network/inference.h"
+#include "segmenter/network/network.h"
+#include "segmenter/network/tiling.h"
+#include "segmenter/samples/exemplars.h"
+#include "segmenter/samples/training_tile.h"
 
 namespace telvar::segmenter {
 namespace {

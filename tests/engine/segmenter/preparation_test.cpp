@@ -7,10 +7,10 @@
 #include <sstream>
 
 #include "core/cache_session.h"
-#include "segmenter/context.h"
 #include "segmenter/evaluation.h"
 #include "segmenter/held_out.h"
 #include "segmenter/limits.h"
+#include "segmenter/network/context.h"
 #include "segmenter/preparation.h"
 #include "segmenter/rotation.h"
 

@@ -5,9 +5,9 @@
 #include <cmath>
 #include <functional>
 
-#include "segmenter/augmentation.h"
 #include "segmenter/effort.h"
-#include "segmenter/fading.h"
+#include "segmenter/samples/augmentation.h"
+#include "segmenter/samples/fading.h"
 
 namespace telvar::segmenter {
 namespace {

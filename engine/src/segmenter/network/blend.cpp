@@ -1,4 +1,4 @@
-#include "segmenter/blend.h"
+#include "segmenter/network/blend.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "segmenter/loss.h"
+#include "segmenter/network/loss.h"
 
 #include <algorithm>
 #include <cmath>

@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "segmenter/training_tile.h"
+#include "segmenter/samples/training_tile.h"
 
 namespace telvar::segmenter {
 

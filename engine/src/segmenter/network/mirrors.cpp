@@ -1,4 +1,4 @@
-#include "segmenter/mirrors.h"
+#include "segmenter/network/mirrors.h"
 
 #include <algorithm>
 #include <cstddef>

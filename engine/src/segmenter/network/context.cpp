@@ -1,10 +1,10 @@
-#include "segmenter/context.h"
+#include "segmenter/network/context.h"
 
 #include <algorithm>
 #include <cmath>
 
 #include "nn/passes.h"
-#include "segmenter/network.h"
+#include "segmenter/network/network.h"
 
 namespace telvar::segmenter {
 namespace {

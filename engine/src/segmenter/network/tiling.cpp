@@ -1,4 +1,4 @@
-#include "segmenter/tiling.h"
+#include "segmenter/network/tiling.h"
 
 #include <algorithm>
 #include <cstdint>

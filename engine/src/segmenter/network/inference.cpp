@@ -1,14 +1,14 @@
-#include "segmenter/inference.h"
+#include "segmenter/network/inference.h"
 
 #include <algorithm>
 #include <cmath>
 
 #include "core/sampling.h"
 #include "nn/passes.h"
-#include "segmenter/blend.h"
-#include "segmenter/mirrors.h"
-#include "segmenter/network.h"
-#include "segmenter/tiling.h"
+#include "segmenter/network/blend.h"
+#include "segmenter/network/mirrors.h"
+#include "segmenter/network/network.h"
+#include "segmenter/network/tiling.h"
 
 namespace telvar::segmenter {
 namespace {

@@ -1,4 +1,4 @@
-#include "segmenter/training_tile.h"
+#include "segmenter/samples/training_tile.h"
 
 #include <algorithm>
 #include <cmath>

@@ -4,8 +4,8 @@
 
 #include <vector>
 
-#include "segmenter/input_planes.h"
-#include "segmenter/training_tile.h"
+#include "segmenter/network/input_planes.h"
+#include "segmenter/samples/training_tile.h"
 
 namespace telvar::segmenter {
 

@@ -7,8 +7,8 @@
 
 #include "nn/inference.h"
 #include "nn/network.h"
-#include "segmenter/context_map.h"
-#include "segmenter/input_planes.h"
+#include "segmenter/network/context_map.h"
+#include "segmenter/network/input_planes.h"
 
 namespace telvar::segmenter {
 

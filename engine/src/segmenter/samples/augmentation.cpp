@@ -1,4 +1,4 @@
-#include "segmenter/augmentation.h"
+#include "segmenter/samples/augmentation.h"
 
 #include <algorithm>
 #include <cmath>

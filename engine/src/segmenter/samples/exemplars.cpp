@@ -1,9 +1,9 @@
-#include "segmenter/exemplars.h"
+#include "segmenter/samples/exemplars.h"
 
 #include <cstdint>
 
 #include "core/random.h"
-#include "segmenter/tiling.h"
+#include "segmenter/network/tiling.h"
 
 namespace telvar::segmenter {
 namespace {

@@ -1,4 +1,4 @@
-#include "segmenter/input_measurement.h"
+#include "segmenter/samples/input_measurement.h"
 
 #include <algorithm>
 #include <cmath>

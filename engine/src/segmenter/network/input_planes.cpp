@@ -1,4 +1,4 @@
-#include "segmenter/input_planes.h"
+#include "segmenter/network/input_planes.h"
 
 #include <algorithm>
 #include <cmath>

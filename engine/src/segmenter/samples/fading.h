@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "core/random.h"
-#include "segmenter/training_tile.h"
+#include "segmenter/samples/training_tile.h"
 
 namespace telvar::segmenter {
 

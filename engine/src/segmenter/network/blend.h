@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "segmenter/tiling.h"
+#include "segmenter/network/tiling.h"
 #include "telvar/image.h"
 
 namespace telvar::segmenter {

@@ -9,7 +9,7 @@
 
 #include "core/bytes.h"
 #include "core/raster.h"
-#include "segmenter/context_map.h"
+#include "segmenter/network/context_map.h"
 
 namespace telvar::segmenter {
 

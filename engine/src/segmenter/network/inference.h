@@ -7,10 +7,10 @@
 #include "core/regions.h"
 #include "core/worker_pool.h"
 #include "nn/inference.h"
-#include "segmenter/context.h"
-#include "segmenter/context_map.h"
-#include "segmenter/input_planes.h"
-#include "segmenter/mirrors.h"
+#include "segmenter/network/context.h"
+#include "segmenter/network/context_map.h"
+#include "segmenter/network/input_planes.h"
+#include "segmenter/network/mirrors.h"
 #include "telvar/image.h"
 
 namespace telvar::segmenter {

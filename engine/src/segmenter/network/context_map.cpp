@@ -1,4 +1,4 @@
-#include "segmenter/context_map.h"
+#include "segmenter/network/context_map.h"
 
 #include <algorithm>
 #include <cmath>

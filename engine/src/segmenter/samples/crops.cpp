@@ -1,10 +1,10 @@
-#include "segmenter/crops.h"
+#include "segmenter/samples/crops.h"
 
 #include <algorithm>
 
-#include "segmenter/augmentation.h"
-#include "segmenter/context.h"
-#include "segmenter/fading.h"
+#include "segmenter/network/context.h"
+#include "segmenter/samples/augmentation.h"
+#include "segmenter/samples/fading.h"
 
 namespace telvar::segmenter {
 namespace {

@@ -1,4 +1,4 @@
-#include "segmenter/network.h"
+#include "segmenter/network/network.h"
 
 #include <algorithm>
 #include <array>

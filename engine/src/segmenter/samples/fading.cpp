@@ -1,4 +1,4 @@
-#include "segmenter/fading.h"
+#include "segmenter/samples/fading.h"
 
 #include <algorithm>
 #include <cmath>

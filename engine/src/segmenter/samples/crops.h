@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "core/random.h"
-#include "segmenter/augmentation.h"
-#include "segmenter/context_map.h"
-#include "segmenter/input_planes.h"
-#include "segmenter/training_tile.h"
+#include "segmenter/network/context_map.h"
+#include "segmenter/network/input_planes.h"
+#include "segmenter/samples/augmentation.h"
+#include "segmenter/samples/training_tile.h"
 
 namespace telvar::segmenter {
 
