@@ -98,8 +98,7 @@ std::string Progress::line() const {
   if (fraction_ >= 0) return work_line();
   const auto elapsed = "  " + clock(seconds_since(begin_));
   if (total_ == 0 || count_ == total_) return what_ + elapsed;
-  const auto text =
-      what_ + ": " + std::to_string(count_) + " of " + counted(total_, "image") + elapsed;
+  auto text = what_ + ": " + std::to_string(count_) + " of " + counted(total_, "image") + elapsed;
   if (count_ == 0) return text;
   const double each = seconds_since(begin_) / static_cast<double>(count_);
   return text + ", " + clock(each * static_cast<double>(total_ - count_)) + " left";

@@ -29,7 +29,7 @@ struct Options {
 // Every shard writes a folder of its own, so that shards may run at once and be repeated one by
 // one.
 fs::path target_of(const Options& options, const Shard& shard) {
-  const auto out = path_from_utf8(options.out);
+  auto out = path_from_utf8(options.out);
   if (options.shard.empty()) return out;
   return out / ("shard-" + std::to_string(shard.index) + "-of-" + std::to_string(shard.count));
 }

@@ -45,8 +45,10 @@ std::vector<AnnotatedImage> read_labelme(const Options& options) {
   }
   std::sort(files.begin(), files.end());
   std::vector<AnnotatedImage> images;
-  for (const auto& file : files)
+  images.reserve(files.size());
+  for (const auto& file : files) {
     images.push_back(parse_labelme(read_file(file), utf8(file), folder));
+  }
   return images;
 }
 

@@ -71,6 +71,7 @@ std::vector<ListedImage> images_in(const fs::path& folder) {
   std::sort(files.begin(), files.end());
   if (files.empty()) throw data_error(utf8(folder) + ": holds no images");
   std::vector<ListedImage> images;
+  images.reserve(files.size());
   for (const auto& file : files) images.push_back({identifier(file, folder), file, size_of(file)});
   return images;
 }

@@ -62,7 +62,7 @@ std::map<std::size_t, fs::path> shard_folders(const fs::path& out) {
 
 Json read_results(const fs::path& folder) {
   const auto file = folder / "results.json";
-  const auto results = Json::parse(read_file(file), nullptr, false);
+  auto results = Json::parse(read_file(file), nullptr, false);
   const bool whole = results.is_object() && results.contains("tool") && results.contains("run") &&
                      results.contains("images");
   if (!whole) throw data_error(utf8(file) + ": is no file of results");

@@ -8,7 +8,7 @@ namespace telvar_host {
 
 fs::path default_labels() {
   const fs::path marker = fs::path("segmenter_discs") / "classes.txt";
-  const auto installed = program_folder() / ".." / "share" / "telvar-wrappers" / "data";
+  auto installed = program_folder() / ".." / "share" / "telvar-wrappers" / "data";
   if (fs::exists(installed / marker)) return installed;
   for (auto folder = program_folder(); folder.has_relative_path(); folder = folder.parent_path()) {
     if (fs::exists(folder / "examples" / "data" / marker)) return folder / "examples" / "data";

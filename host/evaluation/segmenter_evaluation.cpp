@@ -69,7 +69,7 @@ std::optional<double> SegmenterEvaluation::mean_iou(int threshold) const {
 cv::Mat truth_of(const SegmenterItem& item, const std::string& category, const cv::Size& size) {
   const auto source = item.masks.find(category);
   if (source == item.masks.end()) return cv::Mat::zeros(size, CV_8U);
-  const auto mask = read_mask(source->second);
+  auto mask = read_mask(source->second);
   if (mask.size() != size) {
     throw data_error(utf8(source->second.file) + ": is " + std::to_string(mask.cols) + " x " +
                      std::to_string(mask.rows) + ", its image " + std::to_string(size.width) +

@@ -23,7 +23,7 @@ namespace {
 // Replacing a link would leave the file it points to as it was.
 fs::path resolved(const fs::path& path) {
   std::error_code error;
-  const auto result = fs::weakly_canonical(fs::absolute(path), error);
+  auto result = fs::weakly_canonical(fs::absolute(path), error);
   if (error) throw failure("cannot resolve " + utf8(path) + ": " + error.message());
   return result;
 }
@@ -150,7 +150,7 @@ void write_file(const fs::path& path, std::string_view bytes, bool force) {
   flush_to_disk(target.parent_path());
 }
 
-OutputFolder::OutputFolder(fs::path target, bool force, Unfinished unfinished)
+OutputFolder::OutputFolder(const fs::path& target, bool force, Unfinished unfinished)
     : target_(resolved_folder(target)), force_(force), unfinished_(unfinished) {
   require_free(target);
   const bool inside = fs::exists(target_) || unfinished_ == Unfinished::kKept;

@@ -48,7 +48,7 @@ enum class Unfinished { kRemoved, kKept };
 // directly in it are the run's own and not made visible; results.json is moved last.
 class OutputFolder {
  public:
-  OutputFolder(std::filesystem::path target, bool force,
+  OutputFolder(const std::filesystem::path& target, bool force,
                Unfinished unfinished = Unfinished::kRemoved);
   ~OutputFolder();
 

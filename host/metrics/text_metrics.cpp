@@ -22,6 +22,7 @@ bool better(const Cell& a, const Cell& b) {
 
 std::vector<std::u32string> letters_of_all(const std::vector<std::string>& lines) {
   std::vector<std::u32string> letters;
+  letters.reserve(lines.size());
   for (const auto& line : lines) letters.push_back(letters_of(line));
   return letters;
 }

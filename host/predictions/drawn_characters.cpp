@@ -117,9 +117,9 @@ OcrData drawn_characters(const std::vector<std::string>& characters, const Nomin
     for (std::size_t i = order.size(); i > 1; --i) {
       std::swap(order[i - 1], order[random.uniform(0, static_cast<int>(i))]);
     }
-    for (std::size_t first = 0; first < order.size(); first += kPerLine * kMostLines) {
-      const auto count =
-          static_cast<int>(std::min<std::size_t>(order.size() - first, kPerLine * kMostLines));
+    constexpr std::size_t kPerPage = std::size_t{kPerLine} * kMostLines;
+    for (std::size_t first = 0; first < order.size(); first += kPerPage) {
+      const auto count = static_cast<int>(std::min(order.size() - first, kPerPage));
       Page page(font, size, (count + kPerLine - 1) / kPerLine);
       for (int i = 0; i < count; ++i) page.add(order[first + i], i / kPerLine, i % kPerLine);
       if (page.characters().empty()) continue;

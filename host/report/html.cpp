@@ -27,7 +27,8 @@ std::string section_html(const Section& section) {
 }  // namespace
 
 std::string image_html(const cv::Mat& image, const std::string& alt) {
-  const bool small = image.total() < 128 * 128;
+  constexpr std::size_t kSmall = 128 * std::size_t{128};  // pixels: PNG keeps them sharp
+  const bool small = image.total() < kSmall;
   const auto bytes = encoded(image, small ? ".png" : ".jpg");
   return std::string("<img loading=\"lazy\" ") + (small ? "class=\"sharp\" " : "") + "width=\"" +
          std::to_string(image.cols) + "\" height=\"" + std::to_string(image.rows) + "\" alt=\"" +

@@ -30,7 +30,7 @@ cv::Mat comparison(const SegmenterMistake& mistake) {
   for (const cv::Mat& panel :
        {shown, drawn_segments(shown, truth, {}), drawn_segments(shown, answers, {}), difference}) {
     panels.push_back(shrunk(drawn_large(panel), 360));
-    panels.push_back(cv::Mat(panels.back().rows, 6, CV_8UC3, cv::Scalar::all(255)));
+    panels.emplace_back(panels.back().rows, 6, CV_8UC3, cv::Scalar::all(255));
   }
   panels.pop_back();
   cv::Mat row;

@@ -29,7 +29,7 @@ std::vector<std::string> removed(Items& items, Progress& progress) {
       try {
         read_image(file);
       } catch (const HostError& error) {
-        reasons.push_back(error.what());
+        reasons.emplace_back(error.what());
         return true;
       }
     }

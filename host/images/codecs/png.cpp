@@ -68,8 +68,8 @@ class Reader {
     step([this] { read_header(); });
     cv::Mat image = new_image(png_get_image_width(png_, info_), png_get_image_height(png_, info_),
                               type(), limit);
-    std::vector<png_bytep> rows;
-    for (int y = 0; y < image.rows; ++y) rows.push_back(image.ptr(y));
+    std::vector<png_bytep> rows(static_cast<std::size_t>(image.rows));
+    for (int y = 0; y < image.rows; ++y) rows[static_cast<std::size_t>(y)] = image.ptr(y);
     png_bytep* const row = rows.data();
     const std::size_t row_bytes = image.elemSize() * static_cast<std::size_t>(image.cols);
     step([this, row, row_bytes] { read_rows(row, row_bytes); });

@@ -202,7 +202,10 @@ class PlainReader {
       // Red and blue change places.
       const int place = channels >= 3 && channel < 3 ? 2 - channel : channel;
       const Sample* sample = from + (planes_ > 1 ? 0 : channel);
-      for (std::uint32_t i = 0; i < count; ++i) to[i * channels + place] = sample[i * stride_];
+      for (std::size_t i = 0; i < count; ++i) {
+        to[i * static_cast<std::size_t>(channels) + static_cast<std::size_t>(place)] =
+            sample[i * stride_];
+      }
     }
   }
 
