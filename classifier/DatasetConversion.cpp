@@ -11,12 +11,11 @@ void SmartClassifierWrapper::Impl::ConvertClassifierDataset(
 void SmartClassifierWrapper::Impl::AddClassifierSample(
     telvar_msg::qv::classification::Dataset& dataset,
     std::pair<std::string, Types::SmartClassifier::Sample> entry) {
-  auto& [key, sample] = entry;
-  telvar_msg::qv::classification::Sample& message = (*dataset.mutable_samples())[key];
+  telvar_msg::qv::classification::Sample& message = (*dataset.mutable_samples())[entry.first];
   message.Clear();
-  message.set_image_id(std::move(sample.imageId));
-  message.set_category_id(sample.categoryId);
-  (*dataset.mutable_categories())[sample.categoryId];
+  message.set_image_id(std::move(entry.second.imageId));
+  message.set_category_id(entry.second.categoryId);
+  (*dataset.mutable_categories())[entry.second.categoryId];
 }
 
 }  // namespace Orbalt::TelvarWrapper::Wrapper

@@ -58,6 +58,7 @@ std::vector<float> mean_distances(const std::vector<float>& distances,
   std::vector<std::vector<float>> of_category(categories);
   for (std::size_t i = 0; i < answers.size(); ++i) of_category[answers[i]].push_back(distances[i]);
   std::vector<float> means;
+  means.reserve(of_category.size());
   for (const auto& values : of_category) {
     means.push_back(spread_of(values.empty() ? distances : values).mean);
   }

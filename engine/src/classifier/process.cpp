@@ -21,6 +21,8 @@ void process_batch(const engine::ClassifierState& state,
                    messages::ProcessingResult& result) {
   std::vector<engine::Sample> samples;
   std::vector<const engine::Sample*> pointers;
+  samples.reserve(thumbnails.size());
+  pointers.reserve(thumbnails.size());
   for (const auto& thumbnail : thumbnails) samples.push_back(letterbox(thumbnail, state.canvas));
   for (const auto& sample : samples) pointers.push_back(&sample);
   const engine::Matrix scores = engine::scores_of(state, pointers, pool);
