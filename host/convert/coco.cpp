@@ -121,6 +121,7 @@ std::vector<AnnotatedImage> parse_coco(const std::string& text, const std::strin
     image->second.shapes.push_back(read_shape(annotations.at(i), categories));
   }
   std::vector<AnnotatedImage> result;
+  result.reserve(images_by_id.size());
   for (auto& entry : images_by_id) result.push_back(std::move(entry.second));
   return result;
 }

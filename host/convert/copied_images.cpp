@@ -30,7 +30,7 @@ std::string CopiedImages::new_name(const AnnotatedImage& image, const std::strin
 std::string CopiedImages::copy(const AnnotatedImage& image, const cv::Mat& pixels,
                                const std::string& target) {
   const bool kept = has_image_name(image.file);
-  const auto copy = target + (kept ? image.file.extension().u8string() : ".png");
+  auto copy = target + (kept ? image.file.extension().u8string() : ".png");
   if (!kept) {
     out_.write(path_from_utf8(copy), encoded(pixels, ".png"));
   } else {
