@@ -1,13 +1,12 @@
 // Train caches of the segmenter.
 #include "artifact_target.h"
 #include "cache_target.h"
+#include "segmenter/network/context.h"
 #include "segmenter/preparation.h"
 
 using namespace telvar::fuzz;
 
 namespace {
-
-constexpr int kOverviewSide = 64;
 
 void prepare_once(telvar::core::TrainCacheStore& store) {
   telvar::segmenter::TrainingRequest request;
@@ -17,8 +16,8 @@ void prepare_once(telvar::core::TrainCacheStore& store) {
   request.samples[0].masks["pore"] = "mask";
   const telvar::types::ImageLoader loader = [](const std::string&) { return probe_image(); };
   telvar::core::CacheSession session(store);
-  const auto samples = telvar::segmenter::prepare_samples(request, request.categories,
-                                                          kOverviewSide, loader, loader, session);
+  const auto samples = telvar::segmenter::prepare_samples(
+      request, request.categories, telvar::segmenter::kOverviewSide, loader, loader, session);
   session.commit();
   require(samples.size() == 1 && !samples[0].tiles.empty(), "the sample has tiles");
   for (const auto& tile : samples[0].tiles) {
