@@ -9,7 +9,7 @@
 namespace Orbalt::TelvarWrapper::Wrapper {
 namespace {
 
-/// Recognised in its turn by an engine that tells of its progress.
+/// The engine recognises its own type of monitored loader as the library recognises the host's.
 EngineImageLoader Monitored(Types::MonitoredLoader loader) {
   telvar::types::MonitoredLoader engine;
   engine.threads = loader.threads;

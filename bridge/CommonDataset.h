@@ -12,8 +12,8 @@ namespace Orbalt::TelvarWrapper::Wrapper {
 void AddCommonSample(telvar_msg::common::Dataset& dataset,
                      std::pair<std::string, Types::CommonSample> entry);
 
-/// The message for a whole batch. Nothing is checked: empty keys, identifiers and batches are the
-/// engine's to reject.
+/// The message for a whole batch, for callers that keep messages; the tools send it serialised.
+/// Nothing is checked: empty keys, identifiers and batches are the engine's to reject.
 telvar_msg::common::Dataset ConvertCommonDataset(const Types::CommonDataSet& dataset);
 
 /// The same message in serialised form, made such that no failing allocation does harm.

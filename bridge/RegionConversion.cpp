@@ -7,9 +7,9 @@
 namespace Orbalt::TelvarWrapper::Wrapper {
 namespace {
 
-/// The columns are the unit vector at `angle`, the unit vector at `angle + skew` turned a quarter
-/// turn, and the origin. Single precision throughout, in no mode of the host's; the -0 of an
-/// unturned region is kept.
+/// The first column is the unit vector at `angle`, the second the unit vector at `angle + skew`
+/// turned by a quarter, the third the region's origin. All is computed in single precision and in
+/// the default rounding, whatever the host's thread has set; an unturned region keeps its -0.
 telvar::types::AffineTransform RegionTransform(const Types::ROI& roi) {
   const telvar::numeric::DefaultMode mode;
   const float s = roi.angle + roi.skew;

@@ -17,7 +17,7 @@ void SmartOCRWrapper::Impl::ConvertFielding(const Types::SmartOCR::BasicFielding
   basic.mutable_character_class()->set_allowed_characters(fielding.allowedCharacters);
 }
 
-// Without patterns the message sets no fielding at all, and goes to the engine like that.
+// A fielding without patterns leaves the message empty, and the engine gets the empty message.
 void SmartOCRWrapper::Impl::ConvertFielding(const Types::SmartOCR::AdvancedFielding& fielding,
                                             telvar_msg::qv::ocr::Fielding& message) {
   for (const auto& [name, lines] : fielding.patterns) {
@@ -53,7 +53,8 @@ Types::SmartOCR::FieldingResult SmartOCRWrapper::Impl::ApplyFielding(
   } catch (const InvalidArgumentException&) {
     throw;
   } catch (...) {
-    // Whatever the engine refuses about a pattern has this one text; its own is dropped on purpose.
+    // Whatever the engine refuses about a pattern has this one text, part of the interface: the
+    // engine's own text is dropped on purpose.
     throw InvalidArgumentException(kInvalidPattern);
   }
   return result;

@@ -43,7 +43,7 @@ SmartOCRWrapper::Impl::ReadAnswer SmartOCRWrapper::Impl::ProcessInternal(
     const Types::SmartOCR::Size& size) {
   return TryQvCallWithReturn([&] {
     model_.Update(size, std::string());
-    // A holder without a model answers nothing.
+    // Update throws rather than leave the holder without a model; if it ever does, nothing is read.
     if (model_.IsEmpty()) return ReadAnswer(std::string());
     const EngineRegion region = ConvertToEngineRegion(roi);
     const telvar::types::ImageView view = ConvertToImageView(image);

@@ -66,7 +66,7 @@ class SmartOCRWrapper::Impl {
                              const std::shared_ptr<Types::ROI>& roi,
                              const Types::SmartOCR::Size& size);
 
-  // Fielding (Fielding.cpp). The conversions set a message that is empty.
+  // Fielding (Fielding.cpp). The conversions fill `message`, which must be empty.
   static void ConvertFielding(const Types::SmartOCR::BasicFielding& fielding,
                               telvar_msg::qv::ocr::Fielding& message);
   static void ConvertFielding(const Types::SmartOCR::AdvancedFielding& fielding,
@@ -74,14 +74,15 @@ class SmartOCRWrapper::Impl {
   static void BuildPattern(const std::vector<std::vector<std::string>>& lines,
                            telvar_msg::qv::ocr::Pattern& pattern);
 
-  /// Matches a read sample. Every failure leaves as InvalidArgumentException with one of two texts.
+  /// Matches a recognised sample. Every failure leaves as InvalidArgumentException with one of two
+  /// texts.
   static Types::SmartOCR::FieldingResult ApplyFielding(
       const telvar_msg::qv::ocr::Fielding& fielding,
       const telvar_msg::qv::ocr::SampleResult& sample);
 
-  /// In single precision.
+  /// The data set's size, rounded to single precision.
   static Types::SmartOCR::Size NominalSize(const Types::SmartOCR::Dataset& dataset);
-  /// Sets a message that is empty.
+  /// Fills `message`, which must be empty.
   static void FillDataset(const Types::SmartOCR::Dataset& dataset,
                           telvar_msg::qv::ocr::Dataset& message);
 

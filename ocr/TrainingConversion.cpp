@@ -25,7 +25,7 @@ std::shared_ptr<LabelConfidences> ConvertConfidences(
 }  // namespace
 
 Types::SmartOCR::Size SmartOCRWrapper::Impl::NominalSize(const Types::SmartOCR::Dataset& dataset) {
-  const telvar::numeric::DefaultMode mode;  // narrowing rounds
+  const telvar::numeric::DefaultMode mode;  // not the host's rounding of double to float
   return {static_cast<float>(dataset.width), static_cast<float>(dataset.height)};
 }
 
@@ -48,7 +48,7 @@ void SmartOCRWrapper::Impl::FillDataset(const Types::SmartOCR::Dataset& dataset,
 
 void SmartOCRWrapper::Impl::AddSample(telvar_msg::qv::ocr::Dataset& dataset,
                                       const Types::SmartOCR::TrainData& data) {
-  const telvar::numeric::DefaultMode mode;
+  const telvar::numeric::DefaultMode mode;  // as in NominalSize
   telvar_msg::qv::ocr::Sample& sample = (*dataset.mutable_samples())[data.imageId];
   sample.Clear();
   sample.set_image_id(data.imageId);

@@ -27,7 +27,8 @@ std::string SerializeDefaultParameters() {
 }
 
 /// Collects the images of a batch in `results`, which must outlive the writer. Returns the image
-/// identifier it was given.
+/// identifier it was given. An entry is replaced as a whole, so that a failed allocation leaves the
+/// one that was there.
 ResultImageWriter MakeResultWriter(ProcessResults& results) {
   return [&results](telvar::types::Image&& image, const std::string& imageId,
                     const std::string& name) {
@@ -77,7 +78,7 @@ TrainingResult SmartSegmenterWrapper::Impl::Train(const Types::SmartSegmenter::D
 ProcessResult SmartSegmenterWrapper::Impl::Process(const std::shared_ptr<Types::Image>& image,
                                                    const std::shared_ptr<Types::ROI>& roi) {
   if (model_.IsEmpty()) model_.Update(std::string());
-  if (model_.IsEmpty()) return ProcessResult();  // a holder without a model answers nothing
+  if (model_.IsEmpty()) return ProcessResult();  // as in the reader: cannot happen
   return TryQvCallWithReturn([&] {
     ProcessResult result;
     const EngineRegion region = ConvertToEngineRegion(roi);

@@ -31,7 +31,7 @@ class SmartSegmenterWrapper::Impl {
       const Types::SmartSegmenter::Dataset& dataset);
 
  private:
-  /// Sets a message that is empty.
+  /// Fills `message`, which must be empty.
   static void FillDataset(const Types::SmartSegmenter::Dataset& dataset,
                           telvar_msg::qv::segmentation::Dataset& message);
 

@@ -65,7 +65,7 @@ std::string look_of(std::string_view label) {
     }
     spaced = is_space(point);
   }
-  // Of single characters the reader tells capitals and small ones apart.
+  // The reader tells the capital and the small form of a single character apart.
   return code_points(look).size() > 1 ? mapped(look, form | UTF8PROC_CASEFOLD) : look;
 }
 

@@ -98,7 +98,7 @@ struct Done {
   bool failed = false;
 };
 
-// Beside the figures with patterns those without, which show what patterns are worth.
+// Puts the figures without patterns beside those with them, which shows what patterns are worth.
 void add_plain_reading(const EvaluationRun& plain, Done& done) {
   const auto& rate = plain.json["exact_line_rate"];
   done.json["exact_line_rate_without_patterns"] = rate;

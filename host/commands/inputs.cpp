@@ -23,7 +23,7 @@ void add_folder(const fs::path& folder, std::vector<std::string>& images) {
   for (const auto& image : images_in(folder)) images.push_back(utf8(image.file));
 }
 
-// Of a segmenter's data set, or a part of it, only images/, not the masks.
+// Takes only images/ of a segmenter's data set, or of a part of one: masks are no inputs.
 std::vector<fs::path> image_folders(const fs::path& folder) {
   std::vector<fs::path> folders;
   for (const auto& part : parts_for(folder, Purpose::kAll)) {

@@ -95,7 +95,7 @@ class Tally {
   std::map<std::string, Training> training_;
 };
 
-// Most are one category, written in two ways.
+// Reports categories that look alike: most are one category, written in two ways.
 void report_alike(const fs::path& source, Audit& audit) {
   std::map<std::string, std::string> first;
   for (const auto& entry : audit.counts) {
@@ -106,7 +106,7 @@ void report_alike(const fs::path& source, Audit& audit) {
   }
 }
 
-// What stands in the folder and is neither among the `used` files nor already a problem.
+// Reports what stands in the folder and is neither among the `used` files nor already a problem.
 void report_rest(const fs::path& source, std::vector<fs::path> used, Audit& audit) {
   for (const auto& problem : audit.problems.list()) used.push_back(path_from_utf8(problem.path));
   report_unused(source, used, audit.unused);

@@ -114,7 +114,7 @@ std::size_t letters(const std::string& line) {
       points.begin(), points.end(), [](char32_t c) { return c != U' ' && c != U'\t'; }));
 }
 
-// Fewer marks than letters of known text: the rest of the image is not marked.
+// Whether there are fewer marks than letters of known text: the rest of the image is not marked.
 bool has_unmarked_letters(const OcrItem& item) {
   std::size_t count = 0;
   for (const auto& line : item.lines) count += letters(line);

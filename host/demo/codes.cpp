@@ -71,6 +71,7 @@ cv::Mat random_surface(cv::RNG& rng, const Scenes& scenes) {
                        rng.uniform(0, photograph.rows - kImageSize.height + 1), kImageSize.width,
                        kImageSize.height);
   cv::Mat surface;
+  // Black becomes 100, white 215 to 253.
   photograph(piece).convertTo(surface, CV_32F, rng.uniform(0.45, 0.6), 100);
   return surface;
 }

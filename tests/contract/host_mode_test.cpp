@@ -28,7 +28,7 @@ struct Mode {
   Mode() {
 #if defined(__x86_64__)
     asm volatile("fnstcw %0" : "=m"(long_doubles));
-    vectors = _mm_getcsr() & ~0x3Fu;  // the flags of what has happened are no mode
+    vectors = _mm_getcsr() & ~0x3Fu;  // without the flags of exceptions that have happened
 #endif
   }
   bool operator==(const Mode& other) const {
@@ -46,10 +46,10 @@ class HostMode {
     std::fesetround(rounding);
 #if defined(__x86_64__)
     if (!strange_numbers) return;
-    _mm_setcsr(_mm_getcsr() | 0x8040);
+    _mm_setcsr(_mm_getcsr() | 0x8040);  // flush to zero, denormals are zero
     unsigned short control = 0;
     asm volatile("fnstcw %0" : "=m"(control));
-    control = static_cast<unsigned short>((control & ~0x300) | 0x200);
+    control = static_cast<unsigned short>((control & ~0x300) | 0x200);  // precision: double
     asm volatile("fldcw %0" : : "m"(control));
 #endif
   }

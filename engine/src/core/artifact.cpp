@@ -3,7 +3,8 @@
 namespace telvar::core {
 namespace {
 
-// A high bit and line ends, so that a transfer as text shows.
+// It has a byte above 127 and both kinds of line end, so that a transfer as text, which changes
+// these, is noticed.
 constexpr std::string_view kMagic("\x89TLV\r\n\x1A\n", 8);
 constexpr std::size_t kHeaderSize = 32;
 constexpr std::size_t kSummedHeader = 24;  // all but the checksum itself

@@ -11,8 +11,9 @@
 
 namespace telvar::core {
 
-/// One call's view of a cache: reads through, and changes it only when committed, so that a call
-/// that fails half-way leaves the cache as it was. Holds back no more than the cache may hold.
+/// One call's view of a cache. It finds what the cache holds, and changes the cache only when it is
+/// committed, so that a call that fails half-way leaves the cache as it was. The entries that wait
+/// for that take no more memory than the cache may: the oldest are dropped.
 class CacheSession {
  public:
   explicit CacheSession(TrainCacheStore& store) : store_(store) {}
@@ -43,7 +44,8 @@ class CacheSession {
   void drop_oldest();
 
   TrainCacheStore& store_;
-  std::vector<std::pair<CacheKey, TrainCacheStore::Blob>> changes_;  // null blob: used
+  std::vector<std::pair<CacheKey, TrainCacheStore::Blob>>
+      changes_;             // without a blob: used, not added
   std::size_t oldest_ = 0;  // no change before it has a blob
   std::uint64_t bytes_ = 0;
 };

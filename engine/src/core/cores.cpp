@@ -81,7 +81,7 @@ double smallest_quota(std::istream& groups, const std::string& root) {
     if (first == std::string::npos || second == std::string::npos) continue;
     const std::string controllers = line.substr(first + 1, second - first - 1);
     const bool unified = controllers.empty();
-    // Not a search for "cpu", which "cpuset" and "cpuacct" have in them.
+    // Between commas, since "cpuset" and "cpuacct" contain "cpu" too.
     if (!unified && ("," + controllers + ",").find(",cpu,") == std::string::npos) continue;
     const std::string folder = unified ? root : root + "/cpu";
     for (std::string group = line.substr(second + 1);; group.resize(group.rfind('/'))) {

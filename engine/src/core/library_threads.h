@@ -13,9 +13,9 @@ namespace telvar::core {
 /// numbers are computed.
 class ThreadSettings {
  public:
-  /// Those of the calling thread.
+  /// Takes the settings of the calling thread.
   ThreadSettings() noexcept;
-  /// From now on the calling thread has these.
+  /// Gives these settings to the calling thread.
   void set() const noexcept;
 
  private:

@@ -15,8 +15,8 @@ class Monitor {
  public:
   /// Reports to nobody.
   Monitor() = default;
-  /// Reports to `loader` if it is a types::MonitoredLoader, else to nobody: in the host's mode as
-  /// `scope` found it, whatever thread reports. Both must live as long as the monitor.
+  /// Reports to `loader` if it is a types::MonitoredLoader, else to nobody. Whatever thread reports
+  /// does so in the host's floating-point mode, as `scope` found it. Both must outlive the monitor.
   Monitor(const types::ImageLoader& loader, const LibraryThreadScope& scope)
       : loader_(loader.target<types::MonitoredLoader>()), scope_(&scope) {}
   Monitor(const Monitor&) = delete;
@@ -25,9 +25,9 @@ class Monitor {
   /// The threads that the caller grants; 0: as many as the process may use.
   unsigned threads() const { return loader_ == nullptr ? 0 : loader_->threads; }
 
-  /// From now on `steps` more at most are to come.
+  /// Says that at most `steps` more steps will follow.
   void expect(double steps);
-  /// The score on held-out samples, as it is now.
+  /// Notes the present score on held-out samples.
   void measured(double score);
   /// Called between steps: one more is done. Throws what the report throws, to every thread that
   /// comes here after it did. While one thread reports, others only count.

@@ -83,8 +83,9 @@ Corners corners_of(const types::AffineTransform& t, const types::Size2<unsigned>
   return corners;
 }
 
-/// True when the region's image, a parallelogram, overlaps the image's rectangle of pixel centres
-/// grown by half a pixel (separating axes).
+/// Whether the parallelogram that the region covers in the image overlaps the image's pixels. Two
+/// convex shapes overlap unless an edge of one separates them: the first test takes the image's
+/// edges, the second, in the region's frame, those of the region.
 bool overlaps(const types::AffineTransform& t, const types::Size2<unsigned>& size, double width,
               double height) {
   const double w = size.width, h = size.height;

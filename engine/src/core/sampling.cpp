@@ -9,13 +9,15 @@
 namespace telvar::core {
 namespace {
 
-// Sub-samples an output pixel's side at most takes: beyond it even the means alias. Along an axis
-// it is enough to bring the widest image down to 8 pixels.
+// An output pixel is the mean of sub-samples. So many are taken along one of its sides at most; a
+// region that is reduced further aliases. Along an axis, the limit lets the widest image there is
+// (32768 pixels) be reduced to 8 without that.
 constexpr int kMaxAxisSamples = 4096;
 constexpr int kMaxPlaneSamples = 64;
-// A turned region that reaches far beyond its image repeats the edge there, over and over. So many
-// sub-samples an output pixel, and so many for each image pixel in reach, are always granted; one
-// that lies within its image wants no more, unless it is sheared to a splinter.
+// A turned region that reaches far beyond its image repeats the image's edge there, and could ask
+// for any number of sub-samples of nothing new. So it gets so many for an output pixel, or so many
+// for each image pixel within reach, whichever is more. A region within its image asks for fewer,
+// unless it is sheared to a splinter.
 constexpr double kGrantedSamples = 64, kGrantedPerImagePixel = 16;
 
 /// How each output position of one axis mixes source positions first .. first + count - 1.
@@ -64,7 +66,7 @@ AxisTaps make_taps(double scale, double offset, int extent, int out, int source)
   return taps;
 }
 
-/// Mixes along x: `row` holds source positions taps.low .. taps.high.
+/// Reduces a row along x: `row` holds source positions taps.low .. taps.high.
 void mix_row(const AxisTaps& taps, const float* row, float* out) {
   for (const AxisTaps::Span& span : taps.spans) {
     const float* values = row + (span.first - taps.low);
@@ -75,7 +77,8 @@ void mix_row(const AxisTaps& taps, const float* row, float* out) {
   }
 }
 
-/// Mixes along y: `rows` holds the mixed source rows taps.low .. taps.high, `width` values each.
+/// Reduces along y: `rows` holds the reduced source rows taps.low .. taps.high, `width` values
+/// each.
 void mix_column(const AxisTaps& taps, const float* rows, int width, float* out) {
   for (const AxisTaps::Span& span : taps.spans) {
     for (int i = 0; i < span.count; ++i) {

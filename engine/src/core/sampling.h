@@ -18,7 +18,8 @@ Raster sample(const types::ImageView& image, const Region& region, int out_width
 /// The region at its own size.
 Raster sample(const types::ImageView& image, const Region& region, Colour colour);
 
-/// Nearest pixel, 1 where any channel but alpha is not zero. Outside the image: 0.
+/// Takes the nearest pixel: 1 where any of its channels but alpha is not 0, and 0 outside the
+/// image.
 Mask sample_mask(const types::ImageView& image, const Region& region, int out_width,
                  int out_height);
 

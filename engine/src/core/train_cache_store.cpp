@@ -16,7 +16,10 @@ namespace {
 constexpr std::string_view kMagic("\x89TLC\r\n\x1A\n", 8);
 // Changes with anything that the entries depend on: caches are read by their own version only.
 constexpr std::uint32_t kVersion = 1;
+// Bytes; an image with a longer identifier is not kept.
 constexpr std::uint32_t kMaxImageId = 1u << 20;
+// What an entry is counted to take beside its identifier and its bytes: part of what a capacity
+// means, whatever the containers really take.
 constexpr std::uint64_t kEntryOverhead = 64;
 constexpr std::uint64_t kSmallestEntry = 4 + 8 + 8;  // bytes of its three numbers
 

@@ -11,7 +11,8 @@ bool is_convolution(const Layer& layer) {
   return layer.kind == LayerKind::kConvolution || layer.kind == LayerKind::kPointwise;
 }
 
-/// A convolution's own result is normalised or an answer: the epilogue has nothing to do.
+/// What a training's convolution adds to its sums: the bias of an answer, and nothing elsewhere.
+/// Normalisation, residual and ReLU have to wait for the statistics of all sums.
 Epilogue epilogue_of(const Layer& layer, Number number) {
   Epilogue epilogue;
   epilogue.bias = layer.kind == LayerKind::kPointwise;
@@ -121,7 +122,9 @@ void ChunkPass::forward_convolution(int index) {
                                  node.shift.data(), residual, described.relu, node.values.data());
 }
 
-/// Statistics of a convolution's sums, and how they are normalised by them.
+/// Measures mean and variance of a convolution's sums, and derives from them the scale and shift by
+/// which the sums are normalised. In the place of their gradients, mean and variance themselves are
+/// left, which the training's running statistics follow.
 void ChunkPass::measure(int index) {
   const LayerParameters& at = layer(index).parameters;
   NodeMemory& node = nodes_[index];
@@ -213,6 +216,10 @@ void ChunkPass::convolution_gradients(int index, const void* output_gradient) {
   from.has_gradient = true;
 }
 
+/// From the gradient g of the normalised values to that of the sums x. With n rows, deviation s,
+/// scale w and y = w (x - mean) / s + shift, a channel's gradient is
+///   dw = sum(g (x - mean)) / s,   dx = w/s (g - sum(g) / n - (x - mean) / s * dw / n),
+/// which is a g + b x + c with the a, b and c below; node.scale is w/s.
 void ChunkPass::backward_convolution(int index) {
   const Layer& described = layer(index);
   NodeMemory& node = nodes_[index];

@@ -63,7 +63,7 @@ class ChunkPass {
   /// The answer of the last layer, normalised by this chunk's own statistics.
   const float* forward();
 
-  /// Of the answer's shape, to be filled with the gradient of the loss.
+  /// To be filled with the gradient of the loss; has the answer's shape.
   float* answer_gradient() { return answer_gradient_.floats(); }
   void backward();
 

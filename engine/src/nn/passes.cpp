@@ -21,7 +21,7 @@ namespace {
 using Floats = hn::ScalableTag<float>;
 using Vector = hn::Vec<Floats>;
 
-/// Fewer values than lanes: `count` of them.
+/// Loads and stores `count` values, fewer than a vector has lanes.
 template <class T>
 HWY_INLINE Vector load_some(Floats d, const T* from, std::size_t count) {
   HWY_ALIGN T values[hn::MaxLanes(Floats())] = {};
@@ -88,7 +88,7 @@ HWY_INLINE void sum_channels(const Extent& extent, double* first, double* second
   }
 }
 
-/// to = or += the sum of the up to four places of a coarse one.
+/// Writes to `to`, or adds to it, the sum of the fine places, up to four, that lie on a coarse one.
 template <class T>
 HWY_INLINE void sum_places(const T* const* places, int count, std::size_t channels, bool adds,
                            T* to) {

@@ -64,7 +64,7 @@ struct Passes {
   void (*spread_mean)(const float* gradient, int images, const Extent& image, void* values);
 };
 
-/// Those for the processor that this runs on.
+/// The passes for the processor that this runs on.
 const Passes& passes_over(Number number);
 
 /// Planes (channels x places) to values with channels innermost.

@@ -1,5 +1,5 @@
-// Vectors of floats, read from and written to either number. Included once for every instruction
-// set by what Highway compiles so, hence no `#pragma once`.
+// Vectors of floats, read from and written to either kind of number. A file that Highway compiles
+// once for every instruction set includes this one as often, so `#pragma once` would be wrong.
 
 #if defined(TELVAR_NN_VECTOR_NUMBERS) == defined(HWY_TARGET_TOGGLE)
 #ifdef TELVAR_NN_VECTOR_NUMBERS

@@ -20,7 +20,7 @@ struct ReaderState {
   std::uint32_t base = 0;           // number of the base that the networks come from; 0: none
   std::vector<std::uint64_t> seen;  // digests of the images trained on, ascending
 
-  /// Of all experts together, ascending.
+  /// The categories of all experts together, ascending.
   std::vector<std::string> categories() const;
 };
 

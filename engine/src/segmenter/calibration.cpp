@@ -9,15 +9,15 @@
 namespace telvar::segmenter {
 namespace {
 
-/// A few images can mislead: a fit that asks for more than this is of their own errors.
+/// A few images can mislead: a fit that asks for more than this follows their own errors.
 constexpr double kLeastScale = 0.4, kLargestScale = 2.0;
 constexpr double kLargestOffset = 1.0;
 
-/// Of either kind, belonging or not; fewer leave the logits of a category as they are.
+/// With fewer pixels that belong to a category, or that do not, its logits stay as they are.
 constexpr std::uint64_t kFewestPixels = 50;
 
-/// Of Newton's method: far more rounds than it takes to cross the limits above at its largest step,
-/// which keeps it from leaping where the curve is flat.
+/// Newton's method takes so many rounds, far more than it takes to cross the limits above at the
+/// largest step; that step keeps it from leaping where the curve is flat.
 constexpr int kRounds = 30;
 constexpr double kLargestStep = 0.3;
 
@@ -31,8 +31,8 @@ std::uint64_t sum_of(const std::array<std::uint64_t, LogitCounts::kBins>& counts
   return sum;
 }
 
-/// Newton's method on the log loss, by one of the fit's parameters: `by` is the derivative of what
-/// a logit becomes.
+/// One step of Newton's method on the log loss, along one of the fit's two parameters; `by` gives
+/// the derivative of the fitted logit by that parameter.
 double newton_step(const LogitCounts& counts, const LogitFit& fit, double (*by)(double logit)) {
   double slope = 0, curve = 1e-9;
   for (int i = 0; i < LogitCounts::kBins; ++i) {

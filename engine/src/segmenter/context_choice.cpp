@@ -8,29 +8,32 @@
 namespace telvar::segmenter {
 namespace {
 
-/// A score that is reached without.
+/// A network that reaches this score without context is not given one.
 constexpr double kNeedsNoContext = 0.95;
 
-/// The share of what is missed without context that must be right with it.
+/// After a trial, the context is kept if it sets right this share of what is missed without it.
 constexpr double kClearGain = 0.25;
 
-/// The mean intersection over union below which the context tells nothing; what it misses at the
-/// coarseness of an overview, and for having learned from half of the samples; and the mean gain,
-/// if each category were left to what knows it best, for which it is worth the trial.
+/// A context whose own mean intersection over union is below this tells nothing.
 constexpr double kLeastKnown = 0.3;
+/// What the context's own score is granted, since it is measured at the coarseness of an overview
+/// and of networks that learned from half of the samples.
 constexpr double kHandicap = 0.05;
+/// A trial is worth its time if leaving each category to whichever of the two knows it better would
+/// raise the mean by this.
 constexpr double kLeastHope = 0.03;
 
-/// The share of what the fine network misses that the context, on its own, must know for no trial
-/// to be needed: that of what is left to the better of both, without the handicap granted above.
+/// No trial is needed if leaving each category to whichever knows it better would set right this
+/// share of what the fine network misses, without the handicap granted above.
 constexpr double kPlainGain = 0.5;
 
-/// What overviews must be able to show of some category, as intersection over union.
+/// Overviews must be able to show some category this well, as intersection over union of its labels
+/// at their scale with its labels.
 constexpr double kLeastShown = 0.8;
 
 constexpr std::uint64_t kContextSeed = kSeed + 100;
 
-/// The mean of what categories would gain, were each left to whichever knows it better.
+/// What categories would gain on the mean if each were left to whichever knows it better.
 double gain_of_better(const std::vector<Overlap>& context, const std::vector<Overlap>& fine,
                       double handicap) {
   double gain = 0;
@@ -71,7 +74,8 @@ struct InitialContext {
   std::vector<Overlap> known;
 };
 
-/// Without networks where one of them leaves no hope beside what the fine network finds.
+/// Trains the context's networks one by one; returns no networks as soon as one of them leaves no
+/// hope beside what the fine network finds.
 InitialContext initial_context(const TrainingTask& task, const std::vector<Overlap>& fine) {
   const TrainingSet& set = task.set;
   assign_taught_folds(task, kContextFolds);
@@ -87,13 +91,13 @@ InitialContext initial_context(const TrainingTask& task, const std::vector<Overl
   return {std::move(context), std::move(known)};
 }
 
-/// Returns the score after it.
+/// Trains one round; returns the score after it.
 double run_round(const TrainingTask& task, Networks& networks) {
   teach_round(task, kRoundOfChoice, task.set.taught, networks);
   return mean_iou(measure(task, task.set.judging, networks));
 }
 
-/// Those that `context` makes of networks without one.
+/// The networks with `context` added to them: the fine one with planes for it, and the maps.
 Networks with_context(const TrainingTask& task, const Networks& networks, ContextModel context) {
   Networks told{with_context_planes(networks.fine, task.set), std::move(context), {}};
   told.maps = map_overviews(task.set.context, told.context, task.pool);

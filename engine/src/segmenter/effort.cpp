@@ -5,32 +5,33 @@
 namespace telvar::segmenter {
 namespace {
 
-// In the order of the fields: rounds and their steps, settling, finish and its rate, peak rate,
-// steps of each context network. Chosen on the generated sets of the bench, as the limits below.
+// In the order of the fields: most rounds, steps of a round, of settling and of the finish, rate of
+// the finish, peak rate, steps of each context network. These and the limits below were chosen on
+// the generated sets of the bench.
 
 /// 400 steps of a context network, on views of 64 pixels, cost as much as 100 of the fine one. With
 /// 300, the context alone reached 0.82 on slices (draw 1) and on neighbours (draw 2), with 400 0.85
 /// and 0.88.
 constexpr Effort kFromNothing{5, 60, 105, 120, 0.5, 3e-3, 400};
 
-/// More of the steps are made with all of the images.
+/// With few images, more of the steps are made in the finish, which learns from all of them.
 constexpr Effort kFromFew{4, 60, 80, 300, 1.0, 3e-3, 0};
 
-/// Most is known already; a sixth of the steps keeps what the exemplars do not show.
+/// Most is known already; a sixth of the steps leaves alone what the exemplars do not show.
 constexpr Effort kFineTuning{1, 60, 20, 20, 0.5, 2e-3, 60};
 
-/// To take the new images in, no more.
+/// Enough to take the new images in.
 constexpr Effort kTouchingUp{1, 20, 6, 6, 0.5, 1e-3, 0};
 
-/// A second round that reaches it leaves nothing to the third.
+/// A second round that reaches this score leaves nothing to the third.
 constexpr double kBestScore = 0.99;
 
-/// Of a training that has reached kGoodScore: some half of the full steps.
+/// The steps of a training that has reached kGoodScore: about half of the full ones.
 constexpr int kShortSettling = 60, kShortFinish = 60;
 
-/// What a round adds at least to a good score; and what one of two rounds running adds at least to
-/// a fair one, beyond the best before them.
+/// A round that adds less to a good score is the last.
 constexpr double kLeastGain = 0.005;
+/// With a fair score, two rounds in a row that add less than this to the best one are the last.
 constexpr double kFairScore = 0.6;
 constexpr double kLeastProgress = 0.01;
 

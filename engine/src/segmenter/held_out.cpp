@@ -9,7 +9,7 @@
 namespace telvar::segmenter {
 namespace {
 
-/// Enough to judge by; more would cost as much as a round.
+/// So many pixels are judged: enough for a score, and more would cost as much as a round.
 constexpr std::size_t kJudgedPixels = 2'000'000;
 
 /// One sample in so many is held out, but at least one, and at most ten, for the sake of what

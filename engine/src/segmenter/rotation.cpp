@@ -9,14 +9,16 @@
 namespace telvar::segmenter {
 namespace {
 
-/// Samples that show a category, to judge it by; and how many networks may be trained for more.
+/// A category is judged by so many samples that show it, as far as so many further networks can
+/// bring them.
 constexpr int kEnoughJudged = 3;
 constexpr std::size_t kMostRotations = 2;
 
-/// At most, of a network that only judges: it falls behind the one delivered by little.
+/// A network that only judges gets so many rounds at most, and falls behind the delivered one by
+/// little.
 constexpr int kMostRounds = 3;
 
-/// Categories that are not yet judged by enough samples.
+/// The categories that too few samples judge so far, a bit for each.
 std::uint64_t wanted_of(const std::vector<int>& judged) {
   std::uint64_t wanted = 0;
   for (std::size_t c = 0; c < judged.size(); ++c) {

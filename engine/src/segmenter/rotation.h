@@ -9,8 +9,8 @@
 
 namespace telvar::segmenter {
 
-/// Of categories in few of the samples, those held out tell little: samples to judge them by
-/// besides, one after the other, each by a network that has learned from the rest.
+/// Held-out samples tell little of categories that few samples show. So further samples are judged
+/// as well, one after the other, each by a network that has learned from the rest.
 struct Rotation {
   std::vector<std::size_t> samples;  // none of them held out; at most two
   std::vector<int> categories;       // ascending

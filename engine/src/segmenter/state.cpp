@@ -15,7 +15,7 @@ namespace {
 constexpr std::uint32_t kVersion = 3;
 constexpr int kMaxContextNets = 4;
 constexpr int kShortestOverview = 16;
-/// Of an exemplar.
+/// Stands for the place of the overview in exemplars that have none.
 constexpr int kNoOverview = 255;
 
 InputSpec read_input(core::ByteReader& reader) {

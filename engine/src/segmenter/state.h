@@ -15,7 +15,7 @@ namespace telvar::segmenter {
 
 /// A whole region at a coarse scale, and what may be asked about it.
 struct Overview {
-  /// Of no fold: no context network has learned from it.
+  /// The fold of an overview that no context network has learned from.
   static constexpr int kUnseen = 255;
 
   TrainingTile tile;

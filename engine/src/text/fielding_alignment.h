@@ -15,9 +15,8 @@
 
 namespace telvar::text {
 
-/// What leaving out a recognised character costs. More than taking the least plausible category
-/// does
-/// (-ln 0.01 = 4.6): no pattern wins by leaving out what another one reads.
+/// What leaving out a recognised character costs. It is more than taking the least plausible
+/// category costs (-ln 0.01 = 4.6), so that no pattern wins by leaving out what another one reads.
 constexpr LogScore kSkipCost = 5 * kLogScoreUnit;
 
 /// A recognised character and the class that it was matched with.

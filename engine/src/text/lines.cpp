@@ -14,22 +14,26 @@ namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-// A group this small may be marks of a line; a line this long has a course to compare with.
+// A group of so few characters may be punctuation marks of a line that was found without them. A
+// line of so many has a course that others can be compared with.
 constexpr std::size_t kFewMarks = 2;
 constexpr std::size_t kLongEnough = 3;
 
-// Lines whose points lie this near to a longer one, by their median distance, are parts of it.
+// Character heights: lines whose points lie this near to a longer one, by their median distance,
+// are parts of it.
 // Lines of text are farther apart even where characters are 0.7 of nominal.
 constexpr double kPartTolerance = 0.68;
 
 // How many small groups may lie between a point and the line that it belongs to.
 constexpr std::size_t kSearch = 4;
 
-// Points are given to another line only if it has a point this near along the reading direction,
-// and a point leaves its line only for one that runs nearer by this much.
+// In character heights: a mark joins a line, and a character moves to one, only if that has a
+// character within this reach along the reading direction; and a character leaves its line only for
+// one that runs nearer by the gain.
 constexpr double kMarkReach = 2.0;
 constexpr double kMoveReach = 4.0;
 constexpr double kMoveGain = 0.05;
+// How often all characters are looked at for such a move; the moves of one time change the courses.
 constexpr int kMoves = 2;
 
 /// The points of a call in the turned frame, sorted for the sweep; `index` leads back.

@@ -10,18 +10,21 @@ namespace {
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kDegree = kPi / 180.0;
 
-// Pairs are counted within strips of this width: far enough apart to tell half a degree, near
-// enough that a bowed line or a wide page does not blur the count.
+// Lengths are character heights here. Pairs are counted within strips of this width: wide enough to
+// tell half a degree, and narrow enough that a bowed line or a wide page does not blur the count.
 constexpr double kStripWidth = 16.0;
 
-// Two points speak for one line when they are this near across it; the inner distance counts again.
+// Two points speak for one line when they are this near across it, and twice when they are within
+// the inner distance.
 constexpr double kOuterDistance = 0.3;
 constexpr double kInnerDistance = 0.15;
 
-// What the widest slant must gain over none to be believed.
+// By what share of its score the widest slant must be better than none to be believed; a smaller
+// slant by as much less.
 constexpr double kSlantPenalty = 0.1;
 
-// Bow is told in cells of this width, each with its two neighbours, up to this many degrees.
+// The bow of the lines is measured as a slope for each cell of this width, from the cell and its
+// two neighbours, up to so many degrees. The penalty is that of the slant: bows are rare.
 constexpr double kCellWidth = 4.0;
 constexpr double kMaxBow = 12.0;
 constexpr double kBowPenalty = 0.3;
@@ -148,7 +151,8 @@ void estimate_slopes(const std::vector<LinePoint>& points, std::vector<Cell>& ce
   }
 }
 
-/// Shifts from slopes; across a gap the lines are taken to run on at the common slant.
+/// How far the lines have moved across at the middle of each cell: the sum of the slopes up to it.
+/// Across a gap the lines are taken to run on at the common slant.
 void add_up_slopes(std::vector<Cell>& cells) {
   for (std::size_t i = 1; i < cells.size(); ++i) {
     cells[i].shift = cells[i - 1].shift + 0.5 * kCellWidth * (cells[i - 1].slope + cells[i].slope);

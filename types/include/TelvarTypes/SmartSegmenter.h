@@ -100,11 +100,12 @@ struct TELVAR_TYPES_API TrainingResult {
   TrainingResult(double score);
   TELVAR_TYPES_VALUE_OPERATIONS(TrainingResult);
 
-  /// Intersection over union at probability 0.5, 0..1, mean over the categories that occur: on the
-  /// held-out images (a fifth, 1 to 10), before a last stage learns from these too. Cautious for
-  /// that reason; flattering where the artifact that the training started from had already seen
-  /// them, for a category that only images show which taught it, and where none could be held out,
-  /// as with a single image: then it is measured on what was learned from.
+  /// Intersection over union at probability 0.5, 0..1, as the mean over the categories that occur.
+  /// It is measured on the held-out images, a fifth and 1 to 10 of them. A last stage learns from
+  /// these too, so the delivered state is rather better than its score. The score flatters in three
+  /// cases: the artifact that the training started from has already seen the held-out images; only
+  /// images that were learned from show a category; or no image could be held out, as with a single
+  /// one, so that the images learned from are measured.
   double score = 0.0;
 };
 

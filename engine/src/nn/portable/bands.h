@@ -12,9 +12,9 @@
 
 namespace telvar::nn::portable {
 
-/// What is read, and where. The positions form a grid in every image: row i, column j stands for
-/// row i * step, column j * step of the tensor, and values between `low` and `high` rows and
-/// columns from there are needed. low <= 0 <= high.
+/// What a convolution reads of a tensor. In every image it visits a grid of positions: the grid's
+/// row i and column j is row i * step and column j * step of the tensor, and there it needs the
+/// values from `low` to `high` rows and columns away. low <= 0 <= high.
 struct Reading {
   int images = 1;
   int height = 1;  // of the tensor
@@ -44,7 +44,7 @@ class Bands {
   /// The most images and rows that a band has.
   int max_images() const { return images_; }
   int max_rows() const { return rows_; }
-  /// Of the copy; 0 when none is needed.
+  /// The size of the copy; 0 when none is needed.
   std::size_t floats() const { return direct_ ? 0 : images_ * image_stride_; }
 
   /// Offset of a position from the begin of its band, in floats. The row counts from the band's

@@ -27,14 +27,15 @@ using Floats = hn::ScalableTag<float>;
 using Vector = hn::Vec<Floats>;
 
 constexpr std::size_t kLanes = HWY_LANES(float);
+/// Whether there are 32 vector registers; elsewhere there are 16.
 constexpr bool kManyRegisters =
     HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL || HWY_TARGET == HWY_NEON;
 /// Whether masked loads and stores leave the other lanes' memory alone.
 constexpr bool kMasksMemory = HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2;
 constexpr std::size_t kMaxVectors = kManyRegisters ? 4 : 2;
 
-/// Rows of a tile of so many vectors: sums, one row of the matrix and one value fill the registers,
-/// and there are sums enough to hide the latency of a multiplication and addition.
+/// How many rows a tile of so many vectors has. Its sums, one row of the matrix and one value fill
+/// the registers, and there are enough sums to hide the latency of a multiplication and addition.
 constexpr std::size_t tile_rows(std::size_t vectors) {
   return vectors == kMaxVectors ? 6 : 8;
 }

@@ -104,7 +104,7 @@ bool is_certain(const FoundCharacter& character) {
   return character.strength >= kStrengthThreshold && rank(character) >= kFitThreshold;
 }
 
-/// Beside means within the next place but one of the same line, which may be slanted.
+/// Whether a character stands within two places of another one on the same line, which may slant.
 bool stands_beside(const FoundCharacter& a, const FoundCharacter& b) {
   constexpr float kAlong = 2.0f * kReadingCharacter, kAcross = 0.6f * kReadingCharacter;
   return std::abs(a.x - b.x) < kAlong && std::abs(a.y - b.y) < kAcross;
@@ -133,14 +133,16 @@ class Selection {
 
  private:
   static constexpr float kReach = 4.0f * kReadingCharacter;
-  /// How far off the course of its line a character may stand (a full stop does), how far that may
-  /// lean, and how the distance to its neighbour may differ from theirs.
+  /// How far off the course of its line a character may stand, as a full stop does.
   static constexpr float kOffCourse = 0.35f * kReadingCharacter;
+  /// The steepest course, in rows per column.
   static constexpr float kSteepest = 0.3f;
+  /// The distance to the next character, as a share of the distance between the line's characters.
   static constexpr float kNarrow = 0.6f, kWide = 1.45f;
-  /// Characters of a line stand no farther apart.
+  /// Characters that stand farther apart are no line.
   static constexpr float kFarthest = 1.7f * kReadingCharacter;
-  /// Enough for any text; bounds the time that crowded places take.
+  /// More neighbours are not looked at, which bounds the time that crowded places take; no text has
+  /// so many.
   static constexpr std::size_t kMostNeighbours = 32;
 
   bool has_company(std::size_t index) const {

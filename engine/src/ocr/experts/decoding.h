@@ -13,8 +13,9 @@ namespace telvar::ocr {
 
 /// Cells below this objectness have no vote.
 constexpr float kVoteThreshold = 0.15f;
-/// Characters of at least this strength, and strength times best score, are read wherever they
-/// stand in company; below the latter no category fits, whatever they are.
+/// A character is certain with at least this strength, and this strength times best score; below
+/// the latter no category fits it. A certain character is read wherever another one stands beside
+/// it.
 constexpr float kStrengthThreshold = 0.55f;
 constexpr float kFitThreshold = 0.2f;
 
@@ -22,8 +23,9 @@ constexpr float kFitThreshold = 0.2f;
 /// of a background that look like a character stand alone, most characters do not.
 constexpr float kLoneThreshold = 0.75f;
 
-/// Weaker ones, down to these, are read where a line of others has a place for them: on its course,
-/// as far from the next character as its characters stand from each other.
+/// A doubtful character has at least this strength, and this strength times best score. It is read
+/// where a line of others has a place for it: on the line's course, as far from the next character
+/// as the line's characters stand from each other.
 constexpr float kDoubtfulStrength = 0.3f;
 constexpr float kDoubtfulFit = 0.12f;
 

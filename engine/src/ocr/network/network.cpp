@@ -14,7 +14,7 @@ constexpr int kChannels = 64;
 /// its neighbours (kReceptiveRadius), which tells where one ends.
 constexpr int kDilations[] = {1, 2, 1, 1, 2};
 constexpr float kRareCharacter = -2.5f;  // logit of about one cell in thirteen
-/// Of the weights of new outputs: so small that all categories start out alike.
+/// The standard deviation of the weights of new outputs: so small that all categories start alike.
 constexpr float kHeadDeviation = 0.01f;
 
 /// A 3 x 3 convolution whose input is added to its result.

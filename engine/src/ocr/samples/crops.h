@@ -41,8 +41,8 @@ struct GrayPixels {
 };
 
 /// Chooses places so that rare categories come up more often than they occur, and now and then a
-/// place without regard to labels. Keeps a reference to the samples, and a smoothed copy of their
-/// pixels.
+/// place without regard to labels. Keeps pointers to the samples, which must outlive it, and a
+/// smoothed copy of their pixels.
 class CropSource {
  public:
   /// `samples` must hold one label at least.

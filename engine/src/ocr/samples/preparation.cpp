@@ -12,7 +12,8 @@
 namespace telvar::ocr {
 namespace {
 
-/// Pixels; what is read of a file beyond that cannot be a sample, and products still fit 64 bits.
+/// Pixels. A longer side in stored bytes cannot be a sample's, and products of two such sides still
+/// fit 64 bits.
 constexpr std::uint32_t kMaxSide = 1u << 24;
 
 void write_labels(core::ByteWriter& writer, const std::vector<PreparedLabel>& labels) {

@@ -54,7 +54,7 @@ PreparedExtent prepared_extent(const core::Region& region, const NominalSize& si
 
 /// The value that counts as white, 0..1 of what the type can hold: 1 for 8 bits; the largest value
 /// of a 16-bit image, since cameras of 10 or 12 bits fill the lower part of its range only.
-/// Of a checked image; one pass over its pixels.
+/// Requires a checked image; passes over its pixels once.
 float white_level(const types::ImageView& image);
 
 /// Samples the region of a checked image; without labels.

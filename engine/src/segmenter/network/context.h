@@ -17,14 +17,14 @@ namespace telvar::segmenter {
 /// 96 cells it took one of two equal parts for the other more often, at twice the cost.
 constexpr int kOverviewSide = 64;
 
-/// That of artifacts up to version 2, which is also the longest.
+/// The longer side of overviews in artifacts up to version 2; none was ever longer.
 constexpr int kLongestOverview = 96;
 
 /// Images that the fine network sees nearly whole need no context.
 constexpr int kSeenWithoutContext = 128;
 
-/// Beside its view, the context network is told where a pixel lies: x and y, -1..1 over the region;
-/// all 0 when it is not told.
+/// Two planes tell the context network where a pixel lies: x and y, -1..1 over the region, or 0
+/// everywhere when it is not to be told.
 constexpr int kPositionPlanes = 2;
 
 /// Each network learned from the images of all folds but its own.

@@ -27,7 +27,7 @@ class ContextMap {
   bool empty() const { return values_.empty(); }
   int width() const { return width_; }
   int height() const { return height_; }
-  /// Of a cell, 0..1.
+  /// The probability, 0..1, that a cell belongs to a category.
   float probability(int category, std::size_t cell) const {
     return values_[category * (std::size_t(width_) * height_) + cell] * (1.0f / 255);
   }

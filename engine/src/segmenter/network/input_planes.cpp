@@ -7,7 +7,8 @@
 namespace telvar::segmenter {
 namespace {
 
-/// Of local contrast, in units of the luma's variance: noise on even ground stays small.
+/// Local contrast is divided by its strength, but by no less than this, in units of the luma's
+/// variance, so that noise on even ground stays small.
 constexpr float kLeastEnergy = 0.0025f;
 
 /// Sigmas of the blurs that part luma into scales, and of the surroundings that local contrast is

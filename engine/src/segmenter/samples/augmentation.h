@@ -9,7 +9,7 @@
 
 namespace telvar::segmenter {
 
-/// Of few images, crops differ more: nothing else shows what the next one may look like.
+/// Crops of few images are changed more: nothing else shows what the next image may look like.
 enum class Strength { kNormal, kOfFewImages };
 
 /// A place in a tile, tile pixels, held inside it.

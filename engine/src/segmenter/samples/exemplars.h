@@ -9,7 +9,7 @@
 
 namespace telvar::segmenter {
 
-/// Most exemplars of an artifact, and their largest side in pixels.
+/// The most exemplars of an artifact, and their longest side in pixels.
 constexpr int kMaxExemplars = 64;
 constexpr int kExemplarSide = 160;
 

@@ -6,15 +6,16 @@
 namespace telvar::segmenter {
 namespace {
 
-/// How far away what surrounds a thin thing lies, tile pixels; and in what share of the places.
+/// A thing is thin if so many tile pixels away from its pixels, to the four sides, there is
+/// something else in this share of the places.
 constexpr int kThinReach = 12;
 constexpr double kThinShare = 0.75;
 
-/// How far from a pixel what it is blended with lies, crop pixels.
+/// How far from a pixel the one lies that it is blended with, crop pixels.
 constexpr float kNearest = 8.0f, kFarthest = 16.0f;
 
-/// What is kept of a thing's contrast at least; and the contrast, in deviations of what lies beside
-/// it, that it keeps in any case: what nobody could see must not be learned.
+/// A thing keeps this share of its contrast at least, and in any case this contrast, in deviations
+/// of what lies beside it: what nobody could see must not be learned.
 constexpr double kLeastKept = 0.3, kVisible = 1.5;
 
 bool belongs(const CropLabel& label, int x, int y) {
@@ -22,7 +23,7 @@ bool belongs(const CropLabel& label, int x, int y) {
          label.flags[(std::size_t(y) * label.side + x) * label.stride] != 0;
 }
 
-/// With the rim, in which its light still shows.
+/// Whether a pixel belongs or has a neighbour that does: a thing's light still shows on its rim.
 bool touches(const CropLabel& label, int x, int y) {
   return belongs(label, x, y) || belongs(label, x - 1, y) || belongs(label, x + 1, y) ||
          belongs(label, x, y - 1) || belongs(label, x, y + 1);
@@ -33,7 +34,7 @@ struct Pair {
   std::size_t here, there;
 };
 
-/// All those of a thing for which the step leads to a place beside it.
+/// The pairs of a thing's pixels with those one step away, where that leads out of the thing.
 std::vector<Pair> pairs_of(const CropLabel& label, int right, int down) {
   const int side = label.side;
   std::vector<Pair> pairs;
