@@ -4,13 +4,15 @@
 #   scripts/coverage.sh [BUILD_FOLDER]      (default: build/coverage)
 #
 # Prints a summary per file and lists every branch that no test takes. Branches that the compiler
-# makes for exceptions are left out. Needs gcovr, beside what a build of the tests needs.
+# makes for exceptions are left out. What is missing of the packages that it needs is installed.
 set -eu
 
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${1:-$root/build/coverage}
 
+"$root/scripts/install-packages.sh" coverage
 mkdir -p "$build"
+build=$(cd "$build" && pwd)
 (cd "$root" && cmake --preset coverage -B "$build") >"$build/configure.log" 2>&1 ||
   { cat "$build/configure.log"; exit 1; }
 cmake --build "$build" --target wrapper_unit_tests wrapper_contract_tests
@@ -18,13 +20,12 @@ find "$build" -name '*.gcda' -delete
 "$build/bin/wrapper_unit_tests" --gtest_brief=1
 "$build/bin/wrapper_contract_tests" --gtest_brief=1
 
-report() {
-  gcovr --root "$root" "$build" --exclude-throw-branches --exclude-unreachable-branches \
-    --filter "$root/bridge/" --filter "$root/ocr/" --filter "$root/classifier/" \
-    --filter "$root/segmenter/" --filter "$root/factory/" "$@"
-}
-report --branches
-report --json "$build/coverage.json" >/dev/null
+# gcovr leaves its scratch files in the working folder if it is interrupted.
+cd "$build"
+gcovr --root "$root" "$build" --exclude-throw-branches --exclude-unreachable-branches \
+  --filter "$root/bridge/" --filter "$root/ocr/" --filter "$root/classifier/" \
+  --filter "$root/segmenter/" --filter "$root/factory/" --json "$build/coverage.json"
+gcovr --root "$root" --add-tracefile "$build/coverage.json" --branches
 
 echo
 echo "Branches that no test takes:"

@@ -3,7 +3,7 @@
 #
 #   scripts/demo.sh [--budget full|small] [FOLDER]      (default: full, build/demo)
 #
-# The small budget trains on a tenth of the images: a look at everything in a minute, at lower figures.
+# The small budget trains on a tenth of the images: a look at everything in less than a minute, at lower figures.
 # For Debian 12, as root or with sudo. Prints a short table and where the page is; fails if anything failed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -55,7 +55,7 @@ demo() {
   if [ -t 2 ]; then "${command[@]}"; else run_aloud "training" "${command[@]}"; fi
 }
 
-echo "On a new machine with 2 cores this takes about ten minutes, most of them for packages and for building."
+echo "On a new machine with 2 cores this should take about ten minutes, most of them for packages and for building."
 step 1 "packages of the compiler and the libraries"
 scripts/install-packages.sh demo
 step 2 "images to train on"

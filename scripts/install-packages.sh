@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a task needs, if they are missing.
 #
-#   scripts/install-packages.sh build|test|demo|bench|windows|tidy|bare|FILE [...]
+#   scripts/install-packages.sh build|test|demo|bench|windows|tidy|coverage|bare|FILE [...]
 #
 # A FILE (its path has a slash) names packages, one a line; '#' starts a comment.
 # On a machine with nothing installed, `scripts/test.sh bare` proves the lists.
@@ -20,6 +20,7 @@ bench=(tesseract-ocr libtesseract-dev libleptonica-dev jbigkit-bin jbigkit-testd
        fonts-dejavu-core fonts-liberation visp-images-data dataset-fashion-mnist libbenchmark-dev
        libopencv-ml-dev libopencv-objdetect-dev pkg-config git python3 python3-numpy python3-pil python3-scipy)
 tidy=(clang-14 clang-tidy-14)
+coverage=(gcovr libgtest-dev libgmock-dev python3)
 bare=(mmdebstrap)
 
 wanted=()
@@ -30,6 +31,7 @@ for task in "$@"; do
     windows) wanted+=("${build[@]}" "${windows[@]}") ;;
     bench) wanted+=("${build[@]}" "${bench[@]}") ;;
     tidy) wanted+=("${build[@]}" "${tidy[@]}") ;;
+    coverage) wanted+=("${build[@]}" "${coverage[@]}") ;;
     demo) wanted+=("${library[@]}") ;;  # it fetches its images without installing them
     bare) wanted+=("${bare[@]}") ;;
     */*)

@@ -66,9 +66,13 @@ class TrainResult:
 
     #: Milliseconds.
     training_time: float
-    #: Share of the labels that the trained model reads right, 0..1; on held-out samples where there are enough of them.
+    #: Share of labels read right, 0..1, on images that the network which read them had not learned from: with 8 or more
+    #: new images, every fourth of them, held out of the first stage; with fewer, all new ones, in two halves. Less than 0
+    #: where no image was new, or only one: its size is then the share that the finished network reads right of what it
+    #: has learned from.
     result_value: float
-    #: By image identifier, for each of its labels the score 0..1 of the labelled category at the labelled place.
+    #: By image identifier, for each of its labels, in their order: detection strength times score of the labelled
+    #: category, 0..1, of the character that the finished network reads nearest to the label; 0 when it reads none near.
     labeled_sample_results: Dict[str, List[float]]
 
 
