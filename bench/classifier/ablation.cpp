@@ -113,7 +113,7 @@ void kernel_row(const char* part, const Experiment& experiment, const std::set<i
                 telvar::core::WorkerPool& pool) {
   const double start = cpu_seconds();
   const auto described = [&](const std::vector<const engine::Sample*>& samples) {
-    auto all = engine::describe_all(samples, experiment.canvas, pool);
+    auto all = engine::describe_all(samples, experiment.canvas, engine::kEveryGroup, pool);
     for (auto& features : all) {
       for (int g = 0; g < engine::kFeatureGroups; ++g) {
         if (groups.count(g) == 0) features[g].clear();

@@ -16,13 +16,13 @@ void prepare_for_inference(ClassifierState& state) {
 }
 
 std::vector<Features> describe_all(const std::vector<const Sample*>& samples, const Canvas& canvas,
-                                   core::WorkerPool& pool) {
+                                   const FeatureGroups& wanted, core::WorkerPool& pool) {
   constexpr std::size_t kBlock = 32;
   std::vector<Features> features(samples.size());
   pool.run(static_cast<int>((samples.size() + kBlock - 1) / kBlock), [&](int block) {
     const std::size_t first = block * kBlock;
     for (std::size_t i = first; i < std::min(samples.size(), first + kBlock); ++i) {
-      features[i] = describe(*samples[i], canvas);
+      features[i] = describe(*samples[i], canvas, wanted);
     }
   });
   return features;
@@ -52,7 +52,8 @@ KernelAnswer kernel_answer(const ClassifierState& state, const std::vector<const
   for (std::size_t first = 0; first < samples.size(); first += kBlock) {
     const std::vector<const Sample*> block(
         samples.begin() + first, samples.begin() + std::min(samples.size(), first + kBlock));
-    const KernelAnswer found = state.kernel.answer(describe_all(block, state.canvas, pool), pool);
+    const KernelAnswer found =
+        state.kernel.answer(describe_all(block, state.canvas, state.kernel.groups(), pool), pool);
     for (int i = 0; i < found.scores.rows(); ++i) {
       const int row = static_cast<int>(first) + i;
       std::copy_n(found.scores.row(i), categories, answer.scores.row(row));

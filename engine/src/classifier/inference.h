@@ -19,9 +19,9 @@ void build_inference(ClassifierState& state);
 /// The state can then neither be fine-tuned nor written.
 void prepare_for_inference(ClassifierState& state);
 
-/// The features of many samples.
+/// The wanted features of many samples.
 std::vector<Features> describe_all(const std::vector<const Sample*>& samples, const Canvas& canvas,
-                                   core::WorkerPool& pool);
+                                   const FeatureGroups& wanted, core::WorkerPool& pool);
 
 /// The mean of the networks' logits.
 Matrix mean_logits(const ClassifierState& state, const std::vector<const Sample*>& samples,

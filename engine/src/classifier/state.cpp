@@ -13,7 +13,9 @@
 namespace telvar::classifier {
 namespace {
 
-constexpr std::uint32_t kVersion = 2;
+constexpr std::uint32_t kVersion = 3;
+// Before version 3 there was no covariance among the features.
+constexpr int kEarlyGroups = kFeatureGroups - 1;
 constexpr std::uint32_t kMaxExemplars = 1u << 20;
 constexpr std::uint32_t kMirrored = 1, kTurnedAny = 2, kUpsideDown = 4;  // bits of the symmetry
 
@@ -88,11 +90,12 @@ ClassifierState read_payload(core::ByteReader& reader, std::uint32_t version,
   const std::uint32_t landmarks = reader.count("landmarks", 0, static_cast<std::uint32_t>(most));
   state.has_kernel = landmarks > 0;
   if (state.has_kernel) {
-    state.kernel = KernelMachine::read(reader, static_cast<int>(landmarks), categories);
+    state.kernel = KernelMachine::read(reader, version >= 3 ? kFeatureGroups : kEarlyGroups,
+                                       static_cast<int>(landmarks), categories);
     if (version >= 2) state.novelty = read_novelty(reader, categories);
-    state.kernel.place_landmarks(describe_all(landmarks_of(state, landmarks), state.canvas, pool),
-                                 labels_of(state, landmarks),
-                                 orders_under(state.canvas, transforms_of(state.symmetry)));
+    state.kernel.place_landmarks(
+        describe_all(landmarks_of(state, landmarks), state.canvas, state.kernel.groups(), pool),
+        labels_of(state, landmarks), orders_under(state.canvas, transforms_of(state.symmetry)));
   }
   return state;
 }

@@ -5,6 +5,7 @@
 
 #include "classifier/features/orders.h"
 #include "classifier/kernel/machine.h"
+#include "classifier/kernel/paired_errors.h"
 
 namespace telvar::classifier {
 namespace {
@@ -53,23 +54,6 @@ std::vector<double> errors_of(const Symmetry& symmetry, const std::vector<Featur
     }
   }
   return errors;
-}
-
-double mean_of(const std::vector<double>& values) {
-  return std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
-}
-
-/// Whether the mean of `mine` is further than so many standard errors from that of `others`, which
-/// are of the same samples, at least one.
-bool differ(const std::vector<double>& mine, const std::vector<double>& others,
-            double standard_errors) {
-  const double difference = mean_of(mine) - mean_of(others);
-  double squares = 0;
-  for (std::size_t i = 0; i < mine.size(); ++i) {
-    squares += std::pow(mine[i] - others[i] - difference, 2);
-  }
-  const auto count = static_cast<double>(mine.size());
-  return std::abs(difference) > standard_errors * std::sqrt(squares) / count;
 }
 
 /// Whether errors are clearly lower than before in all, and in no category clearly higher: two that

@@ -92,9 +92,10 @@ KernelAnswer train_kernel(const TrainingSet& set, const std::vector<int>& held_o
   const std::vector<const Sample*> samples = pointers(set, landmarks);
   KernelAnswer of_landmarks;
   state.has_kernel = true;
-  state.kernel = KernelMachine::learn(choice, describe_all(samples, state.canvas, pool),
-                                      orders_under(state.canvas, transforms_of(state.symmetry)),
-                                      labels, categories, pool, of_landmarks);
+  state.kernel =
+      KernelMachine::learn(choice, describe_all(samples, state.canvas, choice.groups(), pool),
+                           orders_under(state.canvas, transforms_of(state.symmetry)), labels,
+                           categories, pool, of_landmarks);
   std::vector<int> landmark(set.samples.size(), -1), others;
   for (std::size_t k = 0; k < landmarks.size(); ++k) landmark[landmarks[k]] = static_cast<int>(k);
   for (const int i : held_out) {
@@ -128,7 +129,7 @@ TrainedClassifier train_classifier(const TrainingSet& set, const Canvas& canvas,
   }
   const int categories = static_cast<int>(set.categories.size());
   const Probe probe = probe_of(set);
-  const std::vector<Features> probed = describe_all(probe.samples, canvas, pool);
+  const std::vector<Features> probed = describe_all(probe.samples, canvas, kEveryGroup, pool);
   const auto choose = [&] {
     return choose_kernel(probed, probe.labels, categories,
                          orders_under(canvas, transforms_of(state.symmetry)), pool);

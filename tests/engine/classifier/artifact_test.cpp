@@ -12,7 +12,7 @@
 namespace telvar::test {
 namespace {
 
-constexpr std::uint32_t kVersion = 2;  // of the payload
+constexpr std::uint32_t kVersion = 3;  // of the payload
 
 class ClassifierArtifact : public testing::Test {
  protected:

@@ -70,8 +70,8 @@ std::vector<Features> clouds(const std::vector<int>& labels, std::uint64_t seed)
   std::vector<Features> all;
   for (const int label : labels) {
     Features features(kFeatureGroups);
-    for (int g = 0; g < 4; ++g) {
-      for (int k = 0; k < 6; ++k) {
+    for (int g = 0; g < kFeatureGroups; ++g) {
+      for (int k = 0; g != kColour && k < 6; ++k) {
         features[g].push_back(random.normal() + (g == 0 ? 1.2f * static_cast<float>(label) : 0));
       }
     }
@@ -82,9 +82,9 @@ std::vector<Features> clouds(const std::vector<int>& labels, std::uint64_t seed)
 
 /// Features that stay where they are, and in which each group's are read backwards.
 std::vector<FeatureOrder> as_they_are_and_backwards() {
-  const FeatureOrder group(kFeatureGroups - 1, {0, 1, 2, 3, 4, 5});
-  FeatureOrder kept = group, backwards(kFeatureGroups - 1, {5, 4, 3, 2, 1, 0});
-  kept.emplace_back(), backwards.emplace_back();
+  FeatureOrder kept(kFeatureGroups, {0, 1, 2, 3, 4, 5});
+  FeatureOrder backwards(kFeatureGroups, {5, 4, 3, 2, 1, 0});
+  kept[kColour].clear(), backwards[kColour].clear();
   return {kept, backwards};
 }
 
@@ -125,7 +125,7 @@ TEST(KernelMachine, LeavingOneOutIsWhatTrainingWithoutItGives) {
     core::ByteWriter writer;
     machine.write(writer);
     core::ByteReader reader(writer.bytes());
-    KernelMachine restored = KernelMachine::read(reader, machine.samples(), 2);
+    KernelMachine restored = KernelMachine::read(reader, kFeatureGroups, machine.samples(), 2);
     reader.finish("kernel machine");
     restored.place_landmarks(samples, labels, first);
     EXPECT_EQ(restored.answer(fresh, pool).scores.at(0, 0), scores.at(0, 0));
@@ -177,11 +177,11 @@ struct Patterns {
       const bool turned = i / kKinds % 2 == 1 && !(opposites && labels[i] < 2);
       std::vector<float> pixels = turned ? mirrored(kinds[labels[i]]) : kinds[labels[i]];
       for (float& value : pixels) value += random.normal();
-      samples.push_back({{}, {}, pixels, {}, {}});
+      samples.push_back({{}, {}, pixels, {}, {}, {}});
     }
   }
 
-  static constexpr int kKinds = 8, kPixels = 2;
+  static constexpr int kKinds = 8;
   std::vector<Features> samples;
   std::vector<int> labels;
 };
@@ -190,7 +190,7 @@ TEST(Symmetry, IsForbiddenByTwoKindsThatAreEachOthersMirrorImage) {
   core::WorkerPool pool(2);
   Canvas canvas;
   canvas.width = 28, canvas.height = 20;
-  const KernelChoice choice{{0, 0, 0.001f, 0, 0}, 0.1f};
+  const KernelChoice choice{{0, 0, 0.001f, 0, 0, 0}, 0.1f};
   for (const bool opposites : {false, true}) {
     const Patterns patterns(canvas, opposites);
     const Symmetry found =

@@ -122,14 +122,14 @@ TEST(FeatureOrders, AreWhatTheMirroredAndTurnedImageGives) {
                                                  : kind == 1 ? i % width * 2
                                                              : random.below(256)));
     }
-    const Features features = describe(sample, canvas);
+    const Features features = describe(sample, canvas, kEveryGroup);
     for (const DihedralTransform& transform : transforms_of({true, Turns::kAny})) {
       if (transform.turns_sideways() && width != height) continue;
       Sample seen = transform.mirrored ? mirrored(sample, canvas) : sample;
       for (int turn = 0; turn < transform.quarter_turns / 2; ++turn)
         seen = turned_half(seen, canvas);
       if (transform.turns_sideways()) seen = turned_quarter(seen, canvas);
-      const Features expected = describe(seen, canvas);
+      const Features expected = describe(seen, canvas, kEveryGroup);
       const FeatureOrder order = order_under(canvas, transform);
       for (int g = 0; g < kFeatureGroups; ++g) {
         ASSERT_EQ(order[g].size(), expected[g].size()) << g;

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "classifier/features/covariance.h"
 #include "classifier/features/layout.h"
 #include "core/sampling.h"
 
@@ -232,14 +233,22 @@ std::vector<float> colour_of(const core::Raster& raster) {
 
 }  // namespace
 
-Features describe(const Sample& sample, const Canvas& canvas) {
+Features describe(const Sample& sample, const Canvas& canvas, const FeatureGroups& wanted) {
   const core::Raster raster = to_raster(sample, canvas);
-  const Gradients gradients = gradients_of(raster);
   const Grid pixels = coarse_pixels(canvas);
-  return {shape_of(raster, gradients, coarse_cells(canvas)),
-          shape_of(raster, gradients, fine_cells(canvas)),
-          core::resize(raster, pixels.columns, pixels.rows).values, texture_of(raster, gradients),
-          colour_of(raster)};
+  Features features(kFeatureGroups);
+  if (wanted[kCoarseShape] || wanted[kFineShape] || wanted[kTexture]) {
+    const Gradients gradients = gradients_of(raster);
+    if (wanted[kCoarseShape]) {
+      features[kCoarseShape] = shape_of(raster, gradients, coarse_cells(canvas));
+    }
+    if (wanted[kFineShape]) features[kFineShape] = shape_of(raster, gradients, fine_cells(canvas));
+    if (wanted[kTexture]) features[kTexture] = texture_of(raster, gradients);
+  }
+  if (wanted[kPixels]) features[kPixels] = core::resize(raster, pixels.columns, pixels.rows).values;
+  if (wanted[kColour]) features[kColour] = colour_of(raster);
+  if (wanted[kCovariance]) features[kCovariance] = covariance_of(core::to_gray(raster));
+  return features;
 }
 
 }  // namespace telvar::classifier

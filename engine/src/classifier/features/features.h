@@ -1,6 +1,7 @@
 #pragma once
 
-// What the kernel machine sees of a sample: gradient histograms, coarse pixels, texture, colour.
+// What the kernel machine sees of a sample: gradient histograms, coarse pixels, texture, colour,
+// and how filter responses vary together.
 
 #include <vector>
 
@@ -9,7 +10,8 @@
 
 namespace telvar::classifier {
 
-/// The features of one sample; the colour group is empty for gray canvases.
-Features describe(const Sample& sample, const Canvas& canvas);
+/// The features of one sample, empty but for the wanted groups; the colour group is empty for gray
+/// canvases.
+Features describe(const Sample& sample, const Canvas& canvas, const FeatureGroups& wanted);
 
 }  // namespace telvar::classifier

@@ -3,6 +3,7 @@
 #include <iterator>
 #include <numeric>
 
+#include "classifier/features/covariance.h"
 #include "classifier/features/layout.h"
 
 namespace telvar::classifier {
@@ -73,9 +74,12 @@ std::vector<int> texture_order(const DihedralTransform& transform) {
 FeatureOrder order_under(const Canvas& canvas, const DihedralTransform& transform) {
   std::vector<int> colours(canvas.channels == 1 ? 0 : kColours);
   std::iota(colours.begin(), colours.end(), 0);
-  return {shape_order(transform, coarse_cells(canvas)), shape_order(transform, fine_cells(canvas)),
-          pixel_order(transform, coarse_pixels(canvas), canvas.channels), texture_order(transform),
-          colours};
+  return {shape_order(transform, coarse_cells(canvas)),
+          shape_order(transform, fine_cells(canvas)),
+          pixel_order(transform, coarse_pixels(canvas), canvas.channels),
+          texture_order(transform),
+          colours,
+          covariance_order(transform)};
 }
 
 std::vector<FeatureOrder> orders_under(const Canvas& canvas,

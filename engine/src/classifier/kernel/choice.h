@@ -14,6 +14,9 @@ namespace telvar::classifier {
 struct KernelChoice {
   std::vector<float> group_weights;  // per group, of squared distances; width included
   float ridge = 0;
+
+  /// Those that weigh anything.
+  FeatureGroups groups() const;
 };
 
 /// The choice with the lowest leave-one-out error for samples that mean the same in all `orders`,

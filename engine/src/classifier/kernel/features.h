@@ -2,12 +2,16 @@
 
 // What the kernel machine takes in: numbers in groups, and the orders in which it may see them.
 
+#include <bitset>
 #include <vector>
 
 namespace telvar::classifier {
 
-/// Coarse shape, fine shape, pixels, texture, colour.
-constexpr int kFeatureGroups = 5;
+enum FeatureGroup { kCoarseShape, kFineShape, kPixels, kTexture, kColour, kCovariance };
+constexpr int kFeatureGroups = 6;
+
+using FeatureGroups = std::bitset<kFeatureGroups>;
+const FeatureGroups kEveryGroup = FeatureGroups().set();
 
 /// The features of one sample, a vector per group; a group may be empty, but then for all samples.
 using Features = std::vector<std::vector<float>>;

@@ -120,9 +120,11 @@ void KernelMachine::write(core::ByteWriter& writer) const {
   }
 }
 
-KernelMachine KernelMachine::read(core::ByteReader& reader, int samples, int categories) {
+KernelMachine KernelMachine::read(core::ByteReader& reader, int groups, int samples,
+                                  int categories) {
   KernelMachine machine;
-  machine.choice_.group_weights = reader.floats("kernel weights", kFeatureGroups);
+  machine.choice_.group_weights = reader.floats("kernel weights", groups);
+  machine.choice_.group_weights.resize(kFeatureGroups);
   bool any = false;
   for (const float weight : machine.choice_.group_weights) {
     if (weight < 0) throw core::malformed_bytes("kernel weights: a weight is negative");

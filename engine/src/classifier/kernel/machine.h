@@ -40,11 +40,14 @@ class KernelMachine {
   KernelAnswer answer(const std::vector<Features>& samples, core::WorkerPool& pool) const;
 
   int samples() const { return coefficients_.rows(); }
+  /// Those that samples must be described by.
+  FeatureGroups groups() const { return choice_.groups(); }
 
   /// The landmarks themselves are not written: they are the exemplars' features.
   void write(core::ByteWriter& writer) const;
-  /// The machine lacks its landmarks until they are placed. Throws core::malformed_bytes.
-  static KernelMachine read(core::ByteReader& reader, int samples, int categories);
+  /// Of the first `groups` feature groups. The machine lacks its landmarks until they are placed.
+  /// Throws core::malformed_bytes.
+  static KernelMachine read(core::ByteReader& reader, int groups, int samples, int categories);
   /// The samples that were learned, their categories, and the orders in which they are alike.
   void place_landmarks(const std::vector<Features>& samples, const std::vector<int>& labels,
                        const std::vector<FeatureOrder>& orders);
