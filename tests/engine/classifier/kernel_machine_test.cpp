@@ -64,15 +64,17 @@ TEST(Dense, MultipliesWhatFillsNoBlock) {
   }
 }
 
-/// Two overlapping clouds, told apart by the first group.
-std::vector<Features> clouds(const std::vector<int>& labels, std::uint64_t seed) {
+/// Two overlapping clouds, told apart by one group.
+std::vector<Features> clouds(const std::vector<int>& labels, std::uint64_t seed,
+                             int telling = kCoarseShape) {
   core::Random random({seed});
   std::vector<Features> all;
   for (const int label : labels) {
     Features features(kFeatureGroups);
     for (int g = 0; g < kFeatureGroups; ++g) {
       for (int k = 0; g != kColour && k < 6; ++k) {
-        features[g].push_back(random.normal() + (g == 0 ? 1.2f * static_cast<float>(label) : 0));
+        features[g].push_back(random.normal() +
+                              (g == telling ? 1.2f * static_cast<float>(label) : 0));
       }
     }
     all.push_back(features);
@@ -86,6 +88,18 @@ std::vector<FeatureOrder> as_they_are_and_backwards() {
   FeatureOrder backwards(kFeatureGroups, {5, 4, 3, 2, 1, 0});
   kept[kColour].clear(), backwards[kColour].clear();
   return {kept, backwards};
+}
+
+TEST(KernelChoice, WeighsCovariancesWhereTheyTellMore) {
+  core::WorkerPool pool(1);
+  std::vector<int> labels;
+  for (int i = 0; i < 80; ++i) labels.push_back(i % 2);
+  const std::vector<FeatureOrder> orders = {as_they_are_and_backwards()[0]};
+  for (const int telling : {kCoarseShape, kCovariance}) {
+    const auto choice = choose_kernel(clouds(labels, 3, telling), labels, 2, orders, pool);
+    EXPECT_EQ(choice.groups()[kCovariance], telling == kCovariance);
+    EXPECT_TRUE(choice.groups()[telling]);
+  }
 }
 
 TEST(KernelMachine, LeavingOneOutIsWhatTrainingWithoutItGives) {

@@ -11,7 +11,7 @@ enum FeatureGroup { kCoarseShape, kFineShape, kPixels, kTexture, kColour, kCovar
 constexpr int kFeatureGroups = 6;
 
 using FeatureGroups = std::bitset<kFeatureGroups>;
-const FeatureGroups kEveryGroup = FeatureGroups().set();
+constexpr FeatureGroups kEveryGroup((1u << kFeatureGroups) - 1);
 
 /// The features of one sample, a vector per group; a group may be empty, but then for all samples.
 using Features = std::vector<std::vector<float>>;
