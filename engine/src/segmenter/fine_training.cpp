@@ -32,14 +32,23 @@ nn::TrainingPlan plan_of(const TrainingTask& task, int steps, std::uint64_t seed
   return plan;
 }
 
+CropStyle crop_style(const TrainingSet& set, const Networks& networks) {
+  CropStyle style;
+  if (!networks.context.empty()) style.maps = &networks.maps;
+  style.left_out = kWithoutContext;
+  style.fades = true;
+  if (set.few) style.strength = Strength::kOfFewImages;
+  style.mixes = set.few;
+  return style;
+}
+
 void teach(const TrainingTask& task, const nn::TrainingPlan& plan, const Tiles& tiles,
            Networks& networks) {
   const TrainingSet& set = task.set;
   Tiles old;
   for (const TrainingTile& tile : set.rehearsed) old.push_back(&tile);
   const int side = choose_crop_side(set.all);
-  const CropStyle style{networks.context.empty() ? nullptr : &networks.maps, false, kWithoutContext,
-                        true, set.few ? Strength::kOfFewImages : Strength::kNormal};
+  const CropStyle style = crop_style(set, networks);
   train_network(networks.fine,
                 {CropSource(tiles, side, set.count(), set.input(), style),
                  CropSource(old, side, set.count(), set.input(), style), !old.empty()},

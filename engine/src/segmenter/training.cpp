@@ -34,9 +34,10 @@ class Training {
   TrainedModel run() {
     const nn::Network start = networks_.fine;
     const int rounds = run_rounds();
-    // A context comes late: its use is still being learned.
+    // A context comes late: its use is still being learned. And what is held out of few images says
+    // little of others.
     const bool is_learned = last_score_ >= kGoodScore && networks_.context.empty();
-    if (is_learned) task_.effort = shortened(task_.effort);
+    if (is_learned && !task_.set.few) task_.effort = shortened(task_.effort);
     monitor().expect(steps_after(rounds));
     settle(task_, task_.set.taught, networks_);
     std::vector<Overlap> overlaps = measure(task_, task_.set.judging, networks_);

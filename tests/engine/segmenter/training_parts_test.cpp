@@ -7,7 +7,9 @@
 
 #include "segmenter/effort.h"
 #include "segmenter/samples/augmentation.h"
+#include "segmenter/samples/colours.h"
 #include "segmenter/samples/fading.h"
+#include "segmenter/samples/mixing.h"
 
 namespace telvar::segmenter {
 namespace {
@@ -82,6 +84,66 @@ TEST(Augmentation, PlacesStayInTheTileAndAreBentOnlyOfFewImages) {
       bent = std::max<double>(bent, std::hypot(a.x + c.x - 2 * b.x, a.y + c.y - 2 * b.y));
     }
     EXPECT_EQ(bent > 0.01, strength == Strength::kOfFewImages) << bent;
+  }
+}
+
+/// A crop of one category and three planes: `level` everywhere, labelled where `belongs` says so.
+Crop crop_of(float level, const std::function<bool(int)>& belongs) {
+  Crop crop;
+  crop.pixels.assign(3 * kSide, level);
+  crop.known = {1};
+  for (int i = 0; i < kSide; ++i) crop.targets.push_back(belongs(i) ? 1 : 0);
+  return crop;
+}
+
+TEST(Mixing, LaysWhatIsLabelledOverAnotherCrop) {
+  const Crop upper = crop_of(0.9f, [](int i) { return i < 10; });
+  const Crop lower = crop_of(0.1f, [](int i) { return i >= 5 && i < 20; });
+  Crop mixed = lower;
+  lay_over(upper, mixed);
+  for (int i = 0; i < kSide; ++i) {
+    EXPECT_EQ(mixed.targets[i], i < 20) << i;
+    for (int plane = 0; plane < 3; ++plane) {
+      EXPECT_EQ(mixed.pixels[plane * kSide + i], i < 10 ? 0.9f : 0.1f) << i;
+    }
+  }
+  Crop unknown = lower;
+  unknown.known = {0};
+  lay_over(upper, unknown);
+  EXPECT_EQ(unknown.pixels, lower.pixels);
+}
+
+TEST(Colours, AreTurnedAroundGrayAndFadeInSomeCropsAlone) {
+  const std::vector<float> before{0.7f, 0.5f, 0.3f};
+  const auto apart = [](const std::vector<float>& p) {
+    const float gray = (p[0] + p[1] + p[2]) / 3;
+    return std::hypot(p[0] - gray, p[1] - gray, p[2] - gray);
+  };
+  int same = 0, turned = 0, paler = 0;
+  for (std::uint64_t seed = 0; seed < 300; ++seed) {
+    std::vector<float> after = before;
+    core::Random random({seed});
+    vary_colours(after, 1, random);
+    ASSERT_NEAR(after[0] + after[1] + after[2], 1.5f, 1e-5);
+    ASSERT_LE(apart(after), apart(before) + 1e-5);
+    if (after == before) {
+      ++same;
+    } else {
+      ++(apart(after) < 0.999f * apart(before) ? paler : turned);
+    }
+  }
+  EXPECT_NEAR(same, 160, 40);  // two thirds of four fifths
+  EXPECT_NEAR(turned, 80, 30);
+  EXPECT_NEAR(paler, 60, 30);
+}
+
+TEST(Colours, OfGrayCropsStay) {
+  const std::vector<float> before(4, 0.3f);
+  for (std::uint64_t seed = 0; seed < 20; ++seed) {
+    std::vector<float> after = before;
+    core::Random random({seed});
+    vary_colours(after, 4, random);
+    ASSERT_EQ(after, before);
   }
 }
 

@@ -4,7 +4,9 @@
 
 #include "segmenter/network/context.h"
 #include "segmenter/samples/augmentation.h"
+#include "segmenter/samples/colours.h"
 #include "segmenter/samples/fading.h"
+#include "segmenter/samples/mixing.h"
 
 namespace telvar::segmenter {
 namespace {
@@ -25,6 +27,9 @@ constexpr std::size_t kPlacesPerOccurrence = 4096;
 /// rim, where little of what surrounds it shows.
 constexpr float kOnCategoryShare = 0.5f;
 constexpr float kFarthestFromMiddle = 0.4f;
+
+/// Of the crops of a source that mixes, those that get things of another laid over them.
+constexpr float kLaidOverShare = 0.4f;
 
 std::vector<std::uint32_t> thinned_pixels(const TrainingTile& tile, const LabelPlane& plane) {
   std::vector<std::uint32_t> pixels;
@@ -151,11 +156,27 @@ CropSource::Place CropSource::choose_place(core::Random& random) const {
 }
 
 Crop CropSource::draw(core::Random& random) const {
+  Crop crop = draw_single(random);
+  if (style_.mixes && random.chance(kLaidOverShare)) lay_over(draw_single(random), crop);
+  return crop;
+}
+
+Crop CropSource::draw_single(core::Random& random) const {
   const Place place = choose_place(random);
   const TrainingTile& tile = *place.tile;
   const auto positions = place_crop(tile, {place.x, place.y}, side_, style_.strength, random);
-  const std::size_t area = positions.size();
   Crop crop;
+  sample_pixels(tile, positions, crop);
+  sample_targets(tile, positions, random, crop);
+  if (style_.mixes) vary_colours(crop.pixels, positions.size(), random);
+  vary_light(crop.pixels, side_, spec_.deviation, style_.strength, random);
+  sample_beside(tile, positions, random, crop);
+  return crop;
+}
+
+void CropSource::sample_pixels(const TrainingTile& tile, const std::vector<Position>& positions,
+                               Crop& crop) const {
+  const std::size_t area = positions.size();
   crop.pixels.resize(area * spec_.source_channels());
   for (int c = 0; c < spec_.source_channels(); ++c) {
     float* plane = crop.pixels.data() + area * c;
@@ -165,7 +186,12 @@ Crop CropSource::draw(core::Random& random) const {
       std::copy(crop.pixels.data(), crop.pixels.data() + area, plane);
     }
   }
-  crop.targets.resize(area * categories_);
+}
+
+/// Fades what may be, in the crop's pixels.
+void CropSource::sample_targets(const TrainingTile& tile, const std::vector<Position>& positions,
+                                core::Random& random, Crop& crop) const {
+  crop.targets.resize(positions.size() * categories_);
   crop.known.resize(categories_);
   for (int c = 0; c < categories_; ++c) crop.known[c] = tile.known >> c & 1;
   for (const LabelPlane& plane : tile.labels) {
@@ -174,14 +200,16 @@ Crop CropSource::draw(core::Random& random) const {
     if (thin_.count(&plane) == 0 || !random.chance(kFadedShare)) continue;
     fade({targets, static_cast<std::size_t>(categories_), side_}, random, crop.pixels);
   }
-  vary_light(crop.pixels, side_, spec_.deviation, style_.strength, random);
-  crop.beside.resize(area * (planes() - spec_.planes()));
-  if (crop.beside.empty() || random.chance(style_.left_out)) return crop;
+}
+
+void CropSource::sample_beside(const TrainingTile& tile, const std::vector<Position>& positions,
+                               core::Random& random, Crop& crop) const {
+  crop.beside.resize(positions.size() * (planes() - spec_.planes()));
+  if (crop.beside.empty() || random.chance(style_.left_out)) return;
   if (style_.positions) sample_positions(tile, positions, random, crop.beside.data());
-  if (style_.maps == nullptr) return crop;
+  if (style_.maps == nullptr) return;
   const ContextMap& map = map_of(tile, *style_.maps);
   if (!map.empty()) sample_context(tile, map, positions, crop.beside.data());
-  return crop;
 }
 
 }  // namespace telvar::segmenter

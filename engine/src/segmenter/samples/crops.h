@@ -9,6 +9,7 @@
 #include "segmenter/network/context_map.h"
 #include "segmenter/network/input_planes.h"
 #include "segmenter/samples/augmentation.h"
+#include "segmenter/samples/crop.h"
 #include "segmenter/samples/training_tile.h"
 
 namespace telvar::segmenter {
@@ -19,15 +20,6 @@ constexpr int kMaxCropSide = 128;
 /// The side of crops from these tiles, a multiple of 16: no longer than the longest tile needs.
 int choose_crop_side(const std::vector<const TrainingTile*>& tiles);
 
-/// One crop, drawn: pixels as fill_input_planes takes them, and for every category whether a pixel
-/// belongs (0 or 1) and whether that is known at all (0 or 1 for the whole crop).
-struct Crop {
-  std::vector<float> pixels;          // source channels x side x side
-  std::vector<float> beside;          // what the network sees beside them: planes x side x side
-  std::vector<std::uint8_t> targets;  // side x side x categories
-  std::vector<std::uint8_t> known;    // categories
-};
-
 /// What crops are like beside their source.
 struct CropStyle {
   /// Planes that the network sees beside the pixels. In a share of the crops they are left out (0),
@@ -37,6 +29,7 @@ struct CropStyle {
   float left_out = 0;                             // that share
   bool fades = false;                             // rare thin things, in some crops
   Strength strength = Strength::kNormal;
+  bool mixes = false;  // some are laid over others, or in other colours
 };
 
 /// Where crops come from. Immutable once made; draw from several threads at once.
@@ -66,6 +59,13 @@ class CropSource {
   };
   void add_thin(const std::vector<Occurrence>& occurrences, int category);
   Place choose_place(core::Random& random) const;
+  Crop draw_single(core::Random& random) const;
+  void sample_pixels(const TrainingTile& tile, const std::vector<Position>& positions,
+                     Crop& crop) const;
+  void sample_targets(const TrainingTile& tile, const std::vector<Position>& positions,
+                      core::Random& random, Crop& crop) const;
+  void sample_beside(const TrainingTile& tile, const std::vector<Position>& positions,
+                     core::Random& random, Crop& crop) const;
 
   std::vector<const TrainingTile*> tiles_;
   std::vector<std::vector<Occurrence>> occurrences_;  // of the categories that occur
