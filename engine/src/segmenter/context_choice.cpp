@@ -119,6 +119,14 @@ void teach_context(const TrainingTask& task, ContextModel& model) {
   for (std::size_t i = 0; i < model.nets.size(); ++i) teach_network(task, i, model);
 }
 
+void finish_context(const TrainingTask& task, ContextModel& model) {
+  const Effort& effort = task.effort;
+  if (effort.context_finish_steps == 0) return;
+  finish_context(task.set.context,
+                 {effort.context_finish_steps, effort.finish_rate * effort.peak_rate},
+                 kContextSeed + 1000, model, task.pool);
+}
+
 double run_round_with_choice(const TrainingTask& task, Networks& networks) {
   const std::vector<Overlap> fine = measure(task, task.set.judging, networks);
   InitialContext context = initial_context(task, fine);

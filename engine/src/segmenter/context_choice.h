@@ -17,6 +17,10 @@ bool may_have_context(const TrainingSet& set, double score);
 /// Teaches context networks, initial or earlier ones, on the overviews of samples not held out.
 void teach_context(const TrainingTask& task, ContextModel& model);
 
+/// Teaches them further, on the overviews of all samples. What the fine network was shown came from
+/// networks that knew half of them: what is delivered knows more.
+void finish_context(const TrainingTask& task, ContextModel& model);
+
 /// Makes the round of choice; if a context is promising, once with it and once without, from the
 /// same network: the context stays if it is needed. What is easily seen nearby is known best by the
 /// fine network on its own. Returns the score after it.

@@ -1,6 +1,7 @@
 #include "segmenter/context_training.h"
 
 #include <algorithm>
+#include <functional>
 #include <numeric>
 
 #include "segmenter/evaluation.h"
@@ -16,14 +17,14 @@ constexpr float kWithoutPositions = 0.5f;
 /// What positions must add to the intersection over union.
 constexpr double kClearGain = 0.02;
 
-/// Overviews that net `fold` learns from, of `begin` to `end`.
-Tiles taught_overviews(const ContextData& data, int fold, std::size_t begin, std::size_t end) {
+/// Which overviews teach.
+using Choice = std::function<bool(const Overview&)>;
+
+Tiles chosen_overviews(const ContextData& data, const Choice& teaches, std::size_t begin,
+                       std::size_t end) {
   Tiles tiles;
   for (std::size_t i = begin; i < end; ++i) {
-    const Overview& overview = data.overviews[i];
-    if (overview.fold != fold && overview.fold != Overview::kUnseen) {
-      tiles.push_back(&overview.tile);
-    }
+    if (teaches(data.overviews[i])) tiles.push_back(&data.overviews[i].tile);
   }
   return tiles;
 }
@@ -71,6 +72,24 @@ void add_category(const TrainingTile& tile, const TrainingTile& overview, int ca
   }
 }
 
+void train_with(const ContextData& data, const Choice& teaches, const ContextPlan& plan,
+                std::uint64_t seed, nn::Network& net, core::WorkerPool& pool) {
+  const int side = canvas_side(data);
+  // There are no more views of a region than images, so each is varied as those of few are.
+  const CropStyle style{nullptr, true, kWithoutPositions, false, Strength::kOfFewImages, false};
+  const Tiles fresh = chosen_overviews(data, teaches, 0, data.fresh);
+  const Tiles old = chosen_overviews(data, teaches, data.fresh, data.overviews.size());
+  if (fresh.empty()) return;
+  nn::TrainingPlan training;
+  training.steps = plan.steps;
+  training.seed = seed;
+  training.peak_rate = plan.peak_rate;
+  train_network(net,
+                {CropSource(fresh, side, data.categories, data.spec, style),
+                 CropSource(old, side, data.categories, data.spec, style), !old.empty()},
+                training, pool);
+}
+
 }  // namespace
 
 double measure_overviews(const ContextData& data, const Tiles& tiles) {
@@ -99,20 +118,17 @@ void assign_folds(const std::vector<bool>& teaches, int folds, std::vector<Overv
 
 void train_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
                    std::size_t fold, ContextModel& model, core::WorkerPool& pool) {
-  const int side = canvas_side(data), left_out = static_cast<int>(fold);
-  // There are no more views of a region than images, so each is varied as those of few are.
-  const CropStyle style{nullptr, true, kWithoutPositions, false, Strength::kOfFewImages};
-  const Tiles fresh = taught_overviews(data, left_out, 0, data.fresh);
-  const Tiles old = taught_overviews(data, left_out, data.fresh, data.overviews.size());
-  if (fresh.empty()) return;
-  nn::TrainingPlan training;
-  training.steps = plan.steps;
-  training.seed = seed + fold;
-  training.peak_rate = plan.peak_rate;
-  train_network(model.nets[fold],
-                {CropSource(fresh, side, data.categories, data.spec, style),
-                 CropSource(old, side, data.categories, data.spec, style), !old.empty()},
-                training, pool);
+  const int left_out = static_cast<int>(fold);
+  const Choice teaches = [&](const Overview& overview) {
+    return overview.fold != left_out && overview.fold != Overview::kUnseen;
+  };
+  train_with(data, teaches, plan, seed + fold, model.nets[fold], pool);
+}
+
+void finish_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
+                    ContextModel& model, core::WorkerPool& pool) {
+  const Choice all = [](const Overview&) { return true; };
+  for (nn::Network& net : model.nets) train_with(data, all, plan, seed++, net, pool);
 }
 
 std::vector<ContextMap> map_overviews(const ContextData& data, const ContextModel& model,

@@ -39,6 +39,10 @@ void assign_folds(const std::vector<bool>& teaches, int folds, std::vector<Overv
 void train_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
                    std::size_t fold, ContextModel& model, core::WorkerPool& pool);
 
+/// Trains every network of `model` further, with all overviews, at a falling rate.
+void finish_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
+                    ContextModel& model, core::WorkerPool& pool);
+
 /// What the context is of every overview, by the network that has not learned from it; of overviews
 /// of no fold by all. So the fine network learns how far a context can be trusted.
 std::vector<ContextMap> map_overviews(const ContextData& data, const ContextModel& model,

@@ -47,8 +47,9 @@ class Training {
     monitor().measured(trained.score);
     const auto fits = measure_logits(Predictor(networks_.fine, task_.set.input()),
                                      unseen_of(task_.set), networks_.maps, task_.pool);
-    monitor().expect(task_.effort.finish_steps);
+    monitor().expect(task_.effort.finish_steps + context_finish_steps());
     finish(task_, networks_);
+    finish_context(task_, networks_.context);
     adjust_logits(fits, networks_.fine);
     trained.state = delivered_state();
     return trained;
@@ -63,9 +64,13 @@ class Training {
     networks_.maps = map_overviews(task_.set.context, networks_.context, task_.pool);
   }
 
+  int context_finish_steps() const {
+    return static_cast<int>(networks_.context.nets.size()) * task_.effort.context_finish_steps;
+  }
+
   /// Those that come after so many rounds.
   int steps_after(int rounds) const {
-    return task_.effort.settling_steps + task_.effort.finish_steps +
+    return task_.effort.settling_steps + task_.effort.finish_steps + context_finish_steps() +
            rotation_steps(rotation_, task_.effort, rounds);
   }
 
