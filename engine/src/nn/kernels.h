@@ -18,6 +18,8 @@ namespace telvar::nn {
 
 /// A convolution over an input of known size. It pads with zeros such that every side of the output
 /// is ceil(side / stride): dilation * (kernel - 1) / 2 before the input, and what is needed after.
+/// Inputs that are rows cut out of larger ones bring the rows above and below that the kernel
+/// reaches with them; only their columns are padded, and there are no gradients.
 struct ConvolutionGeometry {
   int images = 1;
   int height = 1;  // of the input
@@ -27,10 +29,14 @@ struct ConvolutionGeometry {
   int kernel = 3;  // odd
   int stride = 1;
   int dilation = 1;
+  bool pad_rows = true;
 
-  int out_height() const { return (height - 1) / stride + 1; }
+  /// From the first input row or column that an output reads to the last.
+  int reach() const { return dilation * (kernel - 1); }
+  int out_height() const { return (height - (pad_rows ? 0 : reach()) - 1) / stride + 1; }
   int out_width() const { return (width - 1) / stride + 1; }
-  int pad_before() const { return dilation * (kernel - 1) / 2; }
+  int pad_above() const { return pad_rows ? pad_before() : 0; }
+  int pad_before() const { return reach() / 2; }
   std::size_t input_size() const { return static_cast<std::size_t>(images) * height * width * in; }
   std::size_t output_size() const {
     return static_cast<std::size_t>(images) * out_height() * out_width() * out;

@@ -86,11 +86,11 @@ void expect_near(const Doubles& actual, const Doubles& expected, double toleranc
 /// A convolution with random operands, and its memory.
 struct Case {
   Case(const KernelSet& set, const ConvolutionGeometry& geometry, Number number = Number::kFloat,
-       const Epilogue& epilogue = {})
+       const Epilogue& epilogue = {}, KernelUse use = KernelUse::kTraining)
       : geometry(geometry),
         number(number),
         epilogue(epilogue),
-        kernel(set.make_convolution(geometry, number, epilogue, KernelUse::kTraining)),
+        kernel(set.make_convolution(geometry, number, epilogue, use)),
         input(random_values(geometry.input_size(), 1)),
         weights(random_values(geometry.weight_count(), 2)),
         bias(random_values(geometry.out, 3)),
@@ -235,6 +235,22 @@ TEST_P(KernelsTest, ComputesConvolutionsAndTheirGradients) {
     expect_near(test.weight_gradient(),
                 reference_weight_gradient(named.geometry, test.input, test.output_gradient),
                 4 * tolerance, "weight gradient");
+  }
+}
+
+TEST_P(KernelsTest, TakesRowsAboveAndBelowFromItsInput) {
+  const ConvolutionGeometry cuts[] = {
+      {1, 6, 20, 16, 32, 3, 1, 1, false}, {1, 12, 17, 8, 8, 3, 1, 2, false},
+      {1, 19, 40, 1, 32, 5, 2, 1, false}, {1, 9, 16, 32, 24, 3, 2, 1, false},
+      {1, 7, 9, 16, 3, 1, 1, 1, false},   {1, 70, 300, 33, 5, 3, 1, 1, false}};
+  for (const ConvolutionGeometry& geometry : cuts) {
+    for (const Number number : {Number::kFloat, Number::kBfloat16}) {
+      Epilogue epilogue;
+      epilogue.output = number;
+      SCOPED_TRACE(std::to_string(geometry.height) + " rows");
+      Case test(set(), geometry, number, epilogue, KernelUse::kInference);
+      expect_near(test.forward(), test.expected_output(), tolerance_of(number), "output");
+    }
   }
 }
 

@@ -284,6 +284,10 @@ TEST(Inference, AnswersAsTheNetworkIsDefined) {
     double beside = 1;
     std::thread other([&] { beside = largest_error({1, 30, 17}); });
     EXPECT_LT(largest_error({2, 17, 30}), 1e-3) << kernels->name();
+    // Many blocks of rows, with and without an odd rest.
+    for (const InputSize& size : {InputSize{1, 130, 21}, InputSize{1, 96, 33}}) {
+      EXPECT_LT(largest_error(size), 1e-3) << kernels->name() << ", " << size.height << " rows";
+    }
     other.join();
     EXPECT_LT(beside, 1e-3) << kernels->name();
   }

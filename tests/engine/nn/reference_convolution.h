@@ -13,8 +13,8 @@ using Doubles = std::vector<double>;
 /// Calls visit(input index, weight index, output index) for every product of a convolution.
 template <class Visit>
 void for_each_product(const ConvolutionGeometry& g, Visit visit) {
-  const auto source = [&](int position, int tap) {
-    return position * g.stride + tap * g.dilation - g.pad_before();
+  const auto source = [&](int position, int tap, int pad) {
+    return position * g.stride + tap * g.dilation - pad;
   };
   std::size_t output = 0;
   for (int image = 0; image < g.images; ++image) {
@@ -22,8 +22,8 @@ void for_each_product(const ConvolutionGeometry& g, Visit visit) {
       for (int column = 0; column < g.out_width(); ++column) {
         for (int out = 0; out < g.out; ++out, ++output) {
           for (int tap = 0; tap < g.kernel * g.kernel; ++tap) {
-            const int y = source(row, tap / g.kernel);
-            const int x = source(column, tap % g.kernel);
+            const int y = source(row, tap / g.kernel, g.pad_above());
+            const int x = source(column, tap % g.kernel, g.pad_before());
             if (y < 0 || y >= g.height || x < 0 || x >= g.width) continue;
             for (int in = 0; in < g.in; ++in) {
               visit(((static_cast<std::size_t>(image) * g.height + y) * g.width + x) * g.in + in,

@@ -1,8 +1,10 @@
 // Convolutions on oneDNN. Its jitted kernels for channels-last activations are as fast as those for
 // its own blocked order, so activations pass from layer to layer as they are.
 
+#include <array>
 #include <cstring>
 #include <dnnl.hpp>
+#include <initializer_list>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -83,15 +85,16 @@ struct Layout {
       : weight_shape{g.out, g.in, g.kernel, g.kernel},
         strides{g.stride, g.stride},
         dilations{g.dilation - 1, g.dilation - 1},
-        before{g.pad_before(), g.pad_before()},
-        after{pad_after(g, g.height, g.out_height()), pad_after(g, g.width, g.out_width())},
+        before{g.pad_above(), g.pad_before()},
+        after{pad_after(g, g.height, g.out_height(), g.pad_above()),
+              pad_after(g, g.width, g.out_width(), g.pad_before())},
         input({g.images, g.in, g.height, g.width}, type_of(number), Tag::nhwc),
         output({g.images, g.out, g.out_height(), g.out_width()}, type_of(number), Tag::nhwc),
         weights(weight_shape, type_of(number), Tag::any),
         plain_weights(weight_shape, kFloat, Tag::oihw) {}
 
-  static std::int64_t pad_after(const ConvolutionGeometry& g, int from, int to) {
-    return (to - 1) * g.stride + g.dilation * (g.kernel - 1) + 1 - from - g.pad_before();
+  static std::int64_t pad_after(const ConvolutionGeometry& g, int from, int to, int pad) {
+    return (to - 1) * g.stride + g.reach() + 1 - from - pad;
   }
 
   memory::dims weight_shape, strides, dilations, before, after;
@@ -121,53 +124,60 @@ class OneDnnConvolution final : public Convolution {
   }
 
   void pack(const float* weights, void* packed, void* scratch) const override {
-    run(pack_, pack_desc_.scratchpad_desc(), scratch,
-        {{DNNL_ARG_FROM, view(layout_.plain_weights, weights)},
-         {DNNL_ARG_TO, view(forward_desc_.weights_desc(), packed)}});
+    run(pack_, {{DNNL_ARG_FROM, layout_.plain_weights, weights},
+                {DNNL_ARG_TO, forward_desc_.weights_desc(), packed},
+                {DNNL_ARG_SCRATCHPAD, pack_desc_.scratchpad_desc(), scratch}});
   }
 
   void pack_for_gradient(const float* weights, void* packed, void* scratch) const override {
-    run(gradients_->pack, gradients_->pack_desc.scratchpad_desc(), scratch,
-        {{DNNL_ARG_FROM, view(layout_.plain_weights, weights)},
-         {DNNL_ARG_TO, view(gradients_->input_desc.weights_desc(), packed)}});
+    run(gradients_->pack,
+        {{DNNL_ARG_FROM, layout_.plain_weights, weights},
+         {DNNL_ARG_TO, gradients_->input_desc.weights_desc(), packed},
+         {DNNL_ARG_SCRATCHPAD, gradients_->pack_desc.scratchpad_desc(), scratch}});
   }
 
   void forward(const void* input, const void* packed, const float* bias, const void* residual,
                void* output, void* scratch) const override {
-    Arguments arguments{{DNNL_ARG_SRC, view(layout_.input, input)},
-                        {DNNL_ARG_WEIGHTS, view(forward_desc_.weights_desc(), packed)},
-                        {DNNL_ARG_DST, view(forward_desc_.dst_desc(), output)}};
-    if (epilogue_.bias) arguments.emplace(DNNL_ARG_BIAS, view(forward_desc_.bias_desc(), bias));
-    if (epilogue_.residual) {
-      arguments.emplace(DNNL_ARG_ATTR_MULTIPLE_POST_OP(0) | DNNL_ARG_SRC_1,
-                        view(layout_.output, residual));
-    }
-    run(forward_, forward_desc_.scratchpad_desc(), scratch, std::move(arguments));
+    constexpr int kResidual = DNNL_ARG_ATTR_MULTIPLE_POST_OP(0) | DNNL_ARG_SRC_1;
+    run(forward_, {{DNNL_ARG_SRC, layout_.input, input},
+                   {DNNL_ARG_WEIGHTS, forward_desc_.weights_desc(), packed},
+                   {DNNL_ARG_DST, forward_desc_.dst_desc(), output},
+                   {DNNL_ARG_SCRATCHPAD, forward_desc_.scratchpad_desc(), scratch},
+                   {DNNL_ARG_BIAS, forward_desc_.bias_desc(), epilogue_.bias ? bias : nullptr},
+                   {kResidual, layout_.output, epilogue_.residual ? residual : nullptr}});
   }
 
   void input_gradient(const void* output_gradient, const void* packed, void* gradient,
                       void* scratch) const override {
-    run(gradients_->input, gradients_->input_desc.scratchpad_desc(), scratch,
-        {{DNNL_ARG_DIFF_DST, view(layout_.output, output_gradient)},
-         {DNNL_ARG_WEIGHTS, view(gradients_->input_desc.weights_desc(), packed)},
-         {DNNL_ARG_DIFF_SRC, view(layout_.input, gradient)}});
+    run(gradients_->input,
+        {{DNNL_ARG_DIFF_DST, layout_.output, output_gradient},
+         {DNNL_ARG_WEIGHTS, gradients_->input_desc.weights_desc(), packed},
+         {DNNL_ARG_DIFF_SRC, layout_.input, gradient},
+         {DNNL_ARG_SCRATCHPAD, gradients_->input_desc.scratchpad_desc(), scratch}});
   }
 
   void weight_gradient(const void* input, const void* output_gradient, float* gradient,
                        void* scratch) const override {
     const memory::desc own = gradients_->weight_desc.diff_weights_desc();
     const auto rest = static_cast<char*>(scratch) + aligned(own.get_size());
-    run(gradients_->weight, gradients_->weight_desc.scratchpad_desc(), rest,
-        {{DNNL_ARG_SRC, view(layout_.input, input)},
-         {DNNL_ARG_DIFF_DST, view(layout_.output, output_gradient)},
-         {DNNL_ARG_DIFF_WEIGHTS, view(own, scratch)}});
-    run(gradients_->unpack, gradients_->unpack_desc.scratchpad_desc(), rest,
-        {{DNNL_ARG_FROM, view(own, scratch)},
-         {DNNL_ARG_TO, view(layout_.plain_weights, gradient)}});
+    run(gradients_->weight,
+        {{DNNL_ARG_SRC, layout_.input, input},
+         {DNNL_ARG_DIFF_DST, layout_.output, output_gradient},
+         {DNNL_ARG_DIFF_WEIGHTS, own, scratch},
+         {DNNL_ARG_SCRATCHPAD, gradients_->weight_desc.scratchpad_desc(), rest}});
+    run(gradients_->unpack,
+        {{DNNL_ARG_FROM, own, scratch},
+         {DNNL_ARG_TO, layout_.plain_weights, gradient},
+         {DNNL_ARG_SCRATCHPAD, gradients_->unpack_desc.scratchpad_desc(), rest}});
   }
 
  private:
-  using Arguments = std::unordered_map<int, memory>;
+  /// A tensor that a primitive reads or writes, and what it is to it; none where `values` is null.
+  struct Argument {
+    int role;
+    memory::desc layout;
+    const void* values;
+  };
 
   struct Gradients {
     InputGradient::primitive_desc input_desc;
@@ -242,23 +252,27 @@ class OneDnnConvolution final : public Convolution {
     scratch_bytes_ = std::max(scratch_bytes_, beside + aligned(scratch.get_size()));
   }
 
-  memory view(const memory::desc& layout, const void* values) const {
+  void run(const dnnl::primitive& primitive, std::initializer_list<Argument> arguments) const {
     try {
-      return {layout, engine_, const_cast<void*>(values)};
-    } catch (const dnnl::error& error) {
-      rethrow(error, "describing a tensor");
-    }
-  }
-
-  void run(const dnnl::primitive& primitive, const memory::desc& scratch_layout, void* scratch,
-           Arguments arguments) const {
-    arguments.emplace(DNNL_ARG_SCRATCHPAD, view(scratch_layout, scratch));
-    try {
-      primitive.execute(dnnl::stream(engine_), arguments);
+      std::array<memory, kMostArguments> tensors;
+      std::array<dnnl_exec_arg_t, kMostArguments> roles;
+      int count = 0;
+      for (const Argument& one : arguments) {
+        if (one.values == nullptr) continue;
+        tensors[count] = memory(one.layout, engine_, const_cast<void*>(one.values));
+        roles[count] = {one.role, tensors[count].get()};
+        ++count;
+      }
+      const dnnl::stream stream(engine_);
+      dnnl::error::wrap_c_api(
+          dnnl_primitive_execute(primitive.get(), stream.get(), count, roles.data()),
+          "dnnl_primitive_execute");
     } catch (const dnnl::error& error) {
       rethrow(error, "running a convolution");
     }
   }
+
+  static constexpr std::size_t kMostArguments = 6;
 
   const dnnl::engine& engine_;
   Layout layout_;

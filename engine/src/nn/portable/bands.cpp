@@ -62,7 +62,7 @@ const float* Bands::read(const Band& band, const void* tensor, float* scratch) c
     return static_cast<const float*>(tensor) + band.first_image * image_stride_ +
            static_cast<std::size_t>(band.first_row) * reading_.step * row_stride_;
   }
-  const int first = band.first_row * reading_.step + reading_.low;
+  const int first = reading_.first_row + band.first_row * reading_.step + reading_.low;
   const int rows = static_cast<int>(rows_of(band.rows));
   for (int image = 0; image < band.images; ++image) {
     float* to = scratch + image * image_stride_;

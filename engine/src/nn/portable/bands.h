@@ -13,8 +13,8 @@
 namespace telvar::nn::portable {
 
 /// What a convolution reads of a tensor. In every image it visits a grid of positions: the grid's
-/// row i and column j is row i * step and column j * step of the tensor, and there it needs the
-/// values from `low` to `high` rows and columns away. low <= 0 <= high.
+/// row i and column j is row first_row + i * step and column j * step of the tensor, and there it
+/// needs the values from `low` to `high` rows and columns away. low <= 0 <= high.
 struct Reading {
   int images = 1;
   int height = 1;  // of the tensor
@@ -25,6 +25,7 @@ struct Reading {
   int step = 1;
   int low = 0;
   int high = 0;
+  int first_row = 0;  // of the tensor: where row 0 of the grid stands
 };
 
 /// Either whole images, or some rows of the grid of one image.

@@ -28,7 +28,8 @@ Reading input_reading(const ConvolutionGeometry& geometry) {
   reading.grid_width = geometry.out_width();
   reading.step = geometry.stride;
   reading.low = -geometry.pad_before();
-  reading.high = geometry.dilation * (geometry.kernel - 1) - geometry.pad_before();
+  reading.high = geometry.reach() - geometry.pad_before();
+  reading.first_row = geometry.pad_before() - geometry.pad_above();
   return reading;
 }
 

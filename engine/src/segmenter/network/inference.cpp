@@ -13,8 +13,8 @@
 namespace telvar::segmenter {
 namespace {
 
-/// Sides of a piece, and what neighbours share. A piece of 512 keeps the network's memory at about
-/// 150 MB a thread and costs a quarter less per pixel than one of 1024.
+/// Sides of a piece, and what neighbours share. Pieces keep memory bounded (docs/engine.md) and go
+/// to several threads.
 constexpr int kPieceSide = 512;
 constexpr int kOverlap = 64;
 
