@@ -48,16 +48,14 @@ KernelAnswer kernel_answer(const ClassifierState& state, const std::vector<const
   constexpr std::size_t kBlock = 1024;
   const int rows = static_cast<int>(samples.size());
   const int categories = static_cast<int>(state.categories.size());
-  KernelAnswer answer{Matrix(rows, categories), Matrix(rows, categories)};
+  KernelAnswer answer = KernelAnswer::of(rows, categories, state.kernel.compares_covariances());
   for (std::size_t first = 0; first < samples.size(); first += kBlock) {
     const std::vector<const Sample*> block(
         samples.begin() + first, samples.begin() + std::min(samples.size(), first + kBlock));
     const KernelAnswer found =
         state.kernel.answer(describe_all(block, state.canvas, state.kernel.groups(), pool), pool);
     for (int i = 0; i < found.scores.rows(); ++i) {
-      const int row = static_cast<int>(first) + i;
-      std::copy_n(found.scores.row(i), categories, answer.scores.row(row));
-      std::copy_n(found.distances.row(i), categories, answer.distances.row(row));
+      answer.copy_row(static_cast<int>(first) + i, found, i);
     }
   }
   return answer;

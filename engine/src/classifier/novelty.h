@@ -1,7 +1,7 @@
 #pragma once
 
 // How unlike a sample is to what was learned, and flatter scores for samples that are more so than
-// nearly all held-out ones: an image of a category that was never trained should not look certain.
+// most held-out ones: an image of a category that was never trained should not look certain.
 
 #include <optional>
 #include <vector>
@@ -15,12 +15,16 @@ namespace telvar::classifier {
 /// What is usual for held-out samples that are recognised. The novelty of a sample whose answer is
 /// category c is the sum of two standard scores: that of its residual, the squared distance of its
 /// kernel scores from those of a perfect sample of c, and that of its distance from c's landmarks
-/// beyond `usual_distances[c]`.
+/// beyond `usual_distances[c]`; and, where covariances are compared, of the same by covariances.
 struct Novelty {
-  std::vector<float> usual_distances;            // a mean per category
-  float usual_residual = 0;                      // mean
-  float residual_scale = 1, distance_scale = 1;  // standard deviations, above 0
-  float flat_from = 0, flattest_from = 1;        // novelty; the latter is higher
+  std::vector<float> usual_distances;    // a mean per category
+  std::vector<float> usual_covariances;  // likewise by covariances; empty: not compared
+  float usual_residual = 0;              // mean
+  float residual_scale = 1, distance_scale = 1, covariance_scale = 1;  // deviations, above 0
+  float flat_from = 0, flattest_from = 1;  // novelty; the latter is higher
+  // The best score of the most novel samples is lowered to this, 0..1, where it is higher; none
+  // before version 3: all their scores become nearly equal.
+  std::optional<float> ceiling;
 };
 
 /// From the held-out scores of samples (stacked) and the kernel machine's held-out answer. Nothing
@@ -28,12 +32,13 @@ struct Novelty {
 std::optional<Novelty> measure_novelty(const Matrix& scores, const KernelAnswer& kernel,
                                        const std::vector<int>& labels);
 
-/// Mixes the scores of novel samples with equal ones, in place: from nothing at `flat_from` to
-/// nearly all at `flattest_from`. Their order stays.
+/// Mixes the scores of novel samples with equal ones, in place: from nothing at `flat_from` to as
+/// far as they ever are at `flattest_from`. Their order stays.
 void flatten(const Novelty& novelty, const KernelAnswer& kernel, Matrix& scores);
 
 void write_novelty(core::ByteWriter& writer, const std::optional<Novelty>& novelty);
-/// Throws core::malformed_bytes.
-std::optional<Novelty> read_novelty(core::ByteReader& reader, int categories);
+/// Of this version of the payload, 2 or above. Throws core::malformed_bytes.
+std::optional<Novelty> read_novelty(core::ByteReader& reader, int categories,
+                                    std::uint32_t version);
 
 }  // namespace telvar::classifier

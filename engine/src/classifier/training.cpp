@@ -90,12 +90,12 @@ KernelAnswer train_kernel(const TrainingSet& set, const std::vector<int>& held_o
   landmarks.resize(std::min<std::size_t>(landmarks.size(), kMaxLandmarks));
   for (const int i : landmarks) labels.push_back(set.labels[i]);
   const std::vector<const Sample*> samples = pointers(set, landmarks);
+  const FeatureGroups wanted = choice.groups().set(kCovariance);  // which novelty rests on
   KernelAnswer of_landmarks;
   state.has_kernel = true;
-  state.kernel =
-      KernelMachine::learn(choice, describe_all(samples, state.canvas, choice.groups(), pool),
-                           orders_under(state.canvas, transforms_of(state.symmetry)), labels,
-                           categories, pool, of_landmarks);
+  state.kernel = KernelMachine::learn(choice, describe_all(samples, state.canvas, wanted, pool),
+                                      orders_under(state.canvas, transforms_of(state.symmetry)),
+                                      labels, categories, pool, of_landmarks);
   std::vector<int> landmark(set.samples.size(), -1), others;
   for (std::size_t k = 0; k < landmarks.size(); ++k) landmark[landmarks[k]] = static_cast<int>(k);
   for (const int i : held_out) {
@@ -103,14 +103,11 @@ KernelAnswer train_kernel(const TrainingSet& set, const std::vector<int>& held_o
   }
   const KernelAnswer plain = kernel_answer(state, pointers(set, others), pool);
   const int rows = static_cast<int>(held_out.size());
-  KernelAnswer out{Matrix(rows, categories), Matrix(rows, categories)};
+  KernelAnswer out = KernelAnswer::of(rows, categories, true);
   int next = 0;
   for (int row = 0; row < rows; ++row) {
     const int k = landmark[held_out[row]];
-    const KernelAnswer& from = k >= 0 ? of_landmarks : plain;
-    const int at = k >= 0 ? k : next++;
-    std::copy_n(from.scores.row(at), categories, out.scores.row(row));
-    std::copy_n(from.distances.row(at), categories, out.distances.row(row));
+    out.copy_row(row, k >= 0 ? of_landmarks : plain, k >= 0 ? k : next++);
   }
   return out;
 }

@@ -133,6 +133,8 @@ TEST(KernelMachine, LeavingOneOutIsWhatTrainingWithoutItGives) {
       EXPECT_NEAR(answer.scores.at(0, 0), held_out.scores.at(sample, 0), 0.03);
       for (const int c : {0, 1}) {
         EXPECT_NEAR(answer.distances.at(0, c), held_out.distances.at(sample, c), 1e-4);
+        EXPECT_NEAR(answer.covariance_distances.at(0, c),
+                    held_out.covariance_distances.at(sample, c), 1e-4);
       }
     }
 

@@ -9,12 +9,31 @@
 namespace telvar::classifier {
 namespace {
 
-constexpr int kBlockRows = 512;  // compared at a time; bounds the memory that orders take
-// A category is as near as the mean of so many of its landmarks: one alone may be mislabelled.
-constexpr int kNearest = 5;
+constexpr int kBlockRows = 512;            // compared at a time; bounds the memory that orders take
 constexpr float kLeastSimilarity = 1e-9f;  // keeps the logarithm finite
 
+void copy(Matrix& to, int row, const Matrix& from, int from_row) {
+  if (from.columns() > 0) std::copy_n(from.row(from_row), from.columns(), to.row(row));
+}
+
 }  // namespace
+
+KernelAnswer KernelAnswer::of(int samples, int categories, bool covariances) {
+  return {Matrix(samples, categories), Matrix(samples, categories),
+          covariances ? Matrix(samples, categories) : Matrix()};
+}
+
+void KernelAnswer::copy_row(int row, const KernelAnswer& from, int from_row) {
+  copy(scores, row, from.scores, from_row);
+  copy(distances, row, from.distances, from_row);
+  copy(covariance_distances, row, from.covariance_distances, from_row);
+}
+
+FeatureGroups KernelMachine::groups() const {
+  FeatureGroups groups = choice_.groups();
+  if (compares_covariances_) groups.set(kCovariance);
+  return groups;
+}
 
 void KernelMachine::place_landmarks(const std::vector<Features>& samples,
                                     const std::vector<int>& labels,
@@ -25,6 +44,10 @@ void KernelMachine::place_landmarks(const std::vector<Features>& samples,
   orders_.clear();
   for (const FeatureOrder& order : orders) {
     orders_.push_back(column_order(order, choice_.group_weights));
+  }
+  if (compares_covariances_) {
+    const auto categories = static_cast<int>(offsets_.size());
+    by_covariance_ = Neighbours(kCovariance, samples, labels, categories, orders);
   }
 }
 
@@ -59,12 +82,13 @@ KernelMachine KernelMachine::learn(const KernelChoice& choice, const std::vector
                                    core::WorkerPool& pool, KernelAnswer& held_out) {
   KernelMachine machine;
   machine.choice_ = choice;
+  const Matrix targets = targets_of(labels, categories, machine.offsets_);
   machine.place_landmarks(samples, labels, orders);
   const Matrix kernel = machine.similarities(samples, pool);
-  const Matrix targets = targets_of(labels, categories, machine.offsets_);
   Solution solution = solve_surely(kernel, choice.ridge, targets, pool);
   machine.coefficients_ = std::move(solution.coefficients);
-  held_out = {std::move(solution.held_out), Matrix(kernel.rows(), categories)};
+  held_out = {std::move(solution.held_out), Matrix(kernel.rows(), categories),
+              machine.by_covariance_.distances(samples, true, pool)};
   for (int i = 0; i < kernel.rows(); ++i) {
     for (int c = 0; c < categories; ++c) held_out.scores.at(i, c) += machine.offsets_[c];
     machine.distances_by(kernel.row(i), i, held_out.distances.row(i));
@@ -97,7 +121,8 @@ KernelAnswer KernelMachine::answer(const std::vector<Features>& samples,
                                    core::WorkerPool& pool) const {
   const Matrix kernel = similarities(samples, pool);
   KernelAnswer answer{Matrix(kernel.rows(), coefficients_.columns()),
-                      Matrix(kernel.rows(), coefficients_.columns())};
+                      Matrix(kernel.rows(), coefficients_.columns()),
+                      by_covariance_.distances(samples, false, pool)};
   Matrix& scores = answer.scores;
   for (int i = 0; i < scores.rows(); ++i) {
     std::copy(offsets_.begin(), offsets_.end(), scores.row(i));
@@ -125,6 +150,7 @@ KernelMachine KernelMachine::read(core::ByteReader& reader, int groups, int samp
   KernelMachine machine;
   machine.choice_.group_weights = reader.floats("kernel weights", groups);
   machine.choice_.group_weights.resize(kFeatureGroups);
+  machine.compares_covariances_ = groups > kCovariance;
   bool any = false;
   for (const float weight : machine.choice_.group_weights) {
     if (weight < 0) throw core::malformed_bytes("kernel weights: a weight is negative");

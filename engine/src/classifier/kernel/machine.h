@@ -10,6 +10,7 @@
 #include "classifier/kernel/choice.h"
 #include "classifier/kernel/features.h"
 #include "classifier/kernel/matrix.h"
+#include "classifier/kernel/neighbours.h"
 #include "core/bytes.h"
 #include "core/worker_pool.h"
 
@@ -19,6 +20,11 @@ namespace telvar::classifier {
 struct KernelAnswer {
   Matrix scores;
   Matrix distances;  // from the landmarks of each category that are most alike, 0 or more
+  Matrix covariance_distances;  // likewise, by covariances; empty where they are not compared
+
+  /// Space for so many samples, with covariance distances or without.
+  static KernelAnswer of(int samples, int categories, bool covariances);
+  void copy_row(int row, const KernelAnswer& from, int from_row);
 };
 
 /// The kernel of two samples is the mean over the orders in which the first one means the same.
@@ -41,10 +47,12 @@ class KernelMachine {
 
   int samples() const { return coefficients_.rows(); }
   /// Those that samples must be described by.
-  FeatureGroups groups() const { return choice_.groups(); }
+  FeatureGroups groups() const;
 
   /// The landmarks themselves are not written: they are the exemplars' features.
   void write(core::ByteWriter& writer) const;
+  bool compares_covariances() const { return compares_covariances_; }
+
   /// Of the first `groups` feature groups. The machine lacks its landmarks until they are placed.
   /// Throws core::malformed_bytes.
   static KernelMachine read(core::ByteReader& reader, int groups, int samples, int categories);
@@ -63,6 +71,8 @@ class KernelMachine {
   std::vector<std::vector<int>> orders_;  // of the weighted features, in each order
   Matrix coefficients_;                   // samples x categories
   std::vector<float> offsets_;            // per category
+  bool compares_covariances_ = true;      // whatever they weigh
+  Neighbours by_covariance_;
 };
 
 }  // namespace telvar::classifier
