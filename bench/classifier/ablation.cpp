@@ -110,7 +110,7 @@ void print_row(const char* part, double right, double seconds) {
 /// A kernel machine on some of the feature groups.
 void kernel_row(const char* part, const Experiment& experiment, const std::set<int>& groups,
                 const std::vector<engine::DihedralTransform>& transforms,
-                telvar::core::WorkerPool& pool) {
+                telvar::core::TrainingPool& pool) {
   const double start = cpu_seconds();
   const auto described = [&](const std::vector<const engine::Sample*>& samples) {
     auto all = engine::describe_all(samples, experiment.canvas, engine::kEveryGroup, pool);
@@ -143,7 +143,7 @@ void kernel_row(const char* part, const Experiment& experiment, const std::set<i
 /// Networks that learn from the transforms in `symmetry`, each without the samples of its fold;
 /// `nets` 0: one that learns from all samples.
 void network_row(const char* part, const Experiment& experiment, const engine::Symmetry& symmetry,
-                 int nets, int effort, telvar::core::WorkerPool& pool) {
+                 int nets, int effort, telvar::core::TrainingPool& pool) {
   engine::NetworkTask task;
   task.samples = &experiment.set.samples;
   task.labels = &experiment.set.labels;
@@ -175,7 +175,7 @@ void network_row(const char* part, const Experiment& experiment, const engine::S
 
 void kernel_rows(const Experiment& experiment,
                  const std::vector<engine::DihedralTransform>& transforms,
-                 telvar::core::WorkerPool& pool) {
+                 telvar::core::TrainingPool& pool) {
   const std::set<int> every = {0, 1, 2, 3, 4};
   const bool colour = experiment.canvas.channels > 1;
   kernel_row("kernel machine: shapes", experiment, {0, 1}, transforms, pool);
@@ -199,7 +199,7 @@ void run(const Options& options) {
   const LabelledImages test = draw_subset(split.test, options.test / split.test.categories, 1);
   Experiment experiment;
   prepare(draw_subset(split.train, options.per_class, options.draw), test, experiment);
-  telvar::core::WorkerPool pool;
+  telvar::core::TrainingPool pool;
   const double start = cpu_seconds();
   const auto trained =
       engine::train_classifier(experiment.set, experiment.canvas, nullptr,

@@ -55,7 +55,7 @@ double loss(nn::ChunkPass& pass) {
 
 void train(benchmark::State& state, const Case& one, const nn::TrainingMeans& means) {
   constexpr int kSteps = 10;
-  core::WorkerPool pool(1);
+  core::TrainingPool pool(1);
   nn::TrainingPlan plan;
   plan.steps = kSteps;
   plan.chunks = one.chunks;

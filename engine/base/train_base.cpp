@@ -120,7 +120,7 @@ void train_base(const Options& options) {
   nn::Network net = options.from.empty()
                         ? make_network(static_cast<int>(set.categories.size()), random)
                         : network_of(options.from, set.categories);
-  core::WorkerPool pool;
+  core::TrainingPool pool;
   NetworkPlan plan;
   plan.steps = options.steps;
   plan.seed = options.from.empty() ? kSeed : kSeed + 1;  // other crops than those seen

@@ -108,7 +108,7 @@ int training_steps(const NetworkTask& task) {
   return plan_for(task, regime_for(task)).steps;
 }
 
-void train_network(nn::Network& net, const NetworkTask& task, core::WorkerPool& pool) {
+void train_network(nn::Network& net, const NetworkTask& task, core::TrainingPool& pool) {
   const Regime& regime = regime_for(task);
   const int chunk_size = regime.chunk_size;
   const nn::TrainingPlan plan = plan_for(task, regime);

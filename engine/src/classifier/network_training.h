@@ -7,7 +7,7 @@
 
 #include "classifier/samples/dihedral.h"
 #include "classifier/samples/preparation.h"
-#include "core/worker_pool.h"
+#include "core/training_pool.h"
 #include "nn/network.h"
 
 namespace telvar::classifier {
@@ -28,6 +28,6 @@ struct NetworkTask {
 int training_steps(const NetworkTask& task);
 
 /// `net` holds the initial weights, and the trained ones afterwards.
-void train_network(nn::Network& net, const NetworkTask& task, core::WorkerPool& pool);
+void train_network(nn::Network& net, const NetworkTask& task, core::TrainingPool& pool);
 
 }  // namespace telvar::classifier

@@ -35,7 +35,7 @@ void process_batch(const engine::ClassifierState& state,
 std::string process_checked(const std::string& artifact, const std::string& dataset,
                             const types::ImageLoader& loader, TrainCache& cache,
                             core::Monitor& monitor) {
-  core::WorkerPool pool(monitor);
+  core::WorkerPool pool(monitor.threads());
   engine::ClassifierState state = engine::read_state(artifact, pool);
   engine::prepare_for_inference(state);
   const std::vector<engine::DatasetEntry> entries = engine::parse_batch(dataset);

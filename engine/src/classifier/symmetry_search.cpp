@@ -103,7 +103,7 @@ Symmetry recognised_symmetry(const std::vector<Features>& features, const std::v
 
 Symmetry find_symmetry(const std::vector<Features>& features, const std::vector<int>& labels,
                        const Canvas& canvas, const KernelChoice& choice, int categories,
-                       core::WorkerPool& pool) {
+                       core::TrainingPool& pool) {
   if (features.size() < kFewestToJudge) return {};
   bool recognised = false;
   Symmetry best =

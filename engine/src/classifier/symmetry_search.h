@@ -7,7 +7,7 @@
 #include "classifier/kernel/choice.h"
 #include "classifier/samples/dihedral.h"
 #include "classifier/samples/preparation.h"
-#include "core/worker_pool.h"
+#include "core/training_pool.h"
 
 namespace telvar::classifier {
 
@@ -17,6 +17,6 @@ namespace telvar::classifier {
 /// recognised ones, show no symmetry.
 Symmetry find_symmetry(const std::vector<Features>& features, const std::vector<int>& labels,
                        const Canvas& canvas, const KernelChoice& choice, int categories,
-                       core::WorkerPool& pool);
+                       core::TrainingPool& pool);
 
 }  // namespace telvar::classifier

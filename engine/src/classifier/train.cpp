@@ -47,7 +47,7 @@ std::tuple<std::string, std::string> train_checked(const std::string& artifact,
                                                    const std::string& parameters,
                                                    const types::ImageLoader& loader,
                                                    TrainCache& cache, core::Monitor& monitor) {
-  core::WorkerPool pool(monitor);
+  core::TrainingPool pool(monitor);
   const int effort = engine::parse_effort(parameters);
   const std::vector<engine::DatasetEntry> entries = engine::parse_dataset(dataset);
   std::optional<engine::ClassifierState> before;

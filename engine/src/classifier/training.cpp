@@ -39,7 +39,7 @@ std::vector<int> members_for(const TrainingSet& set, int number) {
 
 /// Every network learns from the samples outside its fold, side by side.
 void train_networks(const TrainingSet& set, const ClassifierState* before, int nets, int effort,
-                    core::WorkerPool& pool, ClassifierState& state) {
+                    core::TrainingPool& pool, ClassifierState& state) {
   state.nets.resize(nets);
   std::vector<NetworkTask> tasks(nets);
   double steps = 0;
@@ -116,7 +116,7 @@ KernelAnswer train_kernel(const TrainingSet& set, const std::vector<int>& held_o
 
 TrainedClassifier train_classifier(const TrainingSet& set, const Canvas& canvas,
                                    const ClassifierState* before, int nets, int effort,
-                                   core::WorkerPool& pool) {
+                                   core::TrainingPool& pool) {
   TrainedClassifier trained;
   ClassifierState& state = trained.state;
   state.categories = set.categories;

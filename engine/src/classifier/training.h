@@ -15,6 +15,6 @@ struct TrainedClassifier {
 /// `before` may be null; `canvas` is its canvas then.
 TrainedClassifier train_classifier(const TrainingSet& set, const Canvas& canvas,
                                    const ClassifierState* before, int nets, int effort,
-                                   core::WorkerPool& pool);
+                                   core::TrainingPool& pool);
 
 }  // namespace telvar::classifier

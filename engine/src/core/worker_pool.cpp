@@ -32,7 +32,8 @@ pid_t this_process() {
 #endif
 
 struct Job {
-  Job(int chunks_, const std::function<void(int)>& work_) : work(work_), chunks(chunks_) {}
+  Job(int chunk_count, const std::function<void(int)>& chunk_work)
+      : work(chunk_work), chunks(chunk_count) {}
 
   const std::function<void(int)>& work;
   int chunks;
@@ -52,9 +53,9 @@ class WorkerPool::Impl {
     try {
       for (unsigned i = 1; i < threads; ++i) workers_.emplace_back([this] { serve(); });
     } catch (const std::system_error&) {
-      // Out of threads: those that there are share the work.
+      // The system has no more threads: those that there are share the work.
     } catch (...) {
-      stop();  // or the threads that run already would end the process
+      stop();  // A thread that is destroyed before it is joined would end the process.
       throw;
     }
   }
@@ -109,7 +110,7 @@ class WorkerPool::Impl {
     const LibraryThreadScope scope;
     serve_in_scope();
   } catch (const std::bad_alloc&) {
-    // No memory for the scope: the other threads do the work.
+    // There is no memory for the scope: the other threads do the work.
   }
 
   void serve_in_scope() {

@@ -10,7 +10,6 @@
 #include <memory>
 
 #include "core/cores.h"
-#include "core/monitor.h"
 
 namespace telvar::core {
 
@@ -22,19 +21,12 @@ class WorkerPool {
   /// `threads` working threads at most, the calling one included, and no more than kMaxPoolThreads;
   /// 0: available_cores(). If the system refuses threads, fewer work.
   explicit WorkerPool(unsigned threads = 0);
-  /// For a training: with the threads that its caller grants, and told of its steps. The monitor
-  /// must outlive the pool.
-  explicit WorkerPool(Monitor& monitor) : WorkerPool(monitor.threads()) { monitor_ = &monitor; }
   WorkerPool(const WorkerPool&) = delete;
   WorkerPool& operator=(const WorkerPool&) = delete;
   /// Ends and joins its threads. In a process that fork made, which has none, it does nothing.
   ~WorkerPool();
 
   unsigned threads() const;
-
-  /// Who is told of the steps that are made on this pool; nobody, where the pool is not a
-  /// training's.
-  Monitor& monitor() { return monitor_ == nullptr ? nobody_ : *monitor_; }
 
   /// Calls work(0) .. work(chunks - 1), each once, on pool and calling thread (in a process that
   /// fork made, on that alone), inside a LibraryThreadScope; returns when all are done. Rethrows
@@ -45,8 +37,6 @@ class WorkerPool {
  private:
   class Impl;
   std::unique_ptr<Impl> impl_;
-  Monitor nobody_;
-  Monitor* monitor_ = nullptr;
 };
 
 }  // namespace telvar::core

@@ -13,7 +13,7 @@ namespace telvar::nn {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
-/// How fast running statistics follow those of the batches.
+/// The share by which the running statistics move to those of each batch; 0.1 is usual.
 constexpr float kStatisticsMomentum = 0.1f;
 
 /// Warm-up from 0, then half a cosine down to the final share.
@@ -87,7 +87,9 @@ class Trainer {
   }
 
  private:
-  // Interleaved, since neighbours are alike in size. The split changes nothing that is computed.
+  // The parameters are split into so many groups that are updated side by side: few enough that
+  // each has some work, enough for the usual number of cores. Groups are interleaved, since
+  // neighbours are alike in size. The split changes nothing that is computed.
   static constexpr int kGroups = 8;
 
   template <class Work>
@@ -167,7 +169,7 @@ class Trainer {
 }  // namespace
 
 void train(Network& network, const InputSize& size, const ChunkLoss& loss, const TrainingPlan& plan,
-           core::WorkerPool& pool, const TrainingMeans& means) {
+           core::TrainingPool& pool, const TrainingMeans& means) {
   const core::LibraryThreadScope scope;
   core::keep_freed_memory();
   Trainer trainer(network, size, plan, pool, means);

@@ -16,7 +16,7 @@
 #include <functional>
 
 #include "core/random.h"
-#include "core/worker_pool.h"
+#include "core/training_pool.h"
 #include "nn/backpropagation.h"
 
 namespace telvar::nn {
@@ -47,10 +47,10 @@ struct TrainingMeans {
 /// constant data alone.
 using ChunkLoss = std::function<double(ChunkPass& pass, int step, int chunk, core::Random& random)>;
 
-/// Trains `network` in place on inputs of one size, and tells the pool's monitor of every step.
+/// Trains `network` in place on inputs of one size, and tells the training's monitor of every step.
 /// Throws types::exception when a loss or a trained weight is not finite, and what the monitor
 /// throws; the network is then of no use.
 void train(Network& network, const InputSize& size, const ChunkLoss& loss, const TrainingPlan& plan,
-           core::WorkerPool& pool, const TrainingMeans& means = {});
+           core::TrainingPool& pool, const TrainingMeans& means = {});
 
 }  // namespace telvar::nn

@@ -11,9 +11,10 @@
 namespace telvar::ocr {
 namespace {
 
-/// A new expert that reads the exemplars of an earlier one, which it has not seen, as well as the
-/// held-out images of its own but for this, knows the same kind of marking and takes its place.
-/// About two standard deviations of the share read right of 500 characters.
+/// A new expert takes the place of an earlier one if it reads the exemplars of that one, which it
+/// has not seen, as well as the held-out images of its own, or worse by this share at most: then
+/// both know the same kind of marking. The share is about two standard deviations of the share read
+/// right of 500 characters.
 constexpr double kSameKindMargin = 0.015;
 
 /// A label of a category that an expert does not know yet is hardly a reason against it, if it
@@ -28,7 +29,7 @@ double ExpertChoice::LabelCount::worth() const {
 
 ExpertChoice::ExpertChoice(const std::vector<std::string>& categories,
                            const std::vector<PreparedSample>& samples,
-                           const std::vector<char>& fresh, core::WorkerPool& pool,
+                           const std::vector<char>& fresh, core::TrainingPool& pool,
                            core::Random& random)
     : categories_(categories), samples_(samples), fresh_(fresh), pool_(pool), random_(random) {}
 
@@ -133,7 +134,7 @@ bool ExpertChoice::any_fresh() const {
   return std::find(fresh_.begin(), fresh_.end(), 1) != fresh_.end();
 }
 
-/// Of the new samples, or of all where none is new.
+/// Adds up the counts of the new samples, or of all where none is new.
 ExpertChoice::LabelCount ExpertChoice::sum_of_fresh(const Counts& counts) const {
   const bool all = !any_fresh();
   LabelCount sum;

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "core/random.h"
-#include "core/worker_pool.h"
+#include "core/training_pool.h"
 #include "ocr/experts/expert.h"
 #include "ocr/experts/expert_inference.h"
 
@@ -24,7 +24,7 @@ class ExpertChoice {
   /// those of every expert; `fresh` flags the samples that no training has seen before.
   ExpertChoice(const std::vector<std::string>& categories,
                const std::vector<PreparedSample>& samples, const std::vector<char>& fresh,
-               core::WorkerPool& pool, core::Random& random);
+               core::TrainingPool& pool, core::Random& random);
 
   /// The expert that reads the new images best, taken out of `experts`, if it reads them well;
   /// otherwise a new one, which starts from it or from the built-in base, whichever reads them
@@ -63,7 +63,7 @@ class ExpertChoice {
   const std::vector<std::string>& categories_;
   const std::vector<PreparedSample>& samples_;
   const std::vector<char>& fresh_;
-  core::WorkerPool& pool_;
+  core::TrainingPool& pool_;
   core::Random& random_;
 };
 

@@ -72,7 +72,7 @@ std::tuple<std::string, std::string> run(Request request, const types::ImageLoad
     request.prepared.push_back(
         reader::load_sample(sample, request.dataset.size, request.categories, loader, cache));
   }
-  core::WorkerPool pool(monitor);
+  core::TrainingPool pool(monitor);
   const reader::TrainingOutcome outcome =
       reader::train_reader(std::move(request.previous), request.categories, request.dataset.size,
                            std::move(request.prepared), 0, pool);

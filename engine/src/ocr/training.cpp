@@ -22,7 +22,7 @@ std::uint64_t digest_of(const PreparedSample& sample) {
 class Training {
  public:
   Training(ReaderState& state, const std::vector<std::string>& categories,
-           std::vector<PreparedSample>& samples, core::WorkerPool& pool)
+           std::vector<PreparedSample>& samples, core::TrainingPool& pool)
       : state_(state), categories_(categories), samples_(samples), pool_(pool) {
     for (const PreparedSample& sample : samples) {
       const std::uint64_t digest = digest_of(sample);
@@ -79,7 +79,7 @@ class Training {
   ReaderState& state_;
   const std::vector<std::string>& categories_;
   std::vector<PreparedSample>& samples_;
-  core::WorkerPool& pool_;
+  core::TrainingPool& pool_;
   std::vector<std::uint64_t> digests_;
   std::vector<char> fresh_;  // per sample: seen by no training before
 };
@@ -89,7 +89,7 @@ class Training {
 TrainingOutcome train_reader(std::optional<ReaderState> previous,
                              const std::vector<std::string>& categories, const NominalSize& size,
                              std::vector<PreparedSample> samples, int most_stage_steps,
-                             core::WorkerPool& pool) {
+                             core::TrainingPool& pool) {
   TrainingOutcome outcome;
   if (previous) {
     outcome.state = std::move(*previous);

@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include "core/worker_pool.h"
+#include "core/training_pool.h"
 #include "ocr/state.h"
 
 namespace telvar::ocr {
@@ -25,6 +25,6 @@ struct TrainingOutcome {
 TrainingOutcome train_reader(std::optional<ReaderState> previous,
                              const std::vector<std::string>& categories, const NominalSize& size,
                              std::vector<PreparedSample> samples, int most_stage_steps,
-                             core::WorkerPool& pool);
+                             core::TrainingPool& pool);
 
 }  // namespace telvar::ocr

@@ -73,7 +73,7 @@ void add_category(const TrainingTile& tile, const TrainingTile& overview, int ca
 }
 
 void train_with(const ContextData& data, const Choice& teaches, const ContextPlan& plan,
-                std::uint64_t seed, nn::Network& net, core::WorkerPool& pool) {
+                std::uint64_t seed, nn::Network& net, core::TrainingPool& pool) {
   const int side = canvas_side(data);
   // There are no more views of a region than images, so each is varied as those of few are.
   const CropStyle style{nullptr, true, kWithoutPositions, false, Strength::kOfFewImages, false};
@@ -117,7 +117,7 @@ void assign_folds(const std::vector<bool>& teaches, int folds, std::vector<Overv
 }
 
 void train_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
-                   std::size_t fold, ContextModel& model, core::WorkerPool& pool) {
+                   std::size_t fold, ContextModel& model, core::TrainingPool& pool) {
   const int left_out = static_cast<int>(fold);
   const Choice teaches = [&](const Overview& overview) {
     return overview.fold != left_out && overview.fold != Overview::kUnseen;
@@ -126,7 +126,7 @@ void train_context(const ContextData& data, const ContextPlan& plan, std::uint64
 }
 
 void finish_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
-                    ContextModel& model, core::WorkerPool& pool) {
+                    ContextModel& model, core::TrainingPool& pool) {
   const Choice all = [](const Overview&) { return true; };
   for (nn::Network& net : model.nets) train_with(data, all, plan, seed++, net, pool);
 }

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "core/worker_pool.h"
+#include "core/training_pool.h"
 #include "segmenter/evaluation.h"
 #include "segmenter/network/context.h"
 #include "segmenter/state.h"
@@ -37,11 +37,11 @@ void assign_folds(const std::vector<bool>& teaches, int folds, std::vector<Overv
 
 /// Trains network `fold` of `model`, of initial or earlier weights, in place.
 void train_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
-                   std::size_t fold, ContextModel& model, core::WorkerPool& pool);
+                   std::size_t fold, ContextModel& model, core::TrainingPool& pool);
 
 /// Trains every network of `model` further, with all overviews, at a falling rate.
 void finish_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
-                    ContextModel& model, core::WorkerPool& pool);
+                    ContextModel& model, core::TrainingPool& pool);
 
 /// What the context is of every overview, by the network that has not learned from it; of overviews
 /// of no fold by all. So the fine network learns how far a context can be trusted.

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "core/worker_pool.h"
+#include "core/training_pool.h"
 #include "segmenter/effort.h"
 #include "segmenter/evaluation.h"
 #include "segmenter/training_set.h"
@@ -26,7 +26,7 @@ struct Networks {
 struct TrainingTask {
   TrainingSet& set;  // only the overviews' folds change
   Effort effort;
-  core::WorkerPool& pool;
+  core::TrainingPool& pool;
 };
 
 /// Networks of initial weights; the base's, grown to the planes and categories of the set.

@@ -34,7 +34,7 @@ double chunk_loss(nn::ChunkPass& pass, const Lesson& lesson, core::Random& rando
 }  // namespace
 
 void train_network(nn::Network& net, const Lesson& lesson, nn::TrainingPlan plan,
-                   core::WorkerPool& pool) {
+                   core::TrainingPool& pool) {
   plan.chunks = kChunks;
   plan.average_decay = kAverageDecay;
   const int side = lesson.fresh.side();

@@ -22,6 +22,6 @@ struct Lesson {
 
 /// Trains a network on crops of a lesson in place.
 void train_network(nn::Network& net, const Lesson& lesson, nn::TrainingPlan plan,
-                   core::WorkerPool& pool);
+                   core::TrainingPool& pool);
 
 }  // namespace telvar::segmenter

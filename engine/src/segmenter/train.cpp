@@ -47,7 +47,7 @@ std::tuple<std::string, std::string> train_checked(const std::string& artifact,
   auto samples =
       engine::prepare_samples(request, categories, overview_side, loader, mask_loader, session);
   check_occurrences(samples, categories, old);
-  core::WorkerPool pool(monitor);
+  core::TrainingPool pool(monitor);
   const auto trained =
       engine::train_model(base ? &*base : nullptr, categories, std::move(samples), pool);
   auto answer = std::make_tuple(engine::write_training_result(static_cast<float>(trained.score)),

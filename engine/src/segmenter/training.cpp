@@ -13,7 +13,7 @@
 namespace telvar::segmenter {
 namespace {
 
-/// Of the samples held out themselves; none of those that teach as well.
+/// The judging tiles of held-out samples, without those that teach as well.
 Tiles unseen_of(const TrainingSet& set) {
   Tiles unseen;
   std::copy_if(set.judging.begin(), set.judging.end(), std::back_inserter(unseen),
@@ -23,7 +23,7 @@ Tiles unseen_of(const TrainingSet& set) {
 
 class Training {
  public:
-  Training(const SegmenterState* base, TrainingSet& set, core::WorkerPool& pool)
+  Training(const SegmenterState* base, TrainingSet& set, core::TrainingPool& pool)
       : fine_tunes_(base != nullptr),
         brings_nothing_new_(base != nullptr && base->categories == set.categories),
         task_{set, fine_tunes_ ? effort_of_fine_tuning() : effort_from_nothing(set.samples.size()),
@@ -34,8 +34,8 @@ class Training {
   TrainedModel run() {
     const nn::Network start = networks_.fine;
     const int rounds = run_rounds();
-    // A context comes late: its use is still being learned. And what is held out of few images says
-    // little of others.
+    // A context comes late, so that its use is still being learned; and what is held out of few
+    // images says little of others.
     const bool is_learned = last_score_ >= kGoodScore && networks_.context.empty();
     if (is_learned && !task_.set.few) task_.effort = shortened(task_.effort);
     monitor().expect(steps_after(rounds));
@@ -68,7 +68,7 @@ class Training {
     return static_cast<int>(networks_.context.nets.size()) * task_.effort.context_finish_steps;
   }
 
-  /// Those that come after so many rounds.
+  /// The steps that follow so many rounds.
   int steps_after(int rounds) const {
     return task_.effort.settling_steps + task_.effort.finish_steps + context_finish_steps() +
            rotation_steps(rotation_, task_.effort, rounds);
@@ -99,7 +99,7 @@ class Training {
     map_context();
   }
 
-  /// Returns how many it took.
+  /// Returns how many rounds it took.
   int run_rounds() {
     double& score = last_score_;
     score = score_before();
@@ -120,7 +120,7 @@ class Training {
     return !fine_tunes_ && may_have_context(task_.set, score);
   }
 
-  /// Returns the score after it.
+  /// Trains one round; returns the score after it.
   double run_round(int round) {
     teach_round(task_, round, task_.set.taught, networks_);
     return judge();
@@ -140,7 +140,8 @@ class Training {
     return state;
   }
 
-  /// Those of the exemplars, with their new places in the list; none without context.
+  /// Gives the state the overviews of its exemplars, which then name them by their new places;
+  /// without a context, the state has none.
   void keep_overviews(SegmenterState& state) const {
     const std::vector<Overview>& overviews = task_.set.context.overviews;
     std::vector<int> places(overviews.size(), -1);
@@ -167,7 +168,7 @@ class Training {
 }  // namespace
 
 TrainedModel train_model(const SegmenterState* base, const std::vector<std::string>& categories,
-                         std::vector<PreparedSample> samples, core::WorkerPool& pool) {
+                         std::vector<PreparedSample> samples, core::TrainingPool& pool) {
   TrainingSet set = join_samples(base, categories, std::move(samples));
   return Training(base, set, pool).run();
 }

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "core/worker_pool.h"
+#include "core/training_pool.h"
 #include "segmenter/preparation.h"
 #include "segmenter/state.h"
 
@@ -20,6 +20,6 @@ struct TrainedModel {
 /// which every category is among them: then its exemplars are rehearsed beside the samples, and
 /// far fewer steps are made. The result does not depend on the pool's threads.
 TrainedModel train_model(const SegmenterState* base, const std::vector<std::string>& categories,
-                         std::vector<PreparedSample> samples, core::WorkerPool& pool);
+                         std::vector<PreparedSample> samples, core::TrainingPool& pool);
 
 }  // namespace telvar::segmenter

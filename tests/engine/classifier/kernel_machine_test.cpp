@@ -91,7 +91,7 @@ std::vector<FeatureOrder> as_they_are_and_backwards() {
 }
 
 TEST(KernelChoice, WeighsCovariancesWhereTheyTellMore) {
-  core::WorkerPool pool(1);
+  core::TrainingPool pool(1);
   std::vector<int> labels;
   for (int i = 0; i < 80; ++i) labels.push_back(i % 2);
   const std::vector<FeatureOrder> orders = {as_they_are_and_backwards()[0]};
@@ -103,7 +103,7 @@ TEST(KernelChoice, WeighsCovariancesWhereTheyTellMore) {
 }
 
 TEST(KernelMachine, LeavingOneOutIsWhatTrainingWithoutItGives) {
-  core::WorkerPool pool(1);
+  core::TrainingPool pool(1);
   std::vector<int> labels;
   for (int i = 0; i < 40; ++i) labels.push_back(i % 2);
   const std::vector<Features> samples = clouds(labels, 3), fresh = clouds(labels, 4);
@@ -149,7 +149,7 @@ TEST(KernelMachine, LeavingOneOutIsWhatTrainingWithoutItGives) {
 }
 
 TEST(KernelMachine, AnswersAlikeInAllOrdersHoweverManySamplesAreAsked) {
-  core::WorkerPool pool(2);
+  core::TrainingPool pool(2);
   std::vector<int> labels;
   for (int i = 0; i < 700; ++i) labels.push_back(i % 2);
   const std::vector<Features> all = clouds(labels, 6);
@@ -203,7 +203,7 @@ struct Patterns {
 };
 
 TEST(Symmetry, IsForbiddenByTwoKindsThatAreEachOthersMirrorImage) {
-  core::WorkerPool pool(2);
+  core::TrainingPool pool(2);
   Canvas canvas;
   canvas.width = 28, canvas.height = 20;
   const KernelChoice choice{{0, 0, 0.001f, 0, 0, 0}, 0.1f};

@@ -12,7 +12,7 @@
 #include "../support/resources.h"
 #include "classifier/state.h"
 #include "core/random.h"
-#include "core/worker_pool.h"
+#include "core/training_pool.h"
 #include "drawn_images.h"
 #include "telvar/exceptions.h"
 
@@ -235,7 +235,7 @@ TEST(Classifier, FindsOutHowItsImagesLie) {
       set.labels[std::to_string(i)] = second ? "second" : "first";
     }
     const Trained trained = train(training, "", 1);
-    core::WorkerPool pool(2);
+    core::TrainingPool pool(2);
     const auto symmetry = classifier::read_state(trained.artifact, pool).symmetry;
     EXPECT_EQ(symmetry.turns, c.turns) << c.name;
     EXPECT_GE(accuracy(trained.artifact, unseen), 0.9) << c.name;

@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "core/worker_pool.h"
+#include "core/training_pool.h"
 
 namespace telvar::test {
 namespace {
@@ -58,7 +58,7 @@ TEST(Monitor, StopsEveryThreadWithWhatTheReportThrew) {
   });
   core::LibraryThreadScope scope;
   core::Monitor monitor(loader, scope);
-  core::WorkerPool pool(monitor);
+  core::TrainingPool pool(monitor);
   EXPECT_EQ(pool.threads(), 2U);
   pool.monitor().expect(20000);
   const auto work = [&](int) {
@@ -82,7 +82,7 @@ TEST(Monitor, ReportsInTheHostsModeOnWhateverThread) {
   {
     core::LibraryThreadScope scope;
     core::Monitor monitor(loader, scope);
-    core::WorkerPool pool(monitor);
+    core::TrainingPool pool(monitor);
     std::atomic<int> nearest{0}, begun{0};
     pool.run(2, [&](int) {
       for (++begun; begun < 2;) std::this_thread::yield();  // one chunk on each thread

@@ -56,7 +56,7 @@ struct Trained {
 };
 
 Trained train_stripes(unsigned threads, double average_decay, const TrainingMeans& means = {}) {
-  core::WorkerPool pool(threads);
+  core::TrainingPool pool(threads);
   Network net = stripe_network();
   core::Random random({5});
   net.initialise(random);
@@ -103,7 +103,7 @@ TEST(Training, IsDisturbedNeitherByAnotherNorByTheHostsRounding) {
   std::string first, second;
   std::thread other([&] { first = train_stripes(2, 0.9).bytes; });
   std::fesetround(FE_UPWARD);
-  core::WorkerPool pool(1);
+  core::TrainingPool pool(1);
   Network net = stripe_network();
   TrainingPlan plan;
   plan.steps = 1;
@@ -117,7 +117,7 @@ TEST(Training, IsDisturbedNeitherByAnotherNorByTheHostsRounding) {
 }
 
 TEST(Training, StopsWhenALossOrAWeightIsNotFinite) {
-  core::WorkerPool pool(1);
+  core::TrainingPool pool(1);
   TrainingPlan plan;
   plan.steps = 1;
   const struct {

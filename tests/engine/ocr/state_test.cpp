@@ -40,7 +40,7 @@ std::string train_briefly(unsigned threads, core::TrainCacheStore& store) {
         ocr::load_sample(sample, dataset.size, dataset.categories, pages.loader(), session));
   }
   session.commit();
-  core::WorkerPool pool(threads);
+  core::TrainingPool pool(threads);
   return ocr::write_state(ocr::train_reader(std::nullopt, dataset.categories, dataset.size,
                                             std::move(samples), kStageSteps, pool)
                               .state);

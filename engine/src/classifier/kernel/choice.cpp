@@ -97,7 +97,7 @@ struct Candidate {
 class Trial {
  public:
   Trial(const std::vector<Features>& samples, const std::vector<int>& labels, int categories,
-        const std::vector<FeatureOrder>& orders, core::WorkerPool& pool)
+        const std::vector<FeatureOrder>& orders, core::TrainingPool& pool)
       : labels_(labels), pool_(pool) {
     for (const FeatureOrder& order : orders) seen_.push_back(group_distances(samples, order, pool));
     for (const Matrix& group : seen_[0]) scales_.push_back(scale_of(group));
@@ -134,7 +134,7 @@ class Trial {
   }
 
   const std::vector<int>& labels_;
-  core::WorkerPool& pool_;
+  core::TrainingPool& pool_;
   std::vector<GroupDistances> seen_;  // an element an order
   Weights scales_;
   Matrix targets_;
@@ -150,7 +150,7 @@ FeatureGroups KernelChoice::groups() const {
 
 KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vector<int>& labels,
                            int categories, const std::vector<FeatureOrder>& orders,
-                           core::WorkerPool& pool) {
+                           core::TrainingPool& pool) {
   const Trial trial(samples, labels, categories, orders, pool);
   // Samples that are all alike leave nothing to choose, but a machine must weigh something.
   Candidate best{{Weights(kFeatureGroups, 1.0f), kRidges[1]}, {}}, other;

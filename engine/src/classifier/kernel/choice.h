@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "classifier/kernel/features.h"
-#include "core/worker_pool.h"
+#include "core/training_pool.h"
 
 namespace telvar::classifier {
 
@@ -23,7 +23,7 @@ struct KernelChoice {
 /// the first of which leaves them as they are. A few hundred samples are enough.
 KernelChoice choose_kernel(const std::vector<Features>& samples, const std::vector<int>& labels,
                            int categories, const std::vector<FeatureOrder>& orders,
-                           core::WorkerPool& pool);
+                           core::TrainingPool& pool);
 
 /// For each order and category: how many of its samples are recognised in the order, each by a
 /// machine that knows all samples but that one.

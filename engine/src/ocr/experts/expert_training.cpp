@@ -13,15 +13,17 @@
 namespace telvar::ocr {
 namespace {
 
-/// Of twenty images with twenty characters each, five are held out, so that a character is one
-/// percent. Chosen by judgement; the second stage learns from them too.
+/// One new image in so many is held out. With twenty images of twenty characters that is five, so
+/// that a character is one percent. Chosen by judgement; the second stage learns from them too.
 constexpr int kHoldOutEvery = 4;
-constexpr int kFolds = 2;  // of a data set too small to hold out from
-/// Half of the rate for a network that has learned nothing: here there is always the base.
+/// A data set too small to hold out from is cut into so many parts; each is read by a network that
+/// learned from the rest.
+constexpr int kFolds = 2;
+/// Half of the rate that suits a network that has learned nothing: here it has learned the base.
 constexpr double kPeakRate = 2e-3;
-/// Of few images, that much would be learned by heart, at the cost of what the base knows. On five
-/// images each of three kinds of marking, a quarter of the rate brought 65 % exact lines to 74 %
-/// (an eighth: as good); on twenty it changed nothing. The same holds where little is to be
+/// At the full rate, a few images would be learned by heart, at the cost of what the base knows. On
+/// five images each of three kinds of marking, a quarter of the rate brought 65 % exact lines to 74
+/// % (an eighth was as good); on twenty it changed nothing. The same holds where little is to be
 /// learned: at the full rate, the few steps of a touch-up made every other 0 of one style an O.
 constexpr double kGentlePeakRate = 5e-4;
 
@@ -29,7 +31,8 @@ constexpr double kGentlePeakRate = 5e-4;
 /// what else was found is texture that looks like characters.
 constexpr double kFullyLabelled = 0.1;
 
-/// A round must read so much more of what is held out, or so many labels, to count as better.
+/// The share of the held-out labels by which a round must read more than the best one before it,
+/// and one label at least, to count as better.
 constexpr double kLeastGain = 0.003;
 /// Rounds end when so many of them in a row brought nothing.
 constexpr int kPatience = 2;
@@ -66,7 +69,7 @@ struct ExpertTraining::Score {
 };
 
 ExpertTraining::ExpertTraining(Expert& expert, std::vector<PreparedSample>& samples,
-                               core::WorkerPool& pool, ExpertTrainingPlan plan)
+                               core::TrainingPool& pool, ExpertTrainingPlan plan)
     : expert_(expert), samples_(samples), pool_(pool), plan_(std::move(plan)) {
   for (std::size_t i = 0; i < samples.size(); ++i) {
     if (plan_.fresh[i]) fresh_.push_back(i);
@@ -104,7 +107,7 @@ bool ExpertTraining::is_few() const {
   return static_cast<int>(fresh_.size()) < kLeastHeldOutFrom;
 }
 
-/// What there is to learn from but the samples held out.
+/// The expert's exemplars and the taught samples, without those that are held out.
 ExpertTraining::SampleRefs ExpertTraining::without(const std::vector<char>& held) const {
   SampleRefs refs;
   for (const PreparedSample& exemplar : expert_.exemplars) refs.push_back(&exemplar);
@@ -159,7 +162,7 @@ void ExpertTraining::forget_unlabelled() {
   for (PreparedSample& sample : samples_) sample.unlabelled.clear();
 }
 
-/// Every so-manieth of the new samples, from the first given on.
+/// Flags one in `count` of the new samples, beginning with number `first` of them.
 std::vector<char> ExpertTraining::every(int count, int first) const {
   std::vector<char> flags(samples_.size());
   for (std::size_t i = static_cast<std::size_t>(first); i < fresh_.size();
@@ -214,7 +217,8 @@ ExpertTraining::Score ExpertTraining::learn_folds() {
   Score unseen;
   core::Monitor& monitor = pool_.monitor();
   monitor.expect(kFolds * few_steps_.of_fold + few_steps_.of_delivered);
-  for (int fold = 0; fold < kFolds && fresh_.size() >= kFolds; ++fold) {
+  const int folds = fresh_.size() >= kFolds ? kFolds : 0;
+  for (int fold = 0; fold < folds; ++fold) {
     const std::vector<char> held = every(kFolds, fold);
     const SampleRefs others = without(held);
     const bool has_labels =

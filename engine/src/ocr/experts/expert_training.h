@@ -12,7 +12,7 @@
 #include <optional>
 #include <vector>
 
-#include "core/worker_pool.h"
+#include "core/training_pool.h"
 #include "ocr/experts/expert.h"
 #include "ocr/network/network_training.h"
 
@@ -22,13 +22,14 @@ namespace telvar::ocr {
 /// two, each half is read by a network that has not seen it.
 constexpr int kLeastHeldOutFrom = 8;
 
-/// From the lower rate on, what a network reads without a label is taken for a character. At the
-/// higher it knows this kind of marking: it learns at a gentle rate, and of few images, as
-/// come one by one when readings are corrected, a touch-up is enough where it has learned from such
-/// before. Elsewhere it is not: where the base reads so well, whole stages took six styles from
-/// 97.3 to 98.5 % exact lines; where an expert of five images met twenty more, three from 91.0 to
-/// 93.8 %.
+/// A network that reads this share of the new labels before it has learned from them is trusted:
+/// what it reads where no label is, is taken for a character.
 constexpr double kTrustedFromTheStart = 0.8;
+/// A network that reads this share knows the kind of marking already, and learns at a gentle rate.
+/// If it has learned from such images before and few come, as when readings are corrected one by
+/// one, a touch-up is enough. Whole stages are better elsewhere: where the base alone read so well,
+/// they took six styles from 97.3 to 98.5 % exact lines; where an expert of five images met twenty
+/// more, three styles from 91.0 to 93.8 %.
 constexpr double kGoodFromTheStart = 0.97;
 
 struct ExpertTrainingPlan {
@@ -44,7 +45,7 @@ struct ExpertTrainingPlan {
 class ExpertTraining {
  public:
   /// All must outlive this. `samples` get notes on what they show without a label.
-  ExpertTraining(Expert& expert, std::vector<PreparedSample>& samples, core::WorkerPool& pool,
+  ExpertTraining(Expert& expert, std::vector<PreparedSample>& samples, core::TrainingPool& pool,
                  ExpertTrainingPlan plan);
 
   /// The first stage. Returns the share of labels read right on new images that the network which
@@ -84,7 +85,7 @@ class ExpertTraining {
 
   Expert& expert_;
   std::vector<PreparedSample>& samples_;
-  core::WorkerPool& pool_;
+  core::TrainingPool& pool_;
   ExpertTrainingPlan plan_;
   std::vector<std::size_t> fresh_;
   FewSteps few_steps_ = kUsual;

@@ -50,7 +50,7 @@ std::vector<float> log_shares(const std::vector<const PreparedSample*>& samples,
 }  // namespace
 
 void train_network(nn::Network& net, const std::vector<const PreparedSample*>& samples,
-                   const NetworkPlan& plan, core::WorkerPool& pool) {
+                   const NetworkPlan& plan, core::TrainingPool& pool) {
   const CropSource source(samples, plan.inverted);
   const std::vector<float> shares = log_shares(samples, categories_of(net));
   nn::train(

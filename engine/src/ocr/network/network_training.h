@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "core/worker_pool.h"
+#include "core/training_pool.h"
 #include "nn/network.h"
 #include "ocr/samples/preparation.h"
 
@@ -26,6 +26,6 @@ struct NetworkPlan {
 /// Trains the network on the labels of `samples`, of which at least one has a label. The same for
 /// any number of threads.
 void train_network(nn::Network& net, const std::vector<const PreparedSample*>& samples,
-                   const NetworkPlan& plan, core::WorkerPool& pool);
+                   const NetworkPlan& plan, core::TrainingPool& pool);
 
 }  // namespace telvar::ocr

@@ -35,6 +35,14 @@ struct Mapping {
   }
 };
 
+/// The share of crops whose place is drawn without regard to labels: they show backgrounds that no
+/// character is near to.
+constexpr float kAnywhere = 0.15f;
+
+/// Normalised contrast is varied by this deviation, in natural logarithms, within the limit: the
+/// local deviation that it was divided by depends on what happens to stand around.
+constexpr float kGainDeviation = 0.15f, kMaxGain = 0.4f;
+
 /// A normal deviate that never exceeds `limit`: rare extremes would teach nothing that occurs.
 float clamped_normal(core::Random& random, float deviation, float limit) {
   return std::clamp(random.normal() * deviation, -limit, limit);
@@ -101,8 +109,9 @@ GrayPixels smoothed(const PreparedSample& sample) {
   return result;
 }
 
-/// Elastic displacement, in reading pixels: of whole characters (knots one and a half characters
-/// apart), and in half of the crops of parts of them (knots a third of a character apart).
+/// Elastic displacement, in reading pixels (24 to a character). Knots 36 pixels apart displace
+/// whole characters, by up to 1.2 pixels or so; in half of the crops, knots 7 pixels apart displace
+/// parts of them, by half as much.
 class Elastic {
  public:
   explicit Elastic(core::Random& random)
@@ -164,12 +173,12 @@ std::vector<PreparedLabel> carried(const std::vector<PreparedLabel>& labels, con
   return result;
 }
 
-/// Excerpts, which an earlier training has left, come up so often at most for each crop of what is
-/// new: enough that the old is not forgotten, and less than half of the steps.
+/// Exemplars, which an earlier training has left, come up at most so often for each crop of a new
+/// sample: enough that the old is not forgotten, and in less than half of the crops.
 constexpr double kMostOfExemplars = 0.7;
 
-/// A character this near to the edge of an exemplar, in prepared pixels, may have its centre
-/// beyond.
+/// Prepared pixels: of a character this near to the edge of an exemplar, the centre and with it the
+/// label may lie beyond.
 constexpr float kUnknownEdge = 0.5f * kPreparedCharacter;
 
 /// The cells that lie on the edge of the sample or beyond.
@@ -225,7 +234,7 @@ CropSource::Place CropSource::choose(core::Random& random) const {
   const double at = random.uniform() * cumulated_.back();
   const auto found = std::upper_bound(cumulated_.begin(), cumulated_.end() - 1, at);
   const Place& place = places_[static_cast<std::size_t>(found - cumulated_.begin())];
-  if (!random.chance(0.15f)) return place;
+  if (!random.chance(kAnywhere)) return place;
   const auto index = static_cast<std::size_t>(random.below(static_cast<int>(samples_.size())));
   const float x = random.uniform(0, static_cast<float>(samples_[index]->width));
   return {index, x, random.uniform(0, static_cast<float>(samples_[index]->height))};
@@ -244,7 +253,7 @@ Crop CropSource::draw(core::Random& random) const {
   augment(raster, random);
   normalise_contrast(raster);
   Crop crop;
-  crop.pixels = without_margin(raster, std::exp(clamped_normal(random, 0.15f, 0.4f)));
+  crop.pixels = without_margin(raster, std::exp(clamped_normal(random, kGainDeviation, kMaxGain)));
   crop.labels = carried(sample.labels, mapping, elastic);
   crop.unlabelled = carried(sample.unlabelled, mapping, elastic);
   if (sample.is_exemplar) crop.unknown = cells_on_edge(sample, mapping, elastic);
