@@ -2,9 +2,8 @@
 
 namespace Orbalt::TelvarWrapper::Wrapper {
 
-void SmartClassifierWrapper::Impl::ConvertClassifierDataset(
-    const Types::SmartClassifier::Dataset& dataset,
-    telvar_msg::qv::classification::Dataset& message) {
+void SmartClassifierWrapper::Impl::FillDataset(const Types::SmartClassifier::Dataset& dataset,
+                                               telvar_msg::qv::classification::Dataset& message) {
   for (const auto& entry : dataset.samples) AddClassifierSample(message, entry);
 }
 

@@ -39,7 +39,7 @@ std::unique_ptr<Types::SmartClassifier::Data> SmartClassifierWrapper::Impl::GetD
 Types::SmartClassifier::TrainingResult SmartClassifierWrapper::Impl::Train(
     const Types::SmartClassifier::Dataset& dataset, const ImageLoader& loader) {
   const std::string message = SerializeFilled<telvar_msg::qv::classification::Dataset>(
-      [&](auto& filled) { ConvertClassifierDataset(dataset, filled); });
+      [&](auto& filled) { FillDataset(dataset, filled); });
   auto [answer, artifact] = access_->Train(model_.Artifact(), message, trainingParameters_,
                                            AdaptImageLoader(loader), *trainCache_);
   const Answer<telvar_msg::qv::classification::TrainingResult> result(answer);

@@ -27,9 +27,9 @@ class SmartClassifierWrapper::Impl {
 
  private:
   // Data sets (DatasetConversion.cpp).
-  /// Sets a message that is empty.
-  static void ConvertClassifierDataset(const Types::SmartClassifier::Dataset& dataset,
-                                       telvar_msg::qv::classification::Dataset& message);
+  /// Fills `message`, which must be empty.
+  static void FillDataset(const Types::SmartClassifier::Dataset& dataset,
+                          telvar_msg::qv::classification::Dataset& message);
   /// Adds one sample and its category; a later sample under the same key replaces an earlier one.
   static void AddClassifierSample(telvar_msg::qv::classification::Dataset& dataset,
                                   std::pair<std::string, Types::SmartClassifier::Sample> entry);
