@@ -85,16 +85,21 @@ LabelsWritten write_labels(const Options& options, const StateFile& state,
       [&](const std::string& name) { return read_mask(out, name); }, &out);
 }
 
+std::vector<ListedImage> images_of_shard(std::vector<ListedImage> images, const Shard& shard) {
+  images.erase(std::remove_if(images.begin(), images.end(),
+                              [&](const auto& image) { return !has_image(shard, image.id); }),
+               images.end());
+  return images;
+}
+
 Outcome batch(const Options& options, Session& session) {
   const auto shard = parse_shard(options.shard);
   const auto state = read_state(path_from_utf8(options.predict.state));
   const auto settings = predictor_settings(options.predict, state);
   require_label_format(options.labels, state.tool);
-  auto images = images_in(path_from_utf8(options.data));
-  const auto record = batch_record(state, options.predict, options.labels, images, shard);
-  images.erase(std::remove_if(images.begin(), images.end(),
-                              [&](const auto& image) { return !has_image(shard, image.id); }),
-               images.end());
+  const auto all = images_in(path_from_utf8(options.data));
+  const auto record = batch_record(state, options.predict, options.labels, all, shard);
+  const auto images = images_of_shard(all, shard);
   const auto target = target_of(options, shard);
   if (!options.force) {
     const auto before = finished_before(target, record);

@@ -33,12 +33,7 @@ void add_categories(const StateAbout& about, Outcome& outcome) {
 void add_trainings(ToolKind tool, const StateAbout& about, Outcome& outcome) {
   outcome.json["trainings"] = Json::array();
   for (const auto& training : about.trainings) {
-    outcome.json["trainings"].push_back({{"time", training.time},
-                                         {"program", training.program},
-                                         {"images", training.images},
-                                         {"counts", training.counts},
-                                         {"score", training.score},
-                                         {"seconds", training.seconds}});
+    outcome.json["trainings"].push_back(json_of(training));
     outcome.text += "  trained      " + training.time + " on " + counted(training.images, "image") +
                     " in " + fixed(training.seconds, 1) + " s (telvar " + training.program +
                     ")\n               score " + fixed(100 * std::abs(training.score), 1) +

@@ -109,8 +109,8 @@ Merged merged(const std::map<std::size_t, fs::path>& folders) {
   }
   const std::size_t expected = all.results["run"]["listing"]["images"];
   if (entries.size() != expected) {
-    throw data_error("the shards hold results of " + counted(entries.size(), "image") + " of " +
-                     std::to_string(expected));
+    throw data_error(utf8(folders.begin()->second.parent_path()) + ": the shards hold results of " +
+                     counted(entries.size(), "image") + " of " + std::to_string(expected));
   }
   for (auto& entry : entries) all.entries.push_back(std::move(entry.second));
   all.results = {{"tool", all.results["tool"]}, {"run", all.results["run"]}};

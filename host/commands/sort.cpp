@@ -32,12 +32,14 @@ constexpr double kLargest = 1e7;
 std::pair<float, float> point_of(const Row& row, const std::string& where) {
   float values[2] = {};
   for (std::size_t i = 0; i < 2; ++i) {
-    const double value =
-        row.size() == 2 ? parse_number(trimmed(row[i])).value_or(2 * kLargest) : 2 * kLargest;
-    if (std::abs(value) > kLargest) {
-      throw data_error(where + ": expected two numbers x,y of at most 1e7");
+    if (row.size() != 2) {
+      throw data_error(where + ": has " + counted(row.size(), "value") + ", two are expected: x,y");
     }
-    values[i] = static_cast<float>(value);
+    const auto value = parse_number(trimmed(row[i]));
+    if (!value || std::abs(*value) > kLargest) {
+      throw data_error(where + ": '" + trimmed(row[i]) + "' is no number of at most 1e7");
+    }
+    values[i] = static_cast<float>(*value);
   }
   return {values[0], values[1]};
 }
@@ -54,7 +56,7 @@ Points read_points(const std::string& file) {
 
 Outcome sort(const Options& options, Session& session) {
   if (!(options.height > 0 && options.height <= kLargest)) {
-    throw usage_error("--height must be above 0 and at most 1e7");
+    throw usage_error("--height must be above 0 and at most 1e7, not " + fixed(options.height, 3));
   }
   const auto points = read_points(options.points);
   StateFile nothing;

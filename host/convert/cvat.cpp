@@ -6,6 +6,7 @@
 #include "app/label.h"
 #include "app/text.h"
 #include "convert/annotations.h"
+#include "convert/outlines.h"
 
 namespace fs = std::filesystem;
 
@@ -50,7 +51,10 @@ class Element {
       if (parts.size() != 2) throw error("'" + pair + "' in 'points' is no x,y");
       points.emplace_back(parsed(parts[0], "points"), parsed(parts[1], "points"));
     }
-    if (points.size() < least) throw error("needs " + std::to_string(least) + " points");
+    if (points.size() < least) {
+      throw error("needs " + std::to_string(least) + " points, has " +
+                  std::to_string(points.size()));
+    }
     return points;
   }
 
@@ -75,15 +79,6 @@ class Element {
   std::string where_;
 };
 
-cv::Rect2d box_around(const Points& points) {
-  cv::Point2d low = points.front(), high = points.front();
-  for (const auto& p : points) {
-    low = {std::min(low.x, p.x), std::min(low.y, p.y)};
-    high = {std::max(high.x, p.x), std::max(high.y, p.y)};
-  }
-  return {low, high};
-}
-
 // `rotation` in degrees, clockwise on the screen, about the centre.
 Points turned(Points points, const cv::Point2d& centre, double rotation) {
   const double angle = rotation * CV_PI / 180;
@@ -102,16 +97,10 @@ Points box_outline(const Element& box) {
   return turned({a, {b.x, a.y}, b, {a.x, b.y}}, (a + b) / 2, box.number_or("rotation", 0));
 }
 
-Points ellipse_outline(const Element& ellipse) {
-  constexpr int kCorners = 64;
+Points turned_ellipse(const Element& ellipse) {
   const cv::Point2d centre{ellipse.number("cx"), ellipse.number("cy")};
   const double rx = ellipse.number("rx"), ry = ellipse.number("ry");
-  Points points;
-  for (int i = 0; i < kCorners; ++i) {
-    const double angle = 2 * CV_PI * i / kCorners;
-    points.push_back(centre + cv::Point2d(rx * std::cos(angle), ry * std::sin(angle)));
-  }
-  return turned(std::move(points), centre, ellipse.number_or("rotation", 0));
+  return turned(ellipse_outline(centre, rx, ry), centre, ellipse.number_or("rotation", 0));
 }
 
 // Runs of free and covered pixels, row by row inside a box.
@@ -144,7 +133,7 @@ Shape read_shape(const Element& element, const std::string& kind, const cv::Size
   } else if (kind == "polygon") {
     outline = element.points(3);
   } else if (kind == "ellipse") {
-    outline = ellipse_outline(element);
+    outline = turned_ellipse(element);
   } else if (kind == "points") {
     shape.box = box_around(element.points(1));
   } else if (kind == "mask") {

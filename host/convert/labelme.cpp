@@ -5,6 +5,7 @@
 #include "app/label.h"
 #include "app/text.h"
 #include "convert/annotations.h"
+#include "convert/outlines.h"
 #include "datasets/json_reader.h"
 
 namespace telvar_host {
@@ -21,20 +22,15 @@ Points read_points(const JsonValue& list) {
 }
 
 Points circle(const cv::Point2d& centre, const cv::Point2d& edge) {
-  constexpr int kCorners = 64;
   const double radius = std::hypot(edge.x - centre.x, edge.y - centre.y);
-  Points points;
-  for (int i = 0; i < kCorners; ++i) {
-    const double angle = 2 * CV_PI * i / kCorners;
-    points.emplace_back(centre.x + radius * std::cos(angle), centre.y + radius * std::sin(angle));
-  }
-  return points;
+  return ellipse_outline(centre, radius, radius);
 }
 
 Points outline(const std::string& type, const Points& points, const JsonValue& where) {
   const auto need = [&](std::size_t count) {
-    if (points.size() < count)
-      throw where.error("a " + type + " needs " + std::to_string(count) + " points");
+    if (points.size() >= count) return;
+    throw where.error("a " + type + " needs " + counted(count, "point") + ", has " +
+                      std::to_string(points.size()));
   };
   if (type == "polygon") {
     need(3);
@@ -54,15 +50,6 @@ Points outline(const std::string& type, const Points& points, const JsonValue& w
     return {};
   }
   throw where.error("the shape type '" + type + "' is not understood");
-}
-
-cv::Rect2d box_around(const Points& points) {
-  cv::Point2d low = points.front(), high = points.front();
-  for (const auto& p : points) {
-    low = {std::min(low.x, p.x), std::min(low.y, p.y)};
-    high = {std::max(high.x, p.x), std::max(high.y, p.y)};
-  }
-  return {low, high};
 }
 
 }  // namespace

@@ -135,6 +135,26 @@ void cut_out(Ring& polygon, const Ring& hole) {
 
 }  // namespace
 
+std::vector<cv::Point2d> ellipse_outline(const cv::Point2d& centre, double radius_x,
+                                         double radius_y) {
+  constexpr int kCorners = 64;
+  std::vector<cv::Point2d> points;
+  for (int i = 0; i < kCorners; ++i) {
+    const double angle = 2 * CV_PI * i / kCorners;
+    points.push_back(centre + cv::Point2d(radius_x * std::cos(angle), radius_y * std::sin(angle)));
+  }
+  return points;
+}
+
+cv::Rect2d box_around(const std::vector<cv::Point2d>& points) {
+  cv::Point2d low = points.front(), high = points.front();
+  for (const auto& p : points) {
+    low = {std::min(low.x, p.x), std::min(low.y, p.y)};
+    high = {std::max(high.x, p.x), std::max(high.y, p.y)};
+  }
+  return {low, high};
+}
+
 void fill_shape(cv::Mat& mask, const Shape& shape, const std::string& file) {
   if (shape.polygons.empty() && shape.runs.empty() && shape.mask.empty()) {
     throw data_error(file + ": a label '" + shape.category + "' has no outline to make a mask of");

@@ -14,6 +14,13 @@ namespace telvar_host {
 // none.
 std::vector<std::vector<cv::Point2d>> outlines_of(const cv::Mat& mask, double tolerance);
 
+// An ellipse as a polygon of 64 corners.
+std::vector<cv::Point2d> ellipse_outline(const cv::Point2d& centre, double radius_x,
+                                         double radius_y);
+
+// The smallest upright box around points, at least one.
+cv::Rect2d box_around(const std::vector<cv::Point2d>& points);
+
 // Sets the pixels of the shape in `mask` (8-bit) to 255. A pixel belongs to a polygon when its
 // centre lies inside (even-odd rule). Throws data_error naming `file` for a shape without any
 // outline, and for runs of another size.

@@ -5,16 +5,9 @@
 #include <set>
 
 #include "app/errors.h"
-#include "app/json.h"
 
 namespace telvar_host {
 namespace {
-
-Json json_of(const TrainingRecord& training) {
-  return {{"time", training.time},     {"program", training.program},
-          {"images", training.images}, {"counts", training.counts},
-          {"score", training.score},   {"seconds", training.seconds}};
-}
 
 TrainingRecord training_of(const Json& json) {
   TrainingRecord training;
@@ -28,6 +21,12 @@ TrainingRecord training_of(const Json& json) {
 }
 
 }  // namespace
+
+Json json_of(const TrainingRecord& training) {
+  return {{"time", training.time},     {"program", training.program},
+          {"images", training.images}, {"counts", training.counts},
+          {"score", training.score},   {"seconds", training.seconds}};
+}
 
 StateAbout about_of(const StateFile& state, const std::string& name) {
   StateAbout about;

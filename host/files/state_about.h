@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "app/json.h"
 #include "files/state_file.h"
 
 namespace telvar_host {
@@ -18,6 +19,9 @@ struct TrainingRecord {
   double score = 0;  // what the tool reported; less than 0: nothing was held out
   double seconds = 0;
 };
+
+// As the description and `telvar inspect` show a training.
+Json json_of(const TrainingRecord& training);
 
 struct StateAbout {
   // Sorted; nothing where an earlier training said nothing about itself.

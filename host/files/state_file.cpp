@@ -16,9 +16,11 @@ namespace {
 
 constexpr std::string_view kMagic = "TLVSTATE";
 constexpr std::uint32_t kVersion = 2;  // 1 without a description
-constexpr std::size_t kChecked = 56;
+constexpr std::size_t kChecked = 56;   // bytes of the header before its checksum
 constexpr std::size_t kHeader = 64;
 constexpr std::size_t kTail = 16;  // of version 2, before the description
+// Bytes, and pixels: far above any that were ever written, so that a damaged header cannot have
+// the program allocate whatever it says.
 constexpr std::uint64_t kLargestPart = std::uint64_t{1} << 34;
 constexpr std::uint64_t kLargestAbout = std::uint64_t{1} << 24;
 constexpr float kLargestSize = 1e6f;
@@ -56,7 +58,19 @@ std::uint64_t checksum(std::string_view bytes) {
   return XXH64(bytes.data(), bytes.size(), 0);
 }
 
-void check_header(std::string_view bytes, const std::string& name) {
+// The header, checked by itself: what it announces may still be wrong of the rest.
+struct Header {
+  std::uint32_t version;
+  ToolKind tool;
+  NominalSize size;
+  std::uint64_t artifact_bytes, artifact_sum, cache_bytes, cache_sum;
+
+  bool is_described() const { return version > 1; }
+  std::uint64_t part_bytes() const { return artifact_bytes + cache_bytes; }  // below 2^35
+};
+
+// Throws unless the header is there as it was written, in a version that is known.
+std::uint32_t checked_version(std::string_view bytes, const std::string& name) {
   if (bytes.size() < kMagic.size() || bytes.substr(0, kMagic.size()) != kMagic) {
     throw data_error(name + ": is no telvar state file (wrong magic)");
   }
@@ -64,21 +78,23 @@ void check_header(std::string_view bytes, const std::string& name) {
     throw data_error(name + ": damaged state file: the header is cut off (" +
                      std::to_string(bytes.size()) + " of 64 bytes)");
   }
-  const auto version = number_at<std::uint32_t>(bytes, 8);
   if (number_at<std::uint64_t>(bytes, kChecked) != checksum(bytes.substr(0, kChecked))) {
     throw data_error(name + ": damaged state file: the header's checksum is wrong");
   }
+  const auto version = number_at<std::uint32_t>(bytes, 8);
   if (version < 1 || version > kVersion) {
     throw data_error(name + ": state file of format version " + std::to_string(version) +
                      "; this program reads versions 1 and 2");
   }
-  const auto artifact = number_at<std::uint64_t>(bytes, 24);
-  const auto cache = number_at<std::uint64_t>(bytes, 40);
-  if (artifact >= kLargestPart || cache >= kLargestPart) {
-    throw data_error(name + ": damaged state file: the header announces " +
-                     std::to_string(artifact) + " + " + std::to_string(cache) +
-                     " bytes, more than any state has");
+  return version;
+}
+
+ToolKind tool_in(std::string_view bytes, const std::string& name) {
+  const auto tool = number_at<std::uint32_t>(bytes, 12);
+  if (tool < 1 || tool > 3) {
+    throw data_error(name + ": state file of an unknown tool (" + std::to_string(tool) + ")");
   }
+  return static_cast<ToolKind>(tool);
 }
 
 NominalSize size_in(std::string_view bytes, ToolKind tool, const std::string& name) {
@@ -87,8 +103,42 @@ NominalSize size_in(std::string_view bytes, ToolKind tool, const std::string& na
   const auto fits = [](float value) { return value >= 0 && value <= kLargestSize; };
   const bool valid = tool == ToolKind::kOcr ? fits(size.width) && fits(size.height)
                                             : size.width == 0 && size.height == 0;
-  if (!valid) throw data_error(name + ": damaged state file: the character size is invalid");
-  return size;
+  if (valid) return size;
+  throw data_error(name + ": damaged state file: the character size of " + fixed(size.width, 1) +
+                   " x " + fixed(size.height, 1) + " is invalid");
+}
+
+Header read_header(std::string_view bytes, const std::string& name) {
+  Header header{};
+  header.version = checked_version(bytes, name);
+  header.artifact_bytes = number_at<std::uint64_t>(bytes, 24);
+  header.artifact_sum = number_at<std::uint64_t>(bytes, 32);
+  header.cache_bytes = number_at<std::uint64_t>(bytes, 40);
+  header.cache_sum = number_at<std::uint64_t>(bytes, 48);
+  if (header.artifact_bytes >= kLargestPart || header.cache_bytes >= kLargestPart) {
+    throw data_error(name + ": damaged state file: the header announces " +
+                     std::to_string(header.artifact_bytes) + " + " +
+                     std::to_string(header.cache_bytes) + " bytes, more than any state has");
+  }
+  header.tool = tool_in(bytes, name);
+  header.size = size_in(bytes, header.tool, name);
+  return header;
+}
+
+void check_length(const Header& header, std::uint64_t rest, const std::string& name) {
+  const bool fits =
+      header.is_described() ? rest >= header.part_bytes() + kTail : rest == header.part_bytes();
+  if (fits) return;
+  throw data_error(
+      name + ": damaged state file: " + std::to_string(rest) +
+      " bytes follow the header, which announces " + std::to_string(header.artifact_bytes) + " + " +
+      std::to_string(header.cache_bytes) + (header.is_described() ? " and a description" : ""));
+}
+
+std::string_view checked_part(std::string_view part, std::uint64_t sum, const char* what,
+                              const std::string& name) {
+  if (checksum(part) == sum) return part;
+  throw data_error(name + ": damaged state file: the " + what + "'s checksum is wrong");
 }
 
 // The description from the end of a file.
@@ -131,35 +181,17 @@ std::size_t serialised_size(const StateFile& state) {
 }
 
 StateFile parse_state(std::string_view bytes, const std::string& name) {
-  check_header(bytes, name);
-  const auto tool = number_at<std::uint32_t>(bytes, 12);
-  if (tool < 1 || tool > 3) {
-    throw data_error(name + ": state file of an unknown tool (" + std::to_string(tool) + ")");
-  }
+  const Header header = read_header(bytes, name);
+  const auto rest = bytes.substr(kHeader);
+  check_length(header, rest.size(), name);
   StateFile state;
-  state.tool = static_cast<ToolKind>(tool);
-  state.size = size_in(bytes, state.tool, name);
-  const auto artifact = number_at<std::uint64_t>(bytes, 24);
-  const auto cache = number_at<std::uint64_t>(bytes, 40);
-  const bool described = number_at<std::uint32_t>(bytes, 8) > 1;
-  const std::uint64_t rest = bytes.size() - kHeader;
-  const std::uint64_t parts = artifact + cache;  // below 2^35, see check_header
-  if (described ? rest < parts + kTail : rest != parts) {
-    throw data_error(name + ": damaged state file: " + std::to_string(rest) +
-                     " bytes follow the header, which announces " + std::to_string(artifact) +
-                     " + " + std::to_string(cache) + (described ? " and a description" : ""));
-  }
-  const auto artifact_bytes = bytes.substr(kHeader, artifact);
-  const auto cache_bytes = bytes.substr(kHeader + artifact, cache);
-  if (checksum(artifact_bytes) != number_at<std::uint64_t>(bytes, 32)) {
-    throw data_error(name + ": damaged state file: the artifact's checksum is wrong");
-  }
-  if (checksum(cache_bytes) != number_at<std::uint64_t>(bytes, 48)) {
-    throw data_error(name + ": damaged state file: the train cache's checksum is wrong");
-  }
-  if (described) state.about = about_in(bytes.substr(kHeader + parts), name);
-  state.artifact = artifact_bytes;
-  state.train_cache = cache_bytes;
+  state.tool = header.tool;
+  state.size = header.size;
+  const auto artifact = rest.substr(0, header.artifact_bytes);
+  const auto cache = rest.substr(header.artifact_bytes, header.cache_bytes);
+  state.artifact = checked_part(artifact, header.artifact_sum, "artifact", name);
+  state.train_cache = checked_part(cache, header.cache_sum, "train cache", name);
+  if (header.is_described()) state.about = about_in(rest.substr(header.part_bytes()), name);
   return state;
 }
 
@@ -172,11 +204,9 @@ StateFile read_state(const std::filesystem::path& path) {
   }
   InputFile file(path);
   auto bytes = file.read(kHeader);
-  check_header(bytes, utf8(path));
-  const auto artifact = number_at<std::uint64_t>(bytes, 24);
-  const auto cache = number_at<std::uint64_t>(bytes, 40);
+  const Header header = read_header(bytes, utf8(path));
   // One byte more than there may be shows that there are more.
-  bytes += file.read(artifact + cache + kTail + kLargestAbout + 1);
+  bytes += file.read(header.part_bytes() + kTail + kLargestAbout + 1);
   return parse_state(bytes, utf8(path));
 }
 

@@ -31,40 +31,42 @@ std::vector<fs::path> folders() {
 }  // namespace
 
 Library::Library(const std::optional<fs::path>& given) {
-  std::string reasons;
   if (given) {
-    if (!fs::exists(*given)) {
-      throw HostError(ExitCode::kNoLibrary, "--library " + utf8(*given) + ": no such file");
-    }
-    if (!try_load(fs::absolute(*given).u8string(), reasons)) {
-      throw HostError(ExitCode::kNoLibrary, "--library " + utf8(*given) + ": " + reasons);
-    }
-    make_factory();
-    return;
+    load(*given);
+  } else {
+    find();
   }
-  for (const auto& folder : folders()) {
-    for (const auto& name : file_names()) {
-      const auto candidate = folder / name;
-      if (fs::exists(candidate) && try_load(candidate.u8string(), reasons)) {
-        make_factory();
-        return;
-      }
-    }
-  }
-  for (const auto& name : file_names()) {
-    if (try_load(name, reasons)) {
-      make_factory();
-      return;
-    }
-  }
-  throw HostError(
-      ExitCode::kNoLibrary,
-      "cannot load the TelvarWrappers library (give its path with --library): " + reasons);
+  make_factory();
 }
 
 Library::~Library() {
   factory_.reset();
   if (handle_ != nullptr) close_library(handle_);
+}
+
+void Library::load(const fs::path& file) {
+  const auto subject = "--library " + utf8(file) + ": ";
+  if (!fs::exists(file)) throw HostError(ExitCode::kNoLibrary, subject + "no such file");
+  std::string reasons;
+  if (!try_load(fs::absolute(file).u8string(), reasons)) {
+    throw HostError(ExitCode::kNoLibrary, subject + reasons);
+  }
+}
+
+void Library::find() {
+  std::string reasons;
+  for (const auto& folder : folders()) {
+    for (const auto& name : file_names()) {
+      const auto candidate = folder / name;
+      if (fs::exists(candidate) && try_load(candidate.u8string(), reasons)) return;
+    }
+  }
+  for (const auto& name : file_names()) {
+    if (try_load(name, reasons)) return;
+  }
+  throw HostError(
+      ExitCode::kNoLibrary,
+      "cannot load the TelvarWrappers library (give its path with --library): " + reasons);
 }
 
 bool Library::try_load(const std::string& name, std::string& reasons) {

@@ -28,6 +28,8 @@ class Library {
   const std::string& origin() const { return origin_; }
 
  private:
+  void load(const std::filesystem::path& file);
+  void find();
   bool try_load(const std::string& name, std::string& reasons);
   void make_factory();
 

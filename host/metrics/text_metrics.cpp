@@ -8,14 +8,20 @@
 namespace telvar_host {
 namespace {
 
+// What the last step of an alignment takes: a true line and one that was read, or one of them.
+// Earlier kinds are preferred.
+enum class Step { kPair, kTruthAlone, kReadAlone, kNone };
+
+// The best alignment of the first lines of both sides.
 struct Cell {
-  std::size_t cost = 0;
-  std::size_t exact = 0;
-  int step = 0;  // 0 pair, 1 truth alone, 2 read alone
+  std::size_t cost = 0;   // characters wrong, missing or too many
+  std::size_t exact = 0;  // pairs without an error
+  Step step = Step::kPair;
 };
 
 bool better(const Cell& a, const Cell& b) {
-  // Fewer errors, then more exact pairs, then the earlier kind of step.
+  // The one with fewer errors; of equals, that with more exact pairs, then the earlier kind of
+  // step.
   return std::make_tuple(a.cost, -static_cast<long>(a.exact), a.step) <
          std::make_tuple(b.cost, -static_cast<long>(b.exact), b.step);
 }
@@ -36,22 +42,22 @@ Table fill(const std::vector<std::u32string>& truth, const std::vector<std::u32s
   for (std::size_t i = 0; i <= truth.size(); ++i) {
     for (std::size_t j = 0; j <= read.size(); ++j) {
       if (i == 0 && j == 0) continue;
-      Cell best{static_cast<std::size_t>(-1), 0, 3};
+      Cell best{static_cast<std::size_t>(-1), 0, Step::kNone};
       const auto offer = [&](const Cell& candidate) {
         if (better(candidate, best)) best = candidate;
       };
       if (i > 0 && j > 0) {
         const auto& before = table[i - 1][j - 1];
         const auto distance = edit_distance(truth[i - 1], read[j - 1]);
-        offer({before.cost + distance, before.exact + (distance == 0 ? 1 : 0), 0});
+        offer({before.cost + distance, before.exact + (distance == 0 ? 1 : 0), Step::kPair});
       }
       if (i > 0) {
         const auto& before = table[i - 1][j];
-        offer({before.cost + truth[i - 1].size(), before.exact, 1});
+        offer({before.cost + truth[i - 1].size(), before.exact, Step::kTruthAlone});
       }
       if (j > 0) {
         const auto& before = table[i][j - 1];
-        offer({before.cost + stray_cost(j - 1), before.exact, 2});
+        offer({before.cost + stray_cost(j - 1), before.exact, Step::kReadAlone});
       }
       table[i][j] = best;
     }
@@ -126,13 +132,13 @@ std::vector<LinePair> align_lines(const std::vector<std::string>& truth,
   const auto table = fill(true_letters, read_letters, strays_are_free);
   std::vector<LinePair> pairs;
   for (std::size_t i = truth.size(), j = read.size(); i > 0 || j > 0;) {
-    const int step = table[i][j].step;
+    const Step step = table[i][j].step;
     LinePair pair;
-    if (step != 2) pair.truth = --i;
-    if (step != 1) pair.read = --j;
-    pair.cost = step == 0   ? edit_distance(true_letters[i], read_letters[j])
-                : step == 1 ? true_letters[i].size()
-                            : read_letters[j].size();
+    if (step != Step::kReadAlone) pair.truth = --i;
+    if (step != Step::kTruthAlone) pair.read = --j;
+    pair.cost = step == Step::kPair         ? edit_distance(true_letters[i], read_letters[j])
+                : step == Step::kTruthAlone ? true_letters[i].size()
+                                            : read_letters[j].size();
     pairs.push_back(pair);
   }
   std::reverse(pairs.begin(), pairs.end());

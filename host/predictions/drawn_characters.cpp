@@ -22,10 +22,15 @@ constexpr bool kDrawsAnyScript = false;
 #endif
 
 constexpr int kPerLine = 8;
-constexpr int kMostLines = 6;  // of an image
-constexpr int kPaper = 200, kInk = 50;
+constexpr int kMostLines = 6;           // of an image
+constexpr int kPaper = 200, kInk = 50;  // gray values
 
-// Characters of one font, as high as it draws them.
+// A letter may be wider than the nominal character: the width it is given room for, at least, as a
+// share of the height; the distance of characters, as a multiple of that; the distance of lines, as
+// a multiple of the height. Characters must not touch, so that each stands in a place of its own.
+constexpr float kWidest = 0.7f, kSpacing = 1.35f, kLineSpacing = 2.0f;
+
+// Characters of one font, scaled so that its capital letters have the nominal height.
 class Glyphs {
  public:
   Glyphs(const char* font, const NominalSize& size) : font_(font) {
@@ -33,7 +38,8 @@ class Glyphs {
     scale_ = size.height / std::max(1, capital.height);
   }
 
-  // Of the size of its ink; `below` is where that ends under the line's top. Empty without ink.
+  // The character, cut to its ink; empty without any. `below` becomes the distance from the line's
+  // top to the end of the ink.
   cv::Mat draw(const std::string& character, double& below) const {
     const cv::Mat drawn = drawn_text(character, font_);
     const cv::Rect ink = cv::boundingRect(drawn);
@@ -51,17 +57,18 @@ class Glyphs {
   double scale_ = 1;
 };
 
-// One image in one font.
+// One image of characters in one font.
 class Page {
  public:
   Page(const char* font, const NominalSize& size, int lines)
       : glyphs_(font, size),
-        step_(std::max(size.width, size.height * 0.7f) * 1.35f),
-        line_(size.height * 2.0f),
+        step_(std::max(size.width, size.height * kWidest) * kSpacing),
+        line_(size.height * kLineSpacing),
         paper_(cvRound(line_ * (lines + 1)), cvRound(step_ * (kPerLine + 1)), CV_8U,
                cv::Scalar(kPaper)) {}
 
-  // In the cell `column` of the line `row`.
+  // Draws a character in cell `column` of line `row`; leaves it out where it has no ink or does not
+  // fit on the page.
   void add(const std::string& character, int row, int column) {
     double below = 0;
     const cv::Mat ink = glyphs_.draw(character, below);
@@ -77,7 +84,8 @@ class Page {
     characters_.push_back({left + (ink.cols - 1) / 2.0, top + (ink.rows - 1) / 2.0, character});
   }
 
-  // What no camera would miss.
+  // The page as a camera would see it: a little blurred and noisy, by amounts that no camera's
+  // image goes below.
   cv::Mat image(cv::RNG& random) const {
     cv::Mat noise(paper_.size(), CV_16S), image;
     random.fill(noise, cv::RNG::NORMAL, 0, 4);

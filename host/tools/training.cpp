@@ -60,12 +60,13 @@ TrainingRun train_segmenter(Session& session, const std::filesystem::path& sourc
 }
 
 NominalSize training_size(const std::optional<NominalSize>& given, const OcrData& data,
-                          const StateFile& from) {
+                          const std::filesystem::path& source, const StateFile& from) {
   if (given) return *given;
   if (data.size.is_set()) return data.size;
   if (from.size.is_set()) return from.size;
   if (const auto size = median_box(data); size.is_set()) return size;
-  throw usage_error("the labels name no character size and hold no boxes; give --size WxH");
+  throw usage_error(utf8(source) +
+                    ": the labels name no character size and hold no boxes; give --size WxH");
 }
 
 // Such an image would teach that there is nothing to read in it.
@@ -84,7 +85,7 @@ TrainingRun train_reader(Session& session, const std::filesystem::path& source,
   auto data = read_ocr_data(source, Purpose::kTrain, problems);
   require_places(data, problems);
   problems.throw_if_any();
-  const auto size = training_size(settings.size, data, from);
+  const auto size = training_size(settings.size, data, source, from);
   auto run = timed<ReaderTool>(session, from, data, settings.skip_bad,
                                [&](ReaderTool& tool, const StopRequest& stop) {
                                  return tool.train(data, size, session.progress, stop);

@@ -102,7 +102,7 @@ def _parse_header(
     if tool not in _TOOLS:
         raise StateError(f"{path}: state file of an unknown tool ({tool})")
     if not _is_size(_TOOLS[tool], width, height):
-        raise StateError(f"{path}: damaged state file: the character size is invalid")
+        raise StateError(f"{path}: damaged state file: the character size of {width} x {height} is invalid")
     size = (width, height) if width > 0 and height > 0 else None
     return version, _TOOLS[tool], size, (artifact, cache), (artifact_sum, cache_sum)
 

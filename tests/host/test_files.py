@@ -34,7 +34,7 @@ class StateFiles(HostTest):
                               ("the description has", whole[:-1]), ("the description has", whole + b"x"),
                               ("the description's checksum", flipped(about + 20)),
                               ("more than any state has", sealed(24, struct.pack("<Q", 1 << 60))),
-                              ("character size is invalid", sealed(16, struct.pack("<f", 1e30))),
+                              ("the character size of -1.0 x", sealed(16, struct.pack("<f", -1))),
                               ("reads versions 1 and 2", sealed(8, struct.pack("<I", 3))),
                               ("artifact's checksum", flipped(64)),
                               ("train cache's checksum", flipped(64 + artifact))]:
@@ -293,7 +293,8 @@ class Environment(HostTest):
         self.assertEqual(done.returncode, 0)
         self.assertIn("\r", shown.replace("\r\n", ""))
         self.assertRegex(shown, "[0-6] of 6 images|checking  0:00")
-        self.assertNotIn("\r", self.run_host("check", "--tool", "classifier", "--data", data).err)
+        plain = self.run_host("check", "--tool", "classifier", "--data", data).err
+        self.assertRegex(plain, r"\Achecking: 6 images\nchecking: \d+\.\d s\n\Z")
 
     def test_streams(self):
         data = self.brightness_set()
