@@ -20,8 +20,10 @@ find "$build" -name '*.gcda' -delete
 "$build/bin/wrapper_unit_tests" --gtest_brief=1
 "$build/bin/wrapper_contract_tests" --gtest_brief=1
 
-# gcovr leaves its scratch files in the working folder if it is interrupted.
-cd "$build"
+# If gcovr is interrupted, it leaves its scratch files there.
+trap 'rm -f "$root"/*.gcov' EXIT
+trap 'exit 130' INT TERM
+cd "$root"
 gcovr --root "$root" "$build" --exclude-throw-branches --exclude-unreachable-branches \
   --filter "$root/bridge/" --filter "$root/ocr/" --filter "$root/classifier/" \
   --filter "$root/segmenter/" --filter "$root/factory/" --json "$build/coverage.json"
