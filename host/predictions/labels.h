@@ -27,7 +27,7 @@ struct LabelSettings {
 };
 
 // The places of the images whose certainty is below `limit` (all without one), the lowest first.
-// Those without a prediction are left out.
+// Images without a prediction are left out.
 std::vector<std::size_t> least_certain(const std::vector<PredictedImage>& images,
                                        const std::optional<double>& limit);
 

@@ -10,7 +10,7 @@
 
 namespace telvar_host {
 
-// Of the three results only the tool's own is filled.
+// Only the tool's own of the three results is filled.
 struct Prediction {
   ToolKind tool = ToolKind::kClassifier;
   Scores scores;

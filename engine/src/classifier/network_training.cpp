@@ -23,7 +23,7 @@ constexpr Regime kLargeSets{32, 8e-3, 0.25f};
 
 // A chunk for each of two threads; the result depends on their number, so it is fixed.
 constexpr int kChunks = 2;
-// What the labels give to all categories alike: labels by hand are not always right.
+// The share of each label that goes to all categories alike: labels by hand are not always right.
 constexpr double kSmoothing = 0.05;
 // Fine-tuning takes this share of the steps, and of the peak rate, of a training from nothing: what
 // was learned is to be moved, not replaced.

@@ -46,7 +46,7 @@ struct Spread {
   float mean, deviation;
 };
 
-/// Of at least one value.
+/// Requires at least one value.
 Spread spread_of(const std::vector<float>& values) {
   double sum = 0, squares = 0;
   for (const float value : values) sum += value;

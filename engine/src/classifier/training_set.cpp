@@ -17,7 +17,7 @@ namespace {
 
 // Networks of a small set: a quarter of it is held out of each.
 constexpr int kFolds = 4;
-// Of a large set one sample in so many is held out: some 300 at least, enough to calibrate by.
+// One sample in so many of a large set is held out: some 300 at least, enough to calibrate by.
 constexpr int kOneInHeldOut = 20;
 constexpr int kNoFold = -1;
 

@@ -13,9 +13,10 @@
 namespace telvar::classifier {
 namespace {
 
-/// Of a block of unit length: no single edge may outweigh the shape (Dalal and Triggs, 2005).
+/// The largest value of a block of unit length, so that no single edge outweighs the shape (Dalal
+/// and Triggs, 2005).
 constexpr float kClip = 0.2f;
-/// Values of a block: the histograms of 2 x 2 cells.
+/// The number of values of a block, which has the histograms of 2 x 2 cells.
 constexpr int kBlock = 4 * kOrientations;
 constexpr float kPi = 3.14159265f;
 constexpr float kStrengthsToWhite = 12;  // bins of strength from 0 to a difference of 1

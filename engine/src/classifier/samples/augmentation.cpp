@@ -8,8 +8,8 @@
 namespace telvar::classifier {
 namespace {
 
-/// How far a sample is changed at most, at strength 1. Each is drawn evenly up to its limit: two of
-/// 28 pixels, seven degrees, a tenth of the size, a sixth of the light.
+/// How far a sample is changed at most, at strength 1; each change is drawn evenly up to its limit.
+/// The limits are two of 28 pixels, seven degrees, a tenth of the size and a sixth of the light.
 constexpr float kMaxShift = 0.07f;  // of the canvas' side
 constexpr float kMaxTurn = 0.12f;   // radians
 constexpr float kHalfTurn = 3.14159265f;

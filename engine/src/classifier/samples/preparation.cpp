@@ -19,7 +19,8 @@ constexpr double kStretchTolerance = 0.15;
 // Natural logarithm of the aspect ratio. A median extent this near to a square gets a square
 // canvas, on which quarter turns are possible.
 constexpr double kNearlySquare = 0.12;
-// Of white. Blank training images must not make amplified noise of all others.
+// As a share of white. Training images that are all but blank must not make the network see the
+// amplified noise of all others.
 constexpr float kSmallestDeviation = 0.02f;
 
 double median(std::vector<double> values) {
