@@ -1,10 +1,10 @@
 #pragma once
 
-#include <mutex>
+#include <optional>
 #include <utility>
-#include <vector>
 
 #include "nn/buffer.h"
+#include "nn/spares.h"
 
 namespace telvar::nn {
 
@@ -12,25 +12,14 @@ namespace telvar::nn {
 class SpareMemory {
  public:
   Buffer take(std::size_t bytes) {
-    {
-      const std::lock_guard lock(mutex_);
-      if (!spare_.empty()) {
-        Buffer buffer = std::move(spare_.back());
-        spare_.pop_back();
-        if (buffer.bytes() >= bytes) return buffer;
-      }
-    }
-    return Buffer(bytes);
+    std::optional<Buffer> spare = spares_.take();
+    return spare && spare->bytes() >= bytes ? std::move(*spare) : Buffer(bytes);
   }
 
-  void give(Buffer buffer) {
-    const std::lock_guard lock(mutex_);
-    spare_.push_back(std::move(buffer));
-  }
+  void give(Buffer buffer) { spares_.give(std::move(buffer)); }
 
  private:
-  std::mutex mutex_;
-  std::vector<Buffer> spare_;
+  Spares<Buffer> spares_;
 };
 
 }  // namespace telvar::nn

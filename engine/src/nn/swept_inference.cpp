@@ -12,7 +12,7 @@ namespace {
 
 /// Rows of the input that are computed at once. Fewer mean more calls of the kernels, more are
 /// wasted below an image's last row.
-constexpr int kBlockRows = 16;
+constexpr int kBlockRows = 12;
 /// Widths are rounded up to multiples of this.
 constexpr int kWidthStep = 16;
 /// Kernels are kept for so many widths.

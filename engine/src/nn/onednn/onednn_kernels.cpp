@@ -12,6 +12,7 @@
 #include "nn/buffer.h"
 #include "nn/kernels.h"
 #include "nn/onednn/code_memory.h"
+#include "nn/spares.h"
 #include "telvar/exceptions.h"
 
 namespace telvar::nn {
@@ -139,12 +140,14 @@ class OneDnnConvolution final : public Convolution {
   void forward(const void* input, const void* packed, const float* bias, const void* residual,
                void* output, void* scratch) const override {
     constexpr int kResidual = DNNL_ARG_ATTR_MULTIPLE_POST_OP(0) | DNNL_ARG_SRC_1;
-    run(forward_, {{DNNL_ARG_SRC, layout_.input, input},
-                   {DNNL_ARG_WEIGHTS, forward_desc_.weights_desc(), packed},
-                   {DNNL_ARG_DST, forward_desc_.dst_desc(), output},
-                   {DNNL_ARG_SCRATCHPAD, forward_desc_.scratchpad_desc(), scratch},
-                   {DNNL_ARG_BIAS, forward_desc_.bias_desc(), epilogue_.bias ? bias : nullptr},
-                   {kResidual, layout_.output, epilogue_.residual ? residual : nullptr}});
+    run(forward_,
+        {{DNNL_ARG_SRC, layout_.input, input},
+         {DNNL_ARG_WEIGHTS, forward_desc_.weights_desc(), packed},
+         {DNNL_ARG_DST, forward_desc_.dst_desc(), output},
+         {DNNL_ARG_BIAS, forward_desc_.bias_desc(), epilogue_.bias ? bias : nullptr},
+         {kResidual, layout_.output, epilogue_.residual ? residual : nullptr},
+         {DNNL_ARG_SCRATCHPAD, forward_desc_.scratchpad_desc(), scratch}},
+        forward_calls_);
   }
 
   void input_gradient(const void* output_gradient, const void* packed, void* gradient,
@@ -178,6 +181,8 @@ class OneDnnConvolution final : public Convolution {
     memory::desc layout;
     const void* values;
   };
+  using Arguments = std::initializer_list<Argument>;
+  static constexpr std::size_t kMostArguments = 6;
 
   struct Gradients {
     InputGradient::primitive_desc input_desc;
@@ -252,27 +257,68 @@ class OneDnnConvolution final : public Convolution {
     scratch_bytes_ = std::max(scratch_bytes_, beside + aligned(scratch.get_size()));
   }
 
-  void run(const dnnl::primitive& primitive, std::initializer_list<Argument> arguments) const {
-    try {
-      std::array<memory, kMostArguments> tensors;
-      std::array<dnnl_exec_arg_t, kMostArguments> roles;
-      int count = 0;
-      for (const Argument& one : arguments) {
-        if (one.values == nullptr) continue;
-        tensors[count] = memory(one.layout, engine_, const_cast<void*>(one.values));
-        roles[count] = {one.role, tensors[count].get()};
-        ++count;
+  /// A primitive's tensors as oneDNN wants them described.
+  struct Call {
+    explicit Call(const dnnl::engine& engine) : stream(engine) {}
+    dnnl::stream stream;
+    std::array<memory, kMostArguments> tensors;
+    std::array<dnnl_exec_arg_t, kMostArguments> roles{};
+    int count = 0;
+  };
+
+  Call call_of(Arguments arguments) const {
+    Call call(engine_);
+    for (const Argument& one : arguments) {
+      if (one.values == nullptr) continue;
+      memory& tensor = call.tensors[call.count];
+      tensor = memory(one.layout, engine_, const_cast<void*>(one.values));
+      call.roles[call.count++] = {one.role, tensor.get()};
+    }
+    return call;
+  }
+
+  /// The same tensors elsewhere in memory.
+  static void move(Call& call, Arguments arguments) {
+    int index = 0;
+    for (const Argument& one : arguments) {
+      if (one.values == nullptr) continue;
+      memory& tensor = call.tensors[index++];
+      // Where a layout has gaps, oneDNN fills them with zeros whenever it is told.
+      if (tensor.get_data_handle() != one.values) {
+        tensor.set_data_handle(const_cast<void*>(one.values));
       }
-      const dnnl::stream stream(engine_);
-      dnnl::error::wrap_c_api(
-          dnnl_primitive_execute(primitive.get(), stream.get(), count, roles.data()),
-          "dnnl_primitive_execute");
+    }
+  }
+
+  static void execute(const dnnl::primitive& primitive, const Call& call) {
+    dnnl::error::wrap_c_api(
+        dnnl_primitive_execute(primitive.get(), call.stream.get(), call.count, call.roles.data()),
+        "dnnl_primitive_execute");
+  }
+
+  void run(const dnnl::primitive& primitive, Arguments arguments) const {
+    try {
+      execute(primitive, call_of(arguments));
     } catch (const dnnl::error& error) {
       rethrow(error, "running a convolution");
     }
   }
 
-  static constexpr std::size_t kMostArguments = 6;
+  /// Describing tensors costs as much as a kernel on a few rows.
+  void run(const dnnl::primitive& primitive, Arguments arguments, Spares<Call>& spares) const {
+    try {
+      std::optional<Call> call = spares.take();
+      if (call) {
+        move(*call, arguments);
+      } else {
+        call = call_of(arguments);
+      }
+      execute(primitive, *call);
+      spares.give(std::move(*call));
+    } catch (const dnnl::error& error) {
+      rethrow(error, "running a convolution");
+    }
+  }
 
   const dnnl::engine& engine_;
   Layout layout_;
@@ -283,6 +329,7 @@ class OneDnnConvolution final : public Convolution {
   dnnl::reorder::primitive_desc pack_desc_;
   dnnl::reorder pack_;
   std::optional<Gradients> gradients_;
+  mutable Spares<Call> forward_calls_;
 };
 
 /// oneDNN 2.6 reads beyond the last channel in the gradient of a bfloat16 1 x 1 convolution with an
