@@ -125,7 +125,7 @@ std::string isolated(const std::string& text) {
   return utf8_of(U'\u2068') + text + utf8_of(U'\u2069');
 }
 
-std::size_t display_width(std::string_view utf8) {
+std::size_t code_point_count(std::string_view utf8) {
   return code_points(utf8).size();
 }
 
@@ -135,7 +135,7 @@ std::string padded(std::string_view text, std::size_t width) {
     const auto byte = static_cast<unsigned char>(c);
     out += byte < 0x20 || byte == 0x7F ? "\xEF\xBF\xBD" : std::string(1, c);
   }
-  const auto used = display_width(out);
+  const auto used = code_point_count(out);
   return used < width ? out.append(width - used, ' ') : out;
 }
 

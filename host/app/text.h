@@ -34,10 +34,11 @@ std::string utf8_of(char32_t point);
 std::string isolated(const std::string& text);
 // Whether a code point is one of those marks.
 bool is_isolate(char32_t point);
-// The number of UTF-8 code points, for column widths.
-std::size_t display_width(std::string_view utf8);
+// The number of code points of UTF-8 text.
+std::size_t code_point_count(std::string_view utf8);
 // `text` with spaces up to `width` code points, for a column of a table: longer text stays whole,
-// control characters (a line end in a name) become U+FFFD.
+// control characters (a line end in a name) become U+FFFD. A wide character, which takes two
+// columns of a terminal, counts once, so that its row stands out.
 std::string padded(std::string_view text, std::size_t width);
 
 std::string html_escaped(std::string_view text);
