@@ -84,7 +84,7 @@ TEST(Novelty, OfVersion2MakesScoresNearlyEqual) {
 }
 
 TEST(Novelty, IsNotMeasuredOnTooFewRecognisedSamples) {
-  const Recognised few(98);
+  const Recognised few(48);
   EXPECT_FALSE(measure_novelty(few.scores, few.kernel, few.labels));
   const Recognised many(120);
   std::vector<int> wrong = many.labels;
