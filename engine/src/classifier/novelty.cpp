@@ -6,16 +6,17 @@
 namespace telvar::classifier {
 namespace {
 
-// Fewer cannot say what three in a hundred are. Of 80 textures, twenty a class, half as many foreign
-// ones were left, and calibration was as before.
+// Fewer cannot say what three in a hundred are. Of 80 textures, twenty a class, half as many
+// foreign ones were left, and calibration was as before.
 constexpr std::size_t kFewestRecognised = 50;
-// Shares of the recognised held-out samples that are less novel, and the share of them whose best
-// score is above the ceiling. Of the values tried on six trainings these lowered most foreign
-// samples for a third of a point of calibration (docs/classifier.md).
-constexpr double kUsual = 0.90, kRare = 0.97, kAboveCeiling = 0.98;
-constexpr float kFlattest = 0.95f;    // below 1, so that the best category stays the best
-constexpr float kLeastScale = 1e-3f;  // of a standard deviation
-constexpr float kLeastSpan = 0.05f;   // of novelty, from flat to flattest
+// Shares of the recognised held-out samples that are less novel.
+constexpr double kUsual = 0.95, kRare = 0.99;
+// More would lower no more foreign samples, but cost known ones another point of calibration; less,
+// down to a low held-out score, would do only where fresh images score like held-out ones.
+constexpr float kFlattest = 0.5f;
+constexpr float kFlattestBefore3 = 0.95f;  // version of the payload
+constexpr float kLeastScale = 1e-3f;       // of a standard deviation
+constexpr float kLeastSpan = 0.05f;        // of novelty, from flat to flattest
 
 int best_of(const Matrix& scores, int row) {
   const float* values = scores.row(row);
@@ -83,13 +84,6 @@ float quantile(std::vector<float> values, double share) {
   return values[static_cast<std::size_t>(share * static_cast<double>(values.size() - 1))];
 }
 
-/// How much of equal scores the most novel sample gets.
-float most_mixed(const Novelty& novelty, float best, float equal) {
-  if (!novelty.ceiling) return kFlattest;
-  if (best <= *novelty.ceiling) return 0;
-  return std::min(kFlattest, (best - *novelty.ceiling) / std::max(best - equal, kLeastScale));
-}
-
 void check(const Novelty& novelty) {
   for (const float scale :
        {novelty.residual_scale, novelty.distance_scale, novelty.covariance_scale}) {
@@ -98,8 +92,8 @@ void check(const Novelty& novelty) {
   if (!(novelty.flattest_from > novelty.flat_from)) {
     throw core::malformed_bytes("novelty: scores are flattest before they are flat");
   }
-  if (novelty.ceiling && !(*novelty.ceiling >= 0 && *novelty.ceiling <= 1)) {
-    throw core::malformed_bytes("novelty: the ceiling is no score");
+  if (!(novelty.flattest >= 0 && novelty.flattest < 1)) {
+    throw core::malformed_bytes("novelty: the flattest scores are all alike, or none is flat");
   }
 }
 
@@ -108,13 +102,12 @@ void check(const Novelty& novelty) {
 std::optional<Novelty> measure_novelty(const Matrix& scores, const KernelAnswer& kernel,
                                        const std::vector<int>& labels) {
   Recognised known;
-  std::vector<float> residuals, best_scores, all;
+  std::vector<float> residuals, all;
   for (int i = 0; i < scores.rows(); ++i) {
     if (best_of(scores, i) != labels[i]) continue;
     known.rows.push_back(i);
     known.answers.push_back(labels[i]);
     residuals.push_back(residual(kernel.scores, i, labels[i]));
-    best_scores.push_back(scores.at(i, labels[i]));
   }
   if (known.rows.size() < kFewestRecognised) return std::nullopt;
   Novelty usual;
@@ -131,7 +124,7 @@ std::optional<Novelty> measure_novelty(const Matrix& scores, const KernelAnswer&
   }
   usual.flat_from = quantile(all, kUsual);
   usual.flattest_from = quantile(all, kRare) + kLeastSpan;
-  usual.ceiling = quantile(best_scores, 1 - kAboveCeiling);
+  usual.flattest = kFlattest;
   return usual;
 }
 
@@ -144,7 +137,7 @@ void flatten(const Novelty& novelty, const KernelAnswer& kernel, Matrix& scores)
     // Coefficients of an artifact are finite; what they add up to may not be, and is novel then.
     const float share =
         value < novelty.flattest_from ? std::max(0.0f, (value - novelty.flat_from) / span) : 1.0f;
-    const float mixed = share * most_mixed(novelty, scores.at(i, answer), equal);
+    const float mixed = share * novelty.flattest;
     for (int c = 0; c < scores.columns(); ++c) {
       scores.at(i, c) = (1 - mixed) * scores.at(i, c) + mixed * equal;
     }
@@ -161,7 +154,7 @@ void write_novelty(core::ByteWriter& writer, const std::optional<Novelty>& novel
   }
   writer.floats(novelty->usual_covariances.data(), novelty->usual_covariances.size());
   writer.f32(novelty->covariance_scale);
-  writer.f32(novelty->ceiling.value_or(1));
+  writer.f32(novelty->flattest);
 }
 
 std::optional<Novelty> read_novelty(core::ByteReader& reader, int categories,
@@ -170,6 +163,7 @@ std::optional<Novelty> read_novelty(core::ByteReader& reader, int categories,
   if (measured > 1) throw core::malformed_bytes("novelty: neither there nor absent");
   if (measured == 0) return std::nullopt;
   Novelty novelty;
+  novelty.flattest = kFlattestBefore3;
   novelty.usual_distances = reader.floats("usual distances", categories);
   novelty.usual_residual = reader.f32("usual residual");
   novelty.residual_scale = reader.f32("scale of residuals");
@@ -179,7 +173,7 @@ std::optional<Novelty> read_novelty(core::ByteReader& reader, int categories,
   if (version >= 3) {
     novelty.usual_covariances = reader.floats("usual covariance distances", categories);
     novelty.covariance_scale = reader.f32("scale of covariance distances");
-    novelty.ceiling = reader.f32("ceiling");
+    novelty.flattest = reader.f32("flattest scores");
   }
   check(novelty);
   return novelty;
