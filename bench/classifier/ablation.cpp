@@ -176,18 +176,21 @@ void network_row(const char* part, const Experiment& experiment, const engine::S
 void kernel_rows(const Experiment& experiment,
                  const std::vector<engine::DihedralTransform>& transforms,
                  telvar::core::TrainingPool& pool) {
-  const std::set<int> every = {0, 1, 2, 3, 4};
+  const std::set<int> every = {0, 1, 2, 3, 4, 5};
   const bool colour = experiment.canvas.channels > 1;
   kernel_row("kernel machine: shapes", experiment, {0, 1}, transforms, pool);
   kernel_row("kernel machine: pixels", experiment, {2}, transforms, pool);
   kernel_row("kernel machine: texture", experiment, {3}, transforms, pool);
   if (colour) kernel_row("kernel machine: colour", experiment, {4}, transforms, pool);
+  kernel_row("kernel machine: covariance", experiment, {5}, transforms, pool);
   kernel_row("kernel machine: all groups", experiment, every, transforms, pool);
-  kernel_row("kernel machine: no coarse shape", experiment, {1, 2, 3, 4}, transforms, pool);
-  kernel_row("kernel machine: no fine shape", experiment, {0, 2, 3, 4}, transforms, pool);
-  kernel_row("kernel machine: no pixels", experiment, {0, 1, 3, 4}, transforms, pool);
-  kernel_row("kernel machine: no texture", experiment, {0, 1, 2, 4}, transforms, pool);
-  if (colour) kernel_row("kernel machine: no colour", experiment, {0, 1, 2, 3}, transforms, pool);
+  kernel_row("kernel machine: no coarse shape", experiment, {1, 2, 3, 4, 5}, transforms, pool);
+  kernel_row("kernel machine: no fine shape", experiment, {0, 2, 3, 4, 5}, transforms, pool);
+  kernel_row("kernel machine: no pixels", experiment, {0, 1, 3, 4, 5}, transforms, pool);
+  kernel_row("kernel machine: no texture", experiment, {0, 1, 2, 4, 5}, transforms, pool);
+  if (colour)
+    kernel_row("kernel machine: no colour", experiment, {0, 1, 2, 3, 5}, transforms, pool);
+  kernel_row("kernel machine: no covariance", experiment, {0, 1, 2, 3, 4}, transforms, pool);
   if (transforms.size() > 1) {
     kernel_row("kernel machine: all groups, as they lie", experiment, every,
                engine::transforms_of({}), pool);
