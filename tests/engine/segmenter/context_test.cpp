@@ -92,6 +92,23 @@ TEST(Context, AGrownNetworkAnswersAsBeforeWherePlanesComeBetween) {
   }
 }
 
+TEST(Context, NetworksEndWithWhatTheyWereKeptFrom) {
+  const auto weights = [](const nn::Network& net) {
+    return net.parameter("stem.convolution.weight").values;
+  };
+  ContextData data;
+  data.overviews = {{make_tile(core::Raster(32, 32, 1), 1, {core::Mask(32, 32)}, 1), 0}};
+  data.fresh = data.categories = 1;
+  ContextModel model;
+  model.nets = {make_initial_net(data.spec.planes() + kPositionPlanes, 1, 1)};
+  const auto initial = weights(model.nets[0]);
+  core::TrainingPool pool(1);
+  train_context(data, {2, 1e-2}, 1, 0, model, pool);
+  EXPECT_EQ(weights(model.nets[0]), initial);
+  finish_context(data, {2, 1e-2}, 1, model, pool);
+  EXPECT_NE(weights(model.nets[0]), initial);
+}
+
 TrainingTile blank_tile(int width, int height) {
   return make_tile(core::Raster(width, height, 1), 1, {}, 0b11);
 }
