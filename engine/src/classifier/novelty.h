@@ -22,7 +22,6 @@ struct Novelty {
   float usual_residual = 0;              // mean
   float residual_scale = 1, distance_scale = 1, covariance_scale = 1;  // deviations, above 0
   float flat_from = 0, flattest_from = 1;  // novelty; the latter is higher
-  float flattest = 0;  // the share of equal scores in those of the most novel samples, below 1
 };
 
 /// From the held-out scores of samples (stacked) and the kernel machine's held-out answer. Nothing
