@@ -30,6 +30,9 @@ struct Recognised {
   std::vector<int> labels;
 };
 
+/// What 0.9 of two scores becomes when they are mixed with 95 % of equal ones.
+constexpr float kFlattestOfBest = 0.5f + 0.05f * 0.4f;
+
 /// The best score of a sample that is answered with `category`.
 float best_after(const Novelty& novelty, int category, float kernel_score, float distance,
                  float covariance_distance) {
@@ -52,10 +55,13 @@ TEST(Novelty, FlattensScoresOfSamplesUnlikeThoseOfTheAnsweredCategory) {
   EXPECT_FLOAT_EQ(best_after(*novelty, 0, 0.9f, 1.0f, 5.0f), 0.9f);
   EXPECT_FLOAT_EQ(best_after(*novelty, 1, 0.9f, 2.0f, 3.0f), 0.9f) << "usual for the second one";
   for (const float lowered :
-       {best_after(*novelty, 0, 0.9f, 2.0f, 5.0f), best_after(*novelty, 0, 0.4f, 1.0f, 5.0f),
-        best_after(*novelty, 0, 0.9f, 1.0f, 7.0f)}) {
-    EXPECT_NEAR(lowered, 0.5f + 0.05f * 0.4f, 1e-3f) << "far, or near but fitting nothing";
+       {best_after(*novelty, 0, 0.9f, 4.0f, 5.0f), best_after(*novelty, 0, -0.5f, 1.0f, 5.0f),
+        best_after(*novelty, 0, 0.9f, 1.0f, 15.0f)}) {
+    EXPECT_NEAR(lowered, kFlattestOfBest, 1e-3f) << "far, or near but fitting nothing";
   }
+  const float between = best_after(*novelty, 0, 0.9f, 1.6f, 5.0f);
+  EXPECT_GT(between, kFlattestOfBest + 0.05f);
+  EXPECT_LT(between, 0.85f);
   Matrix scores = known.scores;
   flatten(*novelty, known.kernel, scores);
   int lowered = 0;
@@ -78,7 +84,7 @@ TEST(Novelty, OfVersion2DoesWithoutCovariances) {
   reader.finish("novelty");
   ASSERT_TRUE(read);
   EXPECT_FLOAT_EQ(best_after(*read, 0, 0.9f, 1.0f, 7.0f), 0.9f) << "covariances do not count";
-  EXPECT_NEAR(best_after(*read, 0, 0.9f, 2.0f, 5.0f), 0.5f + 0.05f * 0.4f, 1e-5);
+  EXPECT_NEAR(best_after(*read, 0, 0.9f, 4.0f, 5.0f), kFlattestOfBest, 1e-5);
 }
 
 TEST(Novelty, IsNotMeasuredOnTooFewRecognisedSamples) {

@@ -24,7 +24,8 @@ std::vector<Position> place_crop(const TrainingTile& tile, const Position& centr
 
 /// Changes contrast, brightness and gamma of all planes (side x side each, 0..1) alike, and adds
 /// noise and a wave of light, so that how bright a thing is tells less than its shape and texture;
-/// of few images more. `deviation`: of the training images' luma.
+/// of few images more, of half of the crops in colour less. `deviation`: of the training images'
+/// luma.
 void vary_light(std::vector<float>& pixels, int side, float deviation, Strength strength,
                 core::Random& random);
 
