@@ -74,6 +74,7 @@ CodeSet load_code_set(const std::string& folder, std::size_t limit) {
     }
     set.images.back().characters.push_back(c);
   }
+  if (set.images.empty()) throw std::runtime_error(folder + "/chars.tsv names no characters");
   add_patterns(folder + "/patterns.tsv", set);
   return set;
 }
