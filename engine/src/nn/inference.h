@@ -25,7 +25,8 @@ struct Answer {
 };
 
 /// Immutable to its users; any number of threads may call it at once. It keeps the kernels of the
-/// input sizes it met last, and the memory of calls that have ended for the next ones.
+/// widths of single images, and of the sizes of batches, that it met last, and the memory of calls
+/// that have ended for the next ones.
 class Inference {
  public:
   /// Copies the weights. `answer`: the layer whose result is wanted, a pointwise one or a mean;

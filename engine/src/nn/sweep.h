@@ -31,7 +31,7 @@ class Sweep {
   int kept(Node node) const { return kept_[node]; }
   /// How many zeros others read below the last row of a layer.
   int below(Node node) const { return below_[node]; }
-  /// By what an input row's number is divided in the layer that is smallest.
+  /// Input rows for each row of the smallest layer.
   int largest_stride() const { return largest_stride_; }
 
   /// How far each layer has got with one image.
