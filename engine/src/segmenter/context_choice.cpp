@@ -119,6 +119,14 @@ void teach_context(const TrainingTask& task, ContextModel& model) {
   for (std::size_t i = 0; i < model.nets.size(); ++i) teach_network(task, i, model);
 }
 
+void join_context(const TrainingTask& task, ContextModel& model) {
+  const Effort& effort = task.effort;
+  if (effort.context_joining_steps == 0) return;
+  join_context(task.set.context,
+               {effort.context_joining_steps, effort.finish_rate * effort.peak_rate},
+               kContextSeed + 2000, model, task.pool);
+}
+
 void finish_context(const TrainingTask& task, ContextModel& model) {
   const Effort& effort = task.effort;
   if (effort.context_finish_steps == 0) return;

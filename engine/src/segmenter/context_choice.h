@@ -17,8 +17,10 @@ bool may_have_context(const TrainingSet& set, double score);
 /// Teaches context networks, initial or earlier ones, on the overviews of samples not held out.
 void teach_context(const TrainingTask& task, ContextModel& model);
 
-/// Teaches them further, on the overviews of all samples. What the fine network was shown came from
-/// networks that knew half of them: what is delivered knows more.
+/// Teaches them further: first on the overviews of all samples not held out, so that these can
+/// tell how sure they then are, at last on those of all samples. What the fine network was shown
+/// came from networks that knew half of them: what is delivered knows more.
+void join_context(const TrainingTask& task, ContextModel& model);
 void finish_context(const TrainingTask& task, ContextModel& model);
 
 /// Makes the round of choice; if a context is promising, once with it and once without, from the

@@ -39,7 +39,10 @@ void assign_folds(const std::vector<bool>& teaches, int folds, std::vector<Overv
 void train_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
                    std::size_t fold, ContextModel& model, core::TrainingPool& pool);
 
-/// Trains every network of `model` further, with all overviews, at a falling rate.
+/// Trains every network of `model` further, at a falling rate, with the overviews of all folds, or
+/// with all overviews.
+void join_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
+                  ContextModel& model, core::TrainingPool& pool);
 void finish_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
                     ContextModel& model, core::TrainingPool& pool);
 

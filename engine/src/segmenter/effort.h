@@ -18,7 +18,8 @@ struct Effort {
       finish_rate;  // at its begin, share of the peak; lower where a settled network would suffer
   double peak_rate;
   int context_steps;         // of each context network, from a part of the samples
-  int context_finish_steps;  // of each, from all of them
+  int context_joining_steps;  // of each, from all of them but those held out
+  int context_finish_steps;   // of each, from all of them
 };
 
 /// Up to so many images are few: one that is held out is much of what there is to learn from.

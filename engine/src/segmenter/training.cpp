@@ -45,9 +45,11 @@ class Training {
     TrainedModel trained;
     trained.score = mean_iou(overlaps);
     monitor().measured(trained.score);
-    const auto fits = measure_logits(Predictor(networks_.fine, task_.set.input()),
-                                     unseen_of(task_.set), networks_.maps, task_.pool);
     monitor().expect(task_.effort.finish_steps + context_finish_steps());
+    join_context(task_, networks_.context);
+    const auto fits = measure_logits(
+        Predictor(networks_.fine, task_.set.input()), unseen_of(task_.set),
+        map_overviews(task_.set.context, networks_.context, task_.pool), task_.pool);
     finish(task_, networks_);
     finish_context(task_, networks_.context);
     adjust_logits(fits, networks_.fine);
@@ -65,7 +67,8 @@ class Training {
   }
 
   int context_finish_steps() const {
-    return static_cast<int>(networks_.context.nets.size()) * task_.effort.context_finish_steps;
+    return static_cast<int>(networks_.context.nets.size()) *
+           (task_.effort.context_joining_steps + task_.effort.context_finish_steps);
   }
 
   /// The steps that follow so many rounds.
