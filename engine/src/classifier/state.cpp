@@ -93,6 +93,7 @@ ClassifierState read_payload(core::ByteReader& reader, std::uint32_t version,
     state.kernel = KernelMachine::read(reader, version >= 3 ? kFeatureGroups : kEarlyGroups,
                                        static_cast<int>(landmarks), categories);
     if (version >= 2) state.novelty = read_novelty(reader, categories, version);
+    if (!state.novelty) state.kernel.leave_out_covariances();
     state.kernel.place_landmarks(
         describe_all(landmarks_of(state, landmarks), state.canvas, state.kernel.groups(), pool),
         labels_of(state, landmarks), orders_under(state.canvas, transforms_of(state.symmetry)));

@@ -52,6 +52,8 @@ class KernelMachine {
   /// The landmarks themselves are not written: they are the exemplars' features.
   void write(core::ByteWriter& writer) const;
   bool compares_covariances() const { return compares_covariances_; }
+  /// Before landmarks are placed: no answer is to tell distances by covariances.
+  void leave_out_covariances() { compares_covariances_ = false; }
 
   /// Of the first `groups` feature groups. The machine lacks its landmarks until they are placed.
   /// Throws core::malformed_bytes.
