@@ -44,6 +44,32 @@ struct Dice {
   double denominator, ratio;
 };
 
+/// The sum of the logarithms of factors from 1 to 2, taken of products: logarithms one by one cost
+/// more than the rest of the loss.
+class SumOfLogarithms {
+ public:
+  void add(double factor) {
+    product_ *= factor;
+    if (++factors_ % kMostFactors == 0) take();
+  }
+  double sum() {
+    take();
+    return sum_;
+  }
+
+ private:
+  /// 2 to this power is within the range of a double.
+  static constexpr int kMostFactors = 1000;
+
+  void take() {
+    sum_ += std::log(product_);
+    product_ = 1;
+  }
+
+  double sum_ = 0, product_ = 1;
+  int factors_ = 0;
+};
+
 double known_values(const ChunkTargets& targets) {
   const auto known = std::count(targets.known.begin(), targets.known.end(), 1);
   return static_cast<double>(known) * static_cast<double>(targets.pixels);
@@ -56,12 +82,14 @@ double segmentation_loss(const float* logits, const ChunkTargets& targets, float
   std::vector<CategorySums> sums(targets.categories);
   std::fill_n(gradient, targets.belongs.size(), 0.0f);
   double entropy = 0;
+  SumOfLogarithms tails;
   // `gradient` holds the probabilities until the sums are known.
   for_known(targets, [&](std::size_t i, std::size_t category) {
     const float z = logits[i], belongs = targets.belongs[i];
     const float small = std::exp(-std::fabs(z));
     const float probability = z >= 0 ? 1 / (1 + small) : small / (1 + small);
-    entropy += std::max(z, 0.0f) - z * belongs + std::log1p(small);
+    entropy += std::max(z, 0.0f) - z * belongs;  // and the logarithm of 1 + small
+    tails.add(1.0 + small);
     gradient[i] = probability;
     sums[category].shared += probability * belongs;
     sums[category].probability += probability;
@@ -82,7 +110,7 @@ double segmentation_loss(const float* logits, const ChunkTargets& targets, float
     }
     gradient[i] = static_cast<float>(slope);
   });
-  double loss = entropy * entropy_share;
+  double loss = (entropy + tails.sum()) * entropy_share;
   for (std::size_t c = 0; c < sums.size(); ++c) {
     if (sums[c].belonging > 0) loss += dice_share * dice[c].loss();
   }
