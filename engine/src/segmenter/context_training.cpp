@@ -76,7 +76,10 @@ void train_with(const ContextData& data, const Choice& teaches, const ContextPla
                 std::uint64_t seed, nn::Network& net, core::TrainingPool& pool) {
   const int side = canvas_side(data);
   // There are no more views of a region than images, so each is varied as those of few are.
-  const CropStyle style{nullptr, true, kWithoutPositions, false, Strength::kOfFewImages, false};
+  CropStyle style;
+  style.positions = true;
+  style.left_out = kWithoutPositions;
+  style.strength = Strength::kOfFewImages;
   const Tiles fresh = chosen_overviews(data, teaches, 0, data.fresh);
   const Tiles old = chosen_overviews(data, teaches, data.fresh, data.overviews.size());
   if (fresh.empty()) return;
@@ -127,7 +130,9 @@ void train_context(const ContextData& data, const ContextPlan& plan, std::uint64
 
 void join_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
                   ContextModel& model, core::TrainingPool& pool) {
-  const Choice teaches = [](const Overview& overview) { return overview.fold != Overview::kUnseen; };
+  const Choice teaches = [](const Overview& overview) {
+    return overview.fold != Overview::kUnseen;
+  };
   for (nn::Network& net : model.nets) train_with(data, teaches, plan, seed++, net, pool);
 }
 

@@ -5,23 +5,17 @@
 namespace telvar::segmenter {
 namespace {
 
-// In the order of the fields: most rounds, steps of a round, of settling and of the finish, rate of
-// the finish, peak rate, steps of each context network, of its joining and of its finish. These and
-// the limits below were chosen on the generated sets of the bench.
-
-/// 400 steps of a context network, on views of 64 pixels, cost as much as 100 of the fine one. With
-/// 300, the context alone reached 0.82 on slices (draw 1) and on neighbours (draw 2), with 400 0.85
-/// and 0.88. Its finish, the rest alike, took neighbours (draw 2) from 0.886 to 0.918.
-constexpr Effort kFromNothing{5, 60, 105, 120, 0.5, 3e-3, 400, 100, 50};
-
-/// With few images, more of the steps are made in the finish, which learns from all of them.
-constexpr Effort kFromFew{4, 60, 80, 300, 1.0, 3e-3, 0, 0, 0};
-
-/// Most is known already; a sixth of the steps leaves alone what the exemplars do not show.
-constexpr Effort kFineTuning{1, 60, 20, 20, 0.5, 2e-3, 60, 0, 0};
-
-/// Enough to take the new images in.
-constexpr Effort kTouchingUp{1, 20, 6, 6, 0.5, 1e-3, 0, 0, 0};
+/// With few images, more of the steps are made in the finish, which learns from all of them. They
+/// do not tell what a whole region looks like.
+Effort effort_from_few() {
+  Effort effort;
+  effort.max_rounds = 4;
+  effort.settling_steps = 80;
+  effort.finish_steps = 300;
+  effort.finish_rate = 1;
+  effort.context_steps = effort.context_joining_steps = effort.context_finish_steps = 0;
+  return effort;
+}
 
 /// A second round that reaches this score leaves nothing to the third.
 constexpr double kBestScore = 0.99;
@@ -38,15 +32,28 @@ constexpr double kLeastProgress = 0.01;
 }  // namespace
 
 Effort effort_from_nothing(std::size_t samples) {
-  return samples <= kFew ? kFromFew : kFromNothing;
+  return samples <= kFew ? effort_from_few() : Effort{};
 }
 
+/// Most is known already; a sixth of the steps leaves alone what the exemplars do not show.
 Effort effort_of_fine_tuning() {
-  return kFineTuning;
+  Effort effort;
+  effort.max_rounds = 1;
+  effort.settling_steps = effort.finish_steps = 20;
+  effort.peak_rate = 2e-3;
+  effort.context_steps = 60;
+  effort.context_joining_steps = effort.context_finish_steps = 0;
+  return effort;
 }
 
+/// Enough to take the new images in.
 Effort effort_of_touching_up() {
-  return kTouchingUp;
+  Effort effort = effort_of_fine_tuning();
+  effort.round_steps = 20;
+  effort.settling_steps = effort.finish_steps = 6;
+  effort.peak_rate = 1e-3;
+  effort.context_steps = 0;
+  return effort;
 }
 
 Effort shortened(Effort effort) {
