@@ -37,13 +37,15 @@ void place_rows(const Parameter& from, const std::vector<int>& places, Parameter
   }
 }
 
-/// A convolution's weights into one with more input channels, whose weights for these become 0.
+/// A convolution's weights into one with more input channels, whose weights for these become 0, or
+/// with fewer, which are the first.
 void place_inputs(const Parameter& from, Parameter& to) {
   const std::size_t out = from.shape[0];
   const std::size_t old_size = from.values.size() / out, size = to.values.size() / out;
   std::fill(to.values.begin(), to.values.end(), 0.0f);
   for (std::size_t i = 0; i < out; ++i) {
-    std::copy_n(from.values.begin() + static_cast<std::ptrdiff_t>(i * old_size), old_size,
+    std::copy_n(from.values.begin() + static_cast<std::ptrdiff_t>(i * old_size),
+                std::min(old_size, size),
                 to.values.begin() + static_cast<std::ptrdiff_t>(i * size));
   }
 }

@@ -103,11 +103,11 @@ class Network {
   /// variances 1. Depends on `random` alone.
   void initialise(core::Random& random);
 
-  /// Takes over what a network of the same layers, but with fewer answers and perhaps fewer input
-  /// channels, has learned: answer i of its pointwise layer `head` becomes answer places[i] here,
-  /// and is left out where that is kNone. Weights of input channels that it does not have become 0;
-  /// answers that it does not have stay as they are. Throws std::out_of_range when the layers
-  /// differ.
+  /// Takes over what a network of the same layers, but with other answers and perhaps another
+  /// number of input channels, has learned: answer i of its pointwise layer `head` becomes answer
+  /// places[i] here, and is left out where that is kNone; answers that it does not have stay as
+  /// they are. Weights of input channels that it does not have become 0; the last of its own are
+  /// left out where it has more. Throws std::out_of_range when the layers differ.
   void adopt(const Network& other, const std::string& head, const std::vector<int>& places);
 
  private:

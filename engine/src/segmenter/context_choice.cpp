@@ -64,8 +64,8 @@ void assign_taught_folds(const TrainingTask& task, std::size_t folds) {
 }
 
 void teach_network(const TrainingTask& task, std::size_t fold, ContextModel& model) {
-  train_context(task.set.context, {task.effort.context_steps, task.effort.peak_rate}, kContextSeed,
-                fold, model, task.pool);
+  train_context(task.set.context, {task.effort.context_steps, task.effort.context_rate},
+                kContextSeed, fold, model, task.pool);
 }
 
 /// A context from nothing, and what it knows of what it has not learned from.
@@ -123,7 +123,7 @@ void join_context(const TrainingTask& task, ContextModel& model) {
   const Effort& effort = task.effort;
   if (effort.context_joining_steps == 0) return;
   join_context(task.set.context,
-               {effort.context_joining_steps, effort.finish_rate * effort.peak_rate},
+               {effort.context_joining_steps, effort.finish_rate * effort.context_rate},
                kContextSeed + 2000, model, task.pool);
 }
 
@@ -131,7 +131,7 @@ void finish_context(const TrainingTask& task, ContextModel& model) {
   const Effort& effort = task.effort;
   if (effort.context_finish_steps == 0) return;
   finish_context(task.set.context,
-                 {effort.context_finish_steps, effort.finish_rate * effort.peak_rate},
+                 {effort.context_finish_steps, effort.finish_rate * effort.context_rate},
                  kContextSeed + 1000, model, task.pool);
 }
 

@@ -42,6 +42,7 @@ Effort effort_of_fine_tuning() {
   effort.settling_steps = effort.finish_steps = 20;
   effort.peak_rate = 2e-3;
   effort.context_steps = 60;
+  effort.context_rate = effort.peak_rate;
   effort.context_joining_steps = effort.context_finish_steps = 0;
   return effort;
 }

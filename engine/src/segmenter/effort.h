@@ -19,7 +19,7 @@ struct Effort {
   int finish_steps = 120;
   /// At the begin of the finish, share of the peak; lower where a settled network would suffer.
   double finish_rate = 0.5;
-  double peak_rate = 3e-3;
+  double peak_rate = 1.5e-3;
 
   /// Steps of each context network: from a part of the samples, from all but those held out, from
   /// all. 400 of them, on views of 64 pixels, cost as much as 100 of the fine network. With 300,
@@ -28,6 +28,7 @@ struct Effort {
   int context_steps = 400;
   int context_joining_steps = 100;
   int context_finish_steps = 50;
+  double context_rate = 3e-3;  // at its peak; in joining and finish, finish_rate of it
 };
 
 /// Up to so many images are few: one that is held out is much of what there is to learn from.

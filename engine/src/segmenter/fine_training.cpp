@@ -2,6 +2,7 @@
 
 #include <numeric>
 
+#include "segmenter/base.h"
 #include "segmenter/network/network.h"
 #include "segmenter/network_training.h"
 
@@ -68,7 +69,7 @@ void teach_falling(const TrainingTask& task, int steps, double rate, std::uint64
 }  // namespace
 
 Networks initial_networks(const TrainingSet& set) {
-  return {make_initial_net(set.input().planes(), set.count(), kSeed), {}, {}};
+  return {make_net_from(built_in_base(), set.input().planes(), set.count(), kSeed), {}, {}};
 }
 
 /// Planes that are new, of hues or of categories, come between those of the base.

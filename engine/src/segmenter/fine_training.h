@@ -29,7 +29,8 @@ struct TrainingTask {
   core::TrainingPool& pool;
 };
 
-/// Networks of initial weights; the base's, grown to the planes and categories of the set.
+/// A network that begins as the built-in base, without context; the networks of `base`, grown to
+/// the planes and categories of the set.
 Networks initial_networks(const TrainingSet& set);
 Networks grown_networks(const SegmenterState& base, const TrainingSet& set);
 

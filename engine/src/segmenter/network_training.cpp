@@ -1,7 +1,6 @@
 #include "segmenter/network_training.h"
 
 #include "nn/passes.h"
-#include "segmenter/network/loss.h"
 
 namespace telvar::segmenter {
 namespace {
@@ -28,7 +27,7 @@ double chunk_loss(nn::ChunkPass& pass, const Lesson& lesson, core::Random& rando
     targets.belongs.insert(targets.belongs.end(), crop.targets.begin(), crop.targets.end());
     targets.known.insert(targets.known.end(), crop.known.begin(), crop.known.end());
   }
-  return segmentation_loss(pass.forward(), targets, pass.answer_gradient());
+  return lesson.loss(pass.forward(), targets, pass.answer_gradient());
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "nn/training.h"
+#include "segmenter/network/loss.h"
 #include "segmenter/samples/crops.h"
 
 namespace telvar::segmenter {
@@ -14,10 +15,14 @@ namespace telvar::segmenter {
 constexpr int kChunks = 2;
 constexpr int kCropsPerChunk = 4;
 
+/// What a step makes smaller, as segmentation_loss.
+using Loss = double (*)(const float* logits, const ChunkTargets& targets, float* gradient);
+
 /// Where a training's crops come from: `fresh` and, in turn with it, `rehearsed` if it has any.
 struct Lesson {
   CropSource fresh, rehearsed;
   bool rehearses = false;
+  Loss loss = segmentation_loss;
 };
 
 /// Trains a network on crops of a lesson in place.

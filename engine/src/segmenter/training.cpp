@@ -47,9 +47,9 @@ class Training {
     monitor().measured(trained.score);
     monitor().expect(task_.effort.finish_steps + context_finish_steps());
     join_context(task_, networks_.context);
-    const auto fits = measure_logits(
-        Predictor(networks_.fine, task_.set.input()), unseen_of(task_.set),
-        map_overviews(task_.set.context, networks_.context, task_.pool), task_.pool);
+    const auto fits =
+        measure_logits(Predictor(networks_.fine, task_.set.input()), unseen_of(task_.set),
+                       map_overviews(task_.set.context, networks_.context, task_.pool), task_.pool);
     finish(task_, networks_);
     finish_context(task_, networks_.context);
     adjust_logits(fits, networks_.fine);

@@ -26,6 +26,10 @@ nn::Network network_layers(int planes, int categories);
 /// A network with initial weights that depend on `seed` alone.
 nn::Network make_initial_net(int planes, int categories, std::uint64_t seed);
 
+/// A network that begins with what `base` has learned, but for its answers, which start afresh from
+/// `seed`. `planes` may be fewer than the base takes: then they are the base's first ones.
+nn::Network make_net_from(const nn::Network& base, int planes, int categories, std::uint64_t seed);
+
 /// Things of which a network takes over the old ones: old one i stands at places[i] of `count` now.
 struct Growth {
   int count = 0;

@@ -1,14 +1,12 @@
 // Trains the built-in base network of the reader on a rendered data set (README.md):
 //
-//   train_base FOLDER BASE_FILE [--steps N] [--images N] [--from BASE_FILE]
+//   train_reader_base FOLDER BASE_FILE [--steps N] [--images N] [--from BASE_FILE]
 //
 // Learns for 100000 steps from all images, from nothing or from an earlier base of the same
 // categories. The base file is a reader artifact without exemplars.
 
-#include <charconv>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <stdexcept>
@@ -20,6 +18,7 @@
 #include "ocr/network/network_training.h"
 #include "ocr/state.h"
 #include "telvar/image.h"
+#include "trainer.h"
 
 namespace telvar::ocr {
 namespace {
@@ -90,28 +89,19 @@ void write_base(const BaseSet& set, const nn::Network& net, const std::string& f
   expert.spacing = Spacing(static_cast<int>(set.categories.size()));
   expert.net = net;
   state.experts = {expert};
-  std::ofstream stream(file, std::ios::binary);
-  stream << write_state(state) << std::flush;
-  if (!stream) throw std::runtime_error(file + " cannot be written");
+  base::write_file(file, write_state(state));
 }
 
 /// The network of an earlier base; throws std::runtime_error unless it has these categories.
 nn::Network network_of(const std::string& file, const std::vector<std::string>& categories) {
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream) throw std::runtime_error(file + " cannot be read");
-  const Expert expert = read_state({std::istreambuf_iterator<char>(stream), {}}).experts.front();
+  const Expert expert = read_state(base::read_file(file)).experts.front();
   if (expert.categories != categories) throw std::runtime_error(file + " has other categories");
   return expert.net;
 }
 
-struct Options {
-  std::string folder, file;
-  int steps = 100000;
-  std::size_t images = 1000000;
-  std::string from;  // base file to start from, or empty
-};
+}  // namespace
 
-void train_base(const Options& options) {
+static void train_base(const base::Options& options) {
   const BaseSet set = read_set(options.folder, options.images);
   std::printf("%zu images, %zu categories\n", set.samples.size(), set.categories.size());
   std::vector<const PreparedSample*> samples;
@@ -130,49 +120,9 @@ void train_base(const Options& options) {
   write_base(set, net, options.file);
 }
 
-/// The number that an option has; throws std::runtime_error unless it is one from 1 on.
-int number_of(const std::string& option, const std::string& text) {
-  int number = 0;
-  const char* const end = text.data() + text.size();
-  const auto read = std::from_chars(text.data(), end, number);
-  if (read.ec != std::errc() || read.ptr != end || number < 1) {
-    throw std::runtime_error(option + " must be a whole number from 1 on, not '" + text + "'");
-  }
-  return number;
-}
-
-Options options_of(int count, char** arguments) {
-  Options options;
-  options.folder = arguments[1];
-  options.file = arguments[2];
-  for (int i = 3; i + 1 < count; i += 2) {
-    const std::string name = arguments[i], value = arguments[i + 1];
-    if (name == "--steps") {
-      options.steps = number_of(name, value);
-    } else if (name == "--images") {
-      options.images = static_cast<std::size_t>(number_of(name, value));
-    } else if (name == "--from") {
-      options.from = value;
-    } else {
-      throw std::runtime_error("there is no option " + name);
-    }
-  }
-  return options;
-}
-
-}  // namespace
 }  // namespace telvar::ocr
 
 int main(int count, char** arguments) {
-  if (count < 3 || count % 2 == 0) {
-    std::fprintf(
-        stderr, "usage: train_base FOLDER BASE_FILE [--steps N] [--images N] [--from BASE_FILE]\n");
-    return 2;
-  }
-  try {
-    telvar::ocr::train_base(telvar::ocr::options_of(count, arguments));
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "train_base: %s\n", error.what());
-    return 1;
-  }
+  return telvar::base::run_trainer("train_reader_base", 100000, count, arguments,
+                                   telvar::ocr::train_base);
 }

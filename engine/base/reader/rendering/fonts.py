@@ -19,7 +19,7 @@ from PIL import Image, ImageDraw, ImageFont
 from scipy import ndimage
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-BENCH_PACKAGES = os.path.join(HERE, "../../../bench/ocr/packages.txt")
+BENCH_PACKAGES = os.path.join(HERE, "../../../../bench/ocr/packages.txt")
 PACKAGES = os.path.join(HERE, "../packages.txt")
 NEEDED = string.ascii_uppercase + string.digits
 CATEGORIES = NEEDED + string.ascii_lowercase + ".,:;-/()+&%#*='\"!?_@$<>[]"

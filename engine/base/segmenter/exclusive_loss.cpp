@@ -1,0 +1,98 @@
+#include "segmenter/exclusive_loss.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace telvar::segmenter {
+namespace {
+
+/// Pixels added to both sides of the Dice ratio, so that crops with next to nothing weigh little.
+constexpr double kDiceSmoothing = 20.0;
+
+/// Of one category, over all pixels.
+struct Sums {
+  double shared = 0, probability = 0, belonging = 0;
+
+  double denominator() const { return probability + belonging + kDiceSmoothing; }
+  double ratio() const { return (2 * shared + kDiceSmoothing) / denominator(); }
+  double slope(bool belongs) const { return (ratio() - (belongs ? 2 : 0)) / denominator(); }
+};
+
+using Categories = std::vector<std::size_t>;
+
+Categories known_in(const ChunkTargets& targets, int crop) {
+  Categories known;
+  for (int c = 0; c < targets.categories; ++c) {
+    if (targets.known[std::size_t(crop) * targets.categories + c] != 0) known.push_back(c);
+  }
+  return known;
+}
+
+/// Writes the softmax of one pixel over its known categories; returns the probability of none.
+float softmax(const float* logits, const Categories& known, float* probabilities) {
+  float highest = 0;
+  for (const std::size_t c : known) highest = std::max(highest, logits[c]);
+  const float none = std::exp(-highest);
+  float sum = none;
+  for (const std::size_t c : known) sum += probabilities[c] = std::exp(logits[c] - highest);
+  for (const std::size_t c : known) probabilities[c] /= sum;
+  return none / sum;
+}
+
+/// Visits every pixel: visit(its index into logits, the categories known there).
+template <class Visit>
+void for_pixels(const ChunkTargets& targets, const Visit& visit) {
+  std::size_t index = 0;
+  for (int crop = 0; crop < targets.crops; ++crop) {
+    const Categories known = known_in(targets, crop);
+    for (std::size_t pixel = 0; pixel < targets.pixels; ++pixel, index += targets.categories) {
+      visit(index, known);
+    }
+  }
+}
+
+}  // namespace
+
+double exclusive_loss(const float* logits, const ChunkTargets& targets, float* gradient) {
+  std::vector<Sums> sums(targets.categories);
+  std::fill_n(gradient, targets.belongs.size(), 0.0f);
+  double entropy = 0;
+  // `gradient` holds the probabilities until the sums are known.
+  for_pixels(targets, [&](std::size_t index, const Categories& known) {
+    float truth = softmax(logits + index, known, gradient + index);
+    for (const std::size_t c : known) {
+      const float probability = gradient[index + c];
+      const bool belongs = targets.belongs[index + c] != 0;
+      if (belongs) truth = probability;
+      sums[c].shared += belongs ? probability : 0;
+      sums[c].probability += probability;
+      sums[c].belonging += belongs;
+    }
+    entropy -= std::log(std::max(truth, 1e-12f));
+  });
+  const auto present =
+      std::count_if(sums.begin(), sums.end(), [](const Sums& one) { return one.belonging > 0; });
+  const double dice_share = 1.0 / static_cast<double>(std::max<std::ptrdiff_t>(present, 1));
+  const double entropy_share = 1.0 / (static_cast<double>(targets.crops) * targets.pixels);
+  for_pixels(targets, [&](std::size_t index, const Categories& known) {
+    const auto slope_of = [&](std::size_t c) {
+      const bool counts = sums[c].belonging > 0;
+      return counts ? dice_share * sums[c].slope(targets.belongs[index + c] != 0) : 0.0;
+    };
+    double mean = 0;
+    for (const std::size_t c : known) mean += slope_of(c) * gradient[index + c];
+    for (const std::size_t c : known) {
+      const double probability = gradient[index + c];
+      gradient[index + c] =
+          static_cast<float>(entropy_share * (probability - targets.belongs[index + c]) +
+                             probability * (slope_of(c) - mean));
+    }
+  });
+  double loss = entropy * entropy_share;
+  for (const Sums& one : sums) {
+    if (one.belonging > 0) loss += dice_share * (1 - one.ratio());
+  }
+  return loss;
+}
+
+}  // namespace telvar::segmenter
