@@ -3,8 +3,9 @@
 
 render.py --out DIR [--images 6000] [--seed 1] [--processes 2] [--root ""]
 
-DIR/labels.json names the categories and says which of them each image tells about; DIR/NNNNN.png are the pixels and
-DIR/NNNNN.mask.png the labels: 0 nothing, k category k - 1. The same seed and packages give the same images.
+DIR/labels.json names the categories and says which of them each image tells about; DIR/NNNNN.png are the
+pixels and DIR/NNNNN.mask.png the labels: 0 nothing, k category k - 1. The same seed and packages give the
+same images.
 """
 
 import argparse

@@ -1,0 +1,1 @@
+"""Seeded scenes that the segmenter's built-in network learns from."""

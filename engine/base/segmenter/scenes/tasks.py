@@ -1,8 +1,8 @@
 """The kinds of scenes that the base learns from. Each is a task of its own with a few categories.
 
 A task is a function of a generator of random numbers, the library of textures and the side. It returns the
-pixels (side x side x 3) and the masks of its categories by name; a category without a mask is absent. Pixels that no mask
-has belong to none of the task's categories.
+pixels (side x side x 3) and the masks of its categories by name; a category without a mask is absent.
+Pixels that no mask has belong to none of the task's categories.
 """
 
 import numpy as np
@@ -88,6 +88,16 @@ def _stain(rng, side):
                                    rng.uniform(0.5, 3))
 
 
+def _dent(rng, side):
+    """A depth, 0..1, and the light that slants over it, -1..1."""
+    shape = blob(rng, side, rng.uniform(5, 25)).astype(np.float32)
+    height = ndimage.gaussian_filter(shape, rng.uniform(1.5, 4))
+    angle = rng.uniform(0, 2 * np.pi)
+    down, right = np.gradient(height)
+    light = down * np.sin(angle) + right * np.cos(angle)
+    return height, light / (np.abs(light).max() + 1e-6)
+
+
 def marks(rng, library, side):
     """Faults on a surface: a pixel or two wide, or faint."""
     pixels, masks = ground(rng, library, side), {}
@@ -96,15 +106,13 @@ def marks(rng, library, side):
     for _ in range(rng.integers(1, 6)):
         name = MARKS[rng.integers(len(MARKS))]
         if name == "dent":
-            height = ndimage.gaussian_filter(blob(rng, side, rng.uniform(5, 25)).astype(np.float32), rng.uniform(1.5, 4))
-            angle = rng.uniform(0, 2 * np.pi)
-            slope = np.gradient(height)
-            light = slope[0] * np.sin(angle) + slope[1] * np.cos(angle)
-            pixels = pixels + (0.08 + 2 * spread) * rng.uniform(0.5, 2) * (light / (np.abs(light).max() + 1e-6))[:, :, None]
+            height, light = _dent(rng, side)
+            pixels = pixels + (0.08 + 2 * spread) * rng.uniform(0.5, 2) * light[:, :, None]
             masks[name] = masks.get(name, False) | (height > 0.5)
             continue
         cover = draw[name](rng, side)
-        contrast = (0.05 + 1.5 * spread) * np.exp(rng.uniform(-0.3, 0.9)) * rng.choice([-1, 1], p=[0.65, 0.35])
+        contrast = (0.05 + 1.5 * spread) * np.exp(rng.uniform(-0.3, 0.9))
+        contrast *= rng.choice([-1, 1], p=[0.65, 0.35])
         if name == "stain":
             contrast *= 0.6
         colour = contrast * (1 + rng.normal(0, 0.25, 3))
@@ -265,7 +273,12 @@ def focus(rng, library, side):
 
 
 # Each with its categories and its share.
-TASKS = ((texture_regions, TEXTURES, 0.36), (marks, MARKS, 0.2), (shapes, SHAPES, 0.09), (things, THINGS, 0.12),
-         (hues, HUES, 0.07), (outlines, ("inside",), 0.05), (light, ("brighter", "darker"), 0.06),
+TASKS = ((texture_regions, TEXTURES, 0.36),
+         (marks, MARKS, 0.2),
+         (shapes, SHAPES, 0.09),
+         (things, THINGS, 0.12),
+         (hues, HUES, 0.07),
+         (outlines, ("inside",), 0.05),
+         (light, ("brighter", "darker"), 0.06),
          (focus, ("blurred", "grainy"), 0.05))
 CATEGORIES = tuple(name for _, names, _ in TASKS for name in names)

@@ -47,7 +47,7 @@ def energies(gray):
     return np.array(out)
 
 
-def _is_texture(pixels):
+def is_texture(pixels):
     """Whether the four quarters look alike, and show something."""
     gray = pixels.mean(2)
     if gray.std() < 0.02:
@@ -69,7 +69,7 @@ def catalogue(root=""):
         if scale < 1:
             picture = picture.resize([max(SIDE, round(scale * side)) for side in picture.size], Image.LANCZOS)
         pixels = np.asarray(picture, np.float32) / 255
-        if not _is_texture(pixels):
+        if not is_texture(pixels):
             continue
         portrait = energies(pixels.mean(2)), pixels.mean((0, 1))
         if any(np.abs(portrait[0] - e).max() < 0.12 and np.abs(portrait[1] - c).max() < 0.1 for e, c in seen):
