@@ -11,8 +11,8 @@ extern const char telvar_reader_base_end[];
 namespace telvar::ocr {
 
 ReaderState built_in_base() {
-  return read_state(std::string(telvar_reader_base_begin,
-                                static_cast<std::size_t>(telvar_reader_base_end - telvar_reader_base_begin)));
+  const auto size = static_cast<std::size_t>(telvar_reader_base_end - telvar_reader_base_begin);
+  return read_state(std::string(telvar_reader_base_begin, size));
 }
 
 }  // namespace telvar::ocr

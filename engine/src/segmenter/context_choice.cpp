@@ -68,6 +68,15 @@ void teach_network(const TrainingTask& task, std::size_t fold, ContextModel& mod
                 kContextSeed, fold, model, task.pool);
 }
 
+/// All networks, at a falling rate.
+void teach_further(const TrainingTask& task, int steps, std::uint64_t seed, WhichOverviews which,
+                   ContextModel& model) {
+  const Effort& effort = task.effort;
+  if (steps == 0) return;
+  continue_context(task.set.context, {steps, effort.finish_rate * effort.context_rate}, seed, which,
+                   model, task.pool);
+}
+
 /// A context from nothing, and what it knows of what it has not learned from.
 struct InitialContext {
   ContextModel model;
@@ -120,19 +129,13 @@ void teach_context(const TrainingTask& task, ContextModel& model) {
 }
 
 void join_context(const TrainingTask& task, ContextModel& model) {
-  const Effort& effort = task.effort;
-  if (effort.context_joining_steps == 0) return;
-  join_context(task.set.context,
-               {effort.context_joining_steps, effort.finish_rate * effort.context_rate},
-               kContextSeed + 2000, model, task.pool);
+  teach_further(task, task.effort.context_joining_steps, kContextSeed + 2000,
+                WhichOverviews::kOfFolds, model);
 }
 
 void finish_context(const TrainingTask& task, ContextModel& model) {
-  const Effort& effort = task.effort;
-  if (effort.context_finish_steps == 0) return;
-  finish_context(task.set.context,
-                 {effort.context_finish_steps, effort.finish_rate * effort.context_rate},
-                 kContextSeed + 1000, model, task.pool);
+  teach_further(task, task.effort.context_finish_steps, kContextSeed + 1000, WhichOverviews::kAll,
+                model);
 }
 
 double run_round_with_choice(const TrainingTask& task, Networks& networks) {

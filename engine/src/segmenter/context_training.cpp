@@ -128,18 +128,12 @@ void train_context(const ContextData& data, const ContextPlan& plan, std::uint64
   train_with(data, teaches, plan, seed + fold, model.nets[fold], pool);
 }
 
-void join_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
-                  ContextModel& model, core::TrainingPool& pool) {
-  const Choice teaches = [](const Overview& overview) {
-    return overview.fold != Overview::kUnseen;
+void continue_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
+                      WhichOverviews which, ContextModel& model, core::TrainingPool& pool) {
+  const Choice teaches = [&](const Overview& overview) {
+    return which == WhichOverviews::kAll || overview.fold != Overview::kUnseen;
   };
   for (nn::Network& net : model.nets) train_with(data, teaches, plan, seed++, net, pool);
-}
-
-void finish_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
-                    ContextModel& model, core::TrainingPool& pool) {
-  const Choice all = [](const Overview&) { return true; };
-  for (nn::Network& net : model.nets) train_with(data, all, plan, seed++, net, pool);
 }
 
 std::vector<ContextMap> map_overviews(const ContextData& data, const ContextModel& model,

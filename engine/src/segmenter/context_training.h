@@ -39,12 +39,11 @@ void assign_folds(const std::vector<bool>& teaches, int folds, std::vector<Overv
 void train_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
                    std::size_t fold, ContextModel& model, core::TrainingPool& pool);
 
-/// Trains every network of `model` further, at a falling rate, with the overviews of all folds, or
-/// with all overviews.
-void join_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
-                  ContextModel& model, core::TrainingPool& pool);
-void finish_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
-                    ContextModel& model, core::TrainingPool& pool);
+enum class WhichOverviews { kOfFolds, kAll };
+
+/// Trains every network of `model` further, in place.
+void continue_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
+                      WhichOverviews which, ContextModel& model, core::TrainingPool& pool);
 
 /// What the context is of every overview, by the network that has not learned from it; of overviews
 /// of no fold by all. So the fine network learns how far a context can be trusted.

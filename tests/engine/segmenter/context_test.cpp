@@ -105,7 +105,10 @@ TEST(Context, NetworksEndWithWhatTheyWereKeptFrom) {
   core::TrainingPool pool(1);
   train_context(data, {2, 1e-2}, 1, 0, model, pool);
   EXPECT_EQ(weights(model.nets[0]), initial);
-  finish_context(data, {2, 1e-2}, 1, model, pool);
+  data.overviews[0].fold = Overview::kUnseen;
+  continue_context(data, {2, 1e-2}, 1, WhichOverviews::kOfFolds, model, pool);
+  EXPECT_EQ(weights(model.nets[0]), initial);
+  continue_context(data, {2, 1e-2}, 1, WhichOverviews::kAll, model, pool);
   EXPECT_NE(weights(model.nets[0]), initial);
 }
 

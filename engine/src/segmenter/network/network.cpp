@@ -60,8 +60,7 @@ nn::Network make_initial_net(int planes, int categories, std::uint64_t seed) {
   return net;
 }
 
-nn::Network make_net_from(const nn::Network& base, int planes, int categories,
-                          std::uint64_t seed) {
+nn::Network make_net_from(const nn::Network& base, int planes, int categories, std::uint64_t seed) {
   nn::Network net = make_initial_net(planes, categories, seed);
   net.adopt(base, "head", std::vector<int>(base.answer_channels(), nn::kNone));
   return net;
