@@ -39,6 +39,7 @@ void assign_folds(const std::vector<bool>& teaches, int folds, std::vector<Overv
 void train_context(const ContextData& data, const ContextPlan& plan, std::uint64_t seed,
                    std::size_t fold, ContextModel& model, core::TrainingPool& pool);
 
+/// Those of samples that are not held out, or all.
 enum class WhichOverviews { kOfFolds, kAll };
 
 /// Trains every network of `model` further, in place.

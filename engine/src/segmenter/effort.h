@@ -11,7 +11,7 @@ namespace telvar::segmenter {
 /// delivered will be. The finish learns from all samples.
 ///
 /// As it stands, of a training from nothing on more than a few samples. The figures were chosen on
-/// generated sets and on others than those that results are told of.
+/// other data, or other draws of it, than the bench's table shows.
 struct Effort {
   int max_rounds = 5;
   int round_steps = 60;
