@@ -17,6 +17,10 @@ Effort effort_from_few() {
   return effort;
 }
 
+/// Hues tell more in most data sets than in the scenes that the base has learned from, so more is
+/// to be learned of them: tiles (draw 2) reached 0.962 at this rate and 0.948 at half of it.
+constexpr double kRateOfColours = 3e-3;
+
 /// A second round that reaches this score leaves nothing to the third.
 constexpr double kBestScore = 0.99;
 
@@ -31,8 +35,11 @@ constexpr double kLeastProgress = 0.01;
 
 }  // namespace
 
-Effort effort_from_nothing(std::size_t samples) {
-  return samples <= kFew ? effort_from_few() : Effort{};
+Effort effort_from_nothing(std::size_t samples, bool colour) {
+  if (samples <= kFew) return effort_from_few();
+  Effort effort;
+  if (colour) effort.peak_rate = kRateOfColours;
+  return effort;
 }
 
 /// Most is known already; a sixth of the steps leaves alone what the exemplars do not show.

@@ -34,8 +34,8 @@ struct Effort {
 /// Up to so many images are few: one that is held out is much of what there is to learn from.
 constexpr std::size_t kFew = 5;
 
-/// The effort of a training from nothing on so many samples.
-Effort effort_from_nothing(std::size_t samples);
+/// The effort of a training from nothing on so many samples, gray ones or in colour.
+Effort effort_from_nothing(std::size_t samples, bool colour);
 
 /// The effort of a training that starts from an artifact.
 Effort effort_of_fine_tuning();

@@ -26,7 +26,9 @@ class Training {
   Training(const SegmenterState* base, TrainingSet& set, core::TrainingPool& pool)
       : fine_tunes_(base != nullptr),
         brings_nothing_new_(base != nullptr && base->categories == set.categories),
-        task_{set, fine_tunes_ ? effort_of_fine_tuning() : effort_from_nothing(set.samples.size()),
+        task_{set,
+              fine_tunes_ ? effort_of_fine_tuning()
+                          : effort_from_nothing(set.samples.size(), set.input().colour),
               pool},
         networks_(fine_tunes_ ? grown_networks(*base, set) : initial_networks(set)),
         rotation_(choose_rotation(set.samples, set.held_out, set.count())) {}
