@@ -36,8 +36,7 @@ constexpr double kLeastProgress = 0.01;
 }  // namespace
 
 Effort effort_from_nothing(std::size_t samples, bool colour) {
-  if (samples <= kFew) return effort_from_few();
-  Effort effort;
+  Effort effort = samples <= kFew ? effort_from_few() : Effort{};
   if (colour) effort.peak_rate = kRateOfColours;
   return effort;
 }
