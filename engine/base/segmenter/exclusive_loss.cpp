@@ -3,20 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
+#include "segmenter/network/dice.h"
+
 namespace telvar::segmenter {
 namespace {
-
-/// Pixels added to both sides of the Dice ratio, so that crops with next to nothing weigh little.
-constexpr double kDiceSmoothing = 20.0;
-
-/// Of one category, over all pixels.
-struct Sums {
-  double shared = 0, probability = 0, belonging = 0;
-
-  double denominator() const { return probability + belonging + kDiceSmoothing; }
-  double ratio() const { return (2 * shared + kDiceSmoothing) / denominator(); }
-  double slope(bool belongs) const { return (ratio() - (belongs ? 2 : 0)) / denominator(); }
-};
 
 using Categories = std::vector<std::size_t>;
 
@@ -54,7 +44,7 @@ void for_pixels(const ChunkTargets& targets, const Visit& visit) {
 }  // namespace
 
 double exclusive_loss(const float* logits, const ChunkTargets& targets, float* gradient) {
-  std::vector<Sums> sums(targets.categories);
+  std::vector<CategorySums> sums(targets.categories);
   std::fill_n(gradient, targets.belongs.size(), 0.0f);
   double entropy = 0;
   // `gradient` holds the probabilities until the sums are known.
@@ -64,20 +54,19 @@ double exclusive_loss(const float* logits, const ChunkTargets& targets, float* g
       const float probability = gradient[index + c];
       const bool belongs = targets.belongs[index + c] != 0;
       if (belongs) truth = probability;
-      sums[c].shared += belongs ? probability : 0;
-      sums[c].probability += probability;
-      sums[c].belonging += belongs;
+      sums[c].add(probability, belongs);
     }
     entropy -= std::log(std::max(truth, 1e-12f));
   });
-  const auto present =
-      std::count_if(sums.begin(), sums.end(), [](const Sums& one) { return one.belonging > 0; });
+  const auto present = std::count_if(sums.begin(), sums.end(),
+                                     [](const CategorySums& one) { return one.belonging > 0; });
   const double dice_share = 1.0 / static_cast<double>(std::max<std::ptrdiff_t>(present, 1));
   const double entropy_share = 1.0 / (static_cast<double>(targets.crops) * targets.pixels);
+  const std::vector<Dice> dice(sums.begin(), sums.end());
   for_pixels(targets, [&](std::size_t index, const Categories& known) {
     const auto slope_of = [&](std::size_t c) {
       const bool counts = sums[c].belonging > 0;
-      return counts ? dice_share * sums[c].slope(targets.belongs[index + c] != 0) : 0.0;
+      return counts ? dice_share * dice[c].slope(targets.belongs[index + c] != 0) : 0.0;
     };
     double mean = 0;
     for (const std::size_t c : known) mean += slope_of(c) * gradient[index + c];
@@ -89,8 +78,8 @@ double exclusive_loss(const float* logits, const ChunkTargets& targets, float* g
     }
   });
   double loss = entropy * entropy_share;
-  for (const Sums& one : sums) {
-    if (one.belonging > 0) loss += dice_share * (1 - one.ratio());
+  for (std::size_t c = 0; c < sums.size(); ++c) {
+    if (sums[c].belonging > 0) loss += dice_share * dice[c].loss();
   }
   return loss;
 }

@@ -1,9 +1,10 @@
 // Trains the built-in base network of the segmenter on rendered scenes (README.md):
 //
-//   train_segmenter_base FOLDER BASE_FILE [--steps N] [--images N]
+//   train_segmenter_base FOLDER BASE_FILE [--steps N] [--images N] [--from BASE_FILE]
 //
-// Learns from all images at once, each of which tells about the categories of its own task alone.
-// The base file is a segmenter artifact without exemplars.
+// Learns for 24000 steps from all images at once, each of which tells about the categories of its
+// own task alone; from nothing or from an earlier base of the same categories. The base file is a
+// segmenter artifact without exemplars.
 
 #include <algorithm>
 #include <cstdio>
@@ -108,7 +109,7 @@ BaseSet read_set(const std::string& folder, std::size_t most) {
   return set;
 }
 
-/// Prints how well each category is found in the last of the images, which did not teach.
+/// Prints how well each category is found in the images that did not teach.
 void report(const BaseSet& set, const nn::Network& net, core::WorkerPool& pool) {
   Tiles unseen;
   for (const TrainingTile& tile : set.unseen) unseen.push_back(&tile);

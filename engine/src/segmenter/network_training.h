@@ -15,9 +15,6 @@ namespace telvar::segmenter {
 constexpr int kChunks = 2;
 constexpr int kCropsPerChunk = 4;
 
-/// What a step makes smaller, as segmentation_loss.
-using Loss = double (*)(const float* logits, const ChunkTargets& targets, float* gradient);
-
 /// Where a training's crops come from: `fresh` and, in turn with it, `rehearsed` if it has any.
 struct Lesson {
   CropSource fresh, rehearsed;

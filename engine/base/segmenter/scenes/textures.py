@@ -2,7 +2,6 @@
 
 import io
 import os
-import subprocess
 import zipfile
 
 import numpy as np

@@ -3,18 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
+#include "segmenter/network/dice.h"
+
 namespace telvar::segmenter {
 namespace {
-
-/// Pixels added to both sides of the Dice ratio, so that crops with next to nothing weigh little.
-constexpr double kDiceSmoothing = 20.0;
-
-/// Sums over the known pixels of one category.
-struct CategorySums {
-  double shared = 0;  // probability on pixels that belong
-  double probability = 0;
-  double belonging = 0;  // pixels that belong
-};
 
 /// Runs through the known values: visit(index into crops x pixels x categories, category).
 template <class Visit>
@@ -30,19 +22,6 @@ void for_known(const ChunkTargets& targets, const Visit& visit) {
     }
   }
 }
-
-/// The Dice loss of one category, 1 - (2 shared + s) / (probability + belonging + s), and what its
-/// gradient by the probability of a pixel is made of.
-struct Dice {
-  explicit Dice(const CategorySums& sums)
-      : denominator(sums.probability + sums.belonging + kDiceSmoothing),
-        ratio((2 * sums.shared + kDiceSmoothing) / denominator) {}
-
-  double loss() const { return 1 - ratio; }
-  double slope(bool belongs) const { return (ratio - (belongs ? 2 : 0)) / denominator; }
-
-  double denominator, ratio;
-};
 
 /// The sum of the logarithms of factors from 1 to 2, taken of products: logarithms one by one cost
 /// more than the rest of the loss.
@@ -91,9 +70,7 @@ double segmentation_loss(const float* logits, const ChunkTargets& targets, float
     entropy += std::max(z, 0.0f) - z * belongs;  // and the logarithm of 1 + small
     tails.add(1.0 + small);
     gradient[i] = probability;
-    sums[category].shared += probability * belongs;
-    sums[category].probability += probability;
-    sums[category].belonging += belongs;
+    sums[category].add(probability, targets.belongs[i] != 0);
   });
   // Where a category does not occur, Dice would only press its probability down, much harder than
   // entropy does, until faint marks are lost elsewhere.

@@ -18,8 +18,11 @@ struct ChunkTargets {
   std::vector<std::uint8_t> known;    // crops x categories
 };
 
+/// Returns the loss and fills its gradient. `logits` and `gradient`: crops x pixels x categories.
+using Loss = double (*)(const float* logits, const ChunkTargets& targets, float* gradient);
+
 /// Mean binary cross-entropy over known labels, plus soft Dice loss (Milletari et al. 2016) over
-/// the categories that occur. `logits` and `gradient`: crops x pixels x categories.
+/// the categories that occur. A Loss.
 double segmentation_loss(const float* logits, const ChunkTargets& targets, float* gradient);
 
 }  // namespace telvar::segmenter
