@@ -20,6 +20,7 @@ from scipy import ndimage
 from scenes import tasks, textures
 
 SIDE = 256
+GRAY = 0.4  # so many scenes lose their colours, but those of hues
 _library = None
 
 
@@ -46,16 +47,16 @@ class Library:
         return self.named[rng.integers(len(self.named))] if rng.random() < 0.1 else self.other(rng)
 
 
-def photographed(rng, pixels):
-    """Through a camera: blur, noise, another contrast; half of the images lose their colours."""
+def photographed(rng, pixels, gray):
+    """Through a camera: blur, noise, another contrast; without its colours where `gray` says so."""
     if rng.random() < 0.3:
         pixels = ndimage.gaussian_filter(pixels, [rng.uniform(0.3, 0.9)] * 2 + [0])
-    if rng.random() < 0.5:
+    if gray:
         pixels = np.repeat(pixels.mean(2, keepdims=True), 3, 2)
     deviation = 0.2 * np.exp(rng.uniform(-0.7, 0.35))
-    gray = pixels.mean(2)
-    pixels = (pixels - gray.mean()) * (deviation / max(gray.std(), 0.02)) + rng.uniform(0.4, 0.6)
-    grain = rng.uniform(0, 0.02) * rng.standard_normal(gray.shape)
+    level = pixels.mean(2)
+    pixels = (pixels - level.mean()) * (deviation / max(level.std(), 0.02)) + rng.uniform(0.4, 0.6)
+    grain = rng.uniform(0, 0.02) * rng.standard_normal(level.shape)
     return np.clip(pixels + grain[:, :, None], 0, 1)
 
 
@@ -66,10 +67,7 @@ def render(rng, library):
     labels = np.zeros((SIDE, SIDE), np.uint8)
     for name, mask in masks.items():
         labels[mask] = tasks.CATEGORIES.index(name) + 1
-    if draw is not tasks.hues or rng.random() < 0.15:
-        pixels = photographed(rng, pixels)
-    else:
-        pixels = np.clip(pixels, 0, 1)
+    pixels = photographed(rng, pixels, gray=draw is not tasks.hues and rng.random() < GRAY)
     return (pixels * 255 + 0.5).astype(np.uint8), labels, names
 
 

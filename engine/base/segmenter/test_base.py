@@ -12,12 +12,12 @@ except ImportError as error:
 
 
 def _catalogue():
-    """Stand-ins for the packages' textures: noise of many grains and contrasts."""
+    """Stand-ins for the packages' textures: brownish noise of many grains and contrasts."""
     rng, found = np.random.default_rng(3), []
     for i in range(60):
         noise = rng.standard_normal((256 // (i % 8 + 1) + 1, 256)).repeat(i % 8 + 1, 0)[:256]
         gray = 0.5 + (0.03 + 0.002 * i) * noise
-        found.append((str(i), np.clip(gray[:, :, None] + np.zeros(3), 0, 1).astype(np.float32)))
+        found.append((str(i), np.clip(gray[:, :, None] * (1, 0.9, 0.8), 0, 1).astype(np.float32)))
     return found
 
 
@@ -31,6 +31,14 @@ class SceneTest(unittest.TestCase):
             first, again = (render.render(np.random.default_rng([5, number]), self.library) for _ in range(2))
             self.assertTrue(np.array_equal(first[0], again[0]))
             self.assertTrue(np.array_equal(first[1], again[1]))
+
+    def test_some_scenes_are_gray_but_none_that_tell_hues(self):
+        gray = {names: set() for _, names, _ in tasks.TASKS}
+        for number in range(80):
+            pixels, _, names = render.render(np.random.default_rng([7, number]), self.library)
+            gray[names].add(bool((pixels == pixels[:, :, :1]).all()))
+        self.assertEqual(gray[tasks.HUES], {False})
+        self.assertEqual(gray[tasks.TEXTURES], {False, True})
 
     def test_every_task_labels_its_own_categories_and_shows_them(self):
         for draw, names, _ in tasks.TASKS:

@@ -9,7 +9,7 @@ namespace {
 /// do not tell what a whole region looks like.
 Effort effort_from_few() {
   Effort effort;
-  effort.max_rounds = 4;
+  effort.rounds = effort.max_rounds = 4;
   effort.settling_steps = 80;
   effort.finish_steps = 300;
   effort.finish_rate = 1;
@@ -44,7 +44,7 @@ Effort effort_from_nothing(std::size_t samples, bool colour) {
 /// Most is known already; a sixth of the steps leaves alone what the exemplars do not show.
 Effort effort_of_fine_tuning() {
   Effort effort;
-  effort.max_rounds = 1;
+  effort.rounds = effort.max_rounds = 1;
   effort.settling_steps = effort.finish_steps = 20;
   effort.peak_rate = 2e-3;
   effort.context_steps = 60;
@@ -74,7 +74,10 @@ bool Progress::is_over(double score) {
   rounds_without_progress_ = score < best_ + kLeastProgress ? rounds_without_progress_ + 1 : 0;
   last_ = score;
   best_ = std::max(best_, score);
-  return (score >= kGoodScore && idle) || (score >= kFairScore && rounds_without_progress_ >= 2);
+  ++rounds_;
+  const bool stands = rounds_without_progress_ >= 2, had_usual = rounds_ >= usual_;
+  if (score < kFairScore) return rounds_ >= most_ || (had_usual && stands);
+  return had_usual || stands || (score >= kGoodScore && idle);
 }
 
 }  // namespace telvar::segmenter

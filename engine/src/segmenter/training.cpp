@@ -79,13 +79,14 @@ class Training {
            rotation_steps(rotation_, task_.effort, rounds);
   }
 
-  /// The most steps that are to come when a round begins.
+  /// The steps that are to come when a round begins; of rounds beyond the usual ones, none is
+  /// expected before it begins.
   int steps_from(int round) const {
     const Effort& effort = task_.effort;
     const bool may_choose = !fine_tunes_ && !task_.set.few && round <= kRoundOfChoice;
     const int choice = kContextFolds * effort.context_steps + effort.round_steps;
-    return (effort.max_rounds - round) * effort.round_steps + (may_choose ? choice : 0) +
-           steps_after(effort.max_rounds);
+    const int rounds = std::max(effort.rounds, round + 1);
+    return (rounds - round) * effort.round_steps + (may_choose ? choice : 0) + steps_after(rounds);
   }
 
   /// The score that the artifact reaches already; 0 if it cannot know all categories.
@@ -109,7 +110,7 @@ class Training {
     double& score = last_score_;
     score = score_before();
     refresh_context();
-    Progress progress(score);
+    Progress progress(task_.effort, score);
     for (int round = 0; round < task_.effort.max_rounds; ++round) {
       monitor().expect(steps_from(round));
       const bool chooses = round == kRoundOfChoice && may_choose_context(score);

@@ -157,11 +157,14 @@ TEST(Effort, EndsWhenRoundsBringNothingMore) {
       {"nothing left to gain", {0.98, 0.995}, 2},
       {"good at once, by chance perhaps", {0.995}, 2},
       {"fair, two rounds without progress", {0.7, 0.705, 0.702}, 3},
-      {"faint things may yet be found", {0.3, 0.3, 0.3, 0.3}, 5},
+      {"fair, after the usual rounds", {0.5, 0.6, 0.7, 0.8, 0.9}, 5},
+      {"faint things rise yet", {0.1, 0.15, 0.2, 0.25, 0.3, 0.35, 0.4, 0.45, 0.5}, 9},
+      {"faint things turn out fair", {0.3, 0.35, 0.4, 0.45, 0.5, 0.55, 0.62}, 7},
+      {"nothing is found", {0.1, 0.1, 0.1, 0.1, 0.1}, 5},
       {"it rises", {0.5, 0.6, 0.7, 0.8}, 5},
   };
   for (const auto& [what, scores, rounds] : cases) {
-    Progress progress(0);
+    Progress progress(Effort{}, 0);
     int made = 0;
     bool over = false;
     while (!over && made < static_cast<int>(scores.size())) over = progress.is_over(scores[made++]);
