@@ -6,7 +6,7 @@
 
 namespace telvar::segmenter {
 
-/// The round in which context is tried.
+/// Before this round it is decided.
 constexpr int kRoundOfChoice = 3;
 
 /// Whether context could help a network that reached `score` before the round of choice: few images
@@ -23,9 +23,8 @@ void teach_context(const TrainingTask& task, ContextModel& model);
 void join_context(const TrainingTask& task, ContextModel& model);
 void finish_context(const TrainingTask& task, ContextModel& model);
 
-/// Makes the round of choice; if a context is promising, once with it and once without, from the
-/// same network: the context stays if it is needed. What is easily seen nearby is known best by the
-/// fine network on its own. Returns the score after it.
-double run_round_with_choice(const TrainingTask& task, Networks& networks);
+/// Gives the networks a context if it promises something beside what the fine one finds: what is
+/// easily seen nearby is known best by that one on its own.
+void choose_context(const TrainingTask& task, Networks& networks);
 
 }  // namespace telvar::segmenter

@@ -84,7 +84,7 @@ class Training {
   int steps_from(int round) const {
     const Effort& effort = task_.effort;
     const bool may_choose = !fine_tunes_ && !task_.set.few && round <= kRoundOfChoice;
-    const int choice = kContextFolds * effort.context_steps + effort.round_steps;
+    const int choice = kContextFolds * effort.context_steps;
     const int rounds = std::max(effort.rounds, round + 1);
     return (rounds - round) * effort.round_steps + (may_choose ? choice : 0) + steps_after(rounds);
   }
@@ -113,8 +113,8 @@ class Training {
     Progress progress(task_.effort, score);
     for (int round = 0; round < task_.effort.max_rounds; ++round) {
       monitor().expect(steps_from(round));
-      const bool chooses = round == kRoundOfChoice && may_choose_context(score);
-      score = chooses ? run_round_with_choice(task_, networks_) : run_round(round);
+      if (round == kRoundOfChoice && may_choose_context(score)) choose_context(task_, networks_);
+      score = run_round(round);
       monitor().measured(score);
       const bool is_over = progress.is_over(score);
       if (is_over && (round >= kRoundOfChoice || !may_choose_context(score))) return round + 1;
