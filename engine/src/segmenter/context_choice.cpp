@@ -41,13 +41,6 @@ double gain_of_better(const std::vector<Overlap>& context, const std::vector<Ove
   return judged > 0 ? gain / judged : 0;
 }
 
-/// Whether the context, on its own, knows some categories so much better than the fine network does
-/// that both together may.
-bool is_promising(const std::vector<Overlap>& context, const std::vector<Overlap>& fine,
-                  double least_hope) {
-  return mean_iou(context) >= kLeastKnown && gain_of_better(context, fine) >= least_hope;
-}
-
 void assign_taught_folds(const TrainingTask& task, std::size_t folds) {
   std::vector<bool> teaches = task.set.held_out;
   teaches.flip();
@@ -78,9 +71,7 @@ ContextModel initial_context(const TrainingTask& task, const std::vector<Overlap
     context.nets.push_back(
         make_initial_net(set.input().planes() + kPositionPlanes, set.count(), kContextSeed + i));
     teach_network(task, i, context);
-    const auto known = choose_positions(set.context, context, task.pool);
-    const bool is_last = i + 1 == kContextFolds;
-    if (!is_promising(known, fine, is_last ? kLeastHope : kLeastHopeOfOne)) return {};
+    if (!is_promising(choose_positions(set.context, context, task.pool), i + 1, fine)) return {};
   }
   return context;
 }
@@ -93,6 +84,11 @@ Networks with_context(const TrainingTask& task, const Networks& networks, Contex
 }
 
 }  // namespace
+
+bool is_promising(const std::vector<Overlap>& context, int nets, const std::vector<Overlap>& fine) {
+  const double least_hope = nets < kContextFolds ? kLeastHopeOfOne : kLeastHope;
+  return mean_iou(context) >= kLeastKnown && gain_of_better(context, fine) >= least_hope;
+}
 
 bool may_have_context(const TrainingSet& set, double score) {
   if (set.few || score >= kNeedsNoContext) return false;

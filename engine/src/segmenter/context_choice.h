@@ -14,6 +14,11 @@ constexpr int kRoundOfChoice = 3;
 /// are seen nearly whole by the fine network.
 bool may_have_context(const TrainingSet& set, double score);
 
+/// Whether a context of so many networks, on its own, finds some categories so much better than the
+/// fine network does that both together may: for its next network to be trained, and, with all of
+/// them, for it to be used.
+bool is_promising(const std::vector<Overlap>& context, int nets, const std::vector<Overlap>& fine);
+
 /// Teaches context networks, initial or earlier ones, on the overviews of samples not held out.
 void teach_context(const TrainingTask& task, ContextModel& model);
 

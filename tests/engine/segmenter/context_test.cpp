@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <functional>
@@ -9,6 +10,7 @@
 #include "nn/inference.h"
 #include "scene.h"
 #include "segmenter/calibration.h"
+#include "segmenter/context_choice.h"
 #include "segmenter/context_training.h"
 #include "segmenter/network/context.h"
 #include "segmenter/network/network.h"
@@ -110,6 +112,38 @@ TEST(Context, NetworksEndWithWhatTheyWereKeptFrom) {
   EXPECT_EQ(weights(model.nets[0]), initial);
   continue_context(data, {2, 1e-2}, 1, WhichOverviews::kAll, model, pool);
   EXPECT_NE(weights(model.nets[0]), initial);
+}
+
+/// The figures of slices and tiles are of trainings: with the context, slices reached 0.91 in place
+/// of 0.89, tiles no more than without.
+TEST(Context, IsPromisingWhereItKnowsACategoryBetter) {
+  const auto overlaps = [](const std::vector<int>& ious) {
+    std::vector<Overlap> overlaps;
+    for (const int iou : ious)
+      overlaps.push_back({iou < 0 ? 0U : 1000U, unsigned(std::max(0, iou)), 1000});
+    return overlaps;
+  };
+  const struct {
+    const char* what;
+    std::vector<int> fine, context;  // thousandths; below 0: no pixel shows the category
+    int nets;
+    bool promises;
+  } cases[] = {
+      {"slices, one network", {942, 643, 759}, {918, 612, 651}, 1, true},
+      {"slices, one network's gain is too little for two",
+       {942, 643, 759},
+       {918, 612, 651},
+       2,
+       false},
+      {"slices, two networks", {942, 643, 759}, {931, 711, 698}, 2, true},
+      {"tiles, two networks", {896, 977, 940}, {897, 935, 908}, 2, false},
+      {"textures", {900, 870, 890}, {500, 480, 520}, 1, false},
+      {"neither knows anything", {10, 20, 15}, {250, 250, 250}, 1, false},
+      {"better only where nothing is labelled", {950, -1}, {900, 990}, 2, false},
+  };
+  for (const auto& [what, fine, context, nets, promises] : cases) {
+    EXPECT_EQ(is_promising(overlaps(context), nets, overlaps(fine)), promises) << what;
+  }
 }
 
 TrainingTile blank_tile(int width, int height) {
