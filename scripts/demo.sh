@@ -55,7 +55,7 @@ demo() {
   if [ -t 2 ]; then "${command[@]}"; else run_aloud "training" "${command[@]}"; fi
 }
 
-echo "On a new machine with 2 cores this should take about ten minutes, most of them for packages and for building."
+echo "On a new machine with 2 cores this takes six to ten minutes, most of them for packages and for building."
 step 1 "packages of the compiler and the libraries"
 scripts/install-packages.sh demo
 step 2 "images to train on"
